@@ -1,0 +1,36 @@
+# One place for what every target is compiled with.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE RelWithDebInfo)
+endif()
+
+option(CAMERA_SHOT_WERROR "Treat warnings as errors" OFF)
+set(CAMERA_SHOT_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
+option(CAMERA_SHOT_COVERAGE "Instrument for coverage" OFF)
+
+# Our own targets link this; third-party headers come in as SYSTEM and stay out of it.
+add_library(camera_shot_settings INTERFACE)
+target_include_directories(camera_shot_settings INTERFACE "${PROJECT_SOURCE_DIR}")
+target_compile_options(camera_shot_settings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
+  -Woverloaded-virtual -Wold-style-cast $<$<BOOL:${CAMERA_SHOT_WERROR}>:-Werror>)
+
+if(CAMERA_SHOT_SANITIZE)
+  add_compile_options(-fsanitize=${CAMERA_SHOT_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${CAMERA_SHOT_SANITIZE})
+endif()
+if(CAMERA_SHOT_COVERAGE)
+  add_compile_options(--coverage -fprofile-update=atomic)
+  add_link_options(--coverage)
+endif()
+
+# camera_shot_library(NAME [SOURCES…] [PUBLIC…]): a static library of ours.
+function(camera_shot_library name)
+  cmake_parse_arguments(LIB "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  add_library(${name} STATIC ${LIB_SOURCES})
+  target_link_libraries(${name} PUBLIC camera_shot_settings ${LIB_PUBLIC} PRIVATE ${LIB_PRIVATE})
+endfunction()

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace platform {
+
+/// Lets the user choose a folder. Main thread only.
+class NSOpenPanel {
+ public:
+  virtual ~NSOpenPanel() = default;
+
+  /// Shows the chooser, starting in `directory`, and returns at once; `completion` runs on the main thread
+  /// with the chosen folder, or with nothing when the user cancelled.
+  virtual void chooseDirectory(const std::string& directory,
+                               std::function<void(std::optional<std::string>)> completion) = 0;
+};
+
+}  // namespace platform

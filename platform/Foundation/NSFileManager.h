@@ -1,0 +1,25 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace platform {
+
+/// The file system as the tool sees it. Thread-safe.
+class NSFileManager {
+ public:
+  virtual ~NSFileManager() = default;
+
+  /// Whether anything exists at `path`: a file, a folder, or a link, also one that leads nowhere.
+  virtual bool fileExistsAtPath(const std::string& path) const = 0;
+
+  /// The user's folder for pictures, made when it is missing; nothing when the user has no home.
+  virtual std::optional<std::string> picturesDirectory() = 0;
+
+  /// Adds `line` and a line end to the end of the file, making file and folders as needed. Lines of processes
+  /// that append at the same time never mix. Answers whether the line is there whole; a line that does not
+  /// fit (disk full) leaves nothing behind.
+  virtual bool appendLine(const std::string& path, const std::string& line) = 0;
+};
+
+}  // namespace platform

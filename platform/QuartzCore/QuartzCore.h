@@ -1,0 +1,18 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/QuartzCore/CALayer.h"
+
+namespace platform {
+
+/// The framework's class operations. Main thread only.
+class QuartzCore {
+ public:
+  virtual ~QuartzCore() = default;
+
+  /// A new plain layer: no contents, an empty frame.
+  virtual std::shared_ptr<CALayer> layer() = 0;
+};
+
+}  // namespace platform
