@@ -15,6 +15,10 @@ class NSOpenPanel {
   /// with the chosen folder, or with nothing when the user cancelled.
   virtual void chooseDirectory(const std::string& directory,
                                std::function<void(std::optional<std::string>)> completion) = 0;
+
+  /// Tells the user, in the window that the chooser belongs to, why the chosen folder does not serve; returns
+  /// at once.
+  virtual void showMessage(const std::string& message) = 0;
 };
 
 }  // namespace platform

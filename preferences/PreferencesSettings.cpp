@@ -1,0 +1,46 @@
+#include "preferences/PreferencesWindowController.h"
+
+namespace camera_shot {
+namespace {
+
+const std::string kShowPreviewKey = "ShowPreview";
+const std::string kVideoSourceIDKey = "VideoSourceID";
+
+}  // namespace
+
+void PreferencesWindowController::loadSettings() {
+  const auto& defaults = platform_.standardUserDefaults;
+  showPreview_ = 1;
+  if (defaults.objectForKey(kShowPreviewKey))
+    showPreview_ = static_cast<std::int8_t>(defaults.integerForKey(kShowPreviewKey));
+  videoSourceID_ = "";
+  if (defaults.objectForKey(kVideoSourceIDKey)) videoSourceID_ = defaults.stringForKey(kVideoSourceIDKey);
+}
+
+std::shared_ptr<platform::AVCaptureDevice> PreferencesWindowController::videoCaptureDevice() const {
+  const auto cameras = suite_.captureDevices.enumerateCameras();
+  if (cameras.empty()) return nullptr;
+  for (const auto& camera : cameras)
+    if (camera.uniqueId == videoSourceID_) return platform_.avFoundation.deviceWithUniqueID(videoSourceID_);
+  // The stored choice stays as it is and counts again once its camera is back.
+  return platform_.avFoundation.deviceWithUniqueID(cameras.front().uniqueId);
+}
+
+void PreferencesWindowController::onPreviewChanged() {
+  const auto button = previewSetting_.get();
+  if (!button) return;
+  showPreview_ = button->state() == platform::NSControlStateValueOn;
+  platform_.standardUserDefaults.setBool(showPreview(), kShowPreviewKey);
+  platform_.standardUserDefaults.synchronize();
+}
+
+void PreferencesWindowController::onVideoSelect() {
+  const auto popup = videoSource_.get();
+  if (!popup) return;
+  // The popup and the list are always rebuilt together, so the index names an entry.
+  videoSourceID_ = videoDevices_[static_cast<std::size_t>(popup->indexOfSelectedItem())].uniqueId;
+  platform_.standardUserDefaults.setObject(videoSourceID_, kVideoSourceIDKey);
+  platform_.standardUserDefaults.synchronize();
+}
+
+}  // namespace camera_shot

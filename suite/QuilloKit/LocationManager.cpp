@@ -1,0 +1,24 @@
+#include "suite/QuilloKit/LocationManager.h"
+
+#include <utility>
+
+namespace suite {
+
+LocationManager::LocationManager(platform::NSUserDefaults& locations, platform::NSFileManager& files,
+                                 std::string toolIdentifier)
+    : locations_(locations), files_(files), toolIdentifier_(std::move(toolIdentifier)) {}
+
+std::optional<std::string> LocationManager::locationForCurrentTool() {
+  const std::scoped_lock lock(mutex_);
+  const std::string stored = locations_.stringForKey(toolIdentifier_);
+  if (!stored.empty()) return stored;
+  return files_.picturesDirectory();
+}
+
+bool LocationManager::setLocationForCurrentTool(const std::string& folder) {
+  const std::scoped_lock lock(mutex_);
+  locations_.setObject(folder, toolIdentifier_);
+  return locations_.synchronize();
+}
+
+}  // namespace suite

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "platform/Foundation/NSFileManager.h"
+#include "platform/Foundation/NSUserDefaults.h"
+
+namespace suite {
+
+/// Keeps the output folder of each of the suite's tools. Thread-safe: a photo is saved on the camera's thread
+/// while the user chooses a folder on the main thread.
+class LocationManager {
+ public:
+  LocationManager(platform::NSUserDefaults& locations, platform::NSFileManager& files,
+                  std::string toolIdentifier);
+
+  /// The stored folder, as it was stored, also when it is gone; else the user's folder for pictures; nothing
+  /// only when the user has no home.
+  std::optional<std::string> locationForCurrentTool();
+
+  /// Stores the folder, durably; answers whether it could.
+  bool setLocationForCurrentTool(const std::string& folder);
+
+ private:
+  std::mutex mutex_;
+  platform::NSUserDefaults& locations_;
+  platform::NSFileManager& files_;
+  const std::string toolIdentifier_;
+};
+
+}  // namespace suite
