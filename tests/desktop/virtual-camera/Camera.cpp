@@ -1,0 +1,231 @@
+#include "tests/desktop/virtual-camera/Camera.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+namespace virtual_camera {
+namespace {
+
+constexpr std::uint64_t kSecond = 1'000'000'000;
+
+const char* stateName(Camera::State state) {
+  switch (state) {
+    case Camera::State::kUnplugged:
+      return "unplugged";
+    case Camera::State::kIdle:
+      return "idle";
+    case Camera::State::kStreaming:
+      return "streaming";
+    case Camera::State::kFailed:
+      return "failed";
+    case Camera::State::kLost:
+      break;
+  }
+  return "lost";
+}
+
+timespec toTimespec(std::uint64_t nanoseconds) {
+  return {static_cast<time_t>(nanoseconds / kSecond), static_cast<long>(nanoseconds % kSecond)};
+}
+
+bool reached(std::optional<std::uint64_t> limit, std::uint64_t frames) {
+  return limit && frames >= *limit;
+}
+
+}  // namespace
+
+Camera::Camera(pw_loop* loop, CameraSpec spec)
+    : loop_(loop),
+      spec_(std::move(spec)),
+      faults_(spec_.faults),
+      store_(spec_),
+      recorder_(spec_),
+      timer_(pw_loop_add_timer(loop, &Camera::onTick, this), SourceDeleter{loop}),
+      lostEvent_(pw_loop_add_event(loop, &Camera::onLost, this), SourceDeleter{loop}) {}
+
+void Camera::plug(const Done& done) {
+  leaveRegistry();
+  stalled_ = false;
+  try {
+    connect();
+    plugging_.push_back(done);
+    stream_ = std::make_unique<CameraStream>(
+        connection_->core(), spec_,
+        CameraStream::Events{[this](const NegotiatedFormat& format) { return chooseFormat(format); },
+                             [this](pw_stream_state state) { streamStateChanged(state); },
+                             [this](std::span<std::uint8_t> room) { return fill(room); }});
+  } catch (const std::runtime_error& error) {
+    plugging_.clear();
+    change(State::kUnplugged);
+    done(error.what());
+  }
+}
+
+void Camera::connect() {
+  if (connection_) return;
+  connection_ = std::make_unique<Connection>(
+      loop_,
+      Connection::Events{[this] { pw_loop_signal_event(loop_, lostEvent_.get()); },
+                         [this] { completePlug(); }, [this](int sequence) { completeUnplug(sequence); }});
+}
+
+void Camera::completePlug() {
+  if (plugging_.empty() || !stream_ || !connection_->serial(stream_->nodeId())) return;
+  change(State::kIdle);
+  for (const auto& done : std::exchange(plugging_, {}))
+    done({});
+}
+
+void Camera::leaveRegistry() {
+  setTimer(0, 0);
+  stream_.reset();
+  format_.reset();
+  for (const auto& done : std::exchange(plugging_, {}))
+    done("unplugged meanwhile");
+  change(State::kUnplugged);
+}
+
+void Camera::unplug(Done done) {
+  leaveRegistry();
+  if (!connection_) {
+    change(State::kUnplugged);
+    return done({});
+  }
+  unplugging_.emplace(connection_->synchronize(), std::move(done));
+}
+
+void Camera::completeUnplug(int sequence) {
+  const auto found = unplugging_.find(sequence);
+  if (found == unplugging_.end()) return;
+  const auto done = std::move(found->second);
+  unplugging_.erase(found);
+  if (!stream_) change(State::kUnplugged);
+  done({});
+}
+
+void Camera::loseDaemon() {
+  const bool wasPlugged = stream_ != nullptr;
+  leaveRegistry();
+  connection_.reset();
+  // Without a daemon there is no registry that could still show the node.
+  for (const auto& [sequence, done] : std::exchange(unplugging_, {}))
+    done({});
+  if (wasPlugged) change(State::kLost);
+}
+
+void Camera::resume() {
+  stalled_ = false;
+  faults_.stall.reset();
+}
+
+void Camera::breakDevice() {
+  if (!stream_) return;
+  setTimer(0, 0);
+  stream_->fail(EIO, "the device failed");
+  change(State::kFailed);
+}
+
+FrameLayout Camera::chooseFormat(const NegotiatedFormat& format) {
+  if (faults_.busy) throw std::system_error(EBUSY, std::generic_category());
+  format_ = format;
+  frames_ = &store_.prepare(format.format, format.width, format.height);
+  return frames_->layout();
+}
+
+void Camera::streamStateChanged(pw_stream_state state) {
+  switch (state) {
+    case PW_STREAM_STATE_STREAMING:
+      startRun();
+      break;
+    case PW_STREAM_STATE_PAUSED:
+      setTimer(0, 0);
+      if (state_ == State::kStreaming) change(State::kIdle);
+      completePlug();
+      break;
+    case PW_STREAM_STATE_ERROR:
+      setTimer(0, 0);
+      change(State::kFailed);
+      break;
+    case PW_STREAM_STATE_UNCONNECTED:
+    case PW_STREAM_STATE_CONNECTING:
+      break;
+  }
+}
+
+void Camera::startRun() {
+  if (!format_) return;
+  ++runs_;
+  runFrames_ = 0;
+  withheld_ = false;
+  const auto interval = kSecond * format_->rateDenominator / format_->rateNumerator;
+  // A first expiry of 0 would disarm the timer.
+  setTimer(spec_.startDelay > 0 ? spec_.startDelay * kSecond / 1000 : 1, interval);
+  change(State::kStreaming);
+}
+
+void Camera::setTimer(std::uint64_t firstNanoseconds, std::uint64_t intervalNanoseconds) {
+  auto first = toTimespec(firstNanoseconds);
+  auto interval = toTimespec(intervalNanoseconds);
+  pw_loop_update_timer(loop_, timer_.get(), &first, &interval, false);
+}
+
+void Camera::tick() {
+  if (state_ != State::kStreaming) return;
+  if (reached(faults_.crash, runFrames_)) std::_Exit(EXIT_FAILURE);
+  if (reached(faults_.unplug, runFrames_)) return unplug([](const std::string&) {});
+  if (reached(faults_.error, runFrames_)) return breakDevice();
+  if (stalled_ || reached(faults_.stall, runFrames_)) {
+    withheld_ = true;
+    return changed_();
+  }
+  ++sequence_;
+  if (spec_.drop > 0 && sequence_ % spec_.drop == 0) return;
+  stream_->deliver();
+}
+
+FrameResult Camera::fill(std::span<std::uint8_t> room) {
+  const auto frame = runFrames_;
+  auto size = frames_->write(sequence_, frame < spec_.warmup, room);
+  if (faults_.truncated.contains(frame) && format_->format == PixelFormat::kMjpg) size /= 3;
+  if (faults_.empty.contains(frame)) size = 0;
+  recorder_.record(sequence_, format_->format, room.first(size));
+  ++runFrames_;
+  ++totalFrames_;
+  changed_();
+  return {size, faults_.corruptedFlag.contains(frame), sequence_};
+}
+
+void Camera::change(State state) {
+  state_ = state;
+  changed_();
+}
+
+std::string Camera::describe() const {
+  const auto serial = stream_ ? connection_->serial(stream_->nodeId()) : std::nullopt;
+  std::string text = std::string("state=") + stateName(state_);
+  text += " stalled=" + std::string(withheld_ ? "yes" : "no");
+  text += " runs=" + std::to_string(runs_);
+  text += " run-frames=" + std::to_string(runFrames_);
+  text += " total-frames=" + std::to_string(totalFrames_);
+  if (serial) text += " serial=" + std::to_string(*serial);
+  if (format_) {
+    text += " mode=" + std::string(formatName(format_->format)) + ":" + std::to_string(format_->width) + "x" +
+            std::to_string(format_->height) + "@" + std::to_string(format_->rateNumerator);
+    if (format_->rateDenominator != 1) text += "/" + std::to_string(format_->rateDenominator);
+  }
+  return text;
+}
+
+void Camera::onTick(void* data, std::uint64_t /*expirations*/) noexcept {
+  static_cast<Camera*>(data)->tick();
+}
+
+void Camera::onLost(void* data, std::uint64_t /*count*/) noexcept {
+  static_cast<Camera*>(data)->loseDaemon();
+}
+
+}  // namespace virtual_camera

@@ -1,0 +1,119 @@
+#include "tests/desktop/virtual-camera/CameraCommands.h"
+
+#include <charconv>
+#include <sstream>
+#include <utility>
+
+namespace virtual_camera {
+namespace {
+
+std::optional<std::uint64_t> parseCount(const std::string& text) {
+  std::uint64_t count = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
+  if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
+  return count;
+}
+
+FrameRange all(bool on) {
+  return on ? FrameRange{0, FrameRange::kForever} : FrameRange{};
+}
+
+Camera::Done answer(Reply reply, const Camera& camera) {
+  return [reply = std::move(reply), &camera](const std::string& error) {
+    if (error.empty())
+      reply.ok(camera.describe());
+    else
+      reply.error(error);
+  };
+}
+
+}  // namespace
+
+CameraCommands::CameraCommands(Camera& camera, std::function<void()> exit)
+    : camera_(camera), exit_(std::move(exit)) {
+  camera_.whenChanged([this] { answerWaiters(); });
+}
+
+void CameraCommands::handle(const std::string& request, Reply reply) {
+  std::istringstream words(request);
+  std::string verb;
+  std::string value;
+  std::string surplus;
+  words >> verb >> value >> surplus;
+  if (!surplus.empty()) return reply.error("too many words: " + request);
+  if (handleWait(verb, value, reply)) return;
+  if (handleFault(verb, value)) return reply.ok(camera_.describe());
+  if (!value.empty()) return reply.error("no such request: " + request);
+  if (verb == "plug") return camera_.plug(answer(std::move(reply), camera_));
+  if (verb == "unplug") return camera_.unplug(answer(std::move(reply), camera_));
+  if (verb == "exit") {
+    reply.ok();
+    return exit_();
+  }
+  if (verb == "stall")
+    camera_.stall();
+  else if (verb == "resume")
+    camera_.resume();
+  else if (verb == "error")
+    camera_.breakDevice();
+  else if (verb != "state")
+    return reply.error("no such request: " + request);
+  reply.ok(camera_.describe());
+}
+
+bool CameraCommands::handleFault(const std::string& fault, const std::string& value) {
+  if (value != "on" && value != "off") return false;
+  const bool on = value == "on";
+  auto& faults = camera_.faults();
+  if (fault == "truncate")
+    faults.truncated = all(on);
+  else if (fault == "corrupted-flag")
+    faults.corruptedFlag = all(on);
+  else if (fault == "empty")
+    faults.empty = all(on);
+  else if (fault == "busy")
+    faults.busy = on;
+  else
+    return false;
+  return true;
+}
+
+bool CameraCommands::handleWait(const std::string& event, const std::string& value, const Reply& reply) {
+  using State = Camera::State;
+  std::function<bool()> met;
+  if (event == "wait-frames") {
+    const auto count = parseCount(value);
+    if (!count) return false;
+    met = [this, count] { return camera_.state() == State::kStreaming && camera_.runFrames() >= *count; };
+  } else if (!value.empty()) {
+    return false;
+  } else if (event == "wait-streaming") {
+    met = [this] { return camera_.state() == State::kStreaming; };
+  } else if (event == "wait-idle") {
+    met = [this] { return camera_.state() == State::kIdle; };
+  } else if (event == "wait-unplugged") {
+    met = [this] { return camera_.state() == State::kUnplugged; };
+  } else if (event == "wait-failed") {
+    met = [this] { return camera_.state() == State::kFailed; };
+  } else if (event == "wait-lost") {
+    met = [this] { return camera_.state() == State::kLost; };
+  } else if (event == "wait-stalled") {
+    met = [this] { return camera_.withheld(); };
+  } else {
+    return false;
+  }
+  waiters_.push_back({std::move(met), reply});
+  answerWaiters();
+  return true;
+}
+
+void CameraCommands::answerWaiters() {
+  std::erase_if(waiters_, [this](const Waiter& waiter) {
+    if (!waiter.reply.wanted()) return true;
+    if (!waiter.met()) return false;
+    waiter.reply.ok(camera_.describe());
+    return true;
+  });
+}
+
+}  // namespace virtual_camera

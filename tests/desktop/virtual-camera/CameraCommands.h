@@ -1,0 +1,36 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tests/desktop/virtual-camera/Camera.h"
+#include "tests/desktop/virtual-camera/ControlSocket.h"
+
+namespace virtual_camera {
+
+/// What a test may ask of a camera that runs; README.md lists the requests.
+class CameraCommands {
+ public:
+  /// `exit` ends the program after the answer.
+  CameraCommands(Camera& camera, std::function<void()> exit);
+
+  /// Answers at once or when the request has taken effect.
+  void handle(const std::string& request, Reply reply);
+
+ private:
+  struct Waiter {
+    std::function<bool()> met;
+    Reply reply;
+  };
+
+  bool handleFault(const std::string& fault, const std::string& value);
+  bool handleWait(const std::string& event, const std::string& value, const Reply& reply);
+  void answerWaiters();
+
+  Camera& camera_;
+  std::function<void()> exit_;
+  std::vector<Waiter> waiters_;
+};
+
+}  // namespace virtual_camera

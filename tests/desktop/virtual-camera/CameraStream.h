@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include <pipewire/pipewire.h>
+
+#include "tests/desktop/virtual-camera/CameraSpec.h"
+#include "tests/desktop/virtual-camera/FormatPods.h"
+#include "tests/desktop/virtual-camera/FrameStore.h"
+
+namespace virtual_camera {
+
+/// What fills a buffer of the stream.
+struct FrameResult {
+  std::size_t size = 0;
+  bool corrupted = false;
+  std::uint64_t sequence = 0;
+};
+
+/// The camera's node: a PipeWire stream that drives the graph. Its life in the registry is the object's life.
+/// Bound to the loop's thread; must not be destroyed from within its callbacks.
+class CameraStream {
+ public:
+  struct Events {
+    /// A consumer chose a format: the layout to reserve buffers for. Throw std::system_error to refuse it.
+    std::function<FrameLayout(const NegotiatedFormat&)> formatChosen;
+    std::function<void(pw_stream_state)> stateChanged;
+    /// Writes the frame that is due into the buffer's memory.
+    std::function<FrameResult(std::span<std::uint8_t>)> fill;
+  };
+
+  /// Enters the node into the registry; throws std::runtime_error when PipeWire refuses.
+  CameraStream(pw_core* core, const CameraSpec& spec, Events events);
+  ~CameraStream();
+  CameraStream(const CameraStream&) = delete;
+  CameraStream& operator=(const CameraStream&) = delete;
+
+  /// Drives one cycle of the graph, in which `Events::fill` gives the frame.
+  void deliver();
+
+  /// Fails the node as a broken device does. `code` is an errno.
+  void fail(int code, const char* message);
+
+  /// SPA_ID_INVALID until the registry knows the node.
+  std::uint32_t nodeId() const { return pw_stream_get_node_id(stream_.get()); }
+
+ private:
+  static void onStateChanged(void* data, pw_stream_state old, pw_stream_state state,
+                             const char* error) noexcept;
+  static void onParamChanged(void* data, std::uint32_t id, const spa_pod* param) noexcept;
+  static void onProcess(void* data) noexcept;
+
+  void acceptFormat(const spa_pod* param);
+  void fillBuffer();
+
+  struct StreamDeleter {
+    void operator()(pw_stream* stream) const { pw_stream_destroy(stream); }
+  };
+
+  Events events_;
+  std::unique_ptr<pw_stream, StreamDeleter> stream_;
+  spa_hook hook_{};
+  FrameLayout layout_;
+  bool due_ = false;
+};
+
+}  // namespace virtual_camera
