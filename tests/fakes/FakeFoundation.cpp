@@ -1,0 +1,160 @@
+#include "tests/fakes/FakeFoundation.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <ctime>
+
+namespace fakes {
+
+struct FakeMainLoop::Timer : platform::NSTimer {
+  Timer(Milliseconds every, std::function<void()> what) : interval(every), action(std::move(what)) {}
+  void invalidate() override { valid = false; }
+
+  Milliseconds interval;
+  std::function<void()> action;
+  bool valid = true;
+};
+
+void FakeMainLoop::async(std::function<void()> work) {
+  schedule(now_, std::move(work));
+}
+
+void FakeMainLoop::sync(std::function<void()> work) {
+  if (!ended_) work();
+}
+
+void FakeMainLoop::after(Milliseconds delay, std::function<void()> work) {
+  schedule(now_ + delay, std::move(work));
+}
+
+void FakeMainLoop::schedule(Milliseconds at, std::function<void()> work) {
+  due_.push_back({at, number_++, std::move(work)});
+}
+
+std::shared_ptr<platform::NSTimer> FakeMainLoop::addRepeatingTimer(Milliseconds interval,
+                                                                   std::function<void()> action) {
+  auto timer = std::make_shared<Timer>(interval, std::move(action));
+  timers_.push_back(timer);
+  arm(timer);
+  return timer;
+}
+
+void FakeMainLoop::arm(const std::weak_ptr<Timer>& timer) {
+  schedule(now_ + timer.lock()->interval, [this, timer] {
+    const auto live = timer.lock();
+    if (!live || !live->valid) return;
+    arm(timer);
+    live->action();
+  });
+}
+
+int FakeMainLoop::activeTimers() const {
+  return static_cast<int>(std::count_if(timers_.begin(), timers_.end(), [](const auto& weak) {
+    const auto timer = weak.lock();
+    return timer && timer->valid;
+  }));
+}
+
+void FakeMainLoop::advance(Milliseconds time) {
+  const Milliseconds until = now_ + time;
+  while (!ended_) {
+    const auto next = std::min_element(due_.begin(), due_.end(), [](const Due& a, const Due& b) {
+      return std::pair(a.at, a.number) < std::pair(b.at, b.number);
+    });
+    if (next == due_.end() || next->at > until) break;
+    now_ = std::max(now_, next->at);
+    const auto work = std::move(next->work);
+    due_.erase(next);
+    work();
+  }
+  now_ = until;
+}
+
+// The run's wall clock starts at 2026-11-21 12:00:00 UTC; the user lives in that zone.
+platform::NSDate::TimePoint FakeMainLoop::date() const {
+  return std::chrono::sys_days(std::chrono::year(2026) / 11 / 21) + std::chrono::hours(12) + now_;
+}
+
+std::string FakeMainLoop::localText(TimePoint moment, const std::string& format) const {
+  const std::time_t seconds = std::chrono::system_clock::to_time_t(moment);
+  std::tm parts{};
+  gmtime_r(&seconds, &parts);
+  char text[100];
+  return {text, std::strftime(text, sizeof text, format.c_str(), &parts)};
+}
+
+void FakeNotificationCenter::addObserver(const void* observer, const std::string& name,
+                                         std::function<void()> handler) {
+  journal_.add("center addObserver " + name);
+  observations_.push_back({observer, name, std::move(handler)});
+}
+
+void FakeNotificationCenter::removeObserver(const void* observer) {
+  std::erase_if(observations_, [&](const Observation& each) { return each.observer == observer; });
+}
+
+void FakeNotificationCenter::postNotificationName(const std::string& name) {
+  const auto observed = observations_;
+  for (const auto& each : observed)
+    if (each.name == name) each.handler();
+}
+
+std::int64_t FakeUserDefaults::integerForKey(const std::string& key) const {
+  const std::string value = stringForKey(key);
+  return value == "true" ? 1 : std::atoll(value.c_str());
+}
+
+std::string FakeUserDefaults::stringForKey(const std::string& key) const {
+  const auto found = values.find(key);
+  return found == values.end() ? "" : found->second;
+}
+
+void FakeUserDefaults::setBool(bool value, const std::string& key) {
+  journal_.add(name_ + " setBool " + key + " " + (value ? "YES" : "NO"));
+  values[key] = value ? "true" : "false";
+}
+
+void FakeUserDefaults::setObject(const std::string& value, const std::string& key) {
+  journal_.add(name_ + " setObject " + key + " " + value);
+  values[key] = value;
+}
+
+bool FakeUserDefaults::synchronize() {
+  journal_.add(name_ + " synchronize");
+  return true;
+}
+
+int FakeFileManager::whyNotWritableDirectory(const std::string& path) const {
+  const auto found = notWritable.find(path);
+  return found == notWritable.end() ? 0 : found->second;
+}
+
+std::string FakeFileManager::abbreviatingWithTilde(const std::string& path) const {
+  const std::string home = "/home/ada";
+  return path.starts_with(home) ? "~" + path.substr(home.size()) : path;
+}
+
+bool FakeFileManager::appendLine(const std::string& path, const std::string& line) {
+  appended[path].push_back(line);
+  // {"time":"…","tool":"…",REST} → the words of REST.
+  const std::string toolEnd = "\"tool\":\"a5f597ea-d3f3-4347-bbe6-344e240acc7e\",";
+  const auto at = line.find(toolEnd);
+  journal_.add((path.find("analytics") != std::string::npos ? "analytics " : "event ") +
+               (at == std::string::npos ? line : line.substr(at + toolEnd.size())));
+  return true;
+}
+
+std::string FakeBundle::localizedStringForKey(const std::string& key, const std::string& value,
+                                              const std::string&) const {
+  const auto found = translations.find(key);
+  if (found != translations.end()) return found->second;
+  return value.empty() ? key : value;
+}
+
+bool FakeData::writeToFile(const std::string& path, bool atomically) const {
+  journal_.add("write " + name_ + " to " + path + (atomically ? " atomically" : ""));
+  if (!fails_) files_.existing.insert(path);
+  return !fails_;
+}
+
+}  // namespace fakes
