@@ -1,0 +1,31 @@
+#include "platform/linux/image/JpegRowSource.h"
+
+#include <libyuv.h>
+
+#include "platform/linux/image/ExifBlock.h"
+#include "platform/linux/image/JpegMarkers.h"
+
+namespace platform_linux {
+
+std::unique_ptr<JpegRowSource> JpegRowSource::open(std::span<const std::uint8_t> jpeg, std::string& failure) {
+  std::unique_ptr<JpegRowSource> source(new JpegRowSource);
+  if (!source->decompressor_.start(jpeg)) {
+    failure = source->failure();
+    return nullptr;
+  }
+  const auto exif = exifOfJpeg(jpeg);
+  if (exif && exif->orientation == Orientation::kMirrored) source->unmirroredRow_.resize(source->rowBytes());
+  return source;
+}
+
+bool JpegRowSource::readRows(std::span<std::uint8_t> rows) noexcept {
+  if (unmirroredRow_.empty()) return decompressor_.readRows(rows);
+  const auto stride = static_cast<int>(rowBytes());
+  for (; !rows.empty(); rows = rows.subspan(rowBytes())) {
+    if (!decompressor_.readRows(unmirroredRow_)) return false;
+    libyuv::RGB24Mirror(unmirroredRow_.data(), stride, rows.data(), stride, static_cast<int>(width()), 1);
+  }
+  return true;
+}
+
+}  // namespace platform_linux

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include <span>
+
+#include "platform/linux/image/PngWriter.h"
+
+namespace platform_linux {
+
+/// A chunk's length and name before its data, and its checksum behind them.
+inline constexpr std::size_t kPngChunkHeadBytes = 8;
+inline constexpr std::size_t kPngChunkTailBytes = 4;
+
+/// Completes a chunk in place: `chunk` holds room for the head, the data, and room for the tail.
+void finishPngChunk(std::string_view name, std::span<std::uint8_t> chunk) noexcept;
+
+/// All that precedes the pixels: signature, IHDR, sRGB, and what the metadata says.
+[[nodiscard]] std::vector<std::uint8_t> pngBeginning(std::uint32_t width, std::uint32_t height,
+                                                     const PngMetadata& metadata);
+
+/// The beginning of the zlib stream within the first pixel chunk: deflate, 32 KB window, fastest level.
+inline constexpr std::array<std::uint8_t, 2> kZlibBeginning = {0x78, 0x01};
+
+/// The end of the zlib stream, in a chunk of its own, and of the file. `adler` is that of all filtered rows.
+[[nodiscard]] std::vector<std::uint8_t> pngEnd(std::uint32_t adler);
+
+/// The Adler-32 checksum of two byte strings in a row, from theirs and the second one's length.
+[[nodiscard]] std::uint32_t combineAdler(std::uint32_t first, std::uint32_t second,
+                                         std::size_t secondBytes) noexcept;
+
+}  // namespace platform_linux

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include <span>
+
+namespace platform_linux {
+
+/// Uncompressed layouts that cameras deliver, 8 bits a sample; named as they lie in memory.
+enum class RawFormat {
+  kYuy2,  ///< Y U Y V, packed
+  kUyvy,  ///< U Y V Y, packed
+  kNv12,  ///< a plane of Y, then one of U V at half the size each way
+  kI420,  ///< a plane of Y, then one of U and one of V at half the size each way
+  kRgb,   ///< R G B
+  kBgr,   ///< B G R
+  kRgbx,  ///< R G B and a byte that means nothing
+  kBgrx,  ///< B G R and a byte that means nothing
+};
+
+/// Which recommendation's coefficients the luma was made with.
+enum class ColorMatrix { kBt601, kBt709 };
+
+/// Limited: luma 16 to 235, chroma 16 to 240. Full: 0 to 255.
+enum class ColorRange { kLimited, kFull };
+
+/// An uncompressed picture in memory that belongs to someone else. Matrix and range say nothing about RGB
+/// layouts.
+struct RawPicture {
+  struct Plane {
+    std::span<const std::uint8_t> bytes;
+    /// Bytes from one row to the next.
+    std::size_t stride = 0;
+  };
+
+  RawFormat format = RawFormat::kYuy2;
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  /// As many as the format has; the others are empty.
+  std::array<Plane, 3> planes;
+  ColorMatrix matrix = ColorMatrix::kBt601;
+  ColorRange range = ColorRange::kLimited;
+  /// Whether the picture is to be delivered reversed left to right.
+  bool mirrored = false;
+};
+
+}  // namespace platform_linux

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <cstdint>
+
+#include <span>
+
+#include "platform/linux/image/DeflateToken.h"
+
+namespace platform_linux {
+
+/// Divides `data` into literals and repetitions of one byte (matches at distance 1), the fast way: in
+/// photographs there is next to nothing else to find. Replaces what is in `tokens`.
+void parseRuns(std::span<const std::uint8_t> data, DeflateTokens& tokens);
+
+}  // namespace platform_linux
