@@ -1,0 +1,106 @@
+#!/usr/bin/env python3
+"""Keeps the include arrows between the storeys: prints every include that points the wrong way and fails on them.
+
+    include_arrows.py [TREE]     the tree to read, by default the one this file lies in
+
+Storeys, from the ground up: the ports (platform/<Framework>), their Linux implementation (platform/linux), the suite, and
+the tool's folders. A storey that is not named as allowed below is forbidden.
+"""
+
+import re
+import sys
+from pathlib import Path
+
+PORTS = "ports"
+LINUX = "platform/linux"
+TOOL_FOLDERS = ["app", "capture", "preferences", "preview", "notifications", "events"]
+
+# Who may include whom. A file's own storey is always allowed.
+ALLOWED = {
+    PORTS: [],
+    LINUX: [PORTS],
+    "suite": [PORTS],
+    "capture": ["suite", PORTS],
+    "preferences": ["suite", PORTS],
+    "preview": ["suite", PORTS],
+    # These two define members of AppController.
+    "notifications": ["app/AppController.h", "suite", PORTS],
+    "events": ["app/AppController.h", "suite", PORTS],
+    "app": ["capture", "preferences", "preview", "suite", PORTS],
+    # The one place that composes.
+    "app/main.cpp": ["app", LINUX, "suite", PORTS],
+    # The notification helper is a program of its own, on Linux only.
+    "notifier": [LINUX],
+}
+FREE = ["tests", "bench"]
+# Storeys that compile with no library's headers installed.
+PURE = [PORTS, "suite", *TOOL_FOLDERS]
+
+STANDARD_HEADERS = set(
+    """algorithm any array atomic barrier bit bitset cassert cctype cerrno cfenv cfloat charconv chrono cinttypes climits
+    clocale cmath compare complex concepts condition_variable coroutine csetjmp csignal cstdarg cstddef cstdint cstdio
+    cstdlib cstring ctime cuchar cwchar cwctype deque exception execution expected filesystem format forward_list fstream
+    functional future initializer_list iomanip ios iosfwd iostream istream iterator latch limits list locale map memory
+    memory_resource mutex new numbers numeric optional ostream queue random ranges ratio regex scoped_allocator semaphore
+    set shared_mutex source_location span sstream stack stdexcept stop_token streambuf string string_view strstream
+    syncstream system_error thread tuple type_traits typeindex typeinfo unordered_map unordered_set utility valarray
+    variant vector version""".split()
+)
+
+INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
+SOURCE_ENDINGS = {".h", ".hpp", ".cpp", ".cc", ".c", ".inc"}
+
+
+def storey(path):
+    """The storey that a path from the root belongs to; None for a path outside them all."""
+    if path.startswith("platform/linux/"):
+        return LINUX
+    if path.startswith("platform/"):
+        return PORTS
+    top = path.split("/")[0]
+    return top if top in ALLOWED or top in FREE else None
+
+
+def complaint(file, bracket, target, tree):
+    """What is wrong with `file` including `target`, or None."""
+    own = storey(file)
+    if own in FREE:
+        return None
+    rules = ALLOWED.get(file, ALLOWED[own])
+    if bracket == "<":
+        if own in PURE and file not in ALLOWED and target not in STANDARD_HEADERS:
+            return f"<{target}>: this storey uses the standard library only"
+        return None
+    if not (tree / target).is_file():
+        return f'"{target}": no such file from the root of the tree'
+    aim = storey(target)
+    if aim == own and file not in ALLOWED:
+        return None
+    if aim in rules or target in rules:
+        return None
+    return f'"{target}": {file if file in ALLOWED else own} must not include {aim or "it"}'
+
+
+def complaints(tree):
+    """Every wrong include of the tree, as texts with file and line."""
+    found = []
+    for path in sorted(tree.rglob("*")):
+        file = path.relative_to(tree).as_posix()
+        if path.suffix not in SOURCE_ENDINGS or storey(file) is None:
+            continue
+        for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
+            include = INCLUDE.match(line)
+            if include and (what := complaint(file, include[1], include[2], tree)):
+                found.append(f"{file}:{number}: {what}")
+    return found
+
+
+def main():
+    tree = Path(sys.argv[1]) if len(sys.argv) > 1 else Path(__file__).resolve().parents[2]
+    found = complaints(tree)
+    print("\n".join(found) if found else "All include arrows point the right way.")
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
