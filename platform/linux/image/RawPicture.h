@@ -6,6 +6,8 @@
 
 #include <span>
 
+#include "platform/linux/image/Frame.h"
+
 namespace platform_linux {
 
 /// Uncompressed layouts that cameras deliver, 8 bits a sample; named as they lie in memory.
@@ -19,12 +21,6 @@ enum class RawFormat {
   kRgbx,  ///< R G B and a byte that means nothing
   kBgrx,  ///< B G R and a byte that means nothing
 };
-
-/// Which recommendation's coefficients the luma was made with.
-enum class ColorMatrix { kBt601, kBt709 };
-
-/// Limited: luma 16 to 235, chroma 16 to 240. Full: 0 to 255.
-enum class ColorRange { kLimited, kFull };
 
 /// An uncompressed picture in memory that belongs to someone else. Matrix and range say nothing about RGB
 /// layouts.
@@ -40,8 +36,8 @@ struct RawPicture {
   std::uint32_t height = 0;
   /// As many as the format has; the others are empty.
   std::array<Plane, 3> planes;
-  ColorMatrix matrix = ColorMatrix::kBt601;
-  ColorRange range = ColorRange::kLimited;
+  ColorMatrix matrix = ColorMatrix::BT601;
+  ColorRange range = ColorRange::Limited;
   /// Whether the picture is to be delivered reversed left to right.
   bool mirrored = false;
 };

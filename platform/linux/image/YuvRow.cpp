@@ -23,11 +23,11 @@ std::uint8_t toLevel(std::int32_t value) {
 }  // namespace
 
 YuvMatrix::YuvMatrix(ColorMatrix matrix, ColorRange range) noexcept {
-  const bool bt709 = matrix == ColorMatrix::kBt709;
+  const bool bt709 = matrix == ColorMatrix::BT709;
   const double redWeight = bt709 ? 0.2126 : 0.299;
   const double blueWeight = bt709 ? 0.0722 : 0.114;
   const double greenWeight = 1 - redWeight - blueWeight;
-  const bool full = range == ColorRange::kFull;
+  const bool full = range == ColorRange::Full;
   const double lumaScale = full ? 1 : 255.0 / 219;
   const double chromaScale = full ? 1 : 255.0 / 224;
   lumaOffset_ = full ? 0 : 16;
