@@ -7,14 +7,16 @@
 
 namespace platform_linux {
 
-std::unique_ptr<JpegRowSource> JpegRowSource::open(std::span<const std::uint8_t> jpeg, std::string& failure) {
+std::unique_ptr<JpegRowSource> JpegRowSource::open(std::span<const std::uint8_t> jpeg, std::string& failure,
+                                                   bool mirrored) {
   std::unique_ptr<JpegRowSource> source(new JpegRowSource);
   if (!source->decompressor_.start(jpeg)) {
     failure = source->failure();
     return nullptr;
   }
   const auto exif = exifOfJpeg(jpeg);
-  if (exif && exif->orientation == Orientation::kMirrored) source->unmirroredRow_.resize(source->rowBytes());
+  const bool mirroredInItself = exif && exif->orientation == Orientation::kMirrored;
+  if (mirrored != mirroredInItself) source->unmirroredRow_.resize(source->rowBytes());
   return source;
 }
 
