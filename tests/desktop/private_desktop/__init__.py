@@ -1,0 +1,1 @@
+"""A desktop session of its own for one command: bus, PipeWire, cameras, display."""

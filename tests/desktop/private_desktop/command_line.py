@@ -1,0 +1,74 @@
+"""The runner's command line."""
+
+import argparse
+import glob
+import os
+import sys
+import tempfile
+
+from .desktop import Desktop
+from .failures import DesktopError
+from .guard import run_guarded
+from .notifications import SERVICES
+
+_SOURCE = os.path.dirname(os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__)))))
+
+
+def _newest_programs():
+    """The folder of the helper programs that were built last, or None."""
+    built = glob.glob(os.path.join(_SOURCE, "build", "**", "tests", "desktop", "virtual_camera"), recursive=True)
+    return os.path.dirname(max(built, key=os.path.getmtime)) if built else None
+
+
+def _assignment(text):
+    name, equals, value = text.partition("=")
+    if not name or not equals:
+        raise argparse.ArgumentTypeError("NAME=VALUE is expected")
+    return name, value
+
+
+def _parse(arguments):
+    parser = argparse.ArgumentParser(
+        prog="run", usage="run [OPTION]... -- COMMAND...",
+        description="Runs COMMAND in a desktop session of its own, with virtual cameras, and leaves nothing behind. "
+                    "The exit status is COMMAND's.")
+    parser.add_argument("--camera", metavar="SPEC", action="append", default=[],
+                        help="plug a virtual camera, as README.md describes; repeat for more, in this order")
+    parser.add_argument("--display", action="store_true", help="give the session an X display")
+    parser.add_argument("--notifications", choices=("none", *SERVICES), default="none",
+                        help="start this notification service (needs --display)")
+    parser.add_argument("--service-dir", metavar="DIR", action="append", default=[],
+                        help="let the session bus activate the services of DIR; repeatable")
+    parser.add_argument("--env", metavar="NAME=VALUE", action="append", type=_assignment, default=[],
+                        help="set a variable in the session; repeatable")
+    parser.add_argument("--locale", default="C.UTF-8", help="the session's locale (C.UTF-8)")
+    parser.add_argument("--programs", metavar="DIR",
+                        help="where virtual_camera and session_probe are; otherwise CAMERA_DESKTOP_PROGRAMS, "
+                             "otherwise the last build below build/")
+    parser.add_argument("--keep", action="store_true", help="keep the session's folder with its logs, and say where")
+    parser.add_argument("command", metavar="COMMAND", nargs="+")
+    options = parser.parse_args(arguments)
+    if options.notifications != "none" and not options.display:
+        parser.error("--notifications needs --display")
+    options.programs = options.programs or os.environ.get("CAMERA_DESKTOP_PROGRAMS") or _newest_programs()
+    return options
+
+
+def _work(folder, options):
+    try:
+        desktop = Desktop(folder, options)
+        try:
+            desktop.start()
+            return desktop.run(options.command)
+        finally:
+            desktop.tear_down()
+    except DesktopError as error:
+        print(f"run: {error}", file=sys.stderr)
+        return error.status
+
+
+def main(arguments):
+    """Returns the exit status."""
+    options = _parse(arguments)
+    folder = tempfile.mkdtemp(prefix="camera-desktop-")
+    return run_guarded(folder, options.keep, lambda: _work(folder, options))
