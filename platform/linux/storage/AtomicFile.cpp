@@ -1,0 +1,135 @@
+#include "platform/linux/storage/AtomicFile.h"
+
+#include <cerrno>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <tuple>
+#include <utility>
+
+#include "platform/linux/storage/TemporaryName.h"
+
+namespace platform_linux {
+
+namespace {
+
+/// How often a fresh hidden name is tried. One that is taken has odds of one in two thousand million.
+constexpr int kNameAttempts = 16;
+
+/// `path` cut after its last slash: the folder, ready for a name to be put behind it ("" is the current one),
+/// and the name.
+std::pair<std::string, std::string> splitPath(const std::string& path) {
+  const auto slash = path.rfind('/');
+  return slash == std::string::npos ? std::pair(std::string(), path)
+                                    : std::pair(path.substr(0, slash + 1), path.substr(slash + 1));
+}
+
+/// Marks the file as one whose writer lives: the lock goes with the process, however it ends. Answers whether
+/// the file is still there: a clean-up that met it between its creation and its lock has removed it. A file
+/// system without locks does without: there nothing is ever taken for a leftover.
+bool claim(int file) {
+  while (::flock(file, LOCK_EX) != 0 && errno == EINTR) {
+  }
+  struct stat status {};
+  return ::fstat(file, &status) == 0 && status.st_nlink > 0;
+}
+
+/// Makes the name itself survive a power cut. A folder that must not be read, or cannot be synchronised at
+/// all, has the file all the same.
+bool synchronizeFolder(const std::string& folder) {
+  const FileDescriptor descriptor(
+      ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  return !descriptor || ::fsync(descriptor.get()) == 0 || errno != EIO;
+}
+
+}  // namespace
+
+std::unique_ptr<AtomicFile> AtomicFile::open(const std::string& path, int& error,
+                                             std::optional<mode_t> mode) {
+  const auto [folder, name] = splitPath(path);
+  if (name.empty()) {
+    error = EISDIR;
+    return nullptr;
+  }
+  error = EEXIST;
+  for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
+    const std::string temporary = folder + makeTemporaryName(name);
+    FileDescriptor file(
+        ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode.value_or(0666)));
+    if (!file && errno == EEXIST) continue;
+    if (!file) {
+      error = errno;
+      return nullptr;
+    }
+    // A file system without permissions refuses; the mode given at the creation is then all there is.
+    if (mode) std::ignore = ::fchmod(file.get(), *mode);
+    if (claim(file.get()))
+      return std::unique_ptr<AtomicFile>(new AtomicFile(std::move(file), temporary, path));
+  }
+  return nullptr;
+}
+
+AtomicFile::AtomicFile(FileDescriptor file, std::string temporaryPath, std::string path)
+    : file_(std::move(file)), temporaryPath_(std::move(temporaryPath)), path_(std::move(path)) {}
+
+AtomicFile::~AtomicFile() {
+  if (temporaryExists_) ::unlink(temporaryPath_.c_str());
+}
+
+bool AtomicFile::fail() noexcept {
+  if (error_ == 0) error_ = errno;
+  return false;
+}
+
+bool AtomicFile::write(std::span<const std::uint8_t> bytes) noexcept {
+  if (error_ != 0) return false;
+  while (!bytes.empty()) {
+    const ssize_t written = ::write(file_.get(), bytes.data(), bytes.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) return fail();
+    bytes = bytes.subspan(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+bool AtomicFile::commit() noexcept {
+  if (error_ != 0) return false;
+  if (::fsync(file_.get()) != 0) return fail();
+  if (::rename(temporaryPath_.c_str(), path_.c_str()) != 0) return fail();
+  temporaryExists_ = false;
+  if (!synchronizeFolder(splitPath(path_).first)) return fail();
+  // A later write must not change the file behind its name's back.
+  file_ = FileDescriptor();
+  return true;
+}
+
+namespace {
+
+struct CloseFolder {
+  void operator()(DIR* folder) const { ::closedir(folder); }
+};
+
+/// Whether the hidden file `name` has lost its writer; then it is removed. The lock is kept until the name is
+/// gone, so that nobody else claims the file meanwhile.
+bool removeIfAbandoned(int folder, const char* name) {
+  // For writing: a network file system grants an exclusive lock to nobody else.
+  const FileDescriptor file(::openat(folder, name, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  struct stat status {};
+  return file && ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) &&
+         status.st_uid == ::geteuid() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0 &&
+         ::unlinkat(folder, name, 0) == 0;
+}
+
+}  // namespace
+
+int removeLeftovers(const std::string& folder) {
+  const std::unique_ptr<DIR, CloseFolder> entries(::opendir(folder.c_str()));
+  if (!entries) return 0;
+  int removed = 0;
+  while (const dirent* const entry = ::readdir(entries.get()))
+    if (isTemporaryName(entry->d_name) && removeIfAbandoned(::dirfd(entries.get()), entry->d_name)) ++removed;
+  return removed;
+}
+
+}  // namespace platform_linux

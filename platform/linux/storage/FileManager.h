@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+#include "platform/Foundation/NSFileManager.h"
+
+namespace platform_linux {
+
+/// The file system, and the folders that the desktop has given the user (the XDG user directories).
+/// Thread-safe.
+class FileManager : public platform::NSFileManager {
+ public:
+  bool fileExistsAtPath(const std::string& path) const override;
+  int whyNotWritableDirectory(const std::string& path) const override;
+  std::string abbreviatingWithTilde(const std::string& path) const override;
+  /// `XDG_PICTURES_DIR` of the user's `user-dirs.dirs`, also where that is the home folder itself;
+  /// `~/Pictures` where the user has chosen nothing. The answer stands even when the folder could not be
+  /// made: the first write then tells why.
+  std::optional<std::string> picturesDirectory() override;
+  /// New files are for the user alone (0600), so are new folders (0700). A device, e.g. a link to /dev/null,
+  /// is written to as it is.
+  bool appendLine(const std::string& path, const std::string& line) override;
+};
+
+}  // namespace platform_linux
