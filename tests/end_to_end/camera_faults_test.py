@@ -1,0 +1,139 @@
+#!/usr/bin/env python3
+"""Cameras that are missing, go away, fall silent, or send what is no picture."""
+
+import unittest
+
+import pixels
+from tool import HD, Tool, ToolTest, control, in_desktop
+from waiting import wait_until
+
+SMALL = "name=desk,title=Desk camera,modes=MJPG:640x480@30"
+LATE = SMALL + ",start-delay=60000"  # no frame before a test has done its part
+
+
+class CameraFaults(ToolTest):
+    def assert_failed_shot(self, tool):
+        """A failed shot leaves the tool up, without a photo, until it is asked to end."""
+        wait_until(lambda: "Error while capture" in tool.log(), tool.state, what="the failed shot's line in the log")
+        self.assertEqual(tool.stop(), 0)
+        self.assertEqual(tool.names(), ["Launch", "Start", "Quit"])
+        self.assert_no_photo(tool)
+
+    @in_desktop()
+    def test_no_camera_ends_the_run_without_a_photo(self):
+        tool = Tool()
+        self.assertEqual(tool.run(), 0, tool.log())
+        self.assertEqual(tool.names(), ["Launch", "Quit"])
+        self.assert_no_photo(tool)
+
+    @in_desktop(LATE)
+    def test_unplugged_before_the_shot(self):
+        tool = Tool().start()
+        control("camera", "1", "wait-streaming")
+        control("camera", "1", "unplug")
+        self.assertEqual(tool.wait(), 0, tool.log())
+        self.assertEqual(tool.names(), ["Launch", "Start", "Quit"])
+        self.assert_no_photo(tool)
+
+    @in_desktop(LATE)
+    def test_unplugged_during_the_shot(self):
+        tool = Tool().start()
+        tool.wait_for_event("Start")
+        control("camera", "1", "unplug")
+        self.assert_failed_shot(tool)
+
+    @in_desktop("name=desk,modes=MJPG:3840x2160@30,noise=20")
+    def test_unplugged_while_the_file_is_written(self):
+        tool = Tool().start()
+        wait_until(lambda: any(tool.photo_folder.iterdir()), tool.photo_folder, what="the file being written")
+        control("camera", "1", "unplug")
+        self.assertEqual(tool.wait(), 0, tool.log())
+        self.assert_one_photo(tool)
+
+    @in_desktop(SMALL + ",fault=stall:0")
+    def test_a_camera_that_never_sends_a_frame(self):
+        tool = Tool().start()
+        self.assert_failed_shot(tool)
+        self.assertIn("code = 110. ", tool.log())  # ETIMEDOUT
+
+    @in_desktop(SMALL + ",fault=stall:10")
+    def test_a_camera_that_stalls(self):
+        self.assert_failed_shot(Tool().start())
+
+    @in_desktop(SMALL + ",fault=truncated:0")
+    def test_a_camera_that_sends_only_truncated_frames(self):
+        self.assert_failed_shot(Tool().start())
+
+    @in_desktop(SMALL + ",fault=truncated:10-40")
+    def test_truncated_frames_among_whole_ones_are_left_out(self):
+        tool = Tool()
+        self.assertEqual(tool.run(), 0, tool.log())
+        self.assertGreater(pixels.decode_png(self.assert_one_photo(tool)).at(0.97, 0.5)[0], 180)
+
+    @in_desktop(SMALL + ",fault=empty:0")
+    def test_a_camera_that_sends_only_empty_frames(self):
+        self.assert_failed_shot(Tool().start())
+
+    @in_desktop(SMALL + ",fault=empty:20-40")
+    def test_empty_frames_among_whole_ones_are_left_out(self):
+        tool = Tool()
+        self.assertEqual(tool.run(), 0, tool.log())
+        self.assert_one_photo(tool)
+
+    @in_desktop(SMALL + ",fault=busy")
+    def test_a_busy_camera(self):
+        self.assert_failed_shot(Tool().start())
+
+    @in_desktop(SMALL + ",fault=error:10")
+    def test_a_camera_that_breaks(self):
+        self.assert_failed_shot(Tool().start())
+
+    @in_desktop(SMALL + ",start-delay=1500")
+    def test_a_camera_that_starts_late(self):
+        tool = Tool()
+        self.assertEqual(tool.run(), 0, tool.log())
+        self.assert_one_photo(tool)
+
+
+class Pipewire(ToolTest):
+    @in_desktop(HD)
+    def test_absent_at_the_start(self):
+        control("pipewire", "kill")
+        tool = Tool()
+        self.assertEqual(tool.run(), 0, tool.log())
+        self.assertEqual(tool.names(), ["Launch", "Quit"])
+        self.assert_no_photo(tool)
+
+    @in_desktop(LATE)
+    def test_dies_during_the_shot(self):
+        tool = Tool().start()
+        tool.wait_for_event("Start")
+        control("pipewire", "kill")
+        wait_until(lambda: "Error while capture" in tool.log(), tool.state, what="the failed shot's line in the log")
+        self.assertEqual(tool.stop(), 0)
+        self.assert_no_photo(tool)
+
+    @in_desktop(HD)
+    def test_dies_and_comes_back_before_the_next_run(self):
+        control("pipewire", "restart")
+        tool = Tool()
+        self.assertEqual(tool.run(), 0, tool.log())
+        self.assert_one_photo(tool)
+
+    @in_desktop(LATE)
+    def test_dies_and_comes_back_before_the_shot(self):
+        tool = Tool().start()
+        control("camera", "1", "wait-streaming")
+        control("pipewire", "restart")
+        # The camera was gone for a moment: the run says so and ends, or its shot fails; it never hangs or crashes.
+        wait_until(
+            lambda: "Quit" in tool.names() or "Error while capture" in tool.log(), tool.state, what="the end of the shot"
+        )
+        if tool.process.poll() is None and "Quit" not in tool.names():
+            tool.stop()
+        self.assertEqual(tool.wait(), 0, tool.log())
+        self.assert_no_photo(tool)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,207 @@
+#!/usr/bin/env python3
+"""Damaged settings, difficult folders, taken names, and runs that are killed while they save."""
+
+import datetime
+import os
+import signal
+import unittest
+from pathlib import Path
+
+from tool import HD, Tool, ToolTest, in_desktop
+from waiting import wait_until
+
+
+class Settings(ToolTest):
+    @in_desktop(HD)
+    def test_a_damaged_locations_file_is_set_aside_and_named_and_the_default_applies(self):
+        tool = Tool()
+        damaged = "this is no settings file\n\x00\x01"
+        (tool.config / "locations.ini").write_text(damaged, encoding="utf-8")
+        self.assertEqual(tool.run(), 0, tool.log())
+        kept = list(tool.config.glob("locations.ini.damaged*"))
+        self.assertEqual([path.read_text(encoding="utf-8") for path in kept], [damaged])
+        self.assertIn("locations.ini", tool.log())
+        self.assertEqual(len(list((Path(os.environ["HOME"]) / "Pictures").glob("*.png"))), 1)
+
+    @in_desktop(HD)
+    def test_damaged_settings_are_set_aside_and_the_defaults_ask_for_a_window(self):
+        tool = Tool(settings="[Defaults\nShowPreview=false\n")
+        self.assertNotEqual(tool.run(), 0)  # no display for the window
+        self.assertEqual(len(list(tool.config.glob("camera-shot.ini.damaged*"))), 1)
+        self.assertIn("camera-shot.ini", tool.log())
+        self.assertEqual(tool.events()[0]["prefs"], {"ShowPreview": True})
+
+    @in_desktop(HD)
+    def test_settings_that_are_no_file_are_left_alone(self):
+        tool = Tool()
+        (tool.config / "locations.ini").unlink()
+        (tool.config / "locations.ini").mkdir()
+        self.assertEqual(tool.run(), 0, tool.log())
+        self.assertIn("locations.ini", tool.log())
+        self.assertEqual(len(list((Path(os.environ["HOME"]) / "Pictures").glob("*.png"))), 1)
+
+    @in_desktop(HD)
+    def test_a_whole_number_256_reads_as_off_and_is_a_silent_run(self):
+        tool = Tool(settings="[Defaults]\nShowPreview=256\n")
+        self.assertEqual(tool.run(), 0, tool.log())
+        self.assertEqual(tool.events()[0]["details"], {"Silent": True})
+        self.assert_one_photo(tool)
+
+
+class Folders(ToolTest):
+    def check_folder_named(self, name):
+        folder = Path(os.environ["HOME"]) / name
+        folder.mkdir()
+        tool = Tool(photos=folder)
+        self.assertEqual(tool.run(), 0, tool.log())
+        self.assert_one_photo(tool)
+
+    @in_desktop(HD)
+    def test_named_with_spaces_and_signs(self):
+        self.check_folder_named("My photos #1 100% \"new\" 'shots' ;=[x]")
+
+    @in_desktop(HD)
+    def test_named_in_many_scripts(self):
+        self.check_folder_named("Фотографії 写真 صور é 📷")
+
+    @in_desktop(HD)
+    def test_named_with_a_backslash(self):
+        self.check_folder_named("back\\slash")
+
+    @in_desktop(HD)
+    def test_ending_in_a_slash(self):
+        tool = Tool()
+        tool.write_location(f"{tool.photo_folder}/")
+        self.assertEqual(tool.run(), 0, tool.log())
+        self.assert_one_photo(tool)
+
+    def assert_run_without_a_file(self, tool):
+        self.assertEqual(tool.run(), 0, tool.log())
+        self.assertEqual(tool.names(), ["Launch", "Start", "Stop", "Quit"])
+        self.assertIn("Camera shot", tool.log())  # names the file that could not be saved
+
+    @in_desktop(HD)
+    def test_that_is_missing_is_not_made(self):
+        tool = Tool(photos=Path(os.environ["HOME"]) / "gone")
+        self.assert_run_without_a_file(tool)
+        self.assertFalse(tool.photo_folder.exists())
+
+    @in_desktop(HD)
+    def test_that_cannot_be_written_to(self):
+        tool = Tool(photos="/proc/1")  # read-only for everybody
+        self.assert_run_without_a_file(tool)
+
+    @in_desktop(HD + ",noise=20")
+    def test_on_a_full_disk(self):
+        folder = Path(os.environ["HOME"]) / "small disk"
+        folder.mkdir()
+        mount = 'mount -t tmpfs -o size=256k none "$0" && exec "$@"'
+        namespace = ["unshare", "--mount"] if os.geteuid() == 0 else ["unshare", "--mount", "--map-root-user"]
+        look = f'"$@"; status=$?; ls -A "{folder}" >"{folder}/../listing"; exit $status'
+        tool = Tool(photos=folder, command=[*namespace, "sh", "-c", mount, folder, "sh", "-c", look, "sh"])
+        self.assert_run_without_a_file(tool)
+        self.assertEqual((folder / "../listing").read_text(encoding="utf-8"), "")
+
+    @in_desktop(HD)
+    def test_names_that_are_taken_by_files_and_folders_are_counted_past(self):
+        tool = Tool()
+        now = datetime.datetime.now()
+        for seconds in range(-1, 20):
+            moment = (now + datetime.timedelta(seconds=seconds)).strftime("%Y-%m-%d %H.%M.%S")
+            (tool.photo_folder / f"Camera shot {moment}.png").mkdir()
+            for number in range(1, 12):
+                (tool.photo_folder / f"Camera shot {moment} ({number}).png").touch()
+        self.assertEqual(tool.run(), 0, tool.log())
+        written = [path for path in tool.photos() if path.is_file() and path.stat().st_size > 0]
+        self.assertEqual(len(written), 1)
+        self.assertTrue(written[0].name.endswith(" (12).png"), written)
+        self.assert_whole_png(written[0])
+
+
+class Killed(ToolTest):
+    """A save that is interrupted leaves a whole photo or none, and no rubbish for long."""
+
+    def kill_while_saving(self, tool, signal_number, after_changes):
+        """Sends the signal once the folder has changed so many times; more changes than there are: after the run."""
+        tool.start()
+        seen = 0
+        known = {}
+
+        def enough():
+            nonlocal seen, known
+            now = {path.name: path.stat().st_size for path in tool.photo_folder.iterdir() if path.exists()}
+            seen += now != known
+            known = now
+            return seen > after_changes or tool.process.poll() is not None or "Quit" in tool.names()
+
+        wait_until(enough, tool.photo_folder, tool.state, what="the save")
+        tool.process.send_signal(signal_number)
+        tool.wait()
+
+    def assert_no_part_under_a_final_name(self, tool):
+        for photo in tool.photos():
+            self.assert_whole_png(photo)
+
+    @in_desktop("name=desk,modes=MJPG:1920x1080@30,noise=20")
+    def test_by_sigkill_at_many_moments_of_a_save(self):
+        tool = Tool()
+        for moment in range(8):
+            self.kill_while_saving(tool, signal.SIGKILL, moment)
+            self.assert_no_part_under_a_final_name(tool)
+        # The next whole run clears away what the killed ones left.
+        self.assertEqual(tool.run(), 0, tool.log())
+        self.assertEqual(tool.leftovers(), [])
+
+    @in_desktop("name=desk,modes=MJPG:1920x1080@30,noise=20")
+    def test_by_sigterm_during_a_save_the_photo_is_whole_or_absent_and_nothing_is_left(self):
+        tool = Tool()
+        for moment in range(4):
+            self.kill_while_saving(tool, signal.SIGTERM, moment)
+            self.assert_no_part_under_a_final_name(tool)
+            self.assertEqual(tool.leftovers(), [])
+            self.assertEqual(tool.names()[-1], "Quit")
+
+
+class SomeoneElsesFiles(ToolTest):
+    @in_desktop(HD)
+    def test_are_left_alone(self):
+        tool = Tool()
+        foreign = [tool.photo_folder / name for name in (".hidden", "notes.txt", ".other.quillo-part")]
+        for path in foreign:
+            path.write_text("mine", encoding="utf-8")
+        tool.run()
+        self.assertEqual([path.read_text(encoding="utf-8") for path in foreign[:2]], ["mine", "mine"])
+
+
+class EventLog(ToolTest):
+    @in_desktop(HD)
+    def test_lines_of_runs_at_the_same_time_never_mix(self):
+        tools = [Tool() for _ in range(1)]
+        starts = [tools[0].start().process for _ in range(6)]
+        for process in starts:
+            tools[0].process = process
+            self.assertEqual(tools[0].wait(), 0)
+        names = tools[0].names()  # raises where a line is no JSON
+        self.assertEqual(names.count("Launch"), 6)
+        self.assertEqual(names.count("Quit"), 6)
+        self.assertEqual(names.count("Stop"), 1)
+
+    @in_desktop(HD)
+    def test_can_be_switched_off(self):
+        tool = Tool()
+        (tool.config / "suite.ini").write_text("[Suite]\nUsageEvents=false\n", encoding="utf-8")
+        self.assertEqual(tool.run(), 0, tool.log())
+        self.assert_one_photo(tool)
+        self.assertEqual(tool.events(), [])
+
+    @in_desktop(HD)
+    def test_that_cannot_be_written_costs_no_photo(self):
+        tool = Tool()
+        (tool.state / "usage-events.jsonl").mkdir()
+        tool.start()
+        self.assertEqual(tool.wait(), 0, tool.log())
+        self.assertEqual(len(tool.photos()), 1)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,141 @@
+"""The installed program in a private desktop, and what it leaves behind."""
+
+import contextlib
+import functools
+import json
+import os
+import signal
+import subprocess
+import sys
+import unittest
+from pathlib import Path
+
+from waiting import wait_for_exit, wait_until
+
+ROOT = Path(__file__).resolve().parents[2]
+TOOL_IDENTIFIER = "a5f597ea-d3f3-4347-bbe6-344e240acc7e"
+HD = "name=desk,title=Desk camera,modes=MJPG:1280x720@30"
+
+
+def installation():
+    """The prefix of the installation under test."""
+    return Path(os.environ["CAMERA_SHOT_PREFIX"])
+
+
+def in_desktop(*cameras, options=()):
+    """Runs a test method in a private desktop of its own with these cameras; fails with all that was said there."""
+
+    def decorate(method):
+        @functools.wraps(method)
+        def test(self):
+            if "CAMERA_DESKTOP_DIR" in os.environ:
+                return method(self)
+            plugged = [part for camera in cameras for part in ("--camera", camera)]
+            done = subprocess.run(
+                [ROOT / "tests/desktop/run", *plugged, *options, "--", sys.executable, sys.argv[0],
+                 f"{type(self).__name__}.{method.__name__}"],
+                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False,
+            )
+            if done.returncode != 0:
+                self.fail(done.stdout)
+            return None
+
+        return test
+
+    return decorate
+
+
+def control(*words):
+    """Asks the private desktop for something; returns its answer once it has taken effect."""
+    return subprocess.run([ROOT / "tests/desktop/control", *words], check=True, capture_output=True, text=True).stdout
+
+
+class Tool:
+    """One start of the program, with a folder for its photos."""
+
+    def __init__(self, *, show_preview=False, photos=None, settings=None, environment=None, command=()):
+        self.config = Path(os.environ["XDG_CONFIG_HOME"]) / "quillo"
+        self.state = Path(os.environ["XDG_STATE_HOME"]) / "quillo"
+        self.config.mkdir(parents=True, exist_ok=True)
+        self.state.mkdir(parents=True, exist_ok=True)
+        self.photo_folder = Path(photos) if photos else Path(os.environ["HOME"]) / "shots"
+        if not photos:
+            self.photo_folder.mkdir(exist_ok=True)
+        if settings is None:
+            settings = f"[Defaults]\nShowPreview={str(show_preview).lower()}\n"
+        (self.config / "camera-shot.ini").write_text(settings, encoding="utf-8")
+        self.write_location(self.photo_folder)
+        self.log_path = self.state / "log.txt"
+        self.environment = {**os.environ, **(environment or {})}
+        self.command = list(command)
+        self.process = None
+
+    def write_location(self, folder):
+        # As key files want it: a backslash stands for itself when doubled.
+        escaped = os.fspath(folder).replace("\\", "\\\\")
+        (self.config / "locations.ini").write_text(f"[Locations]\n{TOOL_IDENTIFIER}={escaped}\n", encoding="utf-8")
+
+    def start(self):
+        environment = {name: value for name, value in self.environment.items() if value is not None}
+        with open(self.log_path, "ab") as log:
+            self.process = subprocess.Popen(
+                [*self.command, installation() / "bin/quillo-camera-shot"], env=environment, stdin=subprocess.DEVNULL,
+                stdout=log, stderr=log, start_new_session=True,
+            )
+        return self
+
+    def run(self):
+        """A whole run; returns the exit status."""
+        self.start()
+        return self.wait()
+
+    def wait(self):
+        return wait_for_exit(self.process)
+
+    def stop(self):
+        """Asks the program to end, as a session does; returns the exit status."""
+        self.process.send_signal(signal.SIGTERM)
+        return self.wait()
+
+    def events(self):
+        with contextlib.suppress(FileNotFoundError):
+            lines = (self.state / "usage-events.jsonl").read_text(encoding="utf-8").splitlines()
+            return [json.loads(line) for line in lines]
+        return []
+
+    def names(self):
+        return [event["event"] for event in self.events()]
+
+    def wait_for_event(self, name):
+        wait_until(lambda: name in self.names(), self.state, what=f'the event "{name}"')
+
+    def photos(self):
+        return sorted(self.photo_folder.glob("*.png"))
+
+    def leftovers(self):
+        """Whatever in the photo folder is no finished photo."""
+        return sorted(path for path in self.photo_folder.iterdir() if path.suffix != ".png" or path.name.startswith("."))
+
+    def log(self):
+        return self.log_path.read_text(encoding="utf-8", errors="replace")
+
+
+class ToolTest(unittest.TestCase):
+    """What the tests of whole runs have in common."""
+
+    def assert_whole_png(self, path):
+        checked = subprocess.run(["pngcheck", "-v", path], capture_output=True, text=True, check=False)
+        self.assertEqual(checked.returncode, 0, checked.stdout + checked.stderr)
+        return checked.stdout
+
+    def assert_one_photo(self, tool):
+        photos = tool.photos()
+        self.assertEqual(len(photos), 1, f"{photos}\n{tool.log()}")
+        self.assert_whole_png(photos[0])
+        self.assertEqual(tool.leftovers(), [])
+        return photos[0]
+
+    def assert_no_photo(self, tool):
+        self.assertEqual(tool.photos(), [], tool.log())
+        self.assertEqual(tool.leftovers(), [])
+

@@ -1,0 +1,56 @@
+"""Waiting for what happens, never for time: every wait sleeps in the kernel until something moves, and has a bound."""
+
+import ctypes
+import os
+import select
+import time
+
+BOUND = 20.0  # seconds; far above anything that is waited for, so that only a fault reaches it
+
+_IN_MODIFY, _IN_MOVED_TO, _IN_CREATE, _IN_DELETE, _IN_CLOSE_WRITE = 0x2, 0x80, 0x100, 0x200, 0x8
+_libc = ctypes.CDLL(None, use_errno=True)
+
+
+class FolderWatch:
+    """Tells when anything changes in the given folders (inotify); those that are missing are watched from their parent."""
+
+    def __init__(self, *folders):
+        self._fd = _libc.inotify_init1(os.O_CLOEXEC | os.O_NONBLOCK)
+        mask = _IN_MODIFY | _IN_MOVED_TO | _IN_CREATE | _IN_DELETE | _IN_CLOSE_WRITE
+        for folder in folders:
+            if _libc.inotify_add_watch(self._fd, os.fsencode(folder), mask) < 0:
+                raise OSError(ctypes.get_errno(), os.strerror(ctypes.get_errno()), str(folder))
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        os.close(self._fd)
+
+    def wait(self, seconds):
+        """Returns once something has changed, or after that time."""
+        if select.select([self._fd], [], [], max(0.0, seconds))[0]:
+            os.read(self._fd, 65536)
+
+
+def wait_until(condition, *folders, what="the awaited event", bound=BOUND):
+    """Returns the condition's first true answer; it is asked again whenever something changes in the folders."""
+    deadline = time.monotonic() + bound
+    with FolderWatch(*folders) as watch:
+        while True:
+            if answer := condition():
+                return answer
+            if time.monotonic() > deadline:
+                raise AssertionError(f"{what} did not come within {bound} s")
+            watch.wait(deadline - time.monotonic())
+
+
+def wait_for_exit(process, bound=BOUND):
+    """Waits for a subprocess to end and returns its exit status."""
+    pidfd = os.pidfd_open(process.pid)
+    try:
+        if not select.select([pidfd], [], [], bound)[0]:
+            raise AssertionError(f"the process did not end within {bound} s")
+    finally:
+        os.close(pidfd)
+    return process.wait()
