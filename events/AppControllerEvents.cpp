@@ -3,7 +3,9 @@
 namespace camera_shot {
 
 void AppController::logCEP(const std::string& event, const std::optional<suite::Dictionary>& details) {
-  suite_.cepLog.log(event, suite::Dictionary{{"ShowPreview", preferences_->showPreview()}}, details);
+  // A quit may come before start-up has made the preferences.
+  const bool showPreview = preferences_ && preferences_->showPreview();
+  suite_.cepLog.log(event, suite::Dictionary{{"ShowPreview", showPreview}}, details);
 }
 
 }  // namespace camera_shot
