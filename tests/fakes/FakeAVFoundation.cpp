@@ -15,18 +15,24 @@ void FakePhotoOutput::capturePhotoWithSettings(
   for (const auto& [key, value] : settings.format)
     line += " " + key + "=" + value;
   journal_.add(line);
+  const std::scoped_lock lock(mutex_);
   delegates_.push_back(std::move(delegate));
 }
 
 void FakePhotoOutput::answer(std::shared_ptr<platform::AVCapturePhoto> photo,
                              const std::optional<platform::NSError>& error) {
-  const auto delegate = delegates_.front();
-  delegates_.erase(delegates_.begin());
+  std::shared_ptr<platform::AVCapturePhotoCaptureDelegate> delegate;
+  {
+    const std::scoped_lock lock(mutex_);
+    delegate = delegates_.front();
+    delegates_.erase(delegates_.begin());
+  }
   delegate->captureOutputDidFinishProcessingPhoto(*this, std::move(photo), error);
 }
 
 std::vector<std::shared_ptr<platform::AVCaptureDevice>> FakeAVFoundation::devicesWithMediaType(
     const std::string&) {
+  journal_.add("cameras listed");
   return {devices.begin(), devices.end()};
 }
 
@@ -46,13 +52,14 @@ void FakeAVFoundation::requestAccessForMediaType(const std::string&,
 std::shared_ptr<platform::AVCaptureDeviceInput> FakeAVFoundation::deviceInputWithDevice(
     const std::shared_ptr<platform::AVCaptureDevice>& device, std::optional<platform::NSError>& error) {
   journal_.add("input " + device->uniqueID());
-  if (!inputFails) return std::make_shared<FakeDeviceInput>();
+  if (!inputFails) return std::make_shared<FakeDeviceInput>(device->uniqueID());
   error = platform::NSError{ENODEV, "the camera is gone"};
   return nullptr;
 }
 
 std::shared_ptr<platform::AVCaptureSession> FakeAVFoundation::session() {
-  return std::make_shared<FakeSession>(journal_);
+  sessions.push_back(std::make_shared<FakeSession>(journal_));
+  return sessions.back();
 }
 
 std::shared_ptr<platform::AVCapturePhotoOutput> FakeAVFoundation::photoOutput() {

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -38,7 +41,8 @@ class FakeConnection : public platform::AVCaptureConnection {
 
   std::vector<platform::AVCaptureInputPort> ports{{platform::AVMediaTypeVideo}};
   bool mirroringSupported = true;
-  bool mirrored = false;
+  /// Set on the main thread, read on the capture service's.
+  std::atomic<bool> mirrored = false;
 
  private:
   Journal& journal_;
@@ -60,7 +64,10 @@ class FakePhotoOutput : public platform::AVCapturePhotoOutput {
   void capturePhotoWithSettings(const platform::AVCapturePhotoSettings& settings,
                                 std::shared_ptr<platform::AVCapturePhotoCaptureDelegate> delegate) override;
 
-  int pending() const { return static_cast<int>(delegates_.size()); }
+  int pending() const {
+    const std::scoped_lock lock(mutex_);
+    return static_cast<int>(delegates_.size());
+  }
   void deliver(std::shared_ptr<platform::AVCapturePhoto> photo) { answer(std::move(photo), std::nullopt); }
   void fail(std::int64_t code) { answer(nullptr, platform::NSError{code, "camera error"}); }
 
@@ -70,10 +77,14 @@ class FakePhotoOutput : public platform::AVCapturePhotoOutput {
   void answer(std::shared_ptr<platform::AVCapturePhoto> photo, const std::optional<platform::NSError>& error);
 
   Journal& journal_;
+  mutable std::mutex mutex_;
   std::vector<std::shared_ptr<platform::AVCapturePhotoCaptureDelegate>> delegates_;
 };
 
-struct FakeDeviceInput : platform::AVCaptureDeviceInput {};
+struct FakeDeviceInput : platform::AVCaptureDeviceInput {
+  explicit FakeDeviceInput(std::string id) : cameraID(std::move(id)) {}
+  std::string cameraID;
+};
 
 class FakeSession : public platform::AVCaptureSession {
  public:
@@ -81,12 +92,22 @@ class FakeSession : public platform::AVCaptureSession {
   void setSessionPreset(const std::string& preset) override { journal_.add("session preset " + preset); }
   void addInput(std::shared_ptr<platform::AVCaptureDeviceInput> input) override {
     journal_.add(input ? "session addInput" : "session addInput none");
+    if (const auto known = std::dynamic_pointer_cast<FakeDeviceInput>(input)) cameraID = known->cameraID;
   }
   void addOutput(std::shared_ptr<platform::AVCapturePhotoOutput>) override {
     journal_.add("session addOutput");
   }
-  void startRunning() override { journal_.add("session startRunning"); }
-  void stopRunning() override { journal_.add("session stopRunning"); }
+  void startRunning() override {
+    running = true;
+    journal_.add("session startRunning");
+  }
+  void stopRunning() override {
+    running = false;
+    journal_.add("session stopRunning");
+  }
+
+  std::string cameraID;
+  bool running = false;
 
  private:
   Journal& journal_;
@@ -125,6 +146,8 @@ class FakeAVFoundation : public platform::AVFoundation {
   std::set<std::string> unknown;
   platform::AVAuthorizationStatus authorization = platform::AVAuthorizationStatus::Authorized;
   std::vector<std::function<void(bool)>> accessRequests;
+  /// One of each for every photo taker made, the last one at the end.
+  std::vector<std::shared_ptr<FakeSession>> sessions;
   std::vector<std::shared_ptr<FakePhotoOutput>> outputs;
   std::vector<std::shared_ptr<FakePreviewLayer>> layers;
   /// The connections that the next photo output has.

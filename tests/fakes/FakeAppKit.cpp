@@ -153,6 +153,11 @@ void FakeWindow::orderOut() {
   if (std::exchange(visible, false)) tellOcclusion();
 }
 
+void FakeWindow::close() {
+  journal_.add(name + " close");
+  if (std::exchange(visible, false)) tellOcclusion();
+}
+
 void FakeWindow::setStyleMask(unsigned value) {
   mask = value;
   journal_.add(name + " styleMask " + std::to_string(value));

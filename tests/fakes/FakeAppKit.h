@@ -127,6 +127,8 @@ class FakeWindow : public platform::NSWindow {
   void setStyleMask(unsigned value) override;
   void setFrameAutosaveName(const std::string& value) override;
   void setDelegate(std::weak_ptr<platform::NSWindowDelegate> value) override;
+  /// The user closes the window with the window manager's means.
+  void close();
   /// What the window system tells when the window comes on the screen, leaves it, or is covered.
   void tellOcclusion() const;
   void tellKey() const;

@@ -16,23 +16,49 @@ struct FakeMainLoop::Timer : platform::NSTimer {
 };
 
 void FakeMainLoop::async(std::function<void()> work) {
-  schedule(now_, std::move(work));
+  schedule(Milliseconds(0), std::move(work));
 }
 
 void FakeMainLoop::sync(std::function<void()> work) {
-  if (!ended_) work();
+  if (std::this_thread::get_id() == mainThread_) {
+    work();
+    return;
+  }
+  enum class State { Waiting, Started, Done };
+  const auto state = std::make_shared<State>(State::Waiting);
+  const auto enter = [this, state](State next) {
+    const std::scoped_lock lock(mutex_);
+    *state = next;
+    changed_.notify_all();
+  };
+  schedule(Milliseconds(0), [enter, work = std::move(work)] {
+    enter(State::Started);
+    work();
+    enter(State::Done);
+  });
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [&] { return *state == State::Done || (ended_ && *state == State::Waiting); });
 }
 
 void FakeMainLoop::after(Milliseconds delay, std::function<void()> work) {
-  schedule(now_ + delay, std::move(work));
+  schedule(delay, std::move(work));
 }
 
-void FakeMainLoop::schedule(Milliseconds at, std::function<void()> work) {
-  due_.push_back({at, number_++, std::move(work)});
+void FakeMainLoop::schedule(Milliseconds delay, std::function<void()> work) {
+  const std::scoped_lock lock(mutex_);
+  due_.push_back({now_ + delay, number_++, std::move(work)});
+  changed_.notify_all();
+}
+
+void FakeMainLoop::end() {
+  const std::scoped_lock lock(mutex_);
+  ended_ = true;
+  changed_.notify_all();
 }
 
 std::shared_ptr<platform::NSTimer> FakeMainLoop::addRepeatingTimer(Milliseconds interval,
                                                                    std::function<void()> action) {
+  if (journal_) journal_->add("timer every " + std::to_string(interval.count()) + " ms");
   auto timer = std::make_shared<Timer>(interval, std::move(action));
   timers_.push_back(timer);
   arm(timer);
@@ -40,7 +66,7 @@ std::shared_ptr<platform::NSTimer> FakeMainLoop::addRepeatingTimer(Milliseconds 
 }
 
 void FakeMainLoop::arm(const std::weak_ptr<Timer>& timer) {
-  schedule(now_ + timer.lock()->interval, [this, timer] {
+  schedule(timer.lock()->interval, [this, timer] {
     const auto live = timer.lock();
     if (!live || !live->valid) return;
     arm(timer);
@@ -55,23 +81,51 @@ int FakeMainLoop::activeTimers() const {
   }));
 }
 
+std::vector<Milliseconds> FakeMainLoop::waits() const {
+  const std::scoped_lock lock(mutex_);
+  std::vector<Milliseconds> all;
+  for (const auto& each : due_)
+    all.push_back(each.at - now_);
+  std::sort(all.begin(), all.end());
+  return all;
+}
+
+std::function<void()> FakeMainLoop::takeNext(Milliseconds until) {
+  const std::scoped_lock lock(mutex_);
+  const auto next = std::min_element(due_.begin(), due_.end(), [](const Due& a, const Due& b) {
+    return std::pair(a.at, a.number) < std::pair(b.at, b.number);
+  });
+  if (ended_ || next == due_.end() || next->at > until) {
+    now_ = until;
+    return nullptr;
+  }
+  now_ = std::max(now_, next->at);
+  auto work = std::move(next->work);
+  due_.erase(next);
+  return work;
+}
+
 void FakeMainLoop::advance(Milliseconds time) {
   const Milliseconds until = now_ + time;
-  while (!ended_) {
-    const auto next = std::min_element(due_.begin(), due_.end(), [](const Due& a, const Due& b) {
-      return std::pair(a.at, a.number) < std::pair(b.at, b.number);
-    });
-    if (next == due_.end() || next->at > until) break;
-    now_ = std::max(now_, next->at);
-    const auto work = std::move(next->work);
-    due_.erase(next);
+  while (const auto work = takeNext(until))
     work();
+}
+
+bool FakeMainLoop::runWhenWorkArrives() {
+  {
+    std::unique_lock lock(mutex_);
+    const auto isDue = [this] {
+      return std::any_of(due_.begin(), due_.end(), [this](const Due& each) { return each.at <= now_; });
+    };
+    if (!changed_.wait_for(lock, std::chrono::seconds(10), isDue)) return false;
   }
-  now_ = until;
+  run();
+  return true;
 }
 
 // The run's wall clock starts at 2026-11-21 12:00:00 UTC; the user lives in that zone.
 platform::NSDate::TimePoint FakeMainLoop::date() const {
+  const std::scoped_lock lock(mutex_);
   return std::chrono::sys_days(std::chrono::year(2026) / 11 / 21) + std::chrono::hours(12) + now_;
 }
 
@@ -121,7 +175,7 @@ void FakeUserDefaults::setObject(const std::string& value, const std::string& ke
 
 bool FakeUserDefaults::synchronize() {
   journal_.add(name_ + " synchronize");
-  return true;
+  return synchronizes;
 }
 
 int FakeFileManager::whyNotWritableDirectory(const std::string& path) const {

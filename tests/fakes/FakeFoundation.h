@@ -1,13 +1,16 @@
 #pragma once
 
 #include <chrono>
-#include <deque>
+#include <condition_variable>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "platform/Foundation/MainQueue.h"
@@ -25,9 +28,12 @@ namespace fakes {
 
 using Milliseconds = std::chrono::milliseconds;
 
-/// Main loop, timers and wall clock of one run, moved on by hand.
+/// Main loop, timers and wall clock of one run, moved on by hand. The thread that makes it is the main
+/// thread; the queue's operations may be called from others.
 class FakeMainLoop : public platform::MainQueue, public platform::NSRunLoop, public platform::NSDate {
  public:
+  /// With a journal, timers are told to it.
+  explicit FakeMainLoop(Journal* journal = nullptr) : journal_(journal) {}
   void async(std::function<void()> work) override;
   void sync(std::function<void()> work) override;
   void after(Milliseconds delay, std::function<void()> work) override;
@@ -40,9 +46,13 @@ class FakeMainLoop : public platform::MainQueue, public platform::NSRunLoop, pub
   void run() { advance(Milliseconds(0)); }
   /// Moves the clock on by `time`, running everything as it falls due.
   void advance(Milliseconds time);
-  /// The loop has ended: nothing runs any more.
-  void end() { ended_ = true; }
+  /// Waits for work from another thread, at most ten seconds, and runs it; answers whether any came.
+  bool runWhenWorkArrives();
+  /// The loop has ended: nothing runs any more, and whoever waits in `sync` is released.
+  void end();
   int activeTimers() const;
+  /// How long until each piece of waiting work falls due, in order.
+  std::vector<Milliseconds> waits() const;
 
  private:
   struct Timer;
@@ -51,9 +61,15 @@ class FakeMainLoop : public platform::MainQueue, public platform::NSRunLoop, pub
     std::uint64_t number;
     std::function<void()> work;
   };
-  void schedule(Milliseconds at, std::function<void()> work);
+  void schedule(Milliseconds delay, std::function<void()> work);
   void arm(const std::weak_ptr<Timer>& timer);
+  /// Takes out the next work that is due by `until` and moves the clock there; nothing when there is none.
+  std::function<void()> takeNext(Milliseconds until);
 
+  Journal* const journal_;
+  const std::thread::id mainThread_ = std::this_thread::get_id();
+  mutable std::mutex mutex_;
+  std::condition_variable changed_;
   Milliseconds now_{0};
   std::uint64_t number_ = 0;
   std::vector<Due> due_;
@@ -89,6 +105,7 @@ class FakeUserDefaults : public platform::NSUserDefaults {
   bool synchronize() override;
 
   std::map<std::string, std::string> values;
+  bool synchronizes = true;
 
  private:
   Journal& journal_;

@@ -14,7 +14,7 @@ namespace fakes {
 /// A whole desktop of fakes around one journal and one clock, with the real suite on top.
 struct FakePlatform {
   Journal journal;
-  FakeMainLoop loop;
+  FakeMainLoop loop{&journal};
   FakeNotificationCenter center{journal};
   FakeUserDefaults defaults{journal, "defaults"};
   FakeFileManager files{journal};

@@ -1,15 +1,21 @@
 #pragma once
 
 #include <algorithm>
+#include <iterator>
+#include <mutex>
 #include <string>
 #include <vector>
 
 namespace fakes {
 
-/// What happened, in order, in words: every fake writes here, so that a test can read a run as a story.
+/// What happened, in order, in words: every fake writes here, so that a test can read a run as a story. Any
+/// thread may write; reading is for a moment when no other thread does.
 class Journal {
  public:
-  void add(std::string line) { lines_.push_back(std::move(line)); }
+  void add(std::string line) {
+    const std::scoped_lock lock(mutex_);
+    lines_.push_back(std::move(line));
+  }
   void clear() { lines_.clear(); }
   const std::vector<std::string>& lines() const { return lines_; }
 
@@ -36,6 +42,7 @@ class Journal {
   }
 
  private:
+  std::mutex mutex_;
   std::vector<std::string> lines_;
 };
 
