@@ -1,5 +1,7 @@
 #include "tests/unit/ToolFixture.h"
 
+#include <algorithm>
+
 namespace camera_shot {
 
 ToolFixture::ToolFixture(const ToolSetUp& setUp) {
@@ -17,6 +19,16 @@ void ToolFixture::launch(const platform::NSApplicationLaunchNotification& notifi
   delegate.applicationDidFinishLaunching(notification);
 }
 
+void ToolFixture::launchByClickOn(const std::string& path) {
+  launch({clickOn(path)});
+}
+
+void ToolFixture::launchForPreferences() {
+  delegate.applicationWillFinishLaunching();
+  openPreferences();
+  delegate.applicationDidFinishLaunching({});
+}
+
 void ToolFixture::plug(const std::string& name) {
   avFoundation.devices.push_back(std::make_shared<fakes::FakeDevice>(idOf(name), name));
   center.postNotificationName(platform::AVCaptureDeviceWasConnectedNotification);
@@ -30,6 +42,57 @@ void ToolFixture::unplug(const std::string& name) {
 void ToolFixture::deliverPhoto(const std::string& name) {
   avFoundation.output().deliver(
       std::make_shared<fakes::FakePhoto>(std::make_shared<fakes::FakeData>(journal, files, name)));
+}
+
+void ToolFixture::savePhoto(const std::string& name) {
+  deliverPhoto(name);
+  loop.run();
+}
+
+void ToolFixture::failShot() {
+  failPhoto();
+  failPhoto();
+}
+
+void ToolFixture::answerAccess(platform::AVAuthorizationStatus answer) {
+  avFoundation.authorization = answer;
+  for (const auto& completion : std::exchange(avFoundation.accessRequests, {}))
+    completion(answer == platform::AVAuthorizationStatus::Authorized);
+  loop.run();
+}
+
+void ToolFixture::switchPreview(bool on) {
+  preferencesLayout().view("previewSetting").currentState = on ? 1 : 0;
+  preferencesLayout().press("onPreviewChanged");
+}
+
+void ToolFixture::chooseCamera(int index) {
+  preferencesLayout().view("videoSource").selected = index;
+  preferencesLayout().press("onVideoSelect");
+}
+
+void ToolFixture::closeWindow(const std::string& name) {
+  appKit.layout(name).window->close();
+  const bool lastOne = std::none_of(appKit.layouts.begin(), appKit.layouts.end(),
+                                    [](const auto& each) { return each.second->window->isVisible(); });
+  if (lastOne && delegate.applicationShouldTerminateAfterLastWindowClosed()) application.terminate();
+}
+
+bool ToolFixture::isVisible(const std::string& window) const {
+  const auto found = appKit.layouts.find(window);
+  return found != appKit.layouts.end() && found->second->window->isVisible();
+}
+
+std::string usageEvent(const std::string& name, bool showPreview, const std::string& details) {
+  return "event \"event\":\"" + name + "\",\"prefs\":{\"ShowPreview\":" + (showPreview ? "true" : "false") +
+         "},\"details\":" + details + "}";
+}
+
+platform::UNNotificationResponse clickOn(const std::string& path, const std::string& action) {
+  platform::UNNotificationResponse response;
+  response.actionIdentifier = action;
+  if (!path.empty()) response.notification.request.content.userInfo = {{"Path", path}};
+  return response;
 }
 
 }  // namespace camera_shot
