@@ -11,6 +11,7 @@ Layer::~Layer() {
 }
 
 void Layer::setContents(std::shared_ptr<platform::CGImage> contents) {
+  if (contents_ == contents) return;
   contents_ = std::move(contents);
   changed();
 }
@@ -20,12 +21,14 @@ void Layer::setContentsGravity(const std::string&) {
 }
 
 void Layer::setBackgroundColor(const platform::CGColor& color) {
+  if (hasBackground_ && background_ == color) return;
   background_ = color;
   hasBackground_ = true;
   changed();
 }
 
 void Layer::setFrame(const platform::CGRect& frame) {
+  if (frame_ == frame) return;
   frame_ = frame;
   changed();
 }

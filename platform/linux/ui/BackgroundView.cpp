@@ -1,0 +1,31 @@
+#include "platform/linux/ui/BackgroundView.h"
+
+#include "platform/linux/ui/ContainerWidget.h"
+
+namespace platform_linux {
+namespace {
+
+void snapshotBackground(GtkWidget* widget, GtkSnapshot* snapshot) noexcept {
+  constexpr GdkRGBA kBlack{0, 0, 0, 1};
+  const graphene_rect_t bounds = {
+      {0, 0},
+      {static_cast<float>(gtk_widget_get_width(widget)), static_cast<float>(gtk_widget_get_height(widget))}};
+  gtk_snapshot_append_color(snapshot, &kBlack, &bounds);
+  snapshotChildren(widget, snapshot);
+}
+
+void initClass(gpointer viewClass, gpointer) noexcept {
+  setUpContainerClass(GTK_WIDGET_CLASS(viewClass));
+  GTK_WIDGET_CLASS(viewClass)->snapshot = snapshotBackground;
+}
+
+}  // namespace
+
+GType backgroundViewType() {
+  static const GType kType =
+      g_type_register_static_simple(GTK_TYPE_WIDGET, "BackgroundView", sizeof(GtkWidgetClass), initClass,
+                                    sizeof(GtkWidget), nullptr, GTypeFlags{});
+  return kType;
+}
+
+}  // namespace platform_linux

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <gtk/gtk.h>
+
+namespace platform_linux {
+
+/// The widget class `BackgroundView` of the layouts: paints its whole area opaque black, and its children on
+/// top of it.
+GType backgroundViewType();
+
+}  // namespace platform_linux

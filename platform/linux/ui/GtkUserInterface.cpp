@@ -1,0 +1,75 @@
+#include "platform/linux/ui/GtkUserInterface.h"
+
+#include <mutex>
+#include <utility>
+
+#include <adwaita.h>
+
+#include "platform/linux/ui/NamedImage.h"
+// Generated as C.
+extern "C" {
+#include "resources/CameraShotResources.h"
+}
+
+namespace platform_linux {
+namespace {
+
+std::string resource(const std::string& path) {
+  return std::string(kResourceFolder) + "/" + path;
+}
+
+bool connectToDisplay(const std::string& applicationId) {
+  // Before the toolkit starts: the desktop knows the windows by it.
+  g_set_prgname(applicationId.c_str());
+  // Answers true the second time even when it failed the first: the display is what counts.
+  gtk_init_check();
+  return gdk_display_get_default() != nullptr;
+}
+
+/// For the display, which stays for the rest of the process.
+void loadResources() {
+  cameraShotResources_register_resource();
+  GdkDisplay* const display = gdk_display_get_default();
+  const auto style = GObjectRef<GtkCssProvider>::adopt(gtk_css_provider_new());
+  gtk_css_provider_load_from_resource(style.get(), resource("style.css").c_str());
+  gtk_style_context_add_provider_for_display(display, GTK_STYLE_PROVIDER(style.get()),
+                                             GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+  gtk_icon_theme_add_resource_path(gtk_icon_theme_get_for_display(display), resource("icons").c_str());
+}
+
+}  // namespace
+
+std::unique_ptr<GtkUserInterface> GtkUserInterface::make(UserInterfaceHost host, std::string& whyNot) {
+  if (!connectToDisplay(host.applicationId)) {
+    whyNot = "no connection to a display (neither WAYLAND_DISPLAY nor DISPLAY leads to one)";
+    return nullptr;
+  }
+  adw_init();
+  static std::once_flag loaded;
+  std::call_once(loaded, loadResources);
+  gtk_window_set_default_icon_name(host.applicationId.c_str());
+  return std::unique_ptr<GtkUserInterface>(new GtkUserInterface(std::move(host)));
+}
+
+GtkUserInterface::GtkUserInterface(UserInterfaceHost host)
+    : frames_(host.stateFolder),
+      windows_(std::move(host.lastWindowClosed)),
+      openPanel_(windows_),
+      nibs_(windows_, frames_, decodeThread_, {{"quit", std::move(host.quit)}}) {}
+
+std::unique_ptr<platform::NSNib> GtkUserInterface::loadNibNamed(const std::string& name,
+                                                                platform::NSActions actions) {
+  std::string whyNot;
+  auto nib = nibs_.load(name, std::move(actions), whyNot);
+  if (!nib) g_warning("%s", whyNot.c_str());
+  return nib;
+}
+
+std::shared_ptr<platform::NSImage> GtkUserInterface::imageNamed(const std::string& name) {
+  const std::string file = resource("icons/scalable/actions/" + name + ".svg");
+  if (!g_resources_get_info(file.c_str(), G_RESOURCE_LOOKUP_FLAGS_NONE, nullptr, nullptr, nullptr))
+    return nullptr;
+  return std::make_shared<NamedImage>(name);
+}
+
+}  // namespace platform_linux

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/linux/ui/DecodeThread.h"
+#include "platform/linux/ui/NibLoader.h"
+#include "platform/linux/ui/OpenPanel.h"
+#include "platform/linux/ui/UserInterface.h"
+
+namespace platform_linux {
+
+/// The windows on GTK 4 and libadwaita.
+class GtkUserInterface : public UserInterface {
+ public:
+  /// Connects to the display; nothing, with the reason in `whyNot`, where there is none.
+  static std::unique_ptr<GtkUserInterface> make(UserInterfaceHost host, std::string& whyNot);
+
+  std::unique_ptr<platform::NSNib> loadNibNamed(const std::string& name,
+                                                platform::NSActions actions) override;
+  std::shared_ptr<platform::NSImage> imageNamed(const std::string& name) override;
+  platform::NSOpenPanel& openPanel() override { return openPanel_; }
+  void activate() override { windows_.activate(); }
+  bool hasVisibleWindows() const override { return windows_.anyShown(); }
+
+ private:
+  explicit GtkUserInterface(UserInterfaceHost host);
+
+  DecodeThread decodeThread_;
+  WindowFrames frames_;
+  WindowList windows_;
+  OpenPanel openPanel_;
+  NibLoader nibs_;
+};
+
+}  // namespace platform_linux

@@ -1,0 +1,99 @@
+#include "platform/linux/ui/LayerView.h"
+
+#include "platform/linux/ui/ContainerWidget.h"
+#include "platform/linux/ui/Signals.h"
+#include "platform/linux/ui/ToplevelState.h"
+
+namespace platform_linux {
+namespace {
+
+/// The C++ side of the widget.
+struct LayerViewState {
+  explicit LayerViewState(GtkWidget* widget) : painter([widget] { gtk_widget_queue_draw(widget); }) {}
+
+  LayerTreePainter painter;
+  SignalConnection windowState;  ///< while mapped
+};
+
+struct LayerView {
+  GtkWidget parent;
+  LayerViewState* state;
+};
+
+LayerView* asLayerView(gpointer object) {
+  return reinterpret_cast<LayerView*>(
+      g_type_check_instance_cast(static_cast<GTypeInstance*>(object), layerViewType()));
+}
+
+LayerViewState& stateOf(gpointer object) {
+  return *asLayerView(object)->state;
+}
+
+GtkWidgetClass* parentClass() {
+  return GTK_WIDGET_CLASS(g_type_class_peek(GTK_TYPE_WIDGET));
+}
+
+void snapshotLayers(GtkWidget* widget, GtkSnapshot* snapshot) noexcept {
+  stateOf(widget).painter.snapshot(snapshot, gtk_widget_get_scale_factor(widget));
+  snapshotChildren(widget, snapshot);
+}
+
+void allocateLayers(GtkWidget* widget, int width, int height, int baseline) noexcept {
+  allocateChildren(widget, width, height, baseline);
+  stateOf(widget).painter.setSize(width, height);
+}
+
+void mapLayers(GtkWidget* widget) noexcept {
+  parentClass()->map(widget);
+  GdkSurface* const surface = gtk_native_get_surface(gtk_widget_get_native(widget));
+  const auto update = [widget, surface] { stateOf(widget).painter.setDrawable(isSeen(surface)); };
+  stateOf(widget).windowState = SignalConnection(surface, "notify::state", update);
+  update();
+}
+
+void unmapLayers(GtkWidget* widget) noexcept {
+  stateOf(widget).windowState.disconnect();
+  stateOf(widget).painter.setDrawable(false);
+  stateOf(widget).painter.releasePictures();
+  parentClass()->unmap(widget);
+}
+
+void finalizeLayers(GObject* object) noexcept {
+  delete asLayerView(object)->state;
+  G_OBJECT_CLASS(parentClass())->finalize(object);
+}
+
+void initClass(gpointer viewClass, gpointer) noexcept {
+  G_OBJECT_CLASS(viewClass)->finalize = finalizeLayers;
+  GtkWidgetClass* const widgetClass = GTK_WIDGET_CLASS(viewClass);
+  setUpContainerClass(widgetClass);
+  widgetClass->snapshot = snapshotLayers;
+  widgetClass->size_allocate = allocateLayers;
+  widgetClass->map = mapLayers;
+  widgetClass->unmap = unmapLayers;
+}
+
+void initView(GTypeInstance* instance, gpointer) noexcept {
+  GtkWidget* const widget = GTK_WIDGET(instance);
+  reinterpret_cast<LayerView*>(instance)->state = new LayerViewState(widget);
+  gtk_widget_set_overflow(widget, GTK_OVERFLOW_HIDDEN);
+}
+
+}  // namespace
+
+GType layerViewType() {
+  static const GType kType =
+      g_type_register_static_simple(GTK_TYPE_WIDGET, "LayerView", sizeof(GtkWidgetClass), initClass,
+                                    sizeof(LayerView), initView, GTypeFlags{});
+  return kType;
+}
+
+bool isLayerView(GtkWidget* widget) {
+  return G_TYPE_CHECK_INSTANCE_TYPE(widget, layerViewType());
+}
+
+LayerTreePainter& painterOf(GtkWidget* layerView) {
+  return stateOf(layerView).painter;
+}
+
+}  // namespace platform_linux

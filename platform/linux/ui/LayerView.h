@@ -1,0 +1,19 @@
+#pragma once
+
+#include <gtk/gtk.h>
+
+#include "platform/linux/ui/LayerTreePainter.h"
+
+namespace platform_linux {
+
+/// The widget class `LayerView` of the layouts: draws a layer tree over its whole area, and its children on
+/// top of it. Drawing stops while the widget is unmapped or its window minimised or known to be hidden from
+/// sight.
+GType layerViewType();
+
+bool isLayerView(GtkWidget* widget);
+
+/// The painter of a LayerView; lives as long as the widget.
+LayerTreePainter& painterOf(GtkWidget* layerView);
+
+}  // namespace platform_linux

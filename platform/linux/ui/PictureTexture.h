@@ -1,0 +1,57 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include <gtk/gtk.h>
+
+#include "platform/linux/ui/DecodeThread.h"
+#include "platform/linux/ui/GObjectRef.h"
+#include "platform/linux/ui/PreviewDecoder.h"
+
+namespace platform_linux {
+
+/// Turns the newest frame of a picture into a texture for a view, on the decode thread. It never runs ahead
+/// of the screen: a frame is decoded only once the one before has been drawn, and frames that come meanwhile
+/// are left out but for the newest. So nothing is decoded that is not drawn, however the display server keeps
+/// a window from drawing. Main thread only.
+class PictureTexture {
+ public:
+  /// `onReady` asks for a redraw. `decodeThread` must outlive this object.
+  PictureTexture(DecodeThread& decodeThread, std::function<void()> onReady);
+  PictureTexture(const PictureTexture&) = delete;
+  PictureTexture& operator=(const PictureTexture&) = delete;
+  ~PictureTexture();
+
+  void setFrame(std::shared_ptr<const Frame> frame);
+  const std::shared_ptr<const Frame>& frame() const { return frame_; }
+
+  /// While it is not drawable nothing is decoded.
+  void setDrawable(bool drawable);
+  /// Forgets frame and texture and frees their memory.
+  void clear();
+
+  /// The texture to draw now in a view of that size in pixels; null while there is none yet.
+  GdkTexture* draw(PixelSize view);
+
+ private:
+  void decodeIfNeeded();
+  void delivered(std::shared_ptr<const Frame> frame, GObjectRef<GdkTexture> texture);
+  bool isUpToDate() const;
+
+  DecodeThread& decodeThread_;
+  const std::function<void()> onReady_;
+  const std::shared_ptr<PixelBufferPool> pool_ = std::make_shared<PixelBufferPool>();
+  /// What a job that is under way finds its way back by; empty once this object has gone.
+  const std::shared_ptr<PictureTexture*> self_ = std::make_shared<PictureTexture*>(this);
+
+  std::shared_ptr<const Frame> frame_;
+  std::shared_ptr<const Frame> decodedFrame_;  ///< what texture_ shows, or what could not be decoded
+  GObjectRef<GdkTexture> texture_;
+  PixelSize view_;
+  bool drawable_ = false;
+  bool decoding_ = false;
+  bool awaitsDrawing_ = false;
+};
+
+}  // namespace platform_linux

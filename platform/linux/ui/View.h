@@ -1,0 +1,58 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <gtk/gtk.h>
+
+#include "platform/AppKit/NSView.h"
+#include "platform/linux/layers/Layer.h"
+#include "platform/linux/ui/DecodeThread.h"
+#include "platform/linux/ui/GObjectRef.h"
+#include "platform/linux/ui/MainLoop.h"
+
+namespace platform_linux {
+
+/// Any widget as a view. Only a LayerView draws its layer; elsewhere a layer is kept and not seen.
+class View : public virtual platform::NSView {
+ public:
+  /// `decodeThread` decodes what the layers show, and must outlive the view's widget.
+  View(GtkWidget* widget, DecodeThread& decodeThread);
+
+  /// Takes effect before the next drawing: a view that is shown and hidden again meanwhile costs nothing.
+  void setHidden(bool hidden) override;
+  void setWantsLayer(bool wantsLayer) override;
+  std::shared_ptr<platform::CALayer> layer() const override { return layer_; }
+  void setLayer(std::shared_ptr<platform::CALayer> layer) override;
+
+ protected:
+  GtkWidget* widget() const { return widget_.get(); }
+
+ private:
+  const GObjectRef<GtkWidget> widget_;
+  DecodeThread& decodeThread_;
+  std::shared_ptr<Layer> layer_;
+  bool hidden_;
+  DeferredCall applyHidden_;
+};
+
+/// A GtkImage.
+class ImageView : public View, public platform::NSImageView {
+ public:
+  using View::View;
+
+  void setImage(std::shared_ptr<platform::NSImage> image) override;
+};
+
+/// A GtkLabel.
+class TextField : public View, public platform::NSTextField {
+ public:
+  using View::View;
+
+  void setStringValue(const std::string& text) override;
+};
+
+/// The view for `widget`, of the kind that fits its class.
+std::shared_ptr<platform::NSView> makeView(GtkWidget* widget, DecodeThread& decodeThread);
+
+}  // namespace platform_linux

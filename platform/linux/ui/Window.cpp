@@ -1,0 +1,106 @@
+#include "platform/linux/ui/Window.h"
+
+#include <utility>
+
+#include "platform/linux/ui/ToplevelState.h"
+#include "platform/linux/ui/WindowPosition.h"
+
+namespace platform_linux {
+
+Window::Window(GtkWindow* window, WindowList& windows, WindowFrames& frames)
+    : window_(GObjectRef<GtkWindow>::share(window)),
+      windows_(windows),
+      frames_(frames),
+      tellOcclusion_(G_PRIORITY_DEFAULT, [this] { tellOcclusion(); }),
+      tellClosed_(G_PRIORITY_DEFAULT, [this] { windows_.windowClosed(); }),
+      mapSignal_(window, "map", [this] { mapped(); }),
+      unmapSignal_(window, "unmap", [this] { unmapped(); }),
+      closeSignal_(SignalConnection::answering(window, "close-request",
+                                               [this] {
+                                                 closedByUser();
+                                                 return true;
+                                               })),
+      activeSignal_(window, "notify::is-active", [this] { tellKey(); }) {
+  windows_.add(window);
+}
+
+Window::~Window() {
+  saveFrame();
+  windows_.remove(window_.get());
+  for (auto* signal : {&mapSignal_, &unmapSignal_, &closeSignal_, &activeSignal_, &stateSignal_})
+    signal->disconnect();
+  gtk_window_destroy(window_.get());
+}
+
+void Window::makeKeyAndOrderFront() {
+  gtk_widget_realize(GTK_WIDGET(window_.get()));
+  if (positionToRestore_) moveTo(window_.get(), *positionToRestore_);
+  gtk_window_present(window_.get());
+}
+
+void Window::orderOut() {
+  saveFrame();
+  gtk_widget_set_visible(GTK_WIDGET(window_.get()), FALSE);
+}
+
+unsigned Window::styleMask() const {
+  return gtk_window_get_resizable(window_.get()) ? platform::NSWindowStyleMaskResizable : 0;
+}
+
+void Window::setStyleMask(unsigned mask) {
+  gtk_window_set_resizable(window_.get(), (mask & platform::NSWindowStyleMaskResizable) != 0);
+}
+
+void Window::setFrameAutosaveName(const std::string& name) {
+  frameName_ = name;
+  const auto frame = frames_.load(name);
+  if (!frame) return;
+  gtk_window_set_default_size(window_.get(), frame->width, frame->height);
+  if (frame->isMaximized) gtk_window_maximize(window_.get());
+  positionToRestore_ = frame->position;
+}
+
+void Window::saveFrame() {
+  if (frameName_.empty() || !gtk_widget_get_mapped(GTK_WIDGET(window_.get()))) return;
+  WindowFrame frame;
+  gtk_window_get_default_size(window_.get(), &frame.width, &frame.height);
+  frame.isMaximized = gtk_window_is_maximized(window_.get());
+  // A maximised window lies where its monitor does; where it was before is not known.
+  if (!frame.isMaximized) positionToRestore_ = positionOf(window_.get());
+  frame.position = positionToRestore_;
+  frames_.save(frameName_, frame);
+}
+
+void Window::mapped() {
+  stateSignal_ = SignalConnection(gtk_native_get_surface(GTK_NATIVE(window_.get())), "notify::state",
+                                  [this] { tellOcclusion_.schedule(); });
+  if (positionToRestore_) moveTo(window_.get(), *positionToRestore_);
+  tellOcclusion_.schedule();
+}
+
+void Window::unmapped() {
+  stateSignal_.disconnect();
+  tellOcclusion_.schedule();
+}
+
+void Window::closedByUser() {
+  orderOut();
+  tellClosed_.schedule();
+}
+
+void Window::tellOcclusion() {
+  const bool isMapped = gtk_widget_get_mapped(GTK_WIDGET(window_.get()));
+  const bool seen = isMapped && isSeen(gtk_native_get_surface(GTK_NATIVE(window_.get())));
+  // The surface's state also tells of the keyboard, of tiling and the like.
+  if (isVisible() == toldVisible_ && seen == toldSeen_) return;
+  toldVisible_ = isVisible();
+  toldSeen_ = seen;
+  if (const auto delegate = delegate_.lock()) delegate->windowDidChangeOcclusionState();
+}
+
+void Window::tellKey() {
+  const auto delegate = delegate_.lock();
+  if (delegate && gtk_window_is_active(window_.get())) delegate->windowDidBecomeKey();
+}
+
+}  // namespace platform_linux

@@ -1,0 +1,176 @@
+// Draws every window in every look that matters and writes the pictures: for people to look at.
+//     screenshots FOLDER
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <string>
+
+#include <adwaita.h>
+
+#include "platform/linux/layers/PictureImage.h"
+#include "tests/ui/support/FakeCameraLayer.h"
+#include "tests/ui/support/TestFrames.h"
+#include "tests/ui/support/TestWindows.h"
+
+namespace {
+
+using namespace ui_test;  // NOLINT(google-build-using-namespace): this program is all about them
+
+struct Look {
+  std::string name;
+  int width = 0;
+  int height = 0;
+  bool dark = false;
+  bool rightToLeft = false;
+  bool longTexts = false;
+  std::string buttonLayout = ":minimize,maximize,close";
+};
+
+platform::NSActions silentActions() {
+  platform::NSActions actions;
+  for (const char* name : {"shootButtonPressed", "closeButtonPressed", "preferencesButtonPressed",
+                           "onVideoSelect", "onPreviewChanged", "onOutputLocationChanged", "onDoneClicked"})
+    actions[name] = [] {};
+  return actions;
+}
+
+void apply(const Look& look) {
+  gtk_widget_set_default_direction(look.rightToLeft ? GTK_TEXT_DIR_RTL : GTK_TEXT_DIR_LTR);
+  adw_style_manager_set_color_scheme(adw_style_manager_get_default(),
+                                     look.dark ? ADW_COLOR_SCHEME_FORCE_DARK : ADW_COLOR_SCHEME_FORCE_LIGHT);
+  g_object_set(gtk_settings_get_default(), "gtk-decoration-layout", look.buttonLayout.c_str(),
+               "gtk-enable-animations", FALSE, nullptr);
+}
+
+/// Titles as long as some languages make them.
+void lengthen(GtkWidget* widget) {
+  if (ADW_IS_PREFERENCES_ROW(widget)) {
+    const std::string title = adw_preferences_row_get_title(ADW_PREFERENCES_ROW(widget));
+    adw_preferences_row_set_title(ADW_PREFERENCES_ROW(widget),
+                                  (title + " und noch etwas mehr davon").c_str());
+  }
+  for (GtkWidget* child = gtk_widget_get_first_child(widget); child;
+       child = gtk_widget_get_next_sibling(child))
+    lengthen(child);
+}
+
+template <class View>
+std::shared_ptr<View> outlet(const platform::NSNib& nib, const char* name) {
+  return std::dynamic_pointer_cast<View>(nib.view(name));
+}
+
+class Studio {
+ public:
+  explicit Studio(std::filesystem::path folder) : folder_(std::move(folder)) {}
+
+  void preview(const Look& look) {
+    const auto nib = open("PreviewWindowController", look);
+    useCamera(*nib);
+    shoot("Camera Shot", "preview-" + look.name);
+  }
+
+  void warning(const Look& look, bool denied) {
+    const auto nib = open("PreviewWindowController", look);
+    const auto panel = nib->view("warningView");
+    panel->setWantsLayer(true);
+    panel->setHidden(false);
+    panel->layer()->setBackgroundColor(platform::kBlackColor);
+    outlet<platform::NSImageView>(*nib, "warningImage")->setImage(ui_->imageNamed("CameraOff"));
+    const auto button = outlet<platform::NSButton>(*nib, "button");
+    button->setImage(ui_->imageNamed("TakePhoto"));
+    button->setEnabled(false);
+    const auto text = outlet<platform::NSTextField>(*nib, "warningText");
+    const auto description = outlet<platform::NSTextField>(*nib, "warningDescription");
+    text->setStringValue(denied ? "The tool is not allowed to access the camera." : "No camera found");
+    description->setHidden(!denied);
+    description->setStringValue(
+        "Please open Settings > Privacy > Camera and allow \"Verrano Quillo\" to access the camera.");
+    shoot("Camera Shot", std::string(denied ? "denied-" : "no-camera-") + look.name);
+  }
+
+  void preferences(const Look& look) {
+    const auto nib = open("PreferencesWindowController", look);
+    const auto cameras = outlet<platform::NSPopUpButton>(*nib, "videoSource");
+    cameras->addItem({"Integrated Camera"});
+    cameras->addItem(
+        {look.longTexts ? "An External Camera with a Rather Long Product Name 4K Pro" : "Desk camera"});
+    cameras->addItem({"Desk camera"});
+    cameras->selectItemAtIndex(1);
+    outlet<platform::NSButton>(*nib, "previewSetting")->setState(platform::NSControlStateValueOn);
+    outlet<platform::NSButton>(*nib, "outputLocation")
+        ->setTitle(look.longTexts ? "~/Documents/Projects/Photographs of things/Camera shots of this year"
+                                  : "~/Pictures");
+    shoot("Camera Shot Preferences", "preferences-" + look.name);
+  }
+
+ private:
+  std::unique_ptr<platform::NSNib> open(const char* name, const Look& look) {
+    apply(look);
+    auto nib = ui_->loadNibNamed(name, silentActions());
+    const auto title =
+        std::string(name) == "PreviewWindowController" ? "Camera Shot" : "Camera Shot Preferences";
+    gtk_window_set_default_size(GTK_WINDOW(window(title)), look.width, look.height);
+    if (look.longTexts) lengthen(window(title));
+    nib->window()->makeKeyAndOrderFront();
+    return nib;
+  }
+
+  void useCamera(const platform::NSNib& nib) {
+    const auto button = outlet<platform::NSButton>(nib, "button");
+    button->setImage(ui_->imageNamed("TakePhoto"));
+    button->setAlternateImage(ui_->imageNamed("TakePhotoPressed"));
+    button->setEnabled(true);
+    const auto camera = std::make_shared<FakeCameraLayer>();
+    nib.view("captureView")->setLayer(camera);
+    camera->deliver(jpegFrame(1280, 720, landscape));
+  }
+
+  GtkWidget* window(const std::string& title) { return GTK_WIDGET(toplevelWithTitle(title)); }
+
+  void shoot(const std::string& title, const std::string& name) {
+    // The picture is decoded beside the main thread; drawn twice, it is there.
+    GtkWidget* const shown = window(title);
+    runUntil([shown] { return gtk_window_is_active(GTK_WINDOW(shown)); });
+    for (int i = 0; i < 3; ++i)
+      const Screenshot warmUp(shown);
+    Screenshot(shown).save((folder_ / (name + ".png")).string());
+    std::printf("%s\n", (folder_ / (name + ".png")).c_str());
+  }
+
+  const std::filesystem::path folder_;
+  TestUserInterface ui_;
+};
+
+void shootAll(const std::filesystem::path& folder) {
+  Studio studio(folder);
+  for (const bool dark : {false, true}) {
+    const std::string shade = dark ? "-dark" : "-light";
+    const Look wide{"wide" + shade, 960, 540, dark};
+    const Look narrow{"narrow" + shade, 360, 480, dark};
+    for (const Look& look : {wide, narrow}) {
+      studio.preview(look);
+      studio.warning(look, false);
+      studio.warning(look, true);
+      studio.preferences(look);
+    }
+  }
+  studio.preview({"close-at-left", 640, 480, false, false, false, "close,minimize:"});
+  studio.preview({"right-to-left", 640, 480, false, true, false});
+  studio.preferences({"right-to-left", 560, 440, false, true, false});
+  studio.preferences({"long-narrow", 360, 560, false, false, true});
+  studio.preferences({"very-wide", 1300, 440, true, false, false});
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    const std::filesystem::path folder = argc > 1 ? argv[1] : "screenshots";
+    std::filesystem::create_directories(folder);
+    shootAll(folder);
+    return 0;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "screenshots: %s\n", error.what());
+    return 1;
+  }
+}

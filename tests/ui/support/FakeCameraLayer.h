@@ -1,0 +1,49 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <utility>
+
+#include "platform/linux/layers/Layer.h"
+#include "platform/linux/layers/LivePicture.h"
+
+namespace ui_test {
+
+/// A preview layer whose frames come from the test.
+class FakeCameraLayer : public platform_linux::Layer, public platform_linux::LivePicture {
+ public:
+  explicit FakeCameraLayer(bool mirrored = true) : mirrored_(mirrored) {}
+
+  void setFrameListener(std::function<void()> onFrame) override {
+    const std::lock_guard lock(mutex_);
+    onFrame_ = std::move(onFrame);
+  }
+
+  std::shared_ptr<const platform_linux::Frame> latestFrame() const override {
+    const std::lock_guard lock(mutex_);
+    return latest_;
+  }
+
+  bool mirrored() const override { return mirrored_; }
+
+  /// As the camera does: from any thread.
+  void deliver(std::shared_ptr<const platform_linux::Frame> frame) {
+    const std::lock_guard lock(mutex_);
+    latest_ = std::move(frame);
+    if (onFrame_) onFrame_();
+  }
+
+  bool isListenedTo() const {
+    const std::lock_guard lock(mutex_);
+    return static_cast<bool>(onFrame_);
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::function<void()> onFrame_;
+  std::shared_ptr<const platform_linux::Frame> latest_;
+  const bool mirrored_;
+};
+
+}  // namespace ui_test
