@@ -1,0 +1,25 @@
+#include "platform/linux/composition/Windows.h"
+
+#include "platform/linux/ui/UserInterfaceModule.h"
+
+namespace platform_linux {
+
+bool Windows::start(std::string& whyNot) {
+  if (!userInterface_) userInterface_ = loadUserInterface(userInterfaceModulePath(), host_, whyNot);
+  return userInterface_ != nullptr;
+}
+
+void Windows::chooseDirectory(const std::string& directory,
+                              std::function<void(std::optional<std::string>)> completion) {
+  if (userInterface_) {
+    userInterface_->openPanel().chooseDirectory(directory, std::move(completion));
+  } else {
+    completion(std::nullopt);
+  }
+}
+
+void Windows::showMessage(const std::string& message) {
+  if (userInterface_) userInterface_->openPanel().showMessage(message);
+}
+
+}  // namespace platform_linux
