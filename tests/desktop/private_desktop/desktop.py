@@ -8,7 +8,7 @@ from .bus import start_bus
 from .cameras import Camera
 from .control_server import ControlServer
 from .display import start_display
-from .failures import DesktopError, ProgramMissing
+from .failures import CommandMissing, DesktopError, ProgramMissing
 from .notifications import start_notifications
 from .pipewire import PipeWire
 from .processes import Child, ChildWatch, end_descendants
@@ -54,7 +54,7 @@ class Desktop:
                 ChildWatch() as watch, selectors.DefaultSelector() as selector:
             server.register(selector)
             selector.register(watch.descriptor, selectors.EVENT_READ, watch.clear)
-            self._command = Child("command", command, self._command_environment(), death_signal=signal.SIGKILL)
+            self._command = self._start_command(command)
             while (status := self._command.status()) is None:
                 for key, _ in selector.select():
                     key.data()
@@ -73,6 +73,12 @@ class Desktop:
         for service in (self._bus, self._display):
             if service is not None:
                 service.end()
+
+    def _start_command(self, command):
+        try:
+            return Child("command", command, self._command_environment(), death_signal=signal.SIGKILL)
+        except ProgramMissing as error:
+            raise CommandMissing(f"{command[0]}: no such command") from error
 
     def _command_environment(self):
         variables = {

@@ -2,6 +2,7 @@
 
 EX_UNAVAILABLE = 69
 EX_SOFTWARE = 70
+COMMAND_NOT_FOUND = 127  # as shells have it
 
 # The Debian package that brings each program, for the message to whoever lacks it.
 PACKAGES = {
@@ -31,6 +32,12 @@ class ProgramMissing(DesktopError):
         package = PACKAGES.get(program)
         hint = f"install the Debian package {package}" if package else "build the project first"
         super().__init__(f"{program} is missing: {hint}")
+
+
+class CommandMissing(DesktopError):
+    """There is no such command to run in the desktop."""
+
+    status = COMMAND_NOT_FOUND
 
 
 class Stopped(BaseException):

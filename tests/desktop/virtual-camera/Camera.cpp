@@ -162,8 +162,8 @@ void Camera::startRun() {
   runFrames_ = 0;
   withheld_ = false;
   const auto interval = kSecond * format_->rateDenominator / format_->rateNumerator;
-  // A first expiry of 0 would disarm the timer.
-  setTimer(spec_.startDelay > 0 ? spec_.startDelay * kSecond / 1000 : 1, interval);
+  // As with a real sensor, even the first frame takes its time; it is also the time in which the consumer starts.
+  setTimer(spec_.startDelay * kSecond / 1000 + interval, interval);
   change(State::kStreaming);
 }
 

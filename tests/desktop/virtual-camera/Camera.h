@@ -5,11 +5,11 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
 #include <pipewire/pipewire.h>
-#include <span>
 
 #include "tests/desktop/virtual-camera/CameraSpec.h"
 #include "tests/desktop/virtual-camera/CameraStream.h"

@@ -62,7 +62,7 @@ struct CameraSpec {
   int quality = 85;                   ///< JPEG quality of the test picture, 1 to 100
   int noise = 0;                      ///< largest change of a sample by noise, 0 to 127
   std::uint64_t warmup = 0;           ///< dark frames at the start of each run
-  std::uint32_t startDelay = 0;       ///< milliseconds from the start of the stream to its first frame
+  std::uint32_t startDelay = 0;       ///< milliseconds by which the first frame is later than a frame's time
   std::uint64_t drop = 0;             ///< every so many-th frame is lost; 0 loses none
   Colorimetry colorimetry = Colorimetry::kUnstated;
   Idle idle = Idle::kPause;

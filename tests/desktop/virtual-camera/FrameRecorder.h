@@ -2,9 +2,8 @@
 
 #include <cstdint>
 #include <fstream>
-#include <string>
-
 #include <span>
+#include <string>
 
 #include "tests/desktop/virtual-camera/CameraSpec.h"
 

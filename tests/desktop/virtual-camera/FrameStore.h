@@ -3,10 +3,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <span>
 #include <tuple>
 #include <vector>
-
-#include <span>
 
 #include "tests/desktop/virtual-camera/CameraSpec.h"
 #include "tests/desktop/virtual-camera/FrameEncoder.h"

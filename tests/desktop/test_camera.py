@@ -1,0 +1,244 @@
+#!/usr/bin/env python3
+"""The virtual camera: that it delivers what it says, and that its faults do what they say."""
+
+import os
+import signal
+import subprocess
+import tempfile
+import unittest
+
+import session
+from session import Session, all_ended, read_line
+
+MODE = "MJPG:640x480@30"
+COMPLETE, NO_CAMERA, UNPLUGGED = 0, 2, 3  # exit statuses of frame_reader
+
+
+def sequences(frames):
+    return [int(sequence) for sequence, *_ in frames]
+
+
+def sizes(frames):
+    """Sequence number (from 1) → size. A frame may be lost while its consumer still starts."""
+    return {int(sequence): int(size) for sequence, size, *_ in frames}
+
+
+class CameraTest(unittest.TestCase):
+    def desktop(self, *specifications):
+        """A desktop with these cameras, which ends with the test."""
+        options = [word for specification in specifications for word in ("--camera", specification)]
+        return self.enterContext(Session(*options))
+
+    def reader(self, desktop, *words):
+        """A frame_reader that ends with the test, if not before."""
+        reader = desktop.start_reader(*words)
+        self.addCleanup(reader.communicate)
+        self.addCleanup(reader.terminate)
+        return reader
+
+
+class Delivery(CameraTest):
+    def test_frames_arrive_byte_for_byte(self):
+        for mode in (MODE, "YUY2:640x480@30", "NV12:640x480@30", "RGB:322x240@30", "BGRx:320x240@30"):
+            with self.subTest(mode), tempfile.TemporaryDirectory() as folder:
+                desktop = self.desktop(f"name=a,modes={mode},noise=12,log={folder}/log,dump={folder}/sent")
+                received = os.path.join(folder, "received")
+                os.mkdir(received)
+                status, frames = desktop.read_frames("a", mode, "5", received)
+                self.assertEqual(status, COMPLETE)
+                with open(os.path.join(folder, "log")) as log:
+                    logged = [line.split() for line in log]
+                for frame in frames:
+                    self.assertIn(frame, logged)
+                self.assertEqual(len({checksum for _, _, checksum in frames}), 5)
+                for sequence, *_ in frames:
+                    extension = "jpg" if mode.startswith("MJPG") else mode.partition(":")[0].lower()
+                    with open(f"{folder}/sent/{int(sequence):08}.{extension}", "rb") as sent, \
+                            open(f"{received}/{sequence}", "rb") as came:
+                        self.assertEqual(sent.read(), came.read())
+
+    def test_the_chosen_mode_is_told(self):
+        desktop = self.desktop("name=a,modes=MJPG:640x480@30+YUY2:320x240@15/5")
+        desktop.read_frames("a", "YUY2:320x240@5", "1")
+        self.assertEqual(desktop.state()["mode"], "YUY2:320x240@5")
+
+    def test_a_mode_that_is_not_offered_gives_no_frames(self):
+        desktop = self.desktop("name=a,modes=MJPG:640x480@30", "name=b")
+        reader = self.reader(desktop, "a", "YUY2:320x240@30", "1")
+        desktop.read_frames("b", MODE, "10")  # ten frames' time, in which the other camera could have answered
+        self.assertEqual(desktop.state(1)["total-frames"], "0")
+        self.assertIsNone(reader.poll())
+
+    def test_each_use_is_a_run_of_its_own(self):
+        desktop = self.desktop("name=a")
+        for run in (1, 2):
+            self.assertEqual(desktop.read_frames("a", MODE, "4")[0], COMPLETE)
+            desktop.control("camera", "1", "wait-idle")
+            self.assertEqual(desktop.state()["runs"], str(run))
+
+    def test_may_run_on_without_a_user(self):
+        desktop = self.desktop("name=a,idle=run")
+        desktop.read_frames("a", MODE, "2")
+        self.assertIn("state=streaming", desktop.control("camera", "1", "wait-frames 10"))
+
+    def test_the_first_frames_may_be_dark(self):
+        desktop = self.desktop("name=a,warmup=3")
+        _, frames = desktop.read_frames("a", MODE, "6")
+        dark = {checksum for sequence, _, checksum in frames if int(sequence) <= 3}
+        bright = {checksum for sequence, _, checksum in frames if int(sequence) > 3}
+        self.assertEqual(len(dark), 1)
+        self.assertGreaterEqual(len(bright), 3)
+        self.assertFalse(dark & bright)
+
+    def test_frames_may_be_lost(self):
+        desktop = self.desktop("name=a,drop=3")
+        _, frames = desktop.read_frames("a", MODE, "7")
+        self.assertEqual([number for number in sequences(frames) if number % 3 == 0], [])
+        self.assertIn(5, sequences(frames))
+        self.assertIn(7, sequences(frames))
+
+    def test_the_first_frame_may_be_late(self):
+        desktop = self.desktop("name=late,start-delay=600000", "name=prompt")
+        self.reader(desktop, "late", MODE, "1")
+        desktop.control("camera", "1", "wait-streaming")
+        desktop.read_frames("prompt", MODE, "5")
+        self.assertEqual(desktop.state(1)["run-frames"], "0")
+
+    def test_colorimetry_may_be_stated(self):
+        for words, stated in (("", False), (",colorimetry=stated", True)):
+            desktop = self.desktop("name=a,modes=YUY2:1280x720@30" + words)
+            formats = desktop.command("pw-cli", "enum-params", self.node(desktop), "EnumFormat").stdout
+            self.assertIn("Video:size", formats)
+            self.assertEqual("Video:colorMatrix" in formats, stated, formats)
+
+    def node(self, desktop):
+        serial, = desktop.cameras().values()
+        listing = desktop.command("pw-cli", "ls", "Node").stdout
+        for block in listing.split("\tid ")[1:]:
+            if f'object.serial = "{serial}"' in block:
+                return block.partition(",")[0]
+        raise AssertionError(listing)
+
+
+class Faults(CameraTest):
+    def test_stall(self):
+        desktop = self.desktop("name=a,fault=stall:3")
+        reader = self.reader(desktop, "a", MODE, "6")
+        self.assertIn("run-frames=3 ", desktop.control("camera", "1", "wait-stalled"))
+        self.assertIsNone(reader.poll())
+        desktop.control("camera", "1", "resume")
+        self.assertEqual(reader.wait(session.SECONDS), COMPLETE)
+
+    def test_stall_at_run_time(self):
+        desktop = self.desktop("name=a")
+        reader = self.reader(desktop, "a", MODE, "1000000")
+        desktop.control("camera", "1", "wait-frames", "3")
+        desktop.control("camera", "1", "stall")
+        frames = desktop.control("camera", "1", "wait-stalled").split()
+        self.assertIn("stalled=yes", frames)
+        self.assertEqual(desktop.state()["run-frames"], dict(word.split("=") for word in frames)["run-frames"])
+        self.assertIsNone(reader.poll())
+
+    def test_error(self):
+        desktop = self.desktop("name=a,fault=error:3")
+        reader = self.reader(desktop, "a", MODE, "5")
+        answer = desktop.control("camera", "1", "wait-failed")
+        self.assertIn("run-frames=3 ", answer)
+        self.assertIsNone(reader.poll())
+
+    def test_error_at_run_time_lasts_until_the_camera_is_plugged_again(self):
+        desktop = self.desktop("name=a")
+        self.reader(desktop, "a", MODE, "1000000")
+        desktop.control("camera", "1", "wait-frames", "2")
+        self.assertIn("state=failed", desktop.control("camera", "1", "error"))
+        self.assertIn("state=idle", desktop.control("camera", "1", "plug"))
+        self.assertEqual(desktop.read_frames("a", MODE, "2")[0], COMPLETE)
+
+    def test_unplug(self):
+        desktop = self.desktop("name=a,fault=unplug:3")
+        status, frames = desktop.read_frames("a", MODE, "5")
+        self.assertEqual((status, sequences(frames)[-1]), (UNPLUGGED, 3))
+        desktop.control("camera", "1", "wait-unplugged")
+        self.assertEqual(desktop.cameras(), {})
+
+    def test_crash(self):
+        desktop = self.desktop("name=a,fault=crash:3")
+        process = os.pidfd_open(int(desktop.environment["CAMERA_1_PID"]))
+        status, frames = desktop.read_frames("a", MODE, "5")
+        self.assertEqual((status, sequences(frames)[-1]), (UNPLUGGED, 3))
+        self.assertTrue(all_ended([process]))
+
+    def test_truncated(self):
+        desktop = self.desktop("name=a,fault=truncated:3-4")
+        _, frames = desktop.read_frames("a", MODE, "6")
+        whole = sizes(frames)[6]
+        self.assertEqual([number for number, size in sizes(frames).items() if size < whole / 2], [4, 5])
+
+    def test_truncated_at_run_time(self):
+        desktop = self.desktop("name=a")
+        desktop.control("camera", "1", "truncate", "on")
+        _, cut = desktop.read_frames("a", MODE, "1")
+        desktop.control("camera", "1", "truncate", "off")
+        _, whole = desktop.read_frames("a", MODE, "1")
+        self.assertLess(min(sizes(cut).values()), min(sizes(whole).values()) / 2)
+
+    def test_corrupted_flag(self):
+        desktop = self.desktop("name=a,fault=corrupted-flag:3-4")
+        _, frames = desktop.read_frames("a", MODE, "6")
+        self.assertEqual([int(words[0]) for words in frames if words[3:] == ["corrupted"]], [4, 5])
+
+    def test_empty(self):
+        desktop = self.desktop("name=a,fault=empty:3-3")
+        _, frames = desktop.read_frames("a", MODE, "5")
+        self.assertEqual([number for number, size in sizes(frames).items() if size == 0], [4])
+
+    def test_busy(self):
+        desktop = self.desktop("name=a,fault=busy")
+        reader = self.reader(desktop, "a", MODE, "1")
+        self.assertIn("total-frames=0 ", desktop.control("camera", "1", "wait-failed"))
+        self.assertIsNone(reader.poll())
+        desktop.control("camera", "1", "busy", "off")
+        desktop.control("camera", "1", "plug")
+        self.assertEqual(desktop.read_frames("a", MODE, "1")[0], COMPLETE)
+
+
+class Life(CameraTest):
+    def test_ends_in_good_order_on_a_signal(self):
+        desktop = self.desktop("name=a", "name=b")
+        pid = int(desktop.environment["CAMERA_1_PID"])
+        process = os.pidfd_open(pid)
+        os.kill(pid, signal.SIGTERM)
+        self.assertTrue(all_ended([process]))
+        self.assertEqual(list(desktop.cameras()), ["b"])
+        self.assertFalse(os.path.exists(desktop.environment["CAMERA_1_CONTROL"]))
+
+    def test_ends_on_request(self):
+        desktop = self.desktop("name=a")
+        process = os.pidfd_open(int(desktop.environment["CAMERA_1_PID"]))
+        desktop.control("camera", "1", "exit")
+        self.assertTrue(all_ended([process]))
+        self.assertEqual(desktop.cameras(), {})
+        self.assertEqual(desktop.read_frames("a", MODE, "1")[0], NO_CAMERA)
+
+    def test_ends_with_its_parent(self):
+        desktop = self.desktop()
+        camera = os.path.join(session.programs(), "virtual_camera")
+        parent = subprocess.Popen(
+            ["sh", "-c", f"{camera} --ready-fd 1 name=orphan & echo $!; wait"], env=desktop.environment,
+            stdout=subprocess.PIPE, text=True)
+        self.addCleanup(parent.stdout.close)
+        child = os.pidfd_open(int(read_line(parent)))
+        self.assertTrue(read_line(parent).startswith("ready "))
+        parent.kill()
+        parent.wait(session.SECONDS)
+        self.assertTrue(all_ended([child]))
+
+    def test_says_what_it_does_not_understand(self):
+        result = subprocess.run([os.path.join(session.programs(), "virtual_camera"), "colour=red"],
+                                capture_output=True, text=True, check=False)
+        self.assertEqual(result.returncode, 64)
+        self.assertIn("'colour=red'", result.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()
