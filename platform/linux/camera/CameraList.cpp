@@ -1,0 +1,62 @@
+#include "platform/linux/camera/CameraList.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/AVFoundation/AVCaptureDevice.h"
+
+namespace platform_linux {
+namespace {
+
+bool contains(const std::vector<Camera>& cameras, const Camera& camera) {
+  return std::any_of(cameras.begin(), cameras.end(),
+                     [&](auto& each) { return each.serial == camera.serial; });
+}
+
+}  // namespace
+
+std::vector<Camera> CameraList::cameras(std::chrono::milliseconds patience) {
+  std::unique_lock lock(mutex_);
+  becameKnown_.wait_for(lock, patience, [this] { return isKnown_; });
+  // Cameras that turn up after an empty answer are news, and come with notifications.
+  isKnown_ = true;
+  return seen_;
+}
+
+void CameraList::update(std::vector<Camera> cameras) {
+  const std::vector<Camera> before = std::exchange(newest_, std::move(cameras));
+  {
+    const std::scoped_lock lock(mutex_);
+    if (!isKnown_) {
+      seen_ = newest_;
+      isKnown_ = true;
+      becameKnown_.notify_all();
+      return;
+    }
+  }
+  for (const auto& camera : before)
+    if (!contains(newest_, camera)) postChange(Change::kDisconnected, camera);
+  for (const auto& camera : newest_)
+    if (!contains(before, camera)) postChange(Change::kConnected, camera);
+}
+
+void CameraList::postChange(Change change, const Camera& camera) {
+  mainQueue_.async([weakSelf = weak_from_this(), change, camera] {
+    if (const auto self = weakSelf.lock()) self->apply(change, camera);
+  });
+}
+
+void CameraList::apply(Change change, const Camera& camera) {
+  {
+    const std::scoped_lock lock(mutex_);
+    if (change == Change::kConnected)
+      seen_.push_back(camera);
+    else
+      std::erase_if(seen_, [&](auto& each) { return each.serial == camera.serial; });
+  }
+  notificationCenter_.postNotificationName(change == Change::kConnected
+                                               ? platform::AVCaptureDeviceWasConnectedNotification
+                                               : platform::AVCaptureDeviceWasDisconnectedNotification);
+}
+
+}  // namespace platform_linux

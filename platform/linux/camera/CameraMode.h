@@ -1,0 +1,43 @@
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <optional>
+#include <span>
+
+#include "platform/linux/image/Frame.h"
+
+namespace platform_linux {
+
+/// Frames a second as a fraction; 0/1 stands for a rate that the camera does not state.
+struct FrameRate {
+  std::uint32_t numerator = 0;
+  std::uint32_t denominator = 1;
+
+  [[nodiscard]] bool stated() const { return numerator != 0 && denominator != 0; }
+  bool operator==(const FrameRate&) const = default;
+};
+
+/// The faster is the greater.
+[[nodiscard]] std::strong_ordering compareRates(const FrameRate& a, const FrameRate& b);
+
+/// One way in which a camera can deliver pictures, of a format that can be decoded here.
+struct CameraMode {
+  PixelFormat format = PixelFormat::MJPG;
+  std::uint32_t width = 0;   ///< pixels
+  std::uint32_t height = 0;  ///< pixels
+  FrameRate rate;
+
+  bool operator==(const CameraMode&) const = default;
+};
+
+/// Below this rate, in frames a second, a preview is seen to stutter: that of film.
+inline constexpr FrameRate kSmoothRate{24, 1};
+
+/// The mode for the session preset "High": among the modes of at least `kSmoothRate` the largest picture,
+/// then the faster, then the camera's own JPEG before uncompressed formats. When no mode is that fast, the
+/// largest picture among the fastest modes. A mode without a stated rate counts as fast enough: systems that
+/// state none run their cameras at video rates. Nothing when there is no mode.
+[[nodiscard]] std::optional<CameraMode> highQualityMode(std::span<const CameraMode> modes);
+
+}  // namespace platform_linux

@@ -1,0 +1,147 @@
+#include "platform/linux/camera/CaptureFlow.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <utility>
+
+namespace platform_linux {
+
+using std::chrono::steady_clock;
+
+void CaptureFlow::setCamera(Camera camera) {
+  const std::scoped_lock lock(cameraMutex_);
+  camera_ = std::move(camera);
+}
+
+bool CaptureFlow::hasCamera() const {
+  const std::scoped_lock lock(cameraMutex_);
+  return camera_.has_value();
+}
+
+void CaptureFlow::start() {
+  post(&CaptureFlow::startNow);
+}
+
+void CaptureFlow::stop() {
+  service_->loop().post([self = shared_from_this()] { self->stopNow(ECANCELED); });
+}
+
+void CaptureFlow::requestStill(StillAnswer answer) {
+  service_->loop().post([self = shared_from_this(), answer = std::move(answer)]() mutable {
+    self->request(std::move(answer));
+  });
+}
+
+void CaptureFlow::addFeed(const std::shared_ptr<FrameFeed>& feed) {
+  service_->loop().post(
+      [self = shared_from_this(), weakFeed = std::weak_ptr(feed)] { self->feeds_.push_back(weakFeed); });
+}
+
+void CaptureFlow::post(void (CaptureFlow::*task)()) {
+  service_->loop().post([self = shared_from_this(), task] { (self.get()->*task)(); });
+}
+
+void CaptureFlow::startNow() {
+  if (isStarted_ && error_ == 0) return;
+  if (isStarted_) fail(error_);
+  isStarted_ = true;
+  error_ = 0;
+  sequence_ = 0;
+  schedule_.restart();
+  const Camera* camera = nullptr;
+  {
+    const std::scoped_lock lock(cameraMutex_);
+    if (camera_) camera = service_->find(*camera_);
+  }
+  if (!camera) return fail(ENODEV);
+  const auto mode = highQualityMode(camera->modes);
+  if (!mode) return fail(ENOTSUP);
+  serial_ = camera->serial;
+  service_->add(*this);
+  stream_.emplace(service_->core(), serial_, *mode, *this);
+}
+
+void CaptureFlow::stopNow(int error) {
+  fail(error);
+  isStarted_ = false;
+}
+
+void CaptureFlow::fail(int error) {
+  service_->remove(*this);
+  stream_.reset();
+  silenceTimer_.reset();
+  schedule_.restart();
+  error_ = error;
+  for (const auto& weakFeed : feeds_)
+    if (const auto feed = weakFeed.lock()) feed->clear();
+  answerAll(nullptr, error);
+}
+
+void CaptureFlow::abandon() {
+  waiting_.clear();
+  stopNow(ESHUTDOWN);
+}
+
+void CaptureFlow::request(StillAnswer answer) {
+  if (!isStarted_) return answer(nullptr, ENOTCONN);
+  if (error_ != 0) return answer(nullptr, error_);
+  if (!schedule_.request(steady_clock::now())) return answer(nullptr, ETIMEDOUT);
+  waiting_.push_back(std::move(answer));
+  armTimer();
+}
+
+void CaptureFlow::answerAll(const std::shared_ptr<const Frame>& frame, int error) {
+  for (auto& answer : std::exchange(waiting_, {}))
+    answer(frame, error);
+}
+
+void CaptureFlow::armTimer() {
+  const auto deadline = schedule_.deadline();
+  if (!deadline) return;
+  if (!silenceTimer_) silenceTimer_.emplace(service_->loop(), [this] { checkSilence(); });
+  silenceTimer_->startOnce(*deadline - steady_clock::now());
+}
+
+void CaptureFlow::checkSilence() {
+  // Frames put the deadline off; the timer is not touched at each of them, it looks again when it fires.
+  if (schedule_.hasFallenSilent(steady_clock::now()))
+    answerAll(nullptr, ETIMEDOUT);
+  else
+    armTimer();
+}
+
+bool CaptureFlow::anyFeedWants() {
+  std::erase_if(feeds_, [](auto& feed) { return feed.expired(); });
+  return std::any_of(feeds_.begin(), feeds_.end(), [](auto& weakFeed) {
+    const auto feed = weakFeed.lock();
+    return feed && feed->isWanted();
+  });
+}
+
+void CaptureFlow::pictureArrived(const FrameBuffer& picture) {
+  ++arrived_;
+  const std::uint64_t sequence = sequence_++;
+  const bool answersStills = schedule_.frameArrived(steady_clock::now());
+  if (!answersStills && !anyFeedWants()) return;
+  const std::shared_ptr<const Frame> frame = picture.copy(sequence);
+  ++copied_;
+  if (answersStills) {
+    silenceTimer_->stop();
+    answerAll(frame, 0);
+  }
+  for (const auto& weakFeed : feeds_)
+    if (const auto feed = weakFeed.lock()) feed->publish(frame);
+}
+
+void CaptureFlow::streamEnded(int error) {
+  // The stream also says that its camera has left when it was the daemon that did.
+  error_ = service_->isConnectionLost() ? EPIPE : error;
+  // Not here, in the stream's own call: it is destroyed by this.
+  service_->loop().post([weakSelf = weak_from_this(), reason = error_] {
+    const auto self = weakSelf.lock();
+    if (self && self->isStarted_ && self->error_ == reason) self->fail(reason);
+  });
+}
+
+}  // namespace platform_linux

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include "platform/linux/camera/Camera.h"
+#include "platform/linux/camera/CaptureLoop.h"
+#include "platform/linux/camera/CaptureService.h"
+#include "platform/linux/camera/FrameFeed.h"
+#include "platform/linux/camera/FrameStream.h"
+#include "platform/linux/camera/StillSchedule.h"
+
+namespace platform_linux {
+
+/// Called once, on the camera's thread, which it must not hold: with the frame, or with none and an `errno`.
+using StillAnswer = std::function<void(std::shared_ptr<const Frame> frame, int error)>;
+
+/// What a session does on the loop's thread: its stream, the stills that wait and the previews that look. The
+/// public operations are thread-safe and return at once.
+class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, public FrameStream::Client {
+ public:
+  /// `arrived` counts usable pictures, `copied` those that were copied out of the camera's buffers.
+  struct Counts {
+    std::uint64_t arrived = 0;
+    std::uint64_t copied = 0;
+  };
+
+  explicit CaptureFlow(std::shared_ptr<CaptureService> service) : service_(std::move(service)) {}
+  CaptureFlow(const CaptureFlow&) = delete;
+  CaptureFlow& operator=(const CaptureFlow&) = delete;
+  ~CaptureFlow() override = default;
+
+  /// Which camera the next start is to use.
+  void setCamera(Camera camera);
+  [[nodiscard]] bool hasCamera() const;
+
+  void start();
+  /// Stills that wait fail with ECANCELED.
+  void stop();
+  /// Asks for the next whole picture of a settled camera. Fails with ENOTCONN when the flow was not started,
+  /// ENODEV when there is no such camera or it was unplugged, EPIPE when the daemon has gone, ETIMEDOUT when
+  /// the camera is silent.
+  void requestStill(StillAnswer answer);
+  /// Frames go to `feed`, too, as long as it lives.
+  void addFeed(const std::shared_ptr<FrameFeed>& feed);
+  /// Over all runs.
+  [[nodiscard]] Counts counts() const { return {arrived_, copied_}; }
+
+  // For the service, on the loop's thread:
+
+  /// The `object.serial` of the camera that is running; 0 when none is.
+  [[nodiscard]] std::uint64_t runningSerial() const { return stream_ ? serial_ : 0; }
+  /// No more frames will come, because of `error`: what waits fails, and so does what is asked for later. The
+  /// stream is given up before this returns.
+  void fail(int error);
+  /// The end of everything: nobody is told anything.
+  void abandon();
+
+ private:
+  void startNow();
+  void stopNow(int error);
+  void request(StillAnswer answer);
+  void answerAll(const std::shared_ptr<const Frame>& frame, int error);
+  void checkSilence();
+  void armTimer();
+  [[nodiscard]] bool anyFeedWants();
+  void post(void (CaptureFlow::*task)());
+
+  void pictureArrived(const FrameBuffer& picture) override;
+  void streamEnded(int error) override;
+
+  const std::shared_ptr<CaptureService> service_;
+  mutable std::mutex cameraMutex_;
+  std::optional<Camera> camera_;
+  std::atomic<std::uint64_t> arrived_ = 0;
+  std::atomic<std::uint64_t> copied_ = 0;
+
+  // The loop's thread only:
+  std::optional<FrameStream> stream_;
+  std::optional<LoopTimer> silenceTimer_;
+  StillSchedule schedule_;
+  std::vector<StillAnswer> waiting_;
+  std::vector<std::weak_ptr<FrameFeed>> feeds_;
+  std::uint64_t serial_ = 0;
+  std::uint64_t sequence_ = 0;
+  bool isStarted_ = false;
+  int error_ = 0;  // why nothing comes although started
+};
+
+}  // namespace platform_linux

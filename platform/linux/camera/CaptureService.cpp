@@ -1,0 +1,78 @@
+#include "platform/linux/camera/CaptureService.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "platform/linux/camera/CaptureFlow.h"
+
+namespace platform_linux {
+
+CaptureService::CaptureService(platform::MainQueue& mainQueue, std::shared_ptr<CameraList> list)
+    : list_(std::move(list)), worker_(mainQueue) {
+  loop_.post([this] {
+    connection_.emplace(loop_, *this);
+    connection_->open();
+  });
+}
+
+CaptureService::~CaptureService() {
+  shutDown();
+}
+
+void CaptureService::shutDown() {
+  loop_.stop();
+  // A flow may be held by nothing but the stills that wait in it.
+  std::vector<std::shared_ptr<CaptureFlow>> flows;
+  for (CaptureFlow* flow : flows_)
+    flows.push_back(flow->shared_from_this());
+  for (const auto& flow : flows)
+    flow->abandon();
+  registry_.reset();
+  connection_.reset();
+  worker_.stop();
+}
+
+const Camera* CaptureService::find(const Camera& camera) const {
+  const auto same = std::find_if(cameras_.begin(), cameras_.end(), [&](auto& each) {
+    return each.serial == camera.serial && each.name == camera.name;
+  });
+  if (same != cameras_.end()) return &*same;
+  const auto replugged =
+      std::find_if(cameras_.begin(), cameras_.end(), [&](auto& each) { return each.name == camera.name; });
+  return replugged != cameras_.end() ? &*replugged : nullptr;
+}
+
+void CaptureService::connected() {
+  registry_.emplace(*connection_, *this);
+}
+
+void CaptureService::disconnected() {
+  for (CaptureFlow* flow : std::set(flows_))
+    flow->fail(EPIPE);
+  registry_.reset();
+  cameras_.clear();
+  list_->update({});
+}
+
+void CaptureService::synced(int sequence) {
+  if (registry_) registry_->synced(sequence);
+}
+
+void CaptureService::camerasChanged(std::vector<Camera> cameras) {
+  cameras_ = std::move(cameras);
+  for (CaptureFlow* flow : std::set(flows_))
+    if (!isPresent(flow->runningSerial())) flow->fail(ENODEV);
+  list_->update(cameras_);
+}
+
+void CaptureService::cameraFailed(std::uint64_t serial, int error) {
+  for (CaptureFlow* flow : std::set(flows_))
+    if (flow->runningSerial() == serial) flow->fail(error);
+}
+
+bool CaptureService::isPresent(std::uint64_t serial) const {
+  return std::any_of(cameras_.begin(), cameras_.end(), [&](auto& each) { return each.serial == serial; });
+}
+
+}  // namespace platform_linux

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <set>
+#include <vector>
+
+#include "platform/linux/camera/CameraList.h"
+#include "platform/linux/camera/CameraRegistry.h"
+#include "platform/linux/camera/CaptureLoop.h"
+#include "platform/linux/camera/DeliveryWorker.h"
+#include "platform/linux/camera/PipeWireConnection.h"
+
+namespace platform_linux {
+
+class CaptureFlow;
+
+/// What all sessions share: the loop, the connection with the cameras behind it, and the worker for outcomes.
+/// Sessions may outlive its `shutDown`: they then deliver nothing.
+class CaptureService final : public PipeWireConnection::Client, public CameraRegistry::Client {
+ public:
+  /// Starts to connect and returns; `list` is kept up to date.
+  CaptureService(platform::MainQueue& mainQueue, std::shared_ptr<CameraList> list);
+  ~CaptureService() override;
+
+  /// Stops all sessions without another outcome; an outcome that is being delivered is waited for. Main
+  /// thread only, after the main loop has ended.
+  void shutDown();
+
+  /// Thread-safe.
+  [[nodiscard]] CaptureLoop& loop() { return loop_; }
+  [[nodiscard]] DeliveryWorker& worker() { return worker_; }
+
+  // On the loop's thread only:
+
+  /// The camera as it is plugged in now: the very one, else the one of the same name, when it was plugged in
+  /// anew.
+  [[nodiscard]] const Camera* find(const Camera& camera) const;
+  [[nodiscard]] pw_core* core() const { return connection_->core(); }
+  [[nodiscard]] bool isConnectionLost() const { return connection_->isLost(); }
+
+  /// `flow` hears from now on when its camera fails or leaves, until it is removed.
+  void add(CaptureFlow& flow) { flows_.insert(&flow); }
+  void remove(CaptureFlow& flow) { flows_.erase(&flow); }
+
+ private:
+  void connected() override;
+  void disconnected() override;
+  void synced(int sequence) override;
+  void camerasChanged(std::vector<Camera> cameras) override;
+  void cameraFailed(std::uint64_t serial, int error) override;
+  [[nodiscard]] bool isPresent(std::uint64_t serial) const;
+
+  std::shared_ptr<CameraList> list_;
+  DeliveryWorker worker_;
+  CaptureLoop loop_;
+  // The rest belongs to the loop's thread while that runs.
+  std::optional<PipeWireConnection> connection_;
+  std::optional<CameraRegistry> registry_;
+  std::vector<Camera> cameras_;
+  std::set<CaptureFlow*> flows_;
+};
+
+}  // namespace platform_linux

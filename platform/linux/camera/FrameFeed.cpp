@@ -1,0 +1,34 @@
+#include "platform/linux/camera/FrameFeed.h"
+
+#include <utility>
+
+namespace platform_linux {
+
+void FrameFeed::setListener(std::function<void()> onFrame) {
+  const std::scoped_lock lock(listenerMutex_);
+  onFrame_ = std::move(onFrame);
+  isWanted_ = static_cast<bool>(onFrame_);
+  if (!onFrame_) clear();
+}
+
+std::shared_ptr<const Frame> FrameFeed::latest() const {
+  const std::scoped_lock lock(frameMutex_);
+  return latest_;
+}
+
+void FrameFeed::publish(const std::shared_ptr<const Frame>& frame) {
+  const std::scoped_lock lock(listenerMutex_);
+  if (!onFrame_) return;
+  {
+    const std::scoped_lock frameLock(frameMutex_);
+    latest_ = frame;
+  }
+  onFrame_();
+}
+
+void FrameFeed::clear() {
+  const std::scoped_lock lock(frameMutex_);
+  latest_.reset();
+}
+
+}  // namespace platform_linux

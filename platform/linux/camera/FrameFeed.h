@@ -1,0 +1,37 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+
+#include "platform/linux/image/Frame.h"
+
+namespace platform_linux {
+
+/// Hands a session's newest frame to one preview. Thread-safe.
+class FrameFeed {
+ public:
+  /// Tells `onFrame` after each frame, on the camera's thread; it must not wait. None stops that and forgets
+  /// the newest frame. Once this returns the old one runs no more.
+  void setListener(std::function<void()> onFrame);
+
+  /// Whether somebody listens, so that frames are worth copying.
+  [[nodiscard]] bool isWanted() const { return isWanted_; }
+  /// The newest frame, or nothing.
+  [[nodiscard]] std::shared_ptr<const Frame> latest() const;
+
+  /// For the camera: here is a frame. Dropped when nobody listens.
+  void publish(const std::shared_ptr<const Frame>& frame);
+  /// For the camera: what was shown is over.
+  void clear();
+
+ private:
+  std::atomic<bool> isWanted_ = false;
+  std::mutex listenerMutex_;  // held while the listener runs, which may ask for the latest frame
+  std::function<void()> onFrame_;
+  mutable std::mutex frameMutex_;
+  std::shared_ptr<const Frame> latest_;
+};
+
+}  // namespace platform_linux

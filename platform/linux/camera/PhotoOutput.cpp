@@ -1,0 +1,55 @@
+#include "platform/linux/camera/PhotoOutput.h"
+
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+#include "platform/linux/camera/CapturedPhoto.h"
+
+namespace platform_linux {
+
+void PhotoOutput::attach(std::shared_ptr<CaptureFlow> flow) {
+  const std::scoped_lock lock(mutex_);
+  flow_ = std::move(flow);
+}
+
+std::shared_ptr<CaptureFlow> PhotoOutput::flow() const {
+  const std::scoped_lock lock(mutex_);
+  return flow_;
+}
+
+std::vector<std::shared_ptr<platform::AVCaptureConnection>> PhotoOutput::connections() const {
+  const auto session = flow();
+  if (!session || !session->hasCamera()) return {};
+  return {connection_};
+}
+
+void PhotoOutput::capturePhotoWithSettings(
+    const platform::AVCapturePhotoSettings&,
+    std::shared_ptr<platform::AVCapturePhotoCaptureDelegate> delegate) {
+  // The delegate is moved on, not copied: the camera's thread must not be the one that lets it go.
+  auto answer = [self = shared_from_this(), delegate = std::move(delegate)](
+                    std::shared_ptr<const Frame> frame, int error) mutable {
+    self->deliver(std::move(delegate), std::move(frame), error);
+  };
+  if (const auto session = flow())
+    session->requestStill(std::move(answer));
+  else
+    answer(nullptr, ENOTCONN);
+}
+
+void PhotoOutput::deliver(std::shared_ptr<platform::AVCapturePhotoCaptureDelegate> delegate,
+                          std::shared_ptr<const Frame> frame, int error) {
+  std::shared_ptr<platform::AVCapturePhoto> photo;
+  std::optional<platform::NSError> failure;
+  if (frame)
+    photo = std::make_shared<CapturedPhoto>(std::move(frame), connection_->isVideoMirrored());
+  else
+    failure = platform::NSError{error, std::generic_category().message(error)};
+  service_->worker().deliver(
+      [self = shared_from_this(), delegate = std::move(delegate), photo = std::move(photo), failure] {
+        delegate->captureOutputDidFinishProcessingPhoto(*self, photo, failure);
+      });
+}
+
+}  // namespace platform_linux

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <limits>
+
+#include <pipewire/pipewire.h>
+
+namespace platform_linux {
+
+// libpipewire's macros for calls to remote objects, as functions: the macros cast in the way of C, which is
+// not allowed in our own code.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wold-style-cast"
+
+/// Answers the number with which the daemon reports back.
+inline int syncCore(pw_core* core) {
+  return pw_core_sync(core, PW_ID_CORE, 0);
+}
+
+inline void addCoreListener(pw_core* core, spa_hook& listener, const pw_core_events& events, void* data) {
+  pw_core_add_listener(core, &listener, &events, data);
+}
+
+inline void addRegistryListener(pw_registry* registry, spa_hook& listener, const pw_registry_events& events,
+                                void* data) {
+  pw_registry_add_listener(registry, &listener, &events, data);
+}
+
+/// The answer is owned by the caller; empty when memory is short.
+inline pw_node* bindNode(pw_registry* registry, std::uint32_t id) {
+  return static_cast<pw_node*>(pw_registry_bind(registry, id, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE, 0));
+}
+
+inline void addNodeListener(pw_node* node, spa_hook& listener, const pw_node_events& events, void* data) {
+  pw_node_add_listener(node, &listener, &events, data);
+}
+
+/// Asks the node for all values of a parameter.
+inline void askForParameter(pw_node* node, std::uint32_t parameter) {
+  pw_node_enum_params(node, 0, parameter, 0, std::numeric_limits<std::uint32_t>::max(), nullptr);
+}
+
+#pragma GCC diagnostic pop
+
+}  // namespace platform_linux

@@ -1,0 +1,16 @@
+#include "platform/linux/camera/PreviewLayer.h"
+
+#include <utility>
+
+namespace platform_linux {
+
+PreviewLayer::PreviewLayer(std::shared_ptr<CaptureSession> session) : session_(std::move(session)) {
+  session_->flow()->addFeed(feed_);
+}
+
+std::shared_ptr<platform::AVCaptureConnection> PreviewLayer::connection() const {
+  if (!session_->flow()->hasCamera()) return nullptr;
+  return connection_;
+}
+
+}  // namespace platform_linux

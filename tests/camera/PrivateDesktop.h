@@ -1,0 +1,31 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace camera_test {
+
+/// One virtual camera of the private desktop in which the test runs.
+class VirtualCamera {
+ public:
+  VirtualCamera(std::string control, std::string dumpFolder)
+      : control_(std::move(control)), dumpFolder_(std::move(dumpFolder)) {}
+
+  /// Has the camera do something and returns when it has taken effect, with its answer. A refusal fails the
+  /// test.
+  std::string ask(const std::string& request) const;
+  /// Where the frames are that the camera has delivered, byte for byte.
+  const std::filesystem::path& dumpFolder() const { return dumpFolder_; }
+
+ private:
+  std::string control_;
+  std::filesystem::path dumpFolder_;
+};
+
+/// Plugs in a camera; `specification` as tests/desktop describes it, without name and dump.
+VirtualCamera plugIn(const std::string& name, const std::string& specification = "");
+
+/// Has the desktop's PipeWire daemon "kill", "stop" or "start", and returns when that is done.
+void pipewire(const std::string& action);
+
+}  // namespace camera_test
