@@ -1,4 +1,4 @@
-#include "platform/linux/notifications/NotificationCenter.h"
+#include "platform/linux/notifications/UserNotificationCenter.h"
 
 #include <algorithm>
 #include <chrono>
@@ -19,9 +19,9 @@ constexpr unsigned kVisible = platform::UNNotificationPresentationOptionAlert |
 }  // namespace
 
 /// A request that waits for its trigger.
-class NotificationCenter::PendingRequest {
+class UserNotificationCenter::PendingRequest {
  public:
-  PendingRequest(NotificationCenter& center, UNNotificationRequest request, std::shared_ptr<void> hold)
+  PendingRequest(UserNotificationCenter& center, UNNotificationRequest request, std::shared_ptr<void> hold)
       : center_(center), request_(std::move(request)), hold_(std::move(hold)) {
     const auto delay = std::max(request_.trigger.timeInterval, std::chrono::milliseconds(0));
     timer_ = g_timeout_add(static_cast<guint>(delay.count()), onTrigger, this);
@@ -41,42 +41,42 @@ class NotificationCenter::PendingRequest {
     return G_SOURCE_REMOVE;
   }
 
-  NotificationCenter& center_;
+  UserNotificationCenter& center_;
   const UNNotificationRequest request_;
   std::shared_ptr<void> hold_;
   guint timer_ = 0;
 };
 
-NotificationCenter::NotificationCenter(NotificationCenterSettings settings)
-    : settings_(std::move(settings)), self_(std::make_shared<NotificationCenter*>(this)) {}
+UserNotificationCenter::UserNotificationCenter(NotificationCenterSettings settings)
+    : settings_(std::move(settings)), self_(std::make_shared<UserNotificationCenter*>(this)) {}
 
-NotificationCenter::~NotificationCenter() = default;
+UserNotificationCenter::~UserNotificationCenter() = default;
 
-void NotificationCenter::setDelegate(std::weak_ptr<platform::UNUserNotificationCenterDelegate> delegate) {
+void UserNotificationCenter::setDelegate(std::weak_ptr<platform::UNUserNotificationCenterDelegate> delegate) {
   delegate_ = std::move(delegate);
 }
 
-void NotificationCenter::requestAuthorizationWithOptions(
+void UserNotificationCenter::requestAuthorizationWithOptions(
     unsigned, std::function<void(bool, const std::optional<platform::NSError>&)> completionHandler) {
   findNotificationService(settings_.applicationId, std::move(completionHandler));
 }
 
-void NotificationCenter::setNotificationCategories(std::set<platform::UNNotificationCategory> categories) {
+void UserNotificationCenter::setNotificationCategories(std::set<platform::UNNotificationCategory> categories) {
   categories_ = std::move(categories);
 }
 
-void NotificationCenter::addNotificationRequest(const UNNotificationRequest& request) {
+void UserNotificationCenter::addNotificationRequest(const UNNotificationRequest& request) {
   pending_[request.identifier] = std::make_unique<PendingRequest>(*this, request, hold());
 }
 
-void NotificationCenter::receiveResponse(const platform::UNNotificationResponse& response) {
+void UserNotificationCenter::receiveResponse(const platform::UNNotificationResponse& response) {
   const auto delegate = delegate_.lock();
   if (!delegate) return;
   delegate->userNotificationCenterDidReceiveNotificationResponse(response,
                                                                  [held = hold()]() mutable { held.reset(); });
 }
 
-void NotificationCenter::present(const UNNotificationRequest& request, std::shared_ptr<void> held) {
+void UserNotificationCenter::present(const UNNotificationRequest& request, std::shared_ptr<void> held) {
   const auto delegate = delegate_.lock();
   if (!delegate) {
     deliver(request, kVisible | platform::UNNotificationPresentationOptionSound, std::move(held));
@@ -88,7 +88,7 @@ void NotificationCenter::present(const UNNotificationRequest& request, std::shar
       });
 }
 
-void NotificationCenter::deliver(const UNNotificationRequest& request, unsigned presentationOptions,
+void UserNotificationCenter::deliver(const UNNotificationRequest& request, unsigned presentationOptions,
                                  std::shared_ptr<void> held) {
   if (!(presentationOptions & kVisible)) return;
   auto content = request.content;
@@ -103,7 +103,7 @@ void NotificationCenter::deliver(const UNNotificationRequest& request, unsigned 
   delivery->start();
 }
 
-std::shared_ptr<void> NotificationCenter::hold() const {
+std::shared_ptr<void> UserNotificationCenter::hold() const {
   return settings_.holdTermination ? settings_.holdTermination() : nullptr;
 }
 

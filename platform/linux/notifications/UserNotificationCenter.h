@@ -24,13 +24,13 @@ struct NotificationCenterSettings {
 /// The desktop's notifications over the session bus. Everything is asynchronous and bounded: a desktop
 /// without a bus or a notification service costs nothing but the notification. A notification that is under
 /// way holds the end of the application. Timers and replies come through the default main context.
-class NotificationCenter : public platform::UNUserNotificationCenter {
+class UserNotificationCenter : public platform::UNUserNotificationCenter {
  public:
-  explicit NotificationCenter(NotificationCenterSettings settings);
-  NotificationCenter(const NotificationCenter&) = delete;
-  NotificationCenter& operator=(const NotificationCenter&) = delete;
+  explicit UserNotificationCenter(NotificationCenterSettings settings);
+  UserNotificationCenter(const UserNotificationCenter&) = delete;
+  UserNotificationCenter& operator=(const UserNotificationCenter&) = delete;
   /// Notifications whose trigger has not come are dropped; those handed to the bus still go out.
-  ~NotificationCenter() override;
+  ~UserNotificationCenter() override;
 
   void setDelegate(std::weak_ptr<platform::UNUserNotificationCenterDelegate> delegate) override;
   /// The completion runs on the main thread. There is no permission to ask for: granted means that somebody
@@ -64,7 +64,7 @@ class NotificationCenter : public platform::UNUserNotificationCenter {
   std::map<std::string, std::weak_ptr<NotificationDelivery>>
       deliveries_;  // by identifier, the newest of each
   /// Gone with the centre: completions of the delegate look at it.
-  std::shared_ptr<NotificationCenter*> self_;
+  std::shared_ptr<UserNotificationCenter*> self_;
 };
 
 }  // namespace platform_linux
