@@ -94,10 +94,10 @@ Picture deliver(const RawPicture& picture) {
 
 // The conversion as the recommendations define it, in floating point.
 std::array<double, 3> exactRgb(Yuv yuv, ColorMatrix matrix, ColorRange range) {
-  const double redWeight = matrix == ColorMatrix::kBt709 ? 0.2126 : 0.299;
-  const double blueWeight = matrix == ColorMatrix::kBt709 ? 0.0722 : 0.114;
+  const double redWeight = matrix == ColorMatrix::BT709 ? 0.2126 : 0.299;
+  const double blueWeight = matrix == ColorMatrix::BT709 ? 0.0722 : 0.114;
   const double greenWeight = 1 - redWeight - blueWeight;
-  const bool full = range == ColorRange::kFull;
+  const bool full = range == ColorRange::Full;
   const double luma = full ? yuv.y / 255.0 : (yuv.y - 16) / 219.0;
   const double blueDifference = (yuv.u - 128) / (full ? 255.0 : 224.0);
   const double redDifference = (yuv.v - 128) / (full ? 255.0 : 224.0);
@@ -114,8 +114,8 @@ constexpr std::array kYuvFormats = {RawFormat::kYuy2, RawFormat::kUyvy, RawForma
 
 double worstError(RawPicture picture, Yuv yuv) {
   double worst = 0;
-  for (const auto matrix : {ColorMatrix::kBt601, ColorMatrix::kBt709}) {
-    for (const auto range : {ColorRange::kLimited, ColorRange::kFull}) {
+  for (const auto matrix : {ColorMatrix::BT601, ColorMatrix::BT709}) {
+    for (const auto range : {ColorRange::Limited, ColorRange::Full}) {
       picture.matrix = matrix;
       picture.range = range;
       const auto exact = exactRgb(yuv, matrix, range);
@@ -151,7 +151,7 @@ TEST(RawRowSource, KeepsItsPlaceWithPaddedRowsAndOddSizes) {
     for (const std::uint32_t width : {1U, 2U, 3U, 16U, 33U}) {
       for (const std::uint32_t height : {1U, 2U, 5U}) {
         OwnedRaw raw = makeRaw(format, width, height, color, 13);
-        raw.picture.range = ColorRange::kFull;
+        raw.picture.range = ColorRange::Full;
         const Picture expected = drawPicture(width, height, [&color](auto x, auto y) {
           return static_cast<std::uint32_t>(color(x, y).y) * 0x010101U;
         });
@@ -170,7 +170,7 @@ TEST(RawRowSource, InterpolatesChromaBetweenItsSamples) {
   };
   for (const auto format : kYuvFormats) {
     OwnedRaw raw = makeRaw(format, 9, 8, color);
-    raw.picture.range = ColorRange::kFull;
+    raw.picture.range = ColorRange::Full;
     const Picture delivered = deliver(raw.picture);
     const bool planar = format == RawFormat::kNv12 || format == RawFormat::kI420;
     // Well inside: a row of planar chroma lies half a luma row below the upper of its two luma rows.

@@ -7,13 +7,16 @@
 
 namespace platform_linux {
 
-/// Writes deflate's bit stream: least significant bit first. Bits are gathered in a word and stored eight
-/// bytes at a time, so the buffer must reach seven bytes further than what is written. Callers `flush` before
-/// 57 or more bits are pending.
+/// Writes deflate's bit stream: least significant bit first. Bits are gathered in a word and stored eight bytes at a
+/// time, so the buffer must reach seven bytes further than what is written. After a `flush`, kMostBits can be put
+/// before the next one.
 class BitWriter {
   static_assert(std::endian::native == std::endian::little, "words are stored as they lie in memory");
 
  public:
+  /// One less than what seven pending bits leave of a word, as a word cannot be shifted by its own width.
+  static constexpr unsigned kMostBits = 56;
+
   explicit BitWriter(std::uint8_t* to) noexcept : to_(to) {}
 
   void put(std::uint64_t bits, unsigned count) noexcept {

@@ -58,28 +58,23 @@ constexpr Symbol distanceSymbol(std::uint32_t distance) {
 }
 static_assert(distanceSymbol(5).symbol == 4 && distanceSymbol(32768).symbol == 29);
 
-// Counts bytes in four tables, so that equal neighbours do not wait for each other's store.
-class ByteHistogram {
- public:
-  void add(const std::uint8_t* bytes, std::size_t count) noexcept {
-    std::size_t i = 0;
-    for (; i + 8 <= count; i += 8) {
-      std::uint64_t word;
-      std::memcpy(&word, bytes + i, sizeof word);
-      for (unsigned lane = 0; lane < 8; ++lane)
-        ++counts_[lane % 4][word >> (8 * lane) & 0xFF];
-    }
-    for (; i < count; ++i)
-      ++counts_[i % 4][bytes[i]];
+// How often each byte occurs. Counted in four tables, so that equal neighbours do not wait for each other's
+// store.
+std::array<std::uint32_t, 256> histogramOf(std::span<const std::uint8_t> data) {
+  std::array<std::array<std::uint32_t, 256>, 4> counts{};
+  const std::size_t whole = data.size() & ~std::size_t{7};
+  for (std::size_t i = 0; i < whole; i += 8) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, data.data() + i, sizeof word);
+    for (unsigned lane = 0; lane < 8; ++lane)
+      ++counts[lane % 4][word >> (8 * lane) & 0xFF];
   }
-
-  [[nodiscard]] std::uint32_t operator[](std::size_t byte) const noexcept {
-    return counts_[0][byte] + counts_[1][byte] + counts_[2][byte] + counts_[3][byte];
-  }
-
- private:
-  std::array<std::array<std::uint32_t, 256>, 4> counts_{};
-};
+  for (const std::uint8_t byte : data.subspan(whole))
+    ++counts[0][byte];
+  for (std::size_t byte = 0; byte < 256; ++byte)
+    counts[0][byte] += counts[1][byte] + counts[2][byte] + counts[3][byte];
+  return counts[0];
+}
 
 // A code and its length, side by side for the inner loop.
 struct Code {
@@ -101,32 +96,44 @@ void put(Code code, BitWriter& out) {
   out.put(code.bits, code.length);
 }
 
-// Two codes joined, first one first; the sums are independent of the stream's position, so they overlap with
-// the previous pair's way into it.
-struct Pair {
-  std::uint32_t bits;
-  std::uint32_t length;
+// Some codes joined, the first one least significant. Joining does not wait for the stream's position, so one
+// group is put together while the one before is on its way into the stream.
+struct Group {
+  std::uint64_t bits;
+  unsigned length;
 };
 
-Pair join(Code first, Code second) {
-  return {static_cast<std::uint32_t>(first.bits | second.bits << first.length),
-          static_cast<std::uint32_t>(first.length + second.length)};
+Group join(Group first, Group second) {
+  return {first.bits | second.bits << first.length, first.length + second.length};
+}
+
+Group fourLiterals(const std::uint8_t* at, const Code* codes) {
+  const auto literal = [=](std::size_t i) { return Group{codes[at[i]].bits, codes[at[i]].length}; };
+  return join(join(literal(0), literal(1)), join(literal(2), literal(3)));
 }
 
 void writeLiterals(std::span<const std::uint8_t> literals, const Code* codes, BitWriter& stream) {
+  constexpr unsigned kRoom = BitWriter::kMostBits;
   BitWriter out = stream;  // a copy stays in registers
   const std::uint8_t* at = literals.data();
   std::size_t left = literals.size();
-  for (; left >= 4; left -= 4, at += 4) {
-    const Pair first = join(codes[at[0]], codes[at[1]]);
-    const Pair second = join(codes[at[2]], codes[at[3]]);
-    out.put(first.bits | static_cast<std::uint64_t>(second.bits) << first.length,
-            first.length + second.length);
+  for (; left >= 8; left -= 8, at += 8) {
+    const Group first = fourLiterals(at, codes);
+    const Group second = fourLiterals(at + 4, codes);
+    if (first.length + second.length <= kRoom) {
+      const Group both = join(first, second);
+      out.put(both.bits, both.length);
+    } else {
+      out.put(first.bits, first.length);
+      out.flush();
+      out.put(second.bits, second.length);
+    }
     out.flush();
   }
-  for (; left > 0; --left)
+  for (; left > 0; --left) {
     put(codes[*at++], out);
-  out.flush();
+    out.flush();
+  }
   stream = out;
 }
 
@@ -150,19 +157,25 @@ void DeflateBlock::plan(std::span<const std::uint8_t> data, std::span<const Defl
 
 void DeflateBlock::countSymbols(std::span<const std::uint8_t> data,
                                 std::span<const DeflateToken> tokens) noexcept {
-  ByteHistogram bytes;
   literalFrequencies_.fill(0);
   distanceFrequencies_.fill(0);
-  const std::uint8_t* at = data.data();
+  // All bytes are counted in one go, then those within matches are taken off: most matches are one byte
+  // repeated.
+  const auto bytes = histogramOf(data);
+  std::copy(bytes.begin(), bytes.end(), literalFrequencies_.begin());
   for (const DeflateToken& token : tokens) {
-    bytes.add(at, token.literals);
-    at += token.literals + token.length;
+    data = data.subspan(token.literals);
     if (token.length == 0) continue;
+    if (token.distance == 1) {
+      literalFrequencies_[data.front()] -= token.length;
+    } else {
+      for (const std::uint8_t byte : data.first(token.length))
+        --literalFrequencies_[byte];
+    }
+    data = data.subspan(token.length);
     ++literalFrequencies_[kFirstLengthSymbol + kLengthSymbols[token.length].symbol];
     ++distanceFrequencies_[distanceSymbol(token.distance).symbol];
   }
-  for (std::size_t byte = 0; byte < 256; ++byte)
-    literalFrequencies_[byte] = bytes[byte];
   literalFrequencies_[kEndOfBlock] = 1;
 }
 

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstdint>
-
 #include <span>
 
 #include "platform/linux/image/BitWriter.h"

@@ -3,9 +3,8 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
-#include <vector>
-
 #include <span>
+#include <vector>
 
 namespace platform_linux {
 

@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <span>
 #include <string>
 
 #include <jpeglib.h>
-#include <span>
 
 namespace platform_linux {
 

@@ -13,8 +13,8 @@ namespace platform_linux {
 /// rows are held at a time (of a progressive stream the whole coded picture).
 class JpegRowSource final : public RowSource {
  public:
-  /// Begins to decode `jpeg`, which must outlive the source, `mirrored` left to right against what it says of itself. Null when that is no JPEG picture that can be
-  /// decoded, and `failure` then says why.
+  /// Begins to decode `jpeg`, which must outlive the source, `mirrored` left to right against what it says of
+  /// itself. Null when that is no JPEG picture that can be decoded, and `failure` then says why.
   [[nodiscard]] static std::unique_ptr<JpegRowSource> open(std::span<const std::uint8_t> jpeg,
                                                            std::string& failure, bool mirrored = false);
 

@@ -22,7 +22,9 @@ RawFormat rawFormat(PixelFormat format) {
 }
 
 /// The part of `bytes` from `offset` on; empty when there is none.
-Bytes rest(Bytes bytes, std::size_t offset) { return offset < bytes.size() ? bytes.subspan(offset) : Bytes{}; }
+Bytes rest(Bytes bytes, std::size_t offset) {
+  return offset < bytes.size() ? bytes.subspan(offset) : Bytes{};
+}
 
 /// Planes lie one behind the other, as PipeWire and V4L2 lay out a frame in a single buffer.
 RawPicture rawPicture(const Frame& frame, bool mirrored) {

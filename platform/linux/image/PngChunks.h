@@ -2,10 +2,9 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 #include <string_view>
 #include <vector>
-
-#include <span>
 
 #include "platform/linux/image/PngWriter.h"
 

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-
 #include <span>
 
 namespace platform_linux {

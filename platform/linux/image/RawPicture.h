@@ -3,7 +3,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-
 #include <span>
 
 #include "platform/linux/image/Frame.h"

@@ -1,9 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
-
 #include <span>
+#include <string>
 
 namespace platform_linux {
 

@@ -1,7 +1,6 @@
 #include "platform/linux/image/RunParser.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 
 #include "platform/linux/image/ByteVector.h"
@@ -12,21 +11,24 @@ namespace {
 // The least repetitions that become a match; fewer cost more as a match than as literals in most photographs.
 constexpr std::size_t kShortestRun = 5;
 
-// Bytes looked at in one step: those of a vector and the next two.
-constexpr std::size_t kStep = kByteVectorSize;
-constexpr std::size_t kLookAhead = kStep + 2;
+// Bytes looked at in one step, and how far that moves on: a run that begins later may not be seen whole.
+constexpr std::size_t kWindow = 64;
+constexpr std::size_t kStep = kWindow - kShortestRun + 1;
 
-// Whether any byte of four, taken at `at` + 0, 4, 8 and 12, equals its left neighbour together with the three
-// others.
-bool hasFourRepetitions(const std::uint8_t* at) {
-  const ByteVector repeated = equalMask(load(at), load(at - 1));
-  const auto words = std::bit_cast<std::array<std::uint32_t, 4>>(repeated);
-  return words[0] == ~0U || words[1] == ~0U || words[2] == ~0U || words[3] == ~0U;
+// One bit for each of kWindow bytes that equals its left neighbour.
+std::uint64_t repetitions(const std::uint8_t* at) {
+  std::uint64_t bits = 0;
+  for (std::size_t i = 0; i < kWindow; i += kByteVectorSize) {
+    bits |= static_cast<std::uint64_t>(bitsOf(equalMask(load(at + i), load(at + i - 1)))) << i;
+  }
+  return bits;
 }
 
-// A run of kShortestRun repetitions that begins before `at` + kStep covers four bytes from an even position.
-bool mayHoldRun(const std::uint8_t* at) {
-  return hasFourRepetitions(at) || hasFourRepetitions(at + 2);
+// Of the bits set, those that are followed by at least kShortestRun - 1 others.
+std::uint64_t startsOfRuns(std::uint64_t bits) {
+  static_assert(kShortestRun == 5);
+  const std::uint64_t pairs = bits & bits >> 1;
+  return pairs & pairs >> 2 & bits >> 4;
 }
 
 // The first position from `from` on whose byte differs from its left neighbour.
@@ -59,21 +61,25 @@ void appendRun(std::size_t literals, std::size_t length, DeflateTokens& tokens) 
 void parseRuns(std::span<const std::uint8_t> data, DeflateTokens& tokens) {
   tokens.clear();
   std::size_t literalsFrom = 0;
+  const auto take = [&](std::size_t from, std::size_t end) {
+    appendRun(from - literalsFrom, end - from, tokens);
+    literalsFrom = end;
+  };
   std::size_t at = 1;  // everything before it is dealt with
-  while (at < data.size()) {
-    if (at + kLookAhead <= data.size() && !mayHoldRun(data.data() + at)) {
-      at += kStep;
-      continue;
+  while (at + kWindow <= data.size()) {
+    const std::size_t next = at + kStep;
+    for (std::uint64_t starts = startsOfRuns(repetitions(data.data() + at)); starts != 0;) {
+      const std::size_t from = at + static_cast<std::size_t>(std::countr_zero(starts));
+      const std::size_t end = endOfRun(data, from + kShortestRun);
+      take(from, end);
+      starts = end - at >= kWindow ? 0 : starts & ~std::uint64_t{0} << (end - at);
     }
-    const std::size_t stop = std::min(at + kStep, data.size());
-    while (at < stop) {
-      const std::size_t end = endOfRun(data, at);
-      if (end - at >= kShortestRun) {
-        appendRun(at - literalsFrom, end - at, tokens);
-        literalsFrom = end;
-      }
-      at = end + 1;  // the byte at `end` differs from its neighbour
-    }
+    at = std::max(next, literalsFrom);
+  }
+  for (; at < data.size(); ++at) {
+    const std::size_t end = endOfRun(data, at);
+    if (end - at >= kShortestRun) take(at, end);
+    at = end;
   }
   tokens.push_back({static_cast<std::uint32_t>(data.size() - literalsFrom), 0, 0});
 }

@@ -15,7 +15,7 @@ constexpr std::size_t kStoredBlockOverhead = 5;     // aligned: block type, leng
 constexpr std::size_t kWriterSlack = 32;
 
 // Below this many bits a byte a strip is smooth or repetitive enough for a search for matches to pay.
-constexpr std::uint64_t kSearchBelowBits = 2;
+constexpr std::uint64_t kSearchBelowBits = 0;
 
 constexpr std::size_t storedBytes(std::size_t bytes) {
   const std::size_t blocks = (bytes + kStoredBlockMaximum - 1) / kStoredBlockMaximum;

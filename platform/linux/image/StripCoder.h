@@ -1,9 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
-
 #include <span>
+#include <vector>
 
 #include "platform/linux/image/DeflateBlock.h"
 #include "platform/linux/image/MatchParser.h"

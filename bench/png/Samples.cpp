@@ -1,0 +1,123 @@
+#include "bench/png/Samples.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include <jpeglib.h>
+
+#include "bench/png/Scenes.h"
+#include "platform/linux/image/JpegRowSource.h"
+
+namespace camera_shot_bench {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Look {
+  const char* name;
+  double blur;      // at 1080p; larger pictures of the same lens spread it over more pixels
+  double fullWell;  // 0: no noise
+  int quality;
+};
+
+// Cameras from good light to dim, each with and without its noise.
+constexpr Look kLooks[] = {
+    {"sharp, clean", 0.7, 0, 92},       {"sharp, bright light", 0.7, 20000, 92},
+    {"webcam, clean", 1.2, 0, 88},      {"webcam, room light", 1.2, 4000, 88},
+    {"soft, clean", 1.8, 0, 90},        {"soft, room light", 1.8, 5000, 90},
+    {"webcam, dim, clean", 1.4, 0, 92}, {"webcam, dim", 1.4, 1200, 92},
+};
+
+Sample fromJpeg(std::string name, std::string kind, Bytes jpeg) {
+  Picture picture = decodeJpeg(jpeg);
+  return {std::move(name), std::move(kind), std::move(jpeg), std::move(picture)};
+}
+
+void makeDrawings(std::uint32_t width, std::uint32_t height, const std::function<void(const Sample&)>& use) {
+  use({"black", "flat", {}, flatPicture(width, height, 0)});
+  use({"flat colour", "flat", {}, flatPicture(width, height, 0x4A6FA5)});
+  use({"gradient", "gradient", {}, gradientPicture(width, height)});
+  use({"screen 1", "drawn", {}, screenPicture(width, height, 1)});
+  use({"screen 2", "drawn", {}, screenPicture(width, height, 2)});
+}
+
+}  // namespace
+
+Bytes encodeCameraJpeg(const Picture& picture, int quality) {
+  jpeg_compress_struct encoder{};
+  jpeg_error_mgr errors{};
+  encoder.err = jpeg_std_error(&errors);
+  jpeg_create_compress(&encoder);
+  unsigned char* bytes = nullptr;
+  unsigned long size = 0;
+  jpeg_mem_dest(&encoder, &bytes, &size);
+  encoder.image_width = picture.width;
+  encoder.image_height = picture.height;
+  encoder.input_components = 3;
+  encoder.in_color_space = JCS_RGB;
+  jpeg_set_defaults(&encoder);
+  jpeg_set_quality(&encoder, quality, TRUE);
+  encoder.comp_info[0].h_samp_factor = 2;
+  encoder.comp_info[0].v_samp_factor = 1;
+  jpeg_start_compress(&encoder, TRUE);
+  while (encoder.next_scanline < encoder.image_height) {
+    Bytes row(
+        picture.pixels.begin() + static_cast<std::ptrdiff_t>(encoder.next_scanline * picture.rowBytes()),
+        picture.pixels.begin() +
+            static_cast<std::ptrdiff_t>((encoder.next_scanline + 1) * picture.rowBytes()));
+    JSAMPROW pointer = row.data();
+    jpeg_write_scanlines(&encoder, &pointer, 1);
+  }
+  jpeg_finish_compress(&encoder);
+  Bytes jpeg(bytes, bytes + size);
+  jpeg_destroy_compress(&encoder);
+  std::free(bytes);
+  return jpeg;
+}
+
+Picture decodeJpeg(const Bytes& jpeg) {
+  std::string failure;
+  const auto source = platform_linux::JpegRowSource::open(jpeg, failure);
+  if (!source) return {};
+  Picture picture{source->width(), source->height(), Bytes(source->rowBytes() * source->height())};
+  return source->readRows(picture.pixels) ? picture : Picture{};
+}
+
+void forEachGeneratedSample(const SampleOptions& options, const std::function<void(const Sample&)>& use) {
+  const std::uint32_t width = options.large ? 4000 : 1920;
+  const std::uint32_t height = options.large ? 3000 : 1080;
+  std::uint32_t seed = 1;
+  for (const Look& look : kLooks) {
+    if (options.quick && seed > 4) break;
+    // A larger sensor behind the same lens: the same scene is blurred over somewhat more pixels.
+    const double blur = options.large ? look.blur * 1.4 : look.blur;
+    const Picture photo = photographScene({width, height, 1 + (seed - 1) / 2, blur, look.fullWell, false});
+    use(fromJpeg(look.name, "photo", encodeCameraJpeg(photo, look.quality)));
+    ++seed;
+  }
+  for (const double fullWell : {0.0, 4000.0}) {
+    const Picture photo = photographScene({width, height, 7, 1.2, fullWell, true});
+    use(fromJpeg(fullWell > 0 ? "grey, room light" : "grey, clean", "grey", encodeCameraJpeg(photo, 90)));
+  }
+  makeDrawings(width, height, use);
+}
+
+void forEachInstalledSample(const std::string& folder, const std::function<void(const Sample&)>& use) {
+  std::error_code error;
+  std::vector<fs::path> paths;
+  for (const auto& entry : fs::recursive_directory_iterator(folder, error)) {
+    if (entry.path().extension() == ".jpg") paths.push_back(entry.path());
+  }
+  std::sort(paths.begin(), paths.end());
+  for (const fs::path& path : paths) {
+    std::ifstream file(path, std::ios::binary);
+    Sample sample = fromJpeg(path.filename(), "wallpaper", Bytes(std::istreambuf_iterator<char>(file), {}));
+    if (sample.picture.pixels.size() >= 3'000'000) use(sample);
+  }
+}
+
+}  // namespace camera_shot_bench
