@@ -1,23 +1,27 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "platform/AppKit/NSWorkspace.h"
+#include "platform/linux/application/SessionBus.h"
 #include "platform/linux/desktop/TerminationHold.h"
 
 namespace platform_linux {
 
 /// The user's file manager, through the bus name that all of them share, and the default applications. A file
 /// manager that has to be started first loses the request when its sender leaves at once, so the end of the
-/// application is held until the answer, which has a bound itself (kBusCallLimit).
+/// application is held until the answer, for which ten seconds are allowed. An empty path is no request. Main thread
+/// only.
 class Workspace : public platform::NSWorkspace {
  public:
   /// The token by which the desktop lets a window come to the front in answer to the user's click; empty for
   /// none.
   using ActivationToken = std::function<std::string()>;
 
-  explicit Workspace(TerminationHold holdTermination = {}, ActivationToken activationToken = {});
+  /// `bus` outlives the main loop's last turn.
+  Workspace(const SessionBus& bus, TerminationHold holdTermination, ActivationToken activationToken);
 
   /// Without a file manager that can select, the file's folder is opened. There is no root to choose here, so
   /// `inFileViewerRootedAtPath` is not looked at.
@@ -28,6 +32,7 @@ class Workspace : public platform::NSWorkspace {
   std::shared_ptr<void> hold() const;
   std::string activationToken() const;
 
+  const SessionBus& bus_;
   const TerminationHold holdTermination_;
   const ActivationToken activationToken_;
 };

@@ -5,65 +5,68 @@
 #include <set>
 #include <utility>
 
-#include "platform/linux/desktop/SessionBus.h"
 #include "platform/linux/notifications/NotificationServices.h"
 
 namespace platform_linux {
 namespace {
 
+using Completion = std::function<void(bool, const std::optional<platform::NSError>&)>;
+
 /// The question on its way through the bus's lists of names.
 struct Question {
   std::string applicationId;
-  std::function<void(bool, const std::optional<platform::NSError>&)> completion;
+  Completion completion;
   std::set<std::string> names;
+  bool busAnswered = false;
 };
 
-int errorNumber(const GError* error) {
-  if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED) ||
-      g_error_matches(error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT))
-    return ETIMEDOUT;
-  if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CONNECTION_REFUSED)) return ECONNREFUSED;
-  if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_PERMISSION_DENIED)) return EACCES;
-  return ENOENT;
-}
-
-void addNames(GVariant* reply, std::set<std::string>& names) {
-  if (!reply) return;
+void addNames(Question& question, GVariant* reply) {
+  if (!reply || !g_variant_is_of_type(reply, G_VARIANT_TYPE("(as)"))) return;
+  question.busAnswered = true;
   GVariantIter* iterator = nullptr;
   g_variant_get(reply, "(as)", &iterator);
+  const GVariantIterHandle owned(iterator);
   const char* name = nullptr;
   while (g_variant_iter_next(iterator, "&s", &name))
-    names.insert(name);
-  g_variant_iter_free(iterator);
+    question.names.insert(name);
 }
 
-bool answer(const Question& question) {
-  return question.names.contains(kShellNotifications) ||
-         (question.names.contains(notificationHelperName(question.applicationId)) &&
-          question.names.contains(kDesktopNotifications));
+void answer(const Question& question) {
+  if (!question.busAnswered) {
+    question.completion(false, platform::NSError{ENOTCONN, "The session bus does not answer"});
+    return;
+  }
+  const bool behindHelper = question.names.contains(notificationHelperName(question.applicationId)) &&
+                            question.names.contains(kDesktopNotifications);
+  question.completion(behindHelper || question.names.contains(kShellNotifications), std::nullopt);
 }
 
-void listNames(GDBusConnection* connection, const std::shared_ptr<Question>& question) {
-  // The replies come in the order of the calls.
-  callBusMethod(connection, busDaemonMethod("ListNames"), nullptr, "(as)",
-                [question](GVariant* reply, const GError*) { addNames(reply, question->names); });
-  callBusMethod(connection, busDaemonMethod("ListActivatableNames"), nullptr, "(as)",
-                [question](GVariant* reply, const GError*) {
-                  addNames(reply, question->names);
-                  question->completion(answer(*question), std::nullopt);
-                });
+/// Never inline, although a call without a bus fails on the spot.
+void answerWithoutBus(Completion completion) {
+  g_idle_add_full(
+      G_PRIORITY_DEFAULT,
+      [](gpointer data) noexcept -> gboolean {
+        (*static_cast<Completion*>(data))(false, platform::NSError{ENOTCONN, "There is no session bus"});
+        return G_SOURCE_REMOVE;
+      },
+      std::make_unique<Completion>(std::move(completion)).release(),
+      [](gpointer data) noexcept { delete static_cast<Completion*>(data); });
 }
 
 }  // namespace
 
-void findNotificationService(const std::string& applicationId,
-                             std::function<void(bool, const std::optional<platform::NSError>&)> completion) {
-  auto question = std::make_shared<Question>(Question{applicationId, std::move(completion), {}});
-  connectToSessionBus([question](GDBusConnection* connection, const GError* error) {
-    if (connection)
-      listNames(connection, question);
-    else
-      question->completion(false, platform::NSError{errorNumber(error), error->message});
+void findNotificationService(const SessionBus& bus, const std::string& applicationId, Completion completion) {
+  if (!bus.connection()) {
+    answerWithoutBus(std::move(completion));
+    return;
+  }
+  const auto question = std::make_shared<Question>(Question{applicationId, std::move(completion), {}});
+  // The replies come in the order of the calls.
+  bus.call(busCall("ListNames", g_variant_new("()")),
+           [question](GVariant* reply, const GError*) { addNames(*question, reply); });
+  bus.call(busCall("ListActivatableNames", g_variant_new("()")), [question](GVariant* reply, const GError*) {
+    addNames(*question, reply);
+    answer(*question);
   });
 }
 

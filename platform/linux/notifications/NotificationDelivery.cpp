@@ -2,57 +2,49 @@
 
 #include <utility>
 
-#include "platform/linux/desktop/SessionBus.h"
+#include "platform/linux/desktop/LateReply.h"
 #include "platform/linux/notifications/NotificationServices.h"
 
 namespace platform_linux {
+namespace {
 
-NotificationDelivery::NotificationDelivery(OutgoingNotification notification)
-    : notification_(std::move(notification)) {}
+bool isTrue(GVariant* reply) {
+  gboolean value = FALSE;
+  if (reply && g_variant_is_of_type(reply, G_VARIANT_TYPE("(b)"))) g_variant_get(reply, "(b)", &value);
+  return value;
+}
+
+}  // namespace
+
+NotificationDelivery::NotificationDelivery(const SessionBus& bus, OutgoingNotification notification)
+    : bus_(bus), notification_(std::move(notification)) {}
 
 void NotificationDelivery::start() {
-  connectToSessionBus([self = shared_from_this()](GDBusConnection* connection, const GError* error) {
-    if (connection)
-      self->lookForShell(connection);
-    else
-      g_message("No session bus for a notification: %s", error->message);
-  });
+  bus_.call(busCall("NameHasOwner", g_variant_new("(s)", kShellNotifications.c_str())),
+            [self = shared_from_this()](GVariant* reply, const GError*) {
+              if (self->superseded_) return;
+              if (isTrue(reply))
+                self->sendToShell();
+              else
+                self->sendToHelper();
+            });
 }
 
-void NotificationDelivery::lookForShell(GDBusConnection* connection) {
-  const auto shared = std::shared_ptr<GDBusConnection>(shareObject(connection));
-  callBusMethod(connection, busDaemonMethod("NameHasOwner"),
-                g_variant_new("(s)", kShellNotifications.c_str()), "(b)",
-                [self = shared_from_this(), shared](GVariant* reply, const GError*) {
-                  gboolean owned = FALSE;
-                  if (reply) g_variant_get(reply, "(b)", &owned);
-                  if (self->superseded_) return;
-                  if (owned)
-                    self->sendToShell(shared.get());
-                  else
-                    self->sendToHelper(shared.get());
-                });
+void NotificationDelivery::sendToShell() {
+  bus_.call(serviceCall(kShellNotifications, "AddNotification", arguments()),
+            [self = shared_from_this()](GVariant*, const GError* error) {
+              if (!error) return;
+              g_message("The shell does not take a notification: %s", error->message);
+              if (!isLate(error) && !self->superseded_) self->sendToHelper();
+            });
 }
 
-void NotificationDelivery::sendToShell(GDBusConnection* connection) {
-  const auto shared = std::shared_ptr<GDBusConnection>(shareObject(connection));
-  callBusMethod(
-      connection,
-      {kShellNotifications, objectPathOf(kShellNotifications), kShellNotifications, "AddNotification"},
-      arguments(), "()", [self = shared_from_this(), shared](GVariant*, const GError* error) {
-        if (!error) return;
-        g_message("The shell does not take a notification: %s", error->message);
-        // A shell that is merely late may still show it.
-        if (wasRefused(error) && !self->superseded_) self->sendToHelper(shared.get());
-      });
-}
-
-void NotificationDelivery::sendToHelper(GDBusConnection* connection) {
-  const std::string name = notificationHelperName(notification_.applicationId);
-  callBusMethod(connection, {name, objectPathOf(name), name, "Post"}, arguments(), "()",
-                [self = shared_from_this()](GVariant*, const GError* error) {
-                  if (error) g_message("No notification is shown: %s", error->message);
-                });
+void NotificationDelivery::sendToHelper() {
+  const std::string helper = notificationHelperName(notification_.applicationId);
+  bus_.call(serviceCall(helper, "Post", arguments()),
+            [self = shared_from_this()](GVariant*, const GError* error) {
+              if (error) g_message("No notification is shown: %s", error->message);
+            });
 }
 
 GVariant* NotificationDelivery::arguments() const {

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/linux/desktop/GioPointers.h"
+#include "platform/linux/application/SessionBus.h"
 
 namespace platform_linux {
 
@@ -11,31 +11,31 @@ namespace platform_linux {
 struct OutgoingNotification {
   std::string applicationId;
   std::string identifier;
-  VariantPointer dictionary;   ///< as notificationDictionary() makes it
+  GVariantHandle dictionary;   ///< as notificationDictionary() makes it
   std::shared_ptr<void> hold;  ///< keeps the application from ending until the service has it
 };
 
 /// One notification on its way to the desktop: to `org.gtk.Notifications` where a shell offers that, which
-/// starts the application on a click; everywhere else, or where the shell does not know the application, to
-/// the notification helper,
+/// starts the application on a click; everywhere else, or where the shell refuses it, to the notification
+/// helper,
 /// `<application id>.Notifier`. Keeps itself alive until it has been handed over or has failed, which takes
-/// kBusConnectionLimit and two to three times kBusCallLimit at most; only the hold ends sooner. Main thread
-/// only.
+/// 21 seconds at most (kBusPatience and two times kServicePatience). Main thread only.
 class NotificationDelivery : public std::enable_shared_from_this<NotificationDelivery> {
  public:
-  explicit NotificationDelivery(OutgoingNotification notification);
+  /// `bus` outlives the main loop's last turn.
+  NotificationDelivery(const SessionBus& bus, OutgoingNotification notification);
 
   void start();
   /// A later notification of the same identifier takes its place: it is not sent if it has not been yet.
   void supersede() { superseded_ = true; }
 
  private:
-  void lookForShell(GDBusConnection* connection);
-  void sendToShell(GDBusConnection* connection);
-  void sendToHelper(GDBusConnection* connection);
+  void sendToShell();
+  void sendToHelper();
   /// Floating.
   GVariant* arguments() const;
 
+  const SessionBus& bus_;
   const OutgoingNotification notification_;
   bool superseded_ = false;
 };

@@ -2,12 +2,16 @@
 
 #include <algorithm>
 
+#include "platform/linux/application/NotificationActions.h"
+
 namespace platform_linux {
 namespace {
 
 using platform::UNMutableNotificationContent;
 using platform::UNNotificationAction;
 using platform::UNNotificationCategory;
+
+const std::string kPathKey = "Path";
 
 /// A dictionary in the making.
 class Dictionary {
@@ -26,16 +30,15 @@ class Dictionary {
   GVariantBuilder builder_{};
 };
 
-/// The application's action behind an action identifier, as a name within the application; empty where there
-/// is none.
-std::string detailedAction(const NotificationActionMap& actions, const std::string& identifier) {
-  const auto found = actions.applicationActions.find(identifier);
-  return found == actions.applicationActions.end() ? std::string() : "app." + found->second;
+/// The action as the services name it; empty where the application has none for the click.
+std::string prefixedAction(const std::string& identifier) {
+  const char* const action = applicationActionFor(identifier);
+  return action ? std::string("app.") + action : std::string();
 }
 
 /// A bus takes nothing but UTF-8, which a file's name need not be.
 std::string validText(const std::string& text) {
-  const TextPointer valid(g_utf8_make_valid(text.c_str(), -1));
+  const GStringHandle valid(g_utf8_make_valid(text.c_str(), -1));
   return valid.get();
 }
 
@@ -45,12 +48,11 @@ void addTexts(Dictionary& dictionary, const std::string& body) {
   if (endOfFirstLine < body.size()) dictionary.add("body", validText(body.substr(endOfFirstLine + 1)));
 }
 
-void addButtons(Dictionary& dictionary, const UNNotificationCategory& category,
-                const NotificationActionMap& actions, const std::string& target) {
+void addButtons(Dictionary& dictionary, const UNNotificationCategory& category, const std::string& target) {
   GVariantBuilder buttons;
   g_variant_builder_init(&buttons, G_VARIANT_TYPE("aa{sv}"));
   for (const UNNotificationAction& action : category.actions) {
-    const std::string name = detailedAction(actions, action.identifier);
+    const std::string name = prefixedAction(action.identifier);
     if (name.empty()) continue;
     Dictionary button;
     button.add("label", validText(action.title));
@@ -63,25 +65,25 @@ void addButtons(Dictionary& dictionary, const UNNotificationCategory& category,
 
 }  // namespace
 
-VariantPointer notificationDictionary(const UNMutableNotificationContent& content,
+GVariantHandle notificationDictionary(const UNMutableNotificationContent& content,
                                       const std::set<UNNotificationCategory>& categories,
-                                      const NotificationActionMap& actions) {
+                                      const std::string& defaultActionTitle) {
   Dictionary dictionary;
   addTexts(dictionary, content.body);
   dictionary.add("priority", "normal");
-  const std::string defaultAction = detailedAction(actions, platform::UNNotificationDefaultActionIdentifier);
+  const std::string defaultAction = prefixedAction(platform::UNNotificationDefaultActionIdentifier);
   if (!defaultAction.empty()) dictionary.add("default-action", defaultAction);
   if (content.sound == platform::UNNotificationSound::DefaultSound) dictionary.add("sound", "default");
 
-  const auto target = content.userInfo.find(actions.targetKey);
+  const auto target = content.userInfo.find(kPathKey);
   if (target == content.userInfo.end() || !g_utf8_validate(target->second.c_str(), -1, nullptr))
-    return sinkVariant(dictionary.end());
+    return GVariantHandle(g_variant_ref_sink(dictionary.end()));
   dictionary.add("default-action-target", target->second);
-  dictionary.add("default-action-label", validText(actions.defaultActionTitle));
+  dictionary.add("default-action-label", validText(defaultActionTitle));
   const auto category =
       std::ranges::find(categories, content.categoryIdentifier, &UNNotificationCategory::identifier);
-  if (category != categories.end()) addButtons(dictionary, *category, actions, target->second);
-  return sinkVariant(dictionary.end());
+  if (category != categories.end()) addButtons(dictionary, *category, target->second);
+  return GVariantHandle(g_variant_ref_sink(dictionary.end()));
 }
 
 }  // namespace platform_linux

@@ -2,7 +2,8 @@
 
 #include <string>
 
-#include "platform/linux/desktop/SessionBus.h"
+#include "platform/linux/application/ApplicationInterface.h"
+#include "platform/linux/application/SessionBus.h"
 
 namespace platform_linux {
 
@@ -15,11 +16,20 @@ inline std::string notificationHelperName(const std::string& applicationId) {
   return applicationId + ".Notifier";
 }
 
-/// The one object of a service that is named after it: its name with slashes for dots.
-inline std::string objectPathOf(std::string busName) {
-  for (char& character : busName)
-    if (character == '.') character = '/';
-  return "/" + busName;
+/// How long a service may take, in milliseconds: enough for one that has to be started from a cold disk
+/// first.
+inline constexpr int kServicePatience = 10000;
+
+/// A call to the one object of a service, whose path and interface are named as the service is. `arguments`
+/// floating.
+inline SessionBus::Call serviceCall(const std::string& service, const std::string& method,
+                                    GVariant* arguments) {
+  return {service, applicationObjectPath(service), service, method, arguments, kServicePatience};
+}
+
+/// A call to the bus itself.
+inline SessionBus::Call busCall(const std::string& method, GVariant* arguments) {
+  return {"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method, arguments};
 }
 
 }  // namespace platform_linux

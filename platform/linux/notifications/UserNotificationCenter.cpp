@@ -6,6 +6,7 @@
 
 #include "platform/linux/notifications/NotificationAuthorization.h"
 #include "platform/linux/notifications/NotificationDelivery.h"
+#include "platform/linux/notifications/NotificationMessage.h"
 
 namespace platform_linux {
 namespace {
@@ -47,8 +48,8 @@ class UserNotificationCenter::PendingRequest {
   guint timer_ = 0;
 };
 
-UserNotificationCenter::UserNotificationCenter(NotificationCenterSettings settings)
-    : settings_(std::move(settings)), self_(std::make_shared<UserNotificationCenter*>(this)) {}
+UserNotificationCenter::UserNotificationCenter(const SessionBus& bus, UserNotificationCenterSettings settings)
+    : bus_(bus), settings_(std::move(settings)), self_(std::make_shared<UserNotificationCenter*>(this)) {}
 
 UserNotificationCenter::~UserNotificationCenter() = default;
 
@@ -58,10 +59,11 @@ void UserNotificationCenter::setDelegate(std::weak_ptr<platform::UNUserNotificat
 
 void UserNotificationCenter::requestAuthorizationWithOptions(
     unsigned, std::function<void(bool, const std::optional<platform::NSError>&)> completionHandler) {
-  findNotificationService(settings_.applicationId, std::move(completionHandler));
+  findNotificationService(bus_, settings_.applicationId, std::move(completionHandler));
 }
 
-void UserNotificationCenter::setNotificationCategories(std::set<platform::UNNotificationCategory> categories) {
+void UserNotificationCenter::setNotificationCategories(
+    std::set<platform::UNNotificationCategory> categories) {
   categories_ = std::move(categories);
 }
 
@@ -89,16 +91,17 @@ void UserNotificationCenter::present(const UNNotificationRequest& request, std::
 }
 
 void UserNotificationCenter::deliver(const UNNotificationRequest& request, unsigned presentationOptions,
-                                 std::shared_ptr<void> held) {
+                                     std::shared_ptr<void> held) {
   if (!(presentationOptions & kVisible)) return;
   auto content = request.content;
   if (!(presentationOptions & platform::UNNotificationPresentationOptionSound))
     content.sound = platform::UNNotificationSound::None;
-  auto dictionary = notificationDictionary(content, categories_, settings_.actions);
+  auto dictionary = notificationDictionary(content, categories_, settings_.defaultActionTitle);
   auto& newest = deliveries_[request.identifier];
   if (const auto earlier = newest.lock()) earlier->supersede();
-  const auto delivery = std::make_shared<NotificationDelivery>(OutgoingNotification{
-      settings_.applicationId, request.identifier, std::move(dictionary), std::move(held)});
+  const auto delivery = std::make_shared<NotificationDelivery>(
+      bus_, OutgoingNotification{settings_.applicationId, request.identifier, std::move(dictionary),
+                                 std::move(held)});
   newest = delivery;
   delivery->start();
 }

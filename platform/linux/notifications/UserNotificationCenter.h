@@ -8,16 +8,18 @@
 #include <string>
 
 #include "platform/UserNotifications/UNUserNotificationCenter.h"
+#include "platform/linux/application/SessionBus.h"
 #include "platform/linux/desktop/TerminationHold.h"
-#include "platform/linux/notifications/NotificationMessage.h"
 
 namespace platform_linux {
 
 class NotificationDelivery;
 
-struct NotificationCenterSettings {
+struct UserNotificationCenterSettings {
   std::string applicationId;
-  NotificationActionMap actions;
+  /// What a click on a notification does, for the services that show that as a button: in the user's
+  /// language.
+  std::string defaultActionTitle;
   TerminationHold holdTermination;
 };
 
@@ -26,7 +28,8 @@ struct NotificationCenterSettings {
 /// way holds the end of the application. Timers and replies come through the default main context.
 class UserNotificationCenter : public platform::UNUserNotificationCenter {
  public:
-  explicit UserNotificationCenter(NotificationCenterSettings settings);
+  /// `bus` outlives this.
+  UserNotificationCenter(const SessionBus& bus, UserNotificationCenterSettings settings);
   UserNotificationCenter(const UserNotificationCenter&) = delete;
   UserNotificationCenter& operator=(const UserNotificationCenter&) = delete;
   /// Notifications whose trigger has not come are dropped; those handed to the bus still go out.
@@ -57,7 +60,8 @@ class UserNotificationCenter : public platform::UNUserNotificationCenter {
                std::shared_ptr<void> hold);
   std::shared_ptr<void> hold() const;
 
-  const NotificationCenterSettings settings_;
+  const SessionBus& bus_;
+  const UserNotificationCenterSettings settings_;
   std::weak_ptr<platform::UNUserNotificationCenterDelegate> delegate_;
   std::set<platform::UNNotificationCategory> categories_;
   std::map<std::string, std::unique_ptr<PendingRequest>> pending_;  // by identifier, before the trigger
