@@ -1,0 +1,74 @@
+#include "platform/linux/composition/LinuxPlatform.h"
+
+#include <glib.h>
+
+namespace platform_linux {
+namespace {
+
+/// The suite's own folder in one of the user's.
+std::string suiteFolder(const char* userFolder) {
+  return std::string(userFolder) + "/quillo";
+}
+
+std::string configurationPath(const std::string& file) {
+  return suiteFolder(g_get_user_config_dir()) + "/" + file;
+}
+
+}  // namespace
+
+std::string LinuxPlatform::statePath(const std::string& file) {
+  return suiteFolder(g_get_user_state_dir()) + "/" + file;
+}
+
+LinuxPlatform::LinuxPlatform(const ProgramIdentity& identity)
+    : cameras_(std::make_unique<Cameras>(mainQueue_, notificationCenter_)),
+      instances_(bus_),
+      bundle_(identity.identifier, identity.program, installationPrefix() + "/share/locale", userLanguages()),
+      defaults_(configurationPath(identity.settingsFile), "Defaults", log_),
+      application_({identity.identifier, identity.preferencesFile}, bus_, mainQueue_, runLoop_, log_),
+      windows_({.applicationId = identity.identifier,
+                .stateFolder = suiteFolder(g_get_user_state_dir()),
+                .lastWindowClosed = [this] { application_.lastWindowClosed(); },
+                .quit = [this] { application_.terminate(); }}),
+      appKit_(windows_, log_),
+      workspace_(
+          bus_, [this] { return application_.holdEnd(); },
+          [this] { return application_.takeActivationToken(); }),
+      notifications_(bus_, {identity.identifier, bundle_.localizedStringForKey("Show"),
+                            [this] { return application_.holdEnd(); }}),
+      ports_{mainQueue_, runLoop_,      notificationCenter_, defaults_,  files_,   bundle_, dates_,
+             log_,       application_,  instances_,          workspace_, windows_, appKit_, *cameras_,
+             layers_,    notifications_} {
+  connect();
+}
+
+LinuxPlatform::~LinuxPlatform() = default;
+
+void LinuxPlatform::connect() {
+  application_.setUserInterfaceStarter([this](std::string& whyNot) { return windows_.start(whyNot); });
+  application_.setActivationHandler([this] {
+    if (windows_.get()) windows_.get()->activate();
+  });
+  application_.setVisibleWindowsHandler(
+      [this] { return windows_.get() && windows_.get()->hasVisibleWindows(); });
+  application_.setNotificationResponseHandler(
+      [this](const platform::UNNotificationResponse& response) { notifications_.receiveResponse(response); });
+}
+
+int LinuxPlatform::run(int argc, char** argv, platform::NSApplicationDelegate& delegate) {
+  const int status = application_.run(argc, argv, delegate);
+  cameras_.reset();
+  return status;
+}
+
+std::unique_ptr<platform::NSUserDefaults> LinuxPlatform::sharedSettings(const std::string& file,
+                                                                        const std::string& group) {
+  return std::make_unique<KeyFileDefaults>(configurationPath(file), group, log_);
+}
+
+std::unique_ptr<platform::NSUserDefaults> LinuxPlatform::rememberedValues(const std::string& file,
+                                                                          const std::string& group) {
+  return std::make_unique<KeyFileDefaults>(statePath(file), group, log_);
+}
+
+}  // namespace platform_linux

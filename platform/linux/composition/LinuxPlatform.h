@@ -1,0 +1,81 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/Platform.h"
+#include "platform/linux/application/Application.h"
+#include "platform/linux/application/Bundle.h"
+#include "platform/linux/application/InstanceCount.h"
+#include "platform/linux/application/MainLoopQueue.h"
+#include "platform/linux/application/NotificationCenter.h"
+#include "platform/linux/application/RunLoop.h"
+#include "platform/linux/application/SessionBus.h"
+#include "platform/linux/application/SystemDate.h"
+#include "platform/linux/application/SystemLog.h"
+#include "platform/linux/camera/Cameras.h"
+#include "platform/linux/composition/DesktopAppKit.h"
+#include "platform/linux/composition/Windows.h"
+#include "platform/linux/desktop/Workspace.h"
+#include "platform/linux/layers/Layer.h"
+#include "platform/linux/notifications/UserNotificationCenter.h"
+#include "platform/linux/storage/FileManager.h"
+#include "platform/linux/storage/KeyFileDefaults.h"
+
+namespace platform_linux {
+
+/// What tells one application of the suite from another.
+struct ProgramIdentity {
+  std::string identifier;       ///< the application id
+  std::string program;          ///< names the text tables
+  std::string settingsFile;     ///< within the suite's configuration folder
+  std::string preferencesFile;  ///< the file whose opening asks for the preferences
+};
+
+/// All services of a Linux desktop, put together. Main thread only; made once.
+class LinuxPlatform {
+ public:
+  explicit LinuxPlatform(const ProgramIdentity& identity);
+  LinuxPlatform(const LinuxPlatform&) = delete;
+  LinuxPlatform& operator=(const LinuxPlatform&) = delete;
+  ~LinuxPlatform();
+
+  const platform::Platform& ports() const { return ports_; }
+
+  /// Runs the application to its end, completes a photo that is being saved then, and answers the exit
+  /// status. Once only.
+  int run(int argc, char** argv, platform::NSApplicationDelegate& delegate);
+
+  /// A group of settings that the suite shares among its tools, in a file of its configuration folder.
+  std::unique_ptr<platform::NSUserDefaults> sharedSettings(const std::string& file, const std::string& group);
+  /// The same in the folder of what programs remember by themselves.
+  std::unique_ptr<platform::NSUserDefaults> rememberedValues(const std::string& file,
+                                                             const std::string& group);
+  /// A file's path in that folder.
+  static std::string statePath(const std::string& file);
+
+ private:
+  void connect();
+
+  SystemLog log_;
+  MainLoopQueue mainQueue_;
+  RunLoop runLoop_;
+  NotificationCenter notificationCenter_;
+  /// Made before the rest, so that the cameras are known by the time somebody asks.
+  std::unique_ptr<Cameras> cameras_;
+  SessionBus bus_;
+  InstanceCount instances_;
+  Bundle bundle_;
+  SystemDate dates_;
+  FileManager files_;
+  KeyFileDefaults defaults_;
+  Application application_;
+  Windows windows_;
+  DesktopAppKit appKit_;
+  Layers layers_;
+  Workspace workspace_;
+  UserNotificationCenter notifications_;
+  const platform::Platform ports_;
+};
+
+}  // namespace platform_linux
