@@ -1,0 +1,177 @@
+#include "notifier/Bubbles.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "platform/linux/application/ApplicationInterface.h"
+#include "platform/linux/desktop/EventSound.h"
+
+namespace notifier {
+namespace {
+
+/// In milliseconds: a whole start of the application.
+constexpr int kApplicationPatience = 10000;
+
+/// The sound theme's word for a message that arrives, and the next best.
+void playDefaultSound() {
+  platform_linux::playEventSound({"message-new-instant", "dialog-information"});
+}
+
+/// What lets the application take the focus in answer to the click, under its names on Wayland and X11.
+/// Floating.
+GVariant* platformData(const std::string& activationToken) {
+  GVariantBuilder data;
+  g_variant_builder_init(&data, G_VARIANT_TYPE_VARDICT);
+  if (!activationToken.empty())
+    for (const char* key : {"activation-token", "desktop-startup-id"})
+      g_variant_builder_add(&data, "{sv}", key, g_variant_new_string(activationToken.c_str()));
+  return g_variant_builder_end(&data);
+}
+
+/// Floating.
+GVariant* actionArguments(const Action& action, const std::string& activationToken) {
+  GVariantBuilder parameters;
+  g_variant_builder_init(&parameters, G_VARIANT_TYPE("av"));
+  g_variant_builder_add(&parameters, "v", g_variant_new_string(action.target.c_str()));
+  return g_variant_new("(sav@a{sv})", action.name.c_str(), &parameters, platformData(activationToken));
+}
+
+}  // namespace
+
+Bubbles::Bubbles(const platform_linux::SessionBus& bus, std::function<void()> onChange)
+    : bus_(bus), onChange_(std::move(onChange)), daemon_(bus, *this) {}
+
+void Bubbles::post(const std::string& applicationId, const std::string& identifier,
+                   Notification notification) {
+  const Key key{applicationId, identifier};
+  Bubble& bubble = bubbles_[key];
+  bubble.next = std::move(notification);
+  if (!bubble.sending) sendNext(key);
+  onChange_();
+}
+
+void Bubbles::sendNext(const Key& key) {
+  Bubble& bubble = bubbles_.at(key);
+  bubble.sending = true;
+  const Notification notification = std::move(*bubble.next);
+  bubble.next.reset();
+  send(key, notification, Attempt::First);
+}
+
+void Bubbles::send(const Key& key, const Notification& notification, Attempt attempt) {
+  daemon_.find([=, this](const std::optional<Daemon::Instance>& instance) {
+    if (!instance) {
+      notSent(key, notification);
+      return;
+    }
+    const Bubble& bubble = bubbles_.at(key);
+    const std::uint32_t replaces = bubble.daemon == instance->name ? bubble.id : 0;
+    daemon_.notify(*instance, key.first, replaces, notification,
+                   [=, this, name = instance->name](std::optional<std::uint32_t> id, bool gone) {
+                     if (id)
+                       sent(key, name, *id, notification);
+                     else if (gone && attempt == Attempt::First)
+                       send(key, notification, Attempt::Second);
+                     else
+                       notSent(key, notification);
+                   });
+  });
+}
+
+void Bubbles::sent(const Key& key, const std::string& daemon, std::uint32_t id,
+                   const Notification& notification) {
+  Bubble& bubble = bubbles_.at(key);
+  bubble.daemon = daemon;
+  bubble.id = closedEarly_.contains({daemon, id}) ? 0 : id;
+  bubble.shown = notification;
+  bubble.activationToken.clear();
+  if (notification.sound) playDefaultSound();
+  settle(key);
+}
+
+void Bubbles::notSent(const Key& key, const Notification& notification) {
+  // A service that finds them too many refuses to replace; what is on the screen then stands for the newest.
+  bubbles_.at(key).shown = notification;
+  settle(key);
+}
+
+void Bubbles::settle(const Key& key) {
+  Bubble& bubble = bubbles_.at(key);
+  bubble.sending = false;
+  if (!anySending()) closedEarly_.clear();
+  if (bubble.next)
+    sendNext(key);
+  else if (bubble.id == 0)
+    bubbles_.erase(key);
+  onChange_();
+}
+
+void Bubbles::bubbleClosed(const std::string& daemon, std::uint32_t id) {
+  const auto found = bubbleOf(daemon, id);
+  if (found == bubbles_.end()) {
+    if (anySending()) closedEarly_.insert({daemon, id});
+    return;
+  }
+  if (found->second.sending)
+    found->second.id = 0;
+  else
+    bubbles_.erase(found);
+  onChange_();
+}
+
+void Bubbles::activationToken(const std::string& daemon, std::uint32_t id, const std::string& token) {
+  const auto found = bubbleOf(daemon, id);
+  if (found != bubbles_.end()) found->second.activationToken = token;
+}
+
+void Bubbles::actionInvoked(const std::string& daemon, std::uint32_t id, const std::string& actionKey) {
+  const auto found = bubbleOf(daemon, id);
+  if (found == bubbles_.end()) return;
+  const Action* const action = found->second.shown.actionFor(actionKey);
+  if (!action) return;
+  activate(found->first, found->second, *action);
+  // One that is just being replaced is the new notification's already.
+  if (found->second.sending) return;
+  // Some services leave the bubble where it is.
+  ++callsUnderWay_;
+  daemon_.close(daemon, id, [this] { callDone(); });
+  bubbles_.erase(found);
+  onChange_();
+}
+
+void Bubbles::daemonGone(const std::string& daemon) {
+  for (auto next = bubbles_.begin(); next != bubbles_.end();) {
+    const auto bubble = next++;
+    if (bubble->second.daemon != daemon) continue;
+    bubble->second.id = 0;
+    if (!bubble->second.sending) bubbles_.erase(bubble);
+  }
+  onChange_();
+}
+
+Bubbles::BubbleMap::iterator Bubbles::bubbleOf(const std::string& daemon, std::uint32_t id) {
+  return std::ranges::find_if(
+      bubbles_, [&](const auto& entry) { return entry.second.daemon == daemon && entry.second.id == id; });
+}
+
+bool Bubbles::anySending() const {
+  return std::ranges::any_of(bubbles_, [](const auto& entry) { return entry.second.sending; });
+}
+
+void Bubbles::activate(const Key& key, const Bubble& bubble, const Action& action) {
+  const std::string& application = key.first;
+  ++callsUnderWay_;
+  bus_.call({application, platform_linux::applicationObjectPath(application), "org.freedesktop.Application",
+             "ActivateAction", actionArguments(action, bubble.activationToken), kApplicationPatience},
+            [this](GVariant*, const GError* error) {
+              if (error) g_message("The application does not answer a click: %s", error->message);
+              callDone();
+            });
+}
+
+void Bubbles::callDone() {
+  --callsUnderWay_;
+  onChange_();
+}
+
+}  // namespace notifier

@@ -1,0 +1,186 @@
+#include "notifier/Daemon.h"
+
+#include <string_view>
+#include <utility>
+
+namespace notifier {
+namespace {
+
+using platform_linux::GStringHandle;
+using platform_linux::GVariantHandle;
+using platform_linux::GVariantIterHandle;
+using platform_linux::SessionBus;
+
+constexpr const char* kService = "org.freedesktop.Notifications";
+constexpr const char* kPath = "/org/freedesktop/Notifications";
+constexpr const char* kBus = "org.freedesktop.DBus";
+constexpr const char* kBusPath = "/org/freedesktop/DBus";
+constexpr const char* kApplicationName = "Camera Shot";
+/// The bubble waits for the user.
+constexpr gint32 kNeverExpires = 0;
+constexpr guchar kNormalUrgency = 1;
+
+SessionBus::Call daemonCall(const std::string& name, const char* method, GVariant* arguments) {
+  return {name, kPath, kService, method, arguments, Daemon::kDaemonPatience};
+}
+
+Daemon::Instance readCapabilities(GVariant* reply) {
+  Daemon::Instance instance;
+  GVariantIter* iterator = nullptr;
+  g_variant_get(reply, "(as)", &iterator);
+  const GVariantIterHandle owned(iterator);
+  const char* capability = nullptr;
+  while (g_variant_iter_next(iterator, "&s", &capability)) {
+    const std::string_view name(capability);
+    if (name == "actions") instance.takesActions = true;
+    if (name == "body-markup") instance.readsMarkup = true;
+  }
+  return instance;
+}
+
+std::string bodyFor(const Daemon::Instance& instance, const std::string& body) {
+  if (!instance.readsMarkup) return body;
+  const GStringHandle escaped(g_markup_escape_text(body.c_str(), -1));
+  return escaped.get();
+}
+
+/// Keys and labels by turns. Floating.
+GVariant* actionList(const Daemon::Instance& instance, const Notification& notification) {
+  GVariantBuilder list;
+  g_variant_builder_init(&list, G_VARIANT_TYPE("as"));
+  if (instance.takesActions)
+    for (const Action& action : notification.actions) {
+      g_variant_builder_add(&list, "s", action.key.c_str());
+      g_variant_builder_add(&list, "s", action.label.c_str());
+    }
+  return g_variant_builder_end(&list);
+}
+
+/// Floating.
+GVariant* hints(const std::string& applicationId) {
+  GVariantBuilder hints;
+  g_variant_builder_init(&hints, G_VARIANT_TYPE_VARDICT);
+  g_variant_builder_add(&hints, "{sv}", "desktop-entry", g_variant_new_string(applicationId.c_str()));
+  g_variant_builder_add(&hints, "{sv}", "urgency", g_variant_new_byte(kNormalUrgency));
+  // This program plays the sound: most services do not, even those that say they do.
+  g_variant_builder_add(&hints, "{sv}", "suppress-sound", g_variant_new_boolean(TRUE));
+  return g_variant_builder_end(&hints);
+}
+
+bool hasType(GVariant* value, const char* type) {
+  return value && g_variant_is_of_type(value, G_VARIANT_TYPE(type));
+}
+
+bool saysGone(const GError* error) {
+  return g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_SERVICE_UNKNOWN) ||
+         g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_NAME_HAS_NO_OWNER) ||
+         g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_NO_REPLY);
+}
+
+}  // namespace
+
+Daemon::Daemon(const SessionBus& bus, DaemonListener& listener) : bus_(bus), listener_(listener) {
+  // From any sender: the listener compares it with the instance that showed the bubble.
+  signals_ = g_dbus_connection_signal_subscribe(
+      bus_.connection(), nullptr, kService, nullptr, kPath, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
+      [](GDBusConnection*, const char* sender, const char*, const char*, const char* signal,
+         GVariant* parameters,
+         gpointer self) noexcept { static_cast<Daemon*>(self)->onDaemonSignal(sender, signal, parameters); },
+      this, nullptr);
+  owners_ = g_dbus_connection_signal_subscribe(
+      bus_.connection(), kBus, kBus, "NameOwnerChanged", kBusPath, kService, G_DBUS_SIGNAL_FLAGS_NONE,
+      [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant* parameters,
+         gpointer self) noexcept { static_cast<Daemon*>(self)->onOwnerChanged(parameters); },
+      this, nullptr);
+}
+
+Daemon::~Daemon() {
+  g_dbus_connection_signal_unsubscribe(bus_.connection(), signals_);
+  g_dbus_connection_signal_unsubscribe(bus_.connection(), owners_);
+}
+
+void Daemon::find(FindHandler handler) {
+  if (known_) {
+    handler(known_);
+    return;
+  }
+  bus_.call(daemonCall(kService, "GetCapabilities", g_variant_new("()")),
+            [self = std::weak_ptr(self_), handler = std::move(handler)](GVariant* reply, const GError*) {
+              const auto daemon = self.lock();
+              if (!daemon) return;
+              if (hasType(reply, "(as)"))
+                (*daemon)->findName(readCapabilities(reply), handler);
+              else
+                handler(std::nullopt);
+            });
+}
+
+void Daemon::findName(Instance instance, FindHandler handler) {
+  bus_.call({kBus, kBusPath, kBus, "GetNameOwner", g_variant_new("(s)", kService)},
+            [self = std::weak_ptr(self_), instance = std::move(instance), handler = std::move(handler)](
+                GVariant* reply, const GError*) mutable {
+              const auto daemon = self.lock();
+              if (!daemon) return;
+              if (!hasType(reply, "(s)")) {
+                handler(std::nullopt);
+                return;
+              }
+              const char* name = nullptr;
+              g_variant_get(reply, "(&s)", &name);
+              instance.name = name;
+              (*daemon)->known_ = instance;
+              handler(instance);
+            });
+}
+
+void Daemon::notify(const Instance& instance, const std::string& applicationId, std::uint32_t replaces,
+                    const Notification& notification, NotifyHandler handler) {
+  const std::string body = bodyFor(instance, notification.body);
+  GVariant* const arguments = g_variant_new(
+      "(susss@as@a{sv}i)", kApplicationName, replaces, applicationId.c_str(), notification.title.c_str(),
+      body.c_str(), actionList(instance, notification), hints(applicationId), kNeverExpires);
+  bus_.call(
+      daemonCall(instance.name, "Notify", arguments),
+      [self = std::weak_ptr(self_), handler = std::move(handler)](GVariant* reply, const GError* error) {
+        if (self.expired()) return;
+        if (!hasType(reply, "(u)")) {
+          if (error) g_message("The notification service refuses: %s", error->message);
+          handler(std::nullopt, error && saysGone(error));
+          return;
+        }
+        std::uint32_t id = 0;
+        g_variant_get(reply, "(u)", &id);
+        handler(id, false);
+      });
+}
+
+void Daemon::close(const std::string& daemon, std::uint32_t id, std::function<void()> done) {
+  bus_.call(daemonCall(daemon, "CloseNotification", g_variant_new("(u)", id)),
+            [self = std::weak_ptr(self_), done = std::move(done)](GVariant*, const GError*) {
+              if (!self.expired()) done();
+            });
+}
+
+void Daemon::onDaemonSignal(const std::string& sender, const std::string& signal, GVariant* parameters) {
+  std::uint32_t id = 0;
+  if (signal == "NotificationClosed" && hasType(parameters, "(uu)")) {
+    g_variant_get_child(parameters, 0, "u", &id);
+    listener_.bubbleClosed(sender, id);
+    return;
+  }
+  if (!hasType(parameters, "(us)")) return;
+  const char* text = nullptr;
+  g_variant_get(parameters, "(u&s)", &id, &text);
+  if (signal == "ActivationToken") listener_.activationToken(sender, id, text);
+  if (signal == "ActionInvoked") listener_.actionInvoked(sender, id, text);
+}
+
+void Daemon::onOwnerChanged(GVariant* parameters) {
+  if (!hasType(parameters, "(sss)")) return;
+  const char* before = nullptr;
+  g_variant_get_child(parameters, 1, "&s", &before);
+  known_.reset();
+  if (*before) listener_.daemonGone(before);
+}
+
+}  // namespace notifier

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "notifier/Notification.h"
+#include "platform/linux/application/SessionBus.h"
+
+namespace notifier {
+
+/// What the desktop's notification service tells. `daemon` is the unique bus name of the process that says
+/// it: an `id` means nothing to any other.
+class DaemonListener {
+ public:
+  virtual ~DaemonListener() = default;
+
+  virtual void bubbleClosed(const std::string& daemon, std::uint32_t id) = 0;
+  /// Comes right before `actionInvoked`, from services that know of activation tokens.
+  virtual void activationToken(const std::string& daemon, std::uint32_t id, const std::string& token) = 0;
+  virtual void actionInvoked(const std::string& daemon, std::uint32_t id, const std::string& actionKey) = 0;
+  /// It has ended or given its place to another, and its bubbles went with it.
+  virtual void daemonGone(const std::string& daemon) = 0;
+};
+
+/// The desktop's notification service, `org.freedesktop.Notifications`. Every answer comes on a later turn of
+/// the main loop, within kDaemonPatience per call. Main thread only.
+class Daemon {
+ public:
+  /// In milliseconds. Nobody waits for it but this program itself.
+  static constexpr int kDaemonPatience = 10000;
+
+  /// One process that is the service.
+  struct Instance {
+    std::string name;  ///< its unique bus name
+    bool takesActions = false;
+    bool readsMarkup = false;
+  };
+  using FindHandler = std::function<void(const std::optional<Instance>& instance)>;
+  /// `id` or nothing; then `gone` says whether the instance was not there any more.
+  using NotifyHandler = std::function<void(std::optional<std::uint32_t> id, bool gone)>;
+
+  /// Both outlive this; replies that come after its end are dropped.
+  Daemon(const platform_linux::SessionBus& bus, DaemonListener& listener);
+  Daemon(const Daemon&) = delete;
+  Daemon& operator=(const Daemon&) = delete;
+  ~Daemon();
+
+  /// Finds the service, starting it where the bus can.
+  void find(FindHandler handler);
+  /// Shows a bubble that stays until the user or the service removes it, in the place of `replaces` unless
+  /// that is 0.
+  void notify(const Instance& instance, const std::string& applicationId, std::uint32_t replaces,
+              const Notification& notification, NotifyHandler handler);
+  /// Removes a bubble; `done` runs whether or not there was one.
+  void close(const std::string& daemon, std::uint32_t id, std::function<void()> done);
+
+ private:
+  void findName(Instance instance, FindHandler handler);
+  void onDaemonSignal(const std::string& sender, const std::string& signal, GVariant* parameters);
+  void onOwnerChanged(GVariant* parameters);
+
+  const platform_linux::SessionBus& bus_;
+  DaemonListener& listener_;
+  std::optional<Instance> known_;
+  guint signals_ = 0;
+  guint owners_ = 0;
+  /// Gone with this object: replies look at it.
+  const std::shared_ptr<Daemon*> self_ = std::make_shared<Daemon*>(this);
+};
+
+}  // namespace notifier

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "notifier/Bubbles.h"
+#include "platform/linux/application/SessionBus.h"
+
+namespace notifier {
+
+/// The program's object on the bus, and how long the program lives: until two seconds after its last bubble
+/// has gone, or ten seconds if it is never used. It leaves without losing a notification: one that still
+/// reaches it under its name keeps it alive, a later one makes the bus start it anew. Main thread only.
+class Service {
+ public:
+  /// `onEnd` is called when there is nothing left to do; at once on the next turn of the main loop when the
+  /// name has another owner. `bus` has a connection and outlives this.
+  Service(const platform_linux::SessionBus& bus, std::string name, std::function<void()> onEnd);
+  Service(const Service&) = delete;
+  Service& operator=(const Service&) = delete;
+  ~Service();
+
+ private:
+  void registerObject();
+  void requestName();
+  void post(GVariant* parameters, GDBusMethodInvocation* invocation);
+  void onChange();
+  void leaveAfter(guint milliseconds);
+  void leave();
+
+  const platform_linux::SessionBus& bus_;
+  const std::string name_;
+  const std::function<void()> onEnd_;
+  Bubbles bubbles_;
+  guint registration_ = 0;
+  guint timer_ = 0;
+};
+
+}  // namespace notifier

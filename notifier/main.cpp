@@ -1,0 +1,36 @@
+// Shows the application's notifications on desktops whose notification service tells clicks only to the
+// process that posted the notification, and could not start the application: stays until they are gone and
+// starts it instead.
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "notifier/Service.h"
+#include "platform/linux/application/GLibHandles.h"
+#include "platform/linux/application/SessionBus.h"
+
+namespace {
+
+constexpr const char* kName = "com.verrano.quillo.CameraShot.Notifier";
+
+void quit(GMainLoop* loop) noexcept {
+  g_main_loop_quit(loop);
+}
+
+}  // namespace
+
+int main() {
+  const platform_linux::SessionBus bus;
+  if (!bus.connection()) {
+    std::fputs("quillo-camera-shot-notifier: there is no session bus\n", stderr);
+    return EXIT_FAILURE;
+  }
+  const platform_linux::GMainLoopHandle loop(g_main_loop_new(nullptr, FALSE));
+  const gulong closed = g_signal_connect_swapped(bus.connection(), "closed", G_CALLBACK(quit), loop.get());
+  {
+    const notifier::Service service(bus, kName, [&loop] { g_main_loop_quit(loop.get()); });
+    g_main_loop_run(loop.get());
+  }
+  g_signal_handler_disconnect(bus.connection(), closed);
+  return EXIT_SUCCESS;
+}
