@@ -162,7 +162,8 @@ void Camera::startRun() {
   runFrames_ = 0;
   withheld_ = false;
   const auto interval = kSecond * format_->rateDenominator / format_->rateNumerator;
-  // As with a real sensor, even the first frame takes its time; it is also the time in which the consumer starts.
+  // As with a real sensor, even the first frame takes its time; it is also the time in which the consumer
+  // starts.
   setTimer(spec_.startDelay * kSecond / 1000 + interval, interval);
   change(State::kStreaming);
 }

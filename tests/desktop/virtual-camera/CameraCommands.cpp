@@ -1,6 +1,7 @@
 #include "tests/desktop/virtual-camera/CameraCommands.h"
 
 #include <charconv>
+#include <map>
 #include <sstream>
 #include <utility>
 
@@ -79,32 +80,30 @@ bool CameraCommands::handleFault(const std::string& fault, const std::string& va
 }
 
 bool CameraCommands::handleWait(const std::string& event, const std::string& value, const Reply& reply) {
-  using State = Camera::State;
-  std::function<bool()> met;
-  if (event == "wait-frames") {
-    const auto count = parseCount(value);
-    if (!count) return false;
-    met = [this, count] { return camera_.state() == State::kStreaming && camera_.runFrames() >= *count; };
-  } else if (!value.empty()) {
-    return false;
-  } else if (event == "wait-streaming") {
-    met = [this] { return camera_.state() == State::kStreaming; };
-  } else if (event == "wait-idle") {
-    met = [this] { return camera_.state() == State::kIdle; };
-  } else if (event == "wait-unplugged") {
-    met = [this] { return camera_.state() == State::kUnplugged; };
-  } else if (event == "wait-failed") {
-    met = [this] { return camera_.state() == State::kFailed; };
-  } else if (event == "wait-lost") {
-    met = [this] { return camera_.state() == State::kLost; };
-  } else if (event == "wait-stalled") {
-    met = [this] { return camera_.withheld(); };
-  } else {
-    return false;
-  }
+  auto met = condition(event, value);
+  if (!met) return false;
   waiters_.push_back({std::move(met), reply});
   answerWaiters();
   return true;
+}
+
+std::function<bool()> CameraCommands::condition(const std::string& event, const std::string& value) {
+  using State = Camera::State;
+  static const std::map<std::string, State> kStates{{"wait-streaming", State::kStreaming},
+                                                    {"wait-idle", State::kIdle},
+                                                    {"wait-unplugged", State::kUnplugged},
+                                                    {"wait-failed", State::kFailed},
+                                                    {"wait-lost", State::kLost}};
+  if (event == "wait-frames") {
+    const auto count = parseCount(value);
+    if (!count) return {};
+    return [this, count] { return camera_.state() == State::kStreaming && camera_.runFrames() >= *count; };
+  }
+  if (!value.empty()) return {};
+  if (event == "wait-stalled") return [this] { return camera_.withheld(); };
+  const auto state = kStates.find(event);
+  if (state == kStates.end()) return {};
+  return [this, wanted = state->second] { return camera_.state() == wanted; };
 }
 
 void CameraCommands::answerWaiters() {

@@ -26,6 +26,8 @@ class CameraCommands {
 
   bool handleFault(const std::string& fault, const std::string& value);
   bool handleWait(const std::string& event, const std::string& value, const Reply& reply);
+  /// What a "wait-…" request waits for; empty when there is no such request.
+  std::function<bool()> condition(const std::string& event, const std::string& value);
   void answerWaiters();
 
   Camera& camera_;

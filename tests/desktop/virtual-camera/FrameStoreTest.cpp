@@ -135,12 +135,13 @@ TEST(FrameStore, CutsAFrameToTheRoomThereIs) {
 }
 
 class Pictures : public testing::Test {
- protected:
+ public:
   Pictures() : folder_(std::filesystem::temp_directory_path() / ("frame-store-" + std::to_string(getpid()))) {
     std::filesystem::create_directory(folder_);
   }
   ~Pictures() override { std::filesystem::remove_all(folder_); }
 
+ protected:
   std::string save(const std::string& name, const Bytes& bytes) const {
     const auto path = folder_ / name;
     std::ofstream file(path, std::ios::binary);
