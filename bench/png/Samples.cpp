@@ -26,10 +26,10 @@ struct Look {
 
 // Cameras from good light to dim, each with and without its noise.
 constexpr Look kLooks[] = {
-    {"sharp, clean", 0.7, 0, 92},       {"sharp, bright light", 0.7, 20000, 92},
-    {"webcam, clean", 1.2, 0, 88},      {"webcam, room light", 1.2, 4000, 88},
-    {"soft, clean", 1.8, 0, 90},        {"soft, room light", 1.8, 5000, 90},
-    {"webcam, dim, clean", 1.4, 0, 92}, {"webcam, dim", 1.4, 1200, 92},
+    {"sharp, clean", 0.7, 0, 92},       {"sharp, bright light", 0.7, 8000, 92},
+    {"webcam, clean", 1.2, 0, 88},      {"webcam, room light", 1.2, 2000, 88},
+    {"soft, clean", 1.8, 0, 90},        {"soft, room light", 1.8, 2500, 90},
+    {"webcam, dim, clean", 1.4, 0, 92}, {"webcam, dim", 1.4, 800, 92},
 };
 
 Sample fromJpeg(std::string name, std::string kind, Bytes jpeg) {
@@ -99,7 +99,7 @@ void forEachGeneratedSample(const SampleOptions& options, const std::function<vo
     use(fromJpeg(look.name, "photo", encodeCameraJpeg(photo, look.quality)));
     ++seed;
   }
-  for (const double fullWell : {0.0, 4000.0}) {
+  for (const double fullWell : {0.0, 2000.0}) {
     const Picture photo = photographScene({width, height, 7, 1.2, fullWell, true});
     use(fromJpeg(fullWell > 0 ? "grey, room light" : "grey, clean", "grey", encodeCameraJpeg(photo, 90)));
   }

@@ -7,9 +7,9 @@
 
 namespace platform_linux {
 
-/// Writes deflate's bit stream: least significant bit first. Bits are gathered in a word and stored eight bytes at a
-/// time, so the buffer must reach seven bytes further than what is written. After a `flush`, kMostBits can be put
-/// before the next one.
+/// Writes deflate's bit stream: least significant bit first. Bits are gathered in a word and stored eight
+/// bytes at a time, so the buffer must reach seven bytes further than what is written. After a `flush`,
+/// kMostBits can be put before the next one.
 class BitWriter {
   static_assert(std::endian::native == std::endian::little, "words are stored as they lie in memory");
 

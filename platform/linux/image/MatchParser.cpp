@@ -9,29 +9,42 @@ namespace {
 
 constexpr unsigned kHashBits = 14;
 constexpr std::size_t kWindowMask = kLargestDistance - 1;
+constexpr std::size_t kWordBytes = 8;
 
-// How far a chain is followed, and from which length on a match is taken without looking further. More costs
-// much time and gains little on what comes here.
-constexpr int kLongestChain = 24;
-constexpr std::size_t kGoodLength = 32;
+// Repetitions of one byte are worth coding as a match from this many on.
+constexpr std::size_t kShortestRun = 5;
 
-// A match of three bytes from further away costs more than three literals.
-constexpr std::size_t kFarForShortest = 4096;
+// How each search goes about it; the figures were tried on photographs, screenshots and drawings.
+struct Effort {
+  std::size_t hashBytes;      // places agree in at least this many bytes
+  std::size_t shortestMatch;  // other than runs
+  int longestChain;           // places that are looked at
+  std::size_t goodLength;     // taken without looking further
+  bool looksAhead;            // whether a longer match one byte later is preferred
+};
 
+constexpr Effort effortOf(MatchSearch search) {
+  if (search == MatchSearch::kLong) return {8, 9, 2, 32, false};
+  return {4, 5, 16, 96, true};
+}
+
+std::uint64_t wordAt(const std::uint8_t* at) {
+  std::uint64_t word = 0;
+  std::memcpy(&word, at, sizeof word);
+  return word;
+}
+
+template <std::size_t bytes>
 std::uint32_t hashOf(const std::uint8_t* at) {
-  const std::uint32_t bytes = static_cast<std::uint32_t>(at[0]) | static_cast<std::uint32_t>(at[1]) << 8 |
-                              static_cast<std::uint32_t>(at[2]) << 16;
-  return bytes * 0x9E3779B1U >> (32 - kHashBits);  // 2^32 / golden ratio
+  constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15;  // 2^64 / golden ratio
+  return static_cast<std::uint32_t>((wordAt(at) << (64 - 8 * bytes)) * kFactor >> (64 - kHashBits));
 }
 
 std::size_t commonLength(const std::uint8_t* a, const std::uint8_t* b, std::size_t most) {
   std::size_t length = 0;
-  for (; length + 8 <= most; length += 8) {
-    std::uint64_t wordA = 0;
-    std::uint64_t wordB = 0;
-    std::memcpy(&wordA, a + length, sizeof wordA);
-    std::memcpy(&wordB, b + length, sizeof wordB);
-    if (wordA != wordB) return length + static_cast<std::size_t>(std::countr_zero(wordA ^ wordB)) / 8;
+  for (; length + kWordBytes <= most; length += kWordBytes) {
+    const std::uint64_t difference = wordAt(a + length) ^ wordAt(b + length);
+    if (difference != 0) return length + static_cast<std::size_t>(std::countr_zero(difference)) / 8;
   }
   while (length < most && a[length] == b[length])
     ++length;
@@ -42,65 +55,80 @@ std::size_t commonLength(const std::uint8_t* a, const std::uint8_t* b, std::size
 
 MatchParser::MatchParser() : newest_(std::size_t{1} << kHashBits), older_(kLargestDistance) {}
 
+void MatchParser::parse(std::span<const std::uint8_t> data, MatchSearch search, DeflateTokens& tokens) {
+  tokens.clear();
+  data_ = data;
+  std::fill(newest_.begin(), newest_.end(), 0U);
+  if (search == MatchSearch::kLong) {
+    parseBy<MatchSearch::kLong>(tokens);
+  } else {
+    parseBy<MatchSearch::kThorough>(tokens);
+  }
+}
+
+template <MatchSearch search>
 void MatchParser::insert(std::size_t position) noexcept {
-  if (position + kShortestMatch > data_.size()) return;
-  std::uint32_t& newest = newest_[hashOf(data_.data() + position)];
+  if (position + kWordBytes > data_.size()) return;
+  std::uint32_t& newest = newest_[hashOf<effortOf(search).hashBytes>(data_.data() + position)];
   older_[position & kWindowMask] = newest;
   newest = static_cast<std::uint32_t>(position + 1);
 }
 
-// A match longer than `atLeast`, the nearest of the longest ones; length 0 when there is none.
-MatchParser::Match MatchParser::longestMatch(std::size_t position, std::size_t atLeast) const noexcept {
-  Match best{atLeast, 0};
+// The longest match found, the nearest of equals; length 0 when none is longer than `longerThan`.
+template <MatchSearch search>
+MatchParser::Match MatchParser::findAt(std::size_t position, std::size_t longerThan) const noexcept {
+  constexpr Effort effort = effortOf(search);
   const std::size_t most = std::min(kLongestMatch, data_.size() - position);
-  if (most < kShortestMatch || best.length >= most) return {};
   const std::uint8_t* here = data_.data() + position;
-  std::uint32_t candidate = newest_[hashOf(here)];
-  for (int left = kLongestChain; candidate != 0 && left > 0; --left) {
+  Match best{longerThan, 0};
+  if (position > 0 && here[0] == here[-1]) {
+    const std::size_t run = commonLength(here, here - 1, most);
+    if (run >= kShortestRun && run > best.length) best = {run, 1};
+  }
+  const bool searches =
+      position + kWordBytes <= data_.size() && best.length < std::min(most, effort.goodLength);
+  std::uint32_t candidate = searches ? newest_[hashOf<effort.hashBytes>(here)] : 0;
+  for (int left = effort.longestChain; candidate != 0 && left > 0; --left) {
     const std::size_t earlier = candidate - 1;
     const std::size_t distance = position - earlier;
     if (distance >= kLargestDistance) break;
     const std::uint8_t* there = data_.data() + earlier;
     if (there[best.length] == here[best.length]) {
       const std::size_t length = commonLength(here, there, most);
-      if (length > best.length && (length > kShortestMatch || distance <= kFarForShortest)) {
-        best = {length, distance};
-        if (length == most || length >= kGoodLength) break;
-      }
+      if (length > best.length && length >= effort.shortestMatch) best = {length, distance};
+      if (best.length >= std::min(most, effort.goodLength)) break;
     }
     candidate = older_[earlier & kWindowMask];
   }
   return best.distance == 0 ? Match{} : best;
 }
 
-void MatchParser::parse(std::span<const std::uint8_t> data, DeflateTokens& tokens) {
-  tokens.clear();
-  data_ = data;
-  std::fill(newest_.begin(), newest_.end(), 0U);
+template <MatchSearch search>
+void MatchParser::parseBy(DeflateTokens& tokens) {
+  constexpr Effort effort = effortOf(search);
   std::size_t literalsFrom = 0;
   std::size_t at = 0;
-  while (at < data.size()) {
-    Match match = longestMatch(at, kShortestMatch - 1);
-    insert(at);
+  while (at < data_.size()) {
+    Match match = findAt<search>(at, 0);
+    insert<search>(at);
     if (match.length == 0) {
       ++at;
       continue;
     }
-    // A longer match one byte later is worth the literal.
-    while (match.length < kGoodLength && at + 1 < data.size()) {
-      const Match later = longestMatch(at + 1, match.length);
+    while (effort.looksAhead && match.length < effort.goodLength && at + 1 < data_.size()) {
+      const Match later = findAt<search>(at + 1, match.length + 1);
       if (later.length == 0) break;
-      insert(++at);
+      insert<search>(++at);
       match = later;
     }
     tokens.push_back({static_cast<std::uint32_t>(at - literalsFrom), static_cast<std::uint16_t>(match.length),
                       static_cast<std::uint16_t>(match.distance)});
     const std::size_t end = at + match.length;
     while (++at < end)
-      insert(at);
+      insert<search>(at);
     literalsFrom = end;
   }
-  tokens.push_back({static_cast<std::uint32_t>(data.size() - literalsFrom), 0, 0});
+  tokens.push_back({static_cast<std::uint32_t>(data_.size() - literalsFrom), 0, 0});
 }
 
 }  // namespace platform_linux

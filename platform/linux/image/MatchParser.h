@@ -8,17 +8,24 @@
 
 namespace platform_linux {
 
-/// Divides bytes into literals and matches by searching chains of earlier places with the same three bytes,
-/// for drawn, flat and grey pictures, where photographs' short way leaves much to gain. Matches stay within
-/// the bytes given, so that pieces can be coded independently.
+/// What to look for.
+enum class MatchSearch {
+  /// Long matches only, at the first glance: clean or grey photographs, whose bytes cost little as literals.
+  kLong,
+  /// Short matches too, with some patience: drawings.
+  kThorough,
+};
+
+/// Divides bytes into literals and matches by searching earlier places with the same beginning, for pictures
+/// where the photographs' short way leaves much to gain. Matches stay within the bytes given, so that pieces
+/// can be coded independently.
 class MatchParser {
  public:
+  /// Throws std::bad_alloc; nothing is allocated later.
   MatchParser();
 
-  /// Replaces what is in `tokens`. `data` is at most kMaximumBytes long.
-  void parse(std::span<const std::uint8_t> data, DeflateTokens& tokens);
-
-  static constexpr std::size_t kMaximumBytes = std::size_t{1} << 24;
+  /// Replaces what is in `tokens`.
+  void parse(std::span<const std::uint8_t> data, MatchSearch search, DeflateTokens& tokens);
 
  private:
   struct Match {
@@ -26,8 +33,12 @@ class MatchParser {
     std::size_t distance = 0;
   };
 
+  template <MatchSearch search>
+  void parseBy(DeflateTokens& tokens);
+  template <MatchSearch search>
+  [[nodiscard]] Match findAt(std::size_t position, std::size_t longerThan) const noexcept;
+  template <MatchSearch search>
   void insert(std::size_t position) noexcept;
-  [[nodiscard]] Match longestMatch(std::size_t position, std::size_t atLeast) const noexcept;
 
   std::span<const std::uint8_t> data_;
   std::vector<std::uint32_t> newest_;  // by hash, the newest position + 1; 0 for none

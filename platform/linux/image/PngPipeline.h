@@ -39,8 +39,9 @@ class PngPipeline {
   };
   // What a thread needs of its own.
   struct Worker {
-    Worker(std::size_t stripBytes);
+    explicit Worker(std::size_t stripBytes);
     Buffer filtered;
+    Buffer alternative;  // a strip coded in another way, to be compared
     StripCoder coder;
   };
   enum class Task { kRead, kCode, kWrite, kWait, kLeave };
@@ -52,6 +53,8 @@ class PngPipeline {
   void write(std::unique_lock<std::mutex>& lock) noexcept;
   [[nodiscard]] bool readStrip(std::uint32_t strip) noexcept;
   void codeStrip(std::uint32_t strip, Worker& worker) noexcept;
+  [[nodiscard]] std::span<const std::uint8_t> filterStrip(std::uint32_t strip, PngFilter filter,
+                                                          Worker& worker) noexcept;
   void stop(PngResult result) noexcept;
 
   [[nodiscard]] Slot& slotOf(std::uint32_t strip) noexcept { return slots_[strip % slots_.size()]; }
