@@ -129,8 +129,8 @@ class Pipewire(ToolTest):
         wait_until(
             lambda: "Quit" in tool.names() or "Error while capture" in tool.log(), tool.state, what="the end of the shot"
         )
-        if tool.process.poll() is None and "Quit" not in tool.names():
-            tool.stop()
+        if "Quit" not in tool.names():
+            tool.process.terminate()
         self.assertEqual(tool.wait(), 0, tool.log())
         self.assert_no_photo(tool)
 

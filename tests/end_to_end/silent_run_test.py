@@ -70,7 +70,8 @@ class Pixels(ToolTest):
         photo = pixels.decode_png(self.assert_one_photo(tool))
         sent = sorted(Path(frames).glob("*.jpg"))
         matching = [frame for frame in sent if pixels.decode_jpeg(frame).mirrored().samples == photo.samples]
-        self.assertEqual(len(matching), 1, f"{len(sent)} frames sent, {len(matching)} of them equal the photo")
+        # The camera sends the same picture again and again; any of the frames may be the photo.
+        self.assertTrue(matching, f"none of the {len(sent)} frames sent equals the photo")
 
     @in_desktop()
     def test_an_mjpeg_photo_equals_the_reference_decoder_reversed(self):

@@ -47,6 +47,8 @@ def wait_until(condition, *folders, what="the awaited event", bound=BOUND):
 
 def wait_for_exit(process, bound=BOUND):
     """Waits for a subprocess to end and returns its exit status."""
+    if process.poll() is not None:
+        return process.returncode
     pidfd = os.pidfd_open(process.pid)
     try:
         if not select.select([pidfd], [], [], bound)[0]:
