@@ -45,6 +45,7 @@ std::uint64_t Rig::copied() const {
 
 CameraFixture::~CameraFixture() {
   end();
+  removeCameras();
 }
 
 void CameraFixture::start() {

@@ -8,6 +8,8 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -53,6 +55,11 @@ std::string valueOf(const std::string& assignments, const std::string& name) {
   throw std::runtime_error("no " + name + " in: " + assignments);
 }
 
+std::vector<std::string>& controlsOfCameras() {
+  static std::vector<std::string> controls;
+  return controls;
+}
+
 }  // namespace
 
 std::string VirtualCamera::ask(const std::string& request) const {
@@ -65,7 +72,15 @@ VirtualCamera plugIn(const std::string& name, const std::string& specification) 
   std::string whole = "name=" + name + ",dump=" + dump;
   if (!specification.empty()) whole += "," + specification;
   const std::string answer = askAt(variable("CAMERA_DESKTOP_CONTROL"), "add-camera " + whole);
-  return {valueOf(answer, "_CONTROL"), dump};
+  controlsOfCameras().push_back(valueOf(answer, "_CONTROL"));
+  return {controlsOfCameras().back(), dump};
+}
+
+void removeCameras() {
+  for (const auto& control : std::exchange(controlsOfCameras(), {})) {
+    askAt(control, "unplug");
+    askAt(control, "exit");
+  }
 }
 
 void pipewire(const std::string& action) {

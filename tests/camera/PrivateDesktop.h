@@ -25,6 +25,9 @@ class VirtualCamera {
 /// Plugs in a camera; `specification` as tests/desktop describes it, without name and dump.
 VirtualCamera plugIn(const std::string& name, const std::string& specification = "");
 
+/// Takes away all cameras that were plugged in so far, so that the next test begins without any.
+void removeCameras();
+
 /// Has the desktop's PipeWire daemon "kill", "stop" or "start", and returns when that is done.
 void pipewire(const std::string& action);
 

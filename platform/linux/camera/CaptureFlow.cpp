@@ -58,7 +58,7 @@ void CaptureFlow::startNow() {
   const auto mode = highQualityMode(camera->modes);
   if (!mode) return fail(ENOTSUP);
   serial_ = camera->serial;
-  service_->add(*this);
+  service_->add(shared_from_this());
   stream_.emplace(service_->core(), serial_, *mode, *this);
 }
 
@@ -68,7 +68,7 @@ void CaptureFlow::stopNow(int error) {
 }
 
 void CaptureFlow::fail(int error) {
-  service_->remove(*this);
+  service_->remove(shared_from_this());
   stream_.reset();
   silenceTimer_.reset();
   schedule_.restart();

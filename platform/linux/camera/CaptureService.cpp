@@ -22,11 +22,7 @@ CaptureService::~CaptureService() {
 
 void CaptureService::shutDown() {
   loop_.stop();
-  // A flow may be held by nothing but the stills that wait in it.
-  std::vector<std::shared_ptr<CaptureFlow>> flows;
-  for (CaptureFlow* flow : flows_)
-    flows.push_back(flow->shared_from_this());
-  for (const auto& flow : flows)
+  for (const auto& flow : std::set(flows_))
     flow->abandon();
   registry_.reset();
   connection_.reset();
@@ -48,7 +44,7 @@ void CaptureService::connected() {
 }
 
 void CaptureService::disconnected() {
-  for (CaptureFlow* flow : std::set(flows_))
+  for (const auto& flow : std::set(flows_))
     flow->fail(EPIPE);
   registry_.reset();
   cameras_.clear();
@@ -61,13 +57,13 @@ void CaptureService::synced(int sequence) {
 
 void CaptureService::camerasChanged(std::vector<Camera> cameras) {
   cameras_ = std::move(cameras);
-  for (CaptureFlow* flow : std::set(flows_))
+  for (const auto& flow : std::set(flows_))
     if (!isPresent(flow->runningSerial())) flow->fail(ENODEV);
   list_->update(cameras_);
 }
 
 void CaptureService::cameraFailed(std::uint64_t serial, int error) {
-  for (CaptureFlow* flow : std::set(flows_))
+  for (const auto& flow : std::set(flows_))
     if (flow->runningSerial() == serial) flow->fail(error);
 }
 

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include "platform/linux/camera/CameraList.h"
@@ -40,9 +41,10 @@ class CaptureService final : public PipeWireConnection::Client, public CameraReg
   [[nodiscard]] pw_core* core() const { return connection_->core(); }
   [[nodiscard]] bool isConnectionLost() const { return connection_->isLost(); }
 
-  /// `flow` hears from now on when its camera fails or leaves, until it is removed.
-  void add(CaptureFlow& flow) { flows_.insert(&flow); }
-  void remove(CaptureFlow& flow) { flows_.erase(&flow); }
+  /// Until it is removed, `flow` is kept alive, so that its stream ends on this thread, and hears when its
+  /// camera fails or leaves.
+  void add(std::shared_ptr<CaptureFlow> flow) { flows_.insert(std::move(flow)); }
+  void remove(const std::shared_ptr<CaptureFlow>& flow) { flows_.erase(flow); }
 
  private:
   void connected() override;
@@ -59,7 +61,7 @@ class CaptureService final : public PipeWireConnection::Client, public CameraReg
   std::optional<PipeWireConnection> connection_;
   std::optional<CameraRegistry> registry_;
   std::vector<Camera> cameras_;
-  std::set<CaptureFlow*> flows_;
+  std::set<std::shared_ptr<CaptureFlow>> flows_;
 };
 
 }  // namespace platform_linux
