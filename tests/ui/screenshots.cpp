@@ -1,5 +1,5 @@
 // Draws every window in every look that matters and writes the pictures: for people to look at.
-//     screenshots FOLDER
+//     ui_screenshots FOLDER
 #include <cstdio>
 #include <exception>
 #include <filesystem>

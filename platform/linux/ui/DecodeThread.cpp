@@ -30,8 +30,8 @@ void DecodeThread::run() {
     const auto job = std::move(jobs_.front());
     jobs_.pop_front();
     lock.unlock();
+    ++startedJobs_;
     job();
-    ++finishedJobs_;
   }
 }
 

@@ -22,8 +22,8 @@ class DecodeThread {
 
   void post(std::function<void()> job);
 
-  /// How many jobs have run to their end.
-  std::uint64_t finishedJobs() const { return finishedJobs_; }
+  /// How many jobs have begun.
+  std::uint64_t startedJobs() const { return startedJobs_; }
 
  private:
   void run();
@@ -32,7 +32,7 @@ class DecodeThread {
   std::condition_variable changed_;
   std::deque<std::function<void()>> jobs_;
   bool ending_ = false;
-  std::atomic<std::uint64_t> finishedJobs_{0};
+  std::atomic<std::uint64_t> startedJobs_{0};
   std::thread thread_;  ///< started by the first job
 };
 

@@ -107,10 +107,11 @@ void LayerTreePainter::listenToLivePicture(bool listen) {
   bell_->painter = this;
   livePicture_->setFrameListener([bell = bell_] {
     if (bell->rung.exchange(true)) return;
-    postToMainLoop([bell] {
+    const auto answer = [bell] {
       bell->rung = false;
       if (bell->painter) bell->painter->frameArrived();
-    });
+    };
+    postToMainLoop(answer, kPriorityAfterDrawing);
   });
   frameArrived();
 }

@@ -5,10 +5,10 @@
 
 namespace platform_linux {
 
-void postToMainLoop(std::function<void()> work) {
+void postToMainLoop(std::function<void()> work, int priority) {
   auto owned = std::make_unique<std::function<void()>>(std::move(work));
   g_idle_add_full(
-      G_PRIORITY_DEFAULT,
+      priority,
       [](gpointer data) noexcept -> gboolean {
         (*static_cast<std::function<void()>*>(data))();
         return G_SOURCE_REMOVE;

@@ -13,6 +13,8 @@ namespace {
 /// because two rows share their colour in 4:2:0 formats.
 constexpr int kStripRows = 16;
 
+/// The library's factors have eight bits: saturated blue of BT.709 in limited range comes out up to 9 levels
+/// too dark. For a preview that will do.
 const libyuv::YuvConstants* constantsOf(const Frame& frame) {
   if (frame.matrix == ColorMatrix::BT709)
     return frame.range == ColorRange::Full ? &libyuv::kYuvF709Constants : &libyuv::kYuvH709Constants;

@@ -47,6 +47,13 @@ GObjectRef<GdkTexture> render(GtkWidget* widget) {
   return texture;
 }
 
+GtkWidget* search(GtkWidget* root, const std::function<bool(GtkWidget*)>& wanted) {
+  if (wanted(root)) return root;
+  for (GtkWidget* child = gtk_widget_get_first_child(root); child; child = gtk_widget_get_next_sibling(child))
+    if (GtkWidget* const found = search(child, wanted)) return found;
+  return nullptr;
+}
+
 }  // namespace
 
 bool runUntil(const std::function<bool()>& done) {
@@ -122,10 +129,14 @@ GtkWindow* toplevelWithTitle(const std::string& title) {
 }
 
 GtkWidget* findWidget(GtkWidget* root, GType type) {
-  if (G_TYPE_CHECK_INSTANCE_TYPE(root, type)) return root;
-  for (GtkWidget* child = gtk_widget_get_first_child(root); child; child = gtk_widget_get_next_sibling(child))
-    if (GtkWidget* const found = findWidget(child, type)) return found;
-  return nullptr;
+  return search(root, [type](GtkWidget* widget) { return G_TYPE_CHECK_INSTANCE_TYPE(widget, type); });
+}
+
+GtkWidget* widgetById(GtkWidget* root, const std::string& id) {
+  return search(root, [&id](GtkWidget* widget) {
+    const char* const its = gtk_buildable_get_buildable_id(GTK_BUILDABLE(widget));
+    return its && id == its;
+  });
 }
 
 }  // namespace ui_test

@@ -60,7 +60,9 @@ class Screenshot {
 /// The toolkit's window of that title; null when there is none.
 GtkWindow* toplevelWithTitle(const std::string& title);
 
-/// The first widget below `root` of that class and, unless empty, that tooltip or label.
+/// `root` or the first widget below it of that class; null when there is none.
 GtkWidget* findWidget(GtkWidget* root, GType type);
+/// `root` or the widget below it that the layout calls `id`; null when there is none.
+GtkWidget* widgetById(GtkWidget* root, const std::string& id);
 
 }  // namespace ui_test

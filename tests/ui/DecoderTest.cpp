@@ -1,0 +1,270 @@
+#include <cmath>
+#include <cstdlib>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/linux/ui/PreviewDecoder.h"
+#include "tests/ui/support/TestFrames.h"
+
+namespace {
+
+using namespace platform_linux;  // NOLINT(google-build-using-namespace)
+using namespace ui_test;         // NOLINT(google-build-using-namespace)
+
+Rgb pixelAt(const DecodedPicture& picture, double x, double y) {
+  const auto column = static_cast<std::size_t>(x * picture.size.width);
+  const auto line = static_cast<std::size_t>(y * picture.size.height);
+  const std::size_t at = (line * static_cast<std::size_t>(picture.size.width) + column) * 4;
+  EXPECT_EQ((*picture.pixels)[at + 3], 255) << "every pixel is opaque";
+  return {(*picture.pixels)[at + 2], (*picture.pixels)[at + 1], (*picture.pixels)[at]};
+}
+
+MATCHER_P2(Near, color, tolerance, "") {
+  *result_listener << "red " << arg.red << ", green " << arg.green << ", blue " << arg.blue;
+  return std::abs(arg.red - color.red) <= tolerance && std::abs(arg.green - color.green) <= tolerance &&
+         std::abs(arg.blue - color.blue) <= tolerance;
+}
+
+constexpr int kJpegTolerance = 6;
+constexpr int kRawTolerance = 4;
+constexpr int kCoarseBlueTolerance = 10;  // see decodeScaledRaw
+
+TEST(AspectFit, TakesTheWholeWidthOrTheWholeHeight) {
+  EXPECT_EQ(aspectFit({1920, 1080}, {960, 960}), (PixelSize{960, 540}));
+  EXPECT_EQ(aspectFit({1920, 1080}, {4000, 540}), (PixelSize{960, 540}));
+  EXPECT_EQ(aspectFit({640, 480}, {640, 480}), (PixelSize{640, 480}));
+}
+
+TEST(AspectFit, IsEmptyWhereThereIsNothingToFit) {
+  EXPECT_EQ(aspectFit({0, 1080}, {960, 960}), PixelSize{});
+  EXPECT_EQ(aspectFit({1920, 1080}, {960, 0}), PixelSize{});
+}
+
+Frame frameOf(PixelFormat format, int width, int height) {
+  Frame frame;
+  frame.format = format;
+  frame.width = width;
+  frame.height = height;
+  return frame;
+}
+
+TEST(JpegPreview, IsDecodedAtTheSmallestScaleThatCoversTheView) {
+  const Frame camera = frameOf(PixelFormat::MJPG, 1920, 1080);
+  EXPECT_EQ(decodedSize(camera, {240, 135}), (PixelSize{240, 135}));
+  EXPECT_EQ(decodedSize(camera, {241, 200}), (PixelSize{480, 270}));
+  EXPECT_EQ(decodedSize(camera, {960, 2000}), (PixelSize{960, 540}));
+  EXPECT_EQ(decodedSize(camera, {1000, 2000}), (PixelSize{1200, 675}));
+  EXPECT_EQ(decodedSize(camera, {3840, 2160}), (PixelSize{1920, 1080})) << "never enlarged";
+}
+
+TEST(JpegPreview, ShowsThePicture) {
+  const auto frame = jpegFrame(1280, 720, redLeftBlueRight);
+  for (const PixelSize view : {PixelSize{1280, 720}, PixelSize{500, 500}, PixelSize{90, 60}}) {
+    PixelBufferPool pool;
+    const auto picture = decodeForView(*frame, view, pool);
+    ASSERT_TRUE(picture);
+    EXPECT_EQ(picture->size, decodedSize(*frame, view));
+    EXPECT_THAT(pixelAt(*picture, 0.1, 0.5), Near(kRed, kJpegTolerance));
+    EXPECT_THAT(pixelAt(*picture, 0.5, 0.5), Near(kGrey, kJpegTolerance));
+    EXPECT_THAT(pixelAt(*picture, 0.9, 0.5), Near(kBlue, kJpegTolerance));
+  }
+}
+
+TEST(JpegPreview, NeedsNoHuffmanTablesInTheFrame) {
+  const auto whole = jpegFrame(320, 240, redLeftBlueRight);
+  const auto stripped = withoutHuffmanTables(*whole);
+  ASSERT_LT(stripped->bytes.size(), whole->bytes.size());
+  PixelBufferPool pool;
+  const auto picture = decodeForView(*stripped, {320, 240}, pool);
+  ASSERT_TRUE(picture);
+  EXPECT_THAT(pixelAt(*picture, 0.1, 0.5), Near(kRed, kJpegTolerance));
+}
+
+TEST(JpegPreview, LeavesOutFramesThatEndEarly) {
+  PixelBufferPool pool;
+  const auto frame = jpegFrame(320, 240, landscape);
+  for (const std::size_t kept : {std::size_t{0}, std::size_t{1}, std::size_t{100}, frame->bytes.size() / 2}) {
+    Frame damaged = *frame;
+    damaged.bytes.resize(kept);
+    EXPECT_FALSE(decodeForView(damaged, {320, 240}, pool)) << kept << " bytes";
+  }
+}
+
+TEST(JpegPreview, LeavesOutFramesOfAnotherSizeThanAnnounced) {
+  PixelBufferPool pool;
+  Frame other = *jpegFrame(320, 240, landscape);
+  other.width = 640;
+  other.height = 480;
+  EXPECT_FALSE(decodeForView(other, {640, 480}, pool));
+}
+
+TEST(Preview, LeavesOutAbsurdSizes) {
+  PixelBufferPool pool;
+  EXPECT_FALSE(decodeForView(frameOf(PixelFormat::MJPG, 0, 0), {640, 480}, pool));
+  EXPECT_FALSE(decodeForView(frameOf(PixelFormat::YUY2, -5, 10), {640, 480}, pool));
+  EXPECT_FALSE(decodeForView(frameOf(PixelFormat::MJPG, 40000, 40000), {640, 480}, pool));
+}
+
+/// Luma and colour differences of a colour, by the matrix's own definition.
+struct Yuv {
+  Yuv(const Rgb& color, const Frame& frame) {
+    const double redPart = frame.matrix == ColorMatrix::BT709 ? 0.2126 : 0.299;
+    const double bluePart = frame.matrix == ColorMatrix::BT709 ? 0.0722 : 0.114;
+    const double luma = redPart * color.red + (1 - redPart - bluePart) * color.green + bluePart * color.blue;
+    const bool full = frame.range == ColorRange::Full;
+    const double chroma = full ? 255.0 : 224.0;
+    y = byte(full ? luma : 16 + luma * 219 / 255);
+    u = byte(128 + (color.blue - luma) / (1 - bluePart) / 2 * chroma / 255);
+    v = byte(128 + (color.red - luma) / (1 - redPart) / 2 * chroma / 255);
+  }
+
+  static std::uint8_t byte(double value) { return static_cast<std::uint8_t>(std::lround(value)); }
+
+  std::uint8_t y = 0;
+  std::uint8_t u = 0;
+  std::uint8_t v = 0;
+};
+
+/// Left half red, right half blue, in the frame's format; the stride is wider than the picture.
+void paintHalves(Frame& frame) {
+  constexpr int kPadding = 64;
+  const bool packed = frame.format == PixelFormat::YUY2 || frame.format == PixelFormat::UYVY;
+  const bool planar = frame.format == PixelFormat::NV12 || frame.format == PixelFormat::I420;
+  const bool threeBytes = frame.format == PixelFormat::RGB || frame.format == PixelFormat::BGR;
+  const int pixelBytes = planar ? 1 : packed ? 2 : threeBytes ? 3 : 4;
+  frame.stride = frame.width * pixelBytes + kPadding;
+  const auto stride = static_cast<std::size_t>(frame.stride);
+  frame.bytes.assign(
+      stride * static_cast<std::size_t>(planar ? frame.height + (frame.height + 1) / 2 : frame.height), 0);
+  const std::size_t chromaStart = stride * static_cast<std::size_t>(frame.height);
+  const std::size_t chromaRows = static_cast<std::size_t>(frame.height + 1) / 2;
+  for (int y = 0; y < frame.height; ++y) {
+    for (int x = 0; x < frame.width; ++x) {
+      const Rgb color = x < frame.width / 2 ? kRed : kBlue;
+      const Yuv yuv(color, frame);
+      const auto red = static_cast<std::uint8_t>(color.red);
+      const auto green = static_cast<std::uint8_t>(color.green);
+      const auto blue = static_cast<std::uint8_t>(color.blue);
+      const auto row = static_cast<std::size_t>(y);
+      const auto column = static_cast<std::size_t>(x);
+      std::uint8_t* const pixel =
+          frame.bytes.data() + row * stride + column * static_cast<std::size_t>(pixelBytes);
+      switch (frame.format) {
+        case PixelFormat::YUY2:
+          pixel[0] = yuv.y;
+          pixel[1] = x % 2 ? yuv.v : yuv.u;
+          break;
+        case PixelFormat::UYVY:
+          pixel[0] = x % 2 ? yuv.v : yuv.u;
+          pixel[1] = yuv.y;
+          break;
+        case PixelFormat::NV12:
+          pixel[0] = yuv.y;
+          frame.bytes[chromaStart + row / 2 * stride + column / 2 * 2] = yuv.u;
+          frame.bytes[chromaStart + row / 2 * stride + column / 2 * 2 + 1] = yuv.v;
+          break;
+        case PixelFormat::I420:
+          pixel[0] = yuv.y;
+          frame.bytes[chromaStart + row / 2 * (stride / 2) + column / 2] = yuv.u;
+          frame.bytes[chromaStart + (chromaRows + row / 2) * (stride / 2) + column / 2] = yuv.v;
+          break;
+        case PixelFormat::RGB:
+        case PixelFormat::RGBx:
+          pixel[0] = red;
+          pixel[1] = green;
+          pixel[2] = blue;
+          break;
+        case PixelFormat::BGR:
+        case PixelFormat::BGRx:
+          pixel[0] = blue;
+          pixel[1] = green;
+          pixel[2] = red;
+          break;
+        case PixelFormat::MJPG:
+          break;
+      }
+    }
+  }
+}
+
+struct RawCase {
+  PixelFormat format;
+  ColorMatrix matrix = ColorMatrix::BT601;
+  ColorRange range = ColorRange::Limited;
+};
+
+std::string nameOf(const testing::TestParamInfo<RawCase>& info) {
+  static const char* const kFormats[] = {"MJPG", "YUY2", "UYVY", "NV12", "I420",
+                                         "RGB",  "BGR",  "RGBx", "BGRx"};
+  return std::string(kFormats[static_cast<int>(info.param.format)]) +
+         (info.param.matrix == ColorMatrix::BT709 ? "Bt709" : "Bt601") +
+         (info.param.range == ColorRange::Full ? "Full" : "Limited");
+}
+
+class RawPreview : public testing::TestWithParam<RawCase> {};
+
+TEST_P(RawPreview, ShowsTheColorsAtEveryScale) {
+  Frame frame = frameOf(GetParam().format, 322, 242);
+  frame.matrix = GetParam().matrix;
+  frame.range = GetParam().range;
+  paintHalves(frame);
+  const bool coarseBlue = frame.matrix == ColorMatrix::BT709 && frame.range == ColorRange::Limited;
+  for (const PixelSize view : {PixelSize{322, 242}, PixelSize{150, 150}, PixelSize{33, 25}}) {
+    PixelBufferPool pool;
+    const auto picture = decodeForView(frame, view, pool);
+    ASSERT_TRUE(picture);
+    EXPECT_EQ(picture->size, decodedSize(frame, view));
+    for (const double y : {0.02, 0.5, 0.98}) {
+      EXPECT_THAT(pixelAt(*picture, 0.2, y), Near(kRed, kRawTolerance));
+      EXPECT_THAT(pixelAt(*picture, 0.8, y), Near(kBlue, coarseBlue ? kCoarseBlueTolerance : kRawTolerance));
+    }
+  }
+}
+
+TEST_P(RawPreview, LeavesOutFramesWithTooFewBytes) {
+  Frame frame = frameOf(GetParam().format, 322, 242);
+  paintHalves(frame);
+  PixelBufferPool pool;
+  frame.bytes.resize(frame.bytes.size() - static_cast<std::size_t>(frame.stride));
+  EXPECT_FALSE(decodeForView(frame, {322, 242}, pool));
+  frame.bytes.clear();
+  EXPECT_FALSE(decodeForView(frame, {322, 242}, pool));
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, RawPreview,
+                         testing::Values(RawCase{PixelFormat::YUY2}, RawCase{PixelFormat::UYVY},
+                                         RawCase{PixelFormat::NV12}, RawCase{PixelFormat::I420},
+                                         RawCase{PixelFormat::RGB}, RawCase{PixelFormat::BGR},
+                                         RawCase{PixelFormat::RGBx}, RawCase{PixelFormat::BGRx},
+                                         RawCase{PixelFormat::YUY2, ColorMatrix::BT709},
+                                         RawCase{PixelFormat::NV12, ColorMatrix::BT709},
+                                         RawCase{PixelFormat::YUY2, ColorMatrix::BT601, ColorRange::Full},
+                                         RawCase{PixelFormat::NV12, ColorMatrix::BT709, ColorRange::Full}),
+                         nameOf);
+
+TEST(RawPreviewSize, IsDividedByAWholeFactor) {
+  const Frame camera = frameOf(PixelFormat::NV12, 1920, 1080);
+  EXPECT_EQ(decodedSize(camera, {1920, 1080}), (PixelSize{1920, 1080}));
+  EXPECT_EQ(decodedSize(camera, {961, 541}), (PixelSize{1920, 1080}));
+  EXPECT_EQ(decodedSize(camera, {960, 540}), (PixelSize{960, 540}));
+  EXPECT_EQ(decodedSize(camera, {600, 600}), (PixelSize{640, 360}));
+}
+
+TEST(PixelBuffers, AreUsedAgain) {
+  PixelBufferPool pool;
+  auto buffer = pool.take(1000);
+  const auto* const memory = buffer->data();
+  pool.giveBack(std::move(buffer));
+  EXPECT_EQ(pool.take(1000)->data(), memory);
+}
+
+TEST(PixelBuffers, OfAnotherSizeAreFreed) {
+  PixelBufferPool pool;
+  pool.giveBack(pool.take(1000));
+  EXPECT_EQ(pool.take(2000)->size(), 2000U);
+  EXPECT_EQ(pool.take(1000)->size(), 1000U);
+}
+
+}  // namespace

@@ -1,0 +1,176 @@
+// Layouts are held to what controllers rely on: here, and not in a user's session, a broken one must show.
+#include <map>
+
+#include <adwaita.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/ui/support/LayoutFile.h"
+#include "tests/ui/support/TestWindows.h"
+
+namespace {
+
+using namespace ui_test;  // NOLINT(google-build-using-namespace)
+using testing::Contains;
+using testing::HasSubstr;
+using testing::IsSubsetOf;
+using testing::UnorderedElementsAre;
+
+const std::set<std::string> kPreviewHandlers{"shootButtonPressed", "closeButtonPressed",
+                                             "preferencesButtonPressed"};
+const std::set<std::string> kPreferencesHandlers{"onVideoSelect", "onPreviewChanged",
+                                                 "onOutputLocationChanged", "onDoneClicked"};
+
+class LayoutsTest : public testing::Test {
+ protected:
+  platform::NSActions recording(const std::set<std::string>& handlers) {
+    platform::NSActions actions;
+    for (const auto& handler : handlers)
+      actions[handler] = [this, handler] { calls_.push_back(handler); };
+    return actions;
+  }
+
+  GtkWidget* widget(const std::string& title, const std::string& id) {
+    return widgetById(GTK_WIDGET(toplevelWithTitle(title)), id);
+  }
+
+  TestUserInterface ui_;
+  std::vector<std::string> calls_;
+};
+
+template <class View>
+bool isA(const platform::NSNib& nib, const std::string& outlet) {
+  return std::dynamic_pointer_cast<View>(nib.view(outlet)) != nullptr;
+}
+
+TEST_F(LayoutsTest, PreviewHasEveryOutletOfItsKind) {
+  const auto nib = ui_->loadNibNamed("PreviewWindowController", recording(kPreviewHandlers));
+  ASSERT_TRUE(nib);
+  EXPECT_TRUE(nib->window());
+  EXPECT_TRUE(isA<platform::NSView>(*nib, "captureView"));
+  EXPECT_TRUE(isA<platform::NSView>(*nib, "warningView"));
+  EXPECT_TRUE(isA<platform::NSImageView>(*nib, "warningImage"));
+  EXPECT_TRUE(isA<platform::NSTextField>(*nib, "warningText"));
+  EXPECT_TRUE(isA<platform::NSTextField>(*nib, "warningDescription"));
+  for (const auto* button : {"button", "closeButton", "preferencesButton"})
+    EXPECT_TRUE(isA<platform::NSButton>(*nib, button)) << button;
+}
+
+TEST_F(LayoutsTest, PreferencesHaveEveryOutletOfItsKind) {
+  const auto nib = ui_->loadNibNamed("PreferencesWindowController", recording(kPreferencesHandlers));
+  ASSERT_TRUE(nib);
+  EXPECT_TRUE(nib->window());
+  EXPECT_TRUE(isA<platform::NSPopUpButton>(*nib, "videoSource"));
+  for (const auto* button : {"previewSetting", "outputLocation", "doneButton"})
+    EXPECT_TRUE(isA<platform::NSButton>(*nib, button)) << button;
+}
+
+TEST_F(LayoutsTest, PreviewNamesNothingUnknown) {
+  const LayoutFile layout("PreviewWindowController");
+  EXPECT_THAT(layout.ids,
+              UnorderedElementsAre("window", "captureView", "warningView", "warningImage", "warningText",
+                                   "warningDescription", "button", "closeButton", "preferencesButton",
+                                   "header", "titleButtons", "windowControls"));
+  EXPECT_EQ(layout.handlers, kPreviewHandlers);
+  EXPECT_THAT(layout.shortcutActions, UnorderedElementsAre("shootButtonPressed", "closeButtonPressed",
+                                                           "preferencesButtonPressed", "quit"));
+}
+
+TEST_F(LayoutsTest, PreferencesNameNothingUnknown) {
+  const LayoutFile layout("PreferencesWindowController");
+  EXPECT_THAT(layout.ids, UnorderedElementsAre("window", "videoSource", "previewSetting", "outputLocation",
+                                               "doneButton"));
+  EXPECT_EQ(layout.handlers, kPreferencesHandlers);
+  EXPECT_THAT(layout.shortcutActions, UnorderedElementsAre("quit"));
+}
+
+TEST_F(LayoutsTest, EachButtonOfThePreviewSendsItsHandler) {
+  const auto nib = ui_->loadNibNamed("PreviewWindowController", recording(kPreviewHandlers));
+  for (const auto* button : {"button", "closeButton", "preferencesButton"})
+    g_signal_emit_by_name(widget("Camera Shot", button), "clicked");
+  EXPECT_THAT(calls_,
+              testing::ElementsAre("shootButtonPressed", "closeButtonPressed", "preferencesButtonPressed"));
+}
+
+TEST_F(LayoutsTest, EachControlOfThePreferencesSendsItsHandler) {
+  const auto nib = ui_->loadNibNamed("PreferencesWindowController", recording(kPreferencesHandlers));
+  const auto popup = std::dynamic_pointer_cast<platform::NSPopUpButton>(nib->view("videoSource"));
+  popup->addItem({"One"});
+  popup->addItem({"Two"});
+  const std::string title = "Camera Shot Preferences";
+  adw_combo_row_set_selected(ADW_COMBO_ROW(widget(title, "videoSource")), 1);
+  gtk_switch_set_active(GTK_SWITCH(widget(title, "previewSetting")), TRUE);
+  g_signal_emit_by_name(widget(title, "outputLocation"), "clicked");
+  g_signal_emit_by_name(widget(title, "doneButton"), "clicked");
+  EXPECT_THAT(calls_, testing::ElementsAre("onVideoSelect", "onPreviewChanged", "onOutputLocationChanged",
+                                           "onDoneClicked"));
+}
+
+TEST_F(LayoutsTest, WidgetsWithoutAVisibleNameHaveAnAccessibleOne) {
+  const auto nib = ui_->loadNibNamed("PreviewWindowController", recording(kPreviewHandlers));
+  for (const auto* id : {"button", "closeButton", "preferencesButton", "captureView"})
+    EXPECT_TRUE(gtk_test_accessible_has_property(GTK_ACCESSIBLE(widget("Camera Shot", id)),
+                                                 GTK_ACCESSIBLE_PROPERTY_LABEL))
+        << id;
+}
+
+TEST_F(LayoutsTest, AnUnknownOutletIsNoView) {
+  const auto nib = ui_->loadNibNamed("PreviewWindowController", recording(kPreviewHandlers));
+  EXPECT_FALSE(nib->view("noSuchOutlet"));
+}
+
+TEST_F(LayoutsTest, AskedTwiceAnOutletIsTheSameView) {
+  const auto nib = ui_->loadNibNamed("PreviewWindowController", recording(kPreviewHandlers));
+  EXPECT_EQ(nib->view("button"), nib->view("button"));
+}
+
+class BrokenLayoutsTest : public testing::Test {
+ protected:
+  /// The reason why the layout is refused; empty when it is not.
+  std::string load(const std::string& name, platform::NSActions actions = {}) {
+    platform_linux::DecodeThread decodeThread;
+    platform_linux::WindowFrames frames("/nowhere");
+    platform_linux::WindowList windows([] {});
+    const platform_linux::NibLoader loader(windows, frames, decodeThread, {});
+    std::string whyNot;
+    return loader.load(name, std::move(actions), whyNot) ? "" : whyNot;
+  }
+
+  TestUserInterface ui_;
+};
+
+TEST_F(BrokenLayoutsTest, AHandlerThatNobodyHasIsAnError) {
+  EXPECT_THAT(load("UnknownHandler"), HasSubstr("nobodyHandlesThis"));
+  EXPECT_EQ(load("UnknownHandler", {{"nobodyHandlesThis", [] {}}}), "");
+}
+
+TEST_F(BrokenLayoutsTest, EachMissingActionOfOursIsAnError) {
+  for (const auto& missing : kPreviewHandlers) {
+    platform::NSActions actions;
+    for (const auto& handler : kPreviewHandlers)
+      if (handler != missing) actions[handler] = [] {};
+    EXPECT_THAT(load("PreviewWindowController", actions), HasSubstr(missing));
+  }
+}
+
+TEST_F(BrokenLayoutsTest, WhatIsNoLayoutIsAnError) {
+  EXPECT_THAT(load("UnknownClass"), HasSubstr("NoSuchWidget"));
+  EXPECT_THAT(load("NoWindow"), HasSubstr("no window"));
+  EXPECT_THAT(load("NoSuchLayout"), HasSubstr("NoSuchLayout"));
+}
+
+TEST_F(BrokenLayoutsTest, ARefusedLayoutLeavesNoWindowBehind) {
+  const auto before = g_list_model_get_n_items(gtk_window_get_toplevels());
+  load("UnknownHandler");
+  load("UnknownClass");
+  EXPECT_EQ(g_list_model_get_n_items(gtk_window_get_toplevels()), before);
+}
+
+TEST_F(BrokenLayoutsTest, NamedImagesAreThoseOfTheResources) {
+  for (const auto* name : {"TakePhoto", "TakePhotoPressed", "CameraOff"})
+    EXPECT_TRUE(ui_->imageNamed(name)) << name;
+  EXPECT_FALSE(ui_->imageNamed("NoSuchImage"));
+  EXPECT_FALSE(ui_->imageNamed("takephoto"));
+}
+
+}  // namespace

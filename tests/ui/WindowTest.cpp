@@ -1,0 +1,261 @@
+#include <cstdlib>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/linux/ui/MainLoop.h"
+#include "platform/linux/ui/WindowPosition.h"
+#include "tests/ui/support/Keyboard.h"
+#include "tests/ui/support/TestWindows.h"
+
+namespace {
+
+using namespace ui_test;  // NOLINT(google-build-using-namespace)
+using testing::ElementsAre;
+
+class RecordingDelegate : public platform::NSWindowDelegate {
+ public:
+  void windowDidBecomeKey() override { ++becameKey; }
+  void windowDidChangeOcclusionState() override { visible.push_back(window && window->isVisible()); }
+
+  std::shared_ptr<platform::NSWindow> window;
+  int becameKey = 0;
+  std::vector<bool> visible;  ///< what the window answers at each call
+};
+
+class WindowTest : public testing::Test {
+ protected:
+  void SetUp() override { open(); }
+
+  void open() {
+    preview_ = ui_->loadNibNamed(
+        "PreviewWindowController",
+        recording({"shootButtonPressed", "closeButtonPressed", "preferencesButtonPressed"}));
+    ASSERT_TRUE(preview_);
+    window_ = preview_->window();
+    delegate_->window = window_;
+    window_->setDelegate(delegate_);
+  }
+
+  void close() {
+    delegate_->window = nullptr;
+    window_ = nullptr;
+    preview_ = nullptr;
+  }
+
+  platform::NSActions recording(const std::vector<std::string>& handlers) {
+    platform::NSActions actions;
+    for (const auto& handler : handlers)
+      actions[handler] = [this, handler] { calls_.push_back(handler); };
+    return actions;
+  }
+
+  GtkWindow* gtkWindow() { return toplevelWithTitle("Camera Shot"); }
+
+  void show() {
+    window_->makeKeyAndOrderFront();
+    ASSERT_TRUE(
+        runUntil([this] { return gtk_window_is_active(gtkWindow()) && !delegate_->visible.empty(); }));
+  }
+
+  /// Whatever was due has happened when this returns.
+  void settle() {
+    bool done = false;
+    platform_linux::postToMainLoop([&done] { done = true; });
+    ASSERT_TRUE(runUntil([&done] { return done; }));
+  }
+
+  bool waitForCalls(std::size_t count) {
+    return runUntil([this, count] { return calls_.size() >= count; });
+  }
+
+  TestUserInterface ui_;
+  std::unique_ptr<platform::NSNib> preview_;
+  std::shared_ptr<platform::NSWindow> window_;
+  std::shared_ptr<RecordingDelegate> delegate_ = std::make_shared<RecordingDelegate>();
+  std::vector<std::string> calls_;
+};
+
+TEST_F(WindowTest, IsNotOnTheScreenBeforeItIsShown) {
+  EXPECT_FALSE(window_->isVisible());
+  EXPECT_FALSE(ui_->hasVisibleWindows());
+}
+
+TEST_F(WindowTest, TellsItsDelegateWhenItComesAndGoes) {
+  show();
+  EXPECT_TRUE(window_->isVisible());
+  EXPECT_TRUE(ui_->hasVisibleWindows());
+  EXPECT_THAT(delegate_->visible, ElementsAre(true));
+  EXPECT_GE(delegate_->becameKey, 1);
+
+  window_->orderOut();
+  EXPECT_FALSE(window_->isVisible()) << "at once";
+  EXPECT_THAT(delegate_->visible, ElementsAre(true)) << "the word of it comes later";
+  settle();
+  EXPECT_THAT(delegate_->visible, ElementsAre(true, false));
+  EXPECT_EQ(ui_.lastWindowClosed, 0) << "the program took it away, not the user";
+}
+
+TEST_F(WindowTest, ComesBackAfterItWasTakenAway) {
+  show();
+  window_->orderOut();
+  settle();
+  window_->makeKeyAndOrderFront();
+  EXPECT_TRUE(window_->isVisible());
+  ASSERT_TRUE(runUntil([this] { return delegate_->visible.size() == 3; }));
+  EXPECT_TRUE(delegate_->visible.back());
+}
+
+TEST_F(WindowTest, IsVisibleThoughOthersCoverIt) {
+  show();
+  const auto other = ui_->loadNibNamed(
+      "PreferencesWindowController",
+      recording({"onVideoSelect", "onPreviewChanged", "onOutputLocationChanged", "onDoneClicked"}));
+  gtk_window_maximize(toplevelWithTitle("Camera Shot Preferences"));
+  other->window()->makeKeyAndOrderFront();
+  ASSERT_TRUE(runUntil([] { return gtk_window_is_active(toplevelWithTitle("Camera Shot Preferences")); }));
+  EXPECT_TRUE(window_->isVisible());
+}
+
+TEST_F(WindowTest, IsNotVisibleWhileMinimised) {
+  show();
+  gtk_window_minimize(gtkWindow());
+  ASSERT_TRUE(runUntil([this] { return delegate_->visible.size() == 2; }));
+  EXPECT_THAT(delegate_->visible, ElementsAre(true, false));
+  EXPECT_FALSE(window_->isVisible());
+  EXPECT_TRUE(ui_->hasVisibleWindows()) << "the user has not closed it";
+
+  window_->makeKeyAndOrderFront();
+  ASSERT_TRUE(runUntil([this] { return delegate_->visible.size() == 3; }));
+  EXPECT_TRUE(window_->isVisible());
+}
+
+TEST_F(WindowTest, ClosingTheLastOneIsTold) {
+  show();
+  gtk_window_close(gtkWindow());
+  ASSERT_TRUE(runUntil([this] { return ui_.lastWindowClosed == 1; }));
+  EXPECT_FALSE(window_->isVisible());
+  settle();
+  EXPECT_FALSE(delegate_->visible.back());
+}
+
+TEST_F(WindowTest, ClosingOneOfTwoIsNotTheLast) {
+  show();
+  const auto other = ui_->loadNibNamed(
+      "PreferencesWindowController",
+      recording({"onVideoSelect", "onPreviewChanged", "onOutputLocationChanged", "onDoneClicked"}));
+  other->window()->makeKeyAndOrderFront();
+  gtk_window_close(gtkWindow());
+  settle();
+  EXPECT_EQ(ui_.lastWindowClosed, 0);
+  gtk_window_close(toplevelWithTitle("Camera Shot Preferences"));
+  settle();
+  EXPECT_EQ(ui_.lastWindowClosed, 1);
+}
+
+TEST_F(WindowTest, ADelegateThatHasGoneIsNotCalled) {
+  show();
+  delegate_ = std::make_shared<RecordingDelegate>();
+  window_->orderOut();
+  settle();
+  EXPECT_TRUE(delegate_->visible.empty());
+}
+
+TEST_F(WindowTest, IsResizableAsItsStyleSays) {
+  EXPECT_EQ(window_->styleMask() & platform::NSWindowStyleMaskResizable,
+            platform::NSWindowStyleMaskResizable);
+  window_->setStyleMask(0);
+  EXPECT_EQ(window_->styleMask() & platform::NSWindowStyleMaskResizable, 0U);
+  window_->setStyleMask(platform::NSWindowStyleMaskResizable);
+  EXPECT_TRUE(gtk_window_get_resizable(gtkWindow()));
+}
+
+TEST_F(WindowTest, KeepsItsSizeAndPlaceBetweenRuns) {
+  window_->setFrameAutosaveName("PreviewWindowController");
+  gtk_window_set_default_size(gtkWindow(), 700, 420);
+  show();
+  const platform_linux::WindowFrame::Position place{140, 90};
+  platform_linux::moveTo(gtkWindow(), place);
+  ASSERT_TRUE(runUntil([&] { return platform_linux::positionOf(gtkWindow()) == place; }));
+  close();
+  delegate_->visible.clear();
+
+  ui_.restart();
+  open();
+  window_->setFrameAutosaveName("PreviewWindowController");
+  show();
+  int width = 0;
+  int height = 0;
+  gtk_window_get_default_size(gtkWindow(), &width, &height);
+  EXPECT_EQ(width, 700);
+  EXPECT_EQ(height, 420);
+  EXPECT_TRUE(runUntil([&] { return platform_linux::positionOf(gtkWindow()) == place; }));
+}
+
+TEST_F(WindowTest, WithoutAStoredFrameTheLayoutDecides) {
+  window_->setFrameAutosaveName("PreviewWindowController");
+  int width = 0;
+  int height = 0;
+  gtk_window_get_default_size(gtkWindow(), &width, &height);
+  EXPECT_EQ(width, 960);
+  EXPECT_EQ(height, 540);
+}
+
+TEST_F(WindowTest, SpaceAndReturnShootWithoutAnyButtonInFocus) {
+  show();
+  for (const auto* key : {"space", "Return", "KP_Enter"}) {
+    pressKey(key);
+    ASSERT_TRUE(waitForCalls(1)) << key;
+    EXPECT_THAT(calls_, ElementsAre("shootButtonPressed")) << key;
+    calls_.clear();
+  }
+}
+
+TEST_F(WindowTest, AFocusedButtonKeepsTheSpaceKeyToItself) {
+  show();
+  gtk_widget_grab_focus(widgetById(GTK_WIDGET(gtkWindow()), "preferencesButton"));
+  pressKey("space");
+  ASSERT_TRUE(waitForCalls(1));
+  EXPECT_THAT(calls_, ElementsAre("preferencesButtonPressed"));
+}
+
+TEST_F(WindowTest, ItsShortcutsReachTheirHandlers) {
+  show();
+  pressKey("ctrl+comma");
+  ASSERT_TRUE(waitForCalls(1));
+  pressKey("ctrl+w");
+  ASSERT_TRUE(waitForCalls(2));
+  EXPECT_THAT(calls_, ElementsAre("preferencesButtonPressed", "closeButtonPressed"));
+  pressKey("ctrl+q");
+  EXPECT_TRUE(runUntil([this] { return ui_.quits == 1; }));
+}
+
+TEST_F(WindowTest, EscapeClosesThePreferences) {
+  const auto preferences = ui_->loadNibNamed(
+      "PreferencesWindowController",
+      recording({"onVideoSelect", "onPreviewChanged", "onOutputLocationChanged", "onDoneClicked"}));
+  preferences->window()->makeKeyAndOrderFront();
+  ASSERT_TRUE(runUntil([] { return gtk_window_is_active(toplevelWithTitle("Camera Shot Preferences")); }));
+  pressKey("Escape");
+  ASSERT_TRUE(runUntil([this] { return ui_.lastWindowClosed == 1; }));
+  EXPECT_FALSE(preferences->window()->isVisible());
+  EXPECT_TRUE(calls_.empty());
+}
+
+TEST_F(WindowTest, ActivationBringsTheShownWindowsToTheFront) {
+  ui_->activate();
+  EXPECT_FALSE(window_->isVisible()) << "what is not shown stays away";
+  show();
+  const auto other = ui_->loadNibNamed(
+      "PreferencesWindowController",
+      recording({"onVideoSelect", "onPreviewChanged", "onOutputLocationChanged", "onDoneClicked"}));
+  other->window()->makeKeyAndOrderFront();
+  GtkWindow* const otherWindow = toplevelWithTitle("Camera Shot Preferences");
+  ASSERT_TRUE(runUntil([=] { return gtk_window_is_active(otherWindow); }));
+  gtk_window_minimize(otherWindow);
+  ASSERT_TRUE(runUntil([&] { return !other->window()->isVisible(); }));
+  ui_->activate();
+  EXPECT_TRUE(runUntil([&] { return other->window()->isVisible(); }));
+}
+
+}  // namespace
