@@ -66,12 +66,12 @@ void PreferencesWindowController::updateOutputLocationText() {
 }
 
 void PreferencesWindowController::enumerateDevices() {
+  videoSource_.with([](auto& popup) { popup.removeAllItems(); });
   videoDevices_ = suite_.captureDevices.enumerateCameras();
   videoSource_.with([this](auto& popup) { fillVideoSource(popup); });
 }
 
 void PreferencesWindowController::fillVideoSource(platform::NSPopUpButton& popup) const {
-  popup.removeAllItems();
   int selected = -1;
   for (const auto& camera : videoDevices_) {
     popup.addItem({camera.name});
