@@ -81,13 +81,19 @@ int FakeMainLoop::activeTimers() const {
   }));
 }
 
-std::vector<Milliseconds> FakeMainLoop::waits() const {
+std::string FakeMainLoop::waiting() const {
   const std::scoped_lock lock(mutex_);
-  std::vector<Milliseconds> all;
+  std::vector<const Due*> inOrder;
   for (const auto& each : due_)
-    all.push_back(each.at - now_);
-  std::sort(all.begin(), all.end());
-  return all;
+    inOrder.push_back(&each);
+  std::sort(inOrder.begin(), inOrder.end(), [](const Due* a, const Due* b) {
+    return std::pair(a->at, a->number) < std::pair(b->at, b->number);
+  });
+  std::string text;
+  for (const Due* each : inOrder)
+    text += std::to_string((each->at - now_).count()) + ":" +
+            std::to_string(each->work.target_type().hash_code()) + " ";
+  return text;
 }
 
 std::function<void()> FakeMainLoop::takeNext(Milliseconds until) {
@@ -115,9 +121,10 @@ bool FakeMainLoop::runWhenWorkArrives() {
   {
     std::unique_lock lock(mutex_);
     const auto isDue = [this] {
-      return std::any_of(due_.begin(), due_.end(), [this](const Due& each) { return each.at <= now_; });
+      return ended_ ||
+             std::any_of(due_.begin(), due_.end(), [this](const Due& each) { return each.at <= now_; });
     };
-    if (!changed_.wait_for(lock, std::chrono::seconds(10), isDue)) return false;
+    if (!changed_.wait_for(lock, std::chrono::seconds(10), isDue) || ended_) return false;
   }
   run();
   return true;

@@ -51,8 +51,9 @@ class FakeMainLoop : public platform::MainQueue, public platform::NSRunLoop, pub
   /// The loop has ended: nothing runs any more, and whoever waits in `sync` is released.
   void end();
   int activeTimers() const;
-  /// How long until each piece of waiting work falls due, in order.
-  std::vector<Milliseconds> waits() const;
+  /// The waiting work in the order in which it falls due: for each piece how long until then, and its kind.
+  /// Two loops of one program that answer the same will do the same.
+  std::string waiting() const;
 
  private:
   struct Timer;
