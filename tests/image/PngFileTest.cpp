@@ -1,9 +1,9 @@
-#include <memory>
-#include <spng.h>
-
 #include <gdk-pixbuf/gdk-pixbuf.h>
+#include <memory>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <spng.h>
 
 #include "platform/linux/image/ExifBlock.h"
 #include "platform/linux/image/PngWriter.h"

@@ -30,6 +30,9 @@ constexpr std::size_t kHeaderBytes = 8;
 constexpr std::size_t kEntryBytes = 12;
 constexpr std::string_view kVersion = "0232";  // the first with time offsets is 0231
 
+// The clock's nanoseconds reach from 1677 to 2262.
+constexpr int kLastYear = 2261;
+
 struct LocalTime {
   std::string dateTime;   // "2024:03:31 12:00:00"
   std::string offset;     // "+02:00"
@@ -211,10 +214,10 @@ std::optional<Clock::time_point> parseTime(const std::string& dateTime,
                   &fields.tm_mday, &fields.tm_hour, &fields.tm_min, &fields.tm_sec) != 6) {
     return std::nullopt;
   }
-  const bool plausible = fields.tm_year >= 1900 && fields.tm_mon >= 1 && fields.tm_mon <= 12 &&
-                         fields.tm_mday >= 1 && fields.tm_mday <= 31 && fields.tm_hour >= 0 &&
-                         fields.tm_hour <= 23 && fields.tm_min >= 0 && fields.tm_min <= 59 &&
-                         fields.tm_sec >= 0 && fields.tm_sec <= 60;
+  const bool plausible = fields.tm_year >= 1900 && fields.tm_year <= kLastYear && fields.tm_mon >= 1 &&
+                         fields.tm_mon <= 12 && fields.tm_mday >= 1 && fields.tm_mday <= 31 &&
+                         fields.tm_hour >= 0 && fields.tm_hour <= 23 && fields.tm_min >= 0 &&
+                         fields.tm_min <= 59 && fields.tm_sec >= 0 && fields.tm_sec <= 60;
   if (!plausible) return std::nullopt;
   fields.tm_year -= 1900;
   fields.tm_mon -= 1;

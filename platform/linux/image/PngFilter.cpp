@@ -58,13 +58,6 @@ void filterPaeth(std::span<const std::uint8_t> row, const std::uint8_t* previous
   }
 }
 
-void filterSub(std::span<const std::uint8_t> row, std::uint8_t* out) {
-  std::copy_n(row.begin(), kBytesPerPixel, out);
-  for (std::size_t i = kBytesPerPixel; i < row.size(); ++i) {
-    out[i] = static_cast<std::uint8_t>(row[i] - row[i - kBytesPerPixel]);
-  }
-}
-
 void filterUp(std::span<const std::uint8_t> row, const std::uint8_t* previous, std::uint8_t* out) {
   for (std::size_t i = 0; i < row.size(); ++i)
     out[i] = static_cast<std::uint8_t>(row[i] - previous[i]);
@@ -78,9 +71,6 @@ void filterRow(PngFilter filter, std::span<const std::uint8_t> row, const std::u
   switch (filter) {
     case PngFilter::kNone:
       std::copy(row.begin(), row.end(), out);
-      break;
-    case PngFilter::kSub:
-      filterSub(row, out);
       break;
     case PngFilter::kUp:
       filterUp(row, previous, out);

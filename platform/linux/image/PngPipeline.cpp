@@ -165,7 +165,7 @@ void PngPipeline::codeStrip(std::uint32_t strip, Worker& worker) noexcept {
   slot.adler = libdeflate_adler32(1, filtered.data(), filtered.size());
   std::size_t size = worker.coder.code(filtered, {out, StripCoder::codedBound(filtered.size())});
   if (size < filtered.size() / kDrawnFraction) {
-    for (const PngFilter filter : {PngFilter::kNone, PngFilter::kSub, PngFilter::kUp}) {
+    for (const PngFilter filter : {PngFilter::kNone, PngFilter::kUp}) {
       filtered = filterStrip(strip, filter, worker);
       const std::size_t other =
           worker.coder.code(filtered, {worker.alternative.get(), StripCoder::codedBound(filtered.size())});
