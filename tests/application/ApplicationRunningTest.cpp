@@ -1,0 +1,188 @@
+// What reaches the application while it runs, and how it ends.
+#include <csignal>
+#include <future>
+#include <string_view>
+
+#include "tests/application/ProbeFixture.h"
+
+namespace application_tests {
+
+namespace {
+
+using platform_linux::GObjectHandle;
+
+class ApplicationRunning : public ProbeTest {
+ protected:
+  std::unique_ptr<ProcessUnderTest> running(const std::string& then = {}) {
+    bus();
+    auto probe = start(then);
+    journal_.waitFor("didFinishLaunching");
+    return probe;
+  }
+};
+
+TEST_F(ApplicationRunning, TheDesktopsCallsReachIt) {
+  const auto probe = running();
+  EXPECT_EQ(activate("a token"), "");
+  EXPECT_EQ(open("file:///a"), "");
+  EXPECT_EQ(activateAction("preferences", ""), "");
+  EXPECT_EQ(activateAction("show-photo", "/p"), "");
+  EXPECT_EQ(activateAction("open-photo", "/p"), "");
+  EXPECT_NE(activateAction("no-such-action", ""), "");
+  expectLines({"reopen without windows token 'a token'", "openFile /a", "openFile the-preferences",
+               "clicked Photo_Taken_Notification UNNotificationDefaultActionIdentifier /p",
+               "clicked Photo_Taken_Notification OPEN_ACTION /p"});
+}
+
+TEST_F(ApplicationRunning, ASecondProcessDoesNotDisturbTheFirst) {
+  const auto first = running();
+  const auto second = start();
+  journal_.waitFor("didFinishLaunching");
+  EXPECT_EQ(activate(), "");
+  expectLines({"reopen without windows token ''"});
+  EXPECT_EQ(journal_.teller(), first->id());
+}
+
+TEST_F(ApplicationRunning, ASecondProcessIsCalledOnceTheFirstHasGone) {
+  const auto first = running();
+  const auto second = start();
+  journal_.waitFor("didFinishLaunching");
+  const int heir = journal_.teller();
+  first->signal(SIGTERM);
+  journal_.waitFor("ended 0");
+  EXPECT_EQ(activate(), "");
+  expectLines({"reopen without windows token ''"});
+  EXPECT_EQ(journal_.teller(), heir);
+}
+
+class ApplicationSignal : public ApplicationRunning, public testing::WithParamInterface<int> {};
+
+TEST_P(ApplicationSignal, AsksForTheEnd) {
+  const auto probe = running();
+  probe->signal(GetParam());
+  expectLines({"shouldTerminate", "willTerminate", "ended 0"});
+  EXPECT_EQ(probe->wait(), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, ApplicationSignal, testing::Values(SIGTERM, SIGINT, SIGHUP));
+
+TEST_F(ApplicationRunning, TheDelegateMayRefuseTheEnd) {
+  const auto probe = running("refuse once");
+  probe->signal(SIGTERM);
+  expectLines({"shouldTerminate"});
+  EXPECT_EQ(activate(), "");
+  expectLines({"reopen without windows token ''"});
+  probe->signal(SIGTERM);
+  expectLines({"shouldTerminate", "willTerminate", "ended 0"});
+}
+
+TEST_F(ApplicationRunning, TheEndComesOnce) {
+  const auto probe = running("leave twice");
+  expectLines({"shouldTerminate", "willTerminate", "ended 0"});
+}
+
+TEST_F(ApplicationRunning, AnyThreadMayAskForTheEnd) {
+  const auto probe = running("leave from thread");
+  expectLines({"shouldTerminate", "willTerminate", "ended 0"});
+}
+
+TEST_F(ApplicationRunning, NothingThatIsDueRunsAfterTheEndHasBegun) {
+  const auto probe = running("leave busy");
+  expectLines({"shouldTerminate", "willTerminate", "ended 0"});
+}
+
+TEST_F(ApplicationRunning, AHoldThatIsNeverGivenBackIsBounded) {
+  const auto probe = running("hold for ever");
+  expectLines({"shouldTerminate", "willTerminate", "ended 0"});
+}
+
+/// A program that the application calls, and that answers only when the test says so.
+class SlowHelper {
+ public:
+  explicit SlowHelper(GDBusConnection* connection)
+      : connection_(connection),
+        filter_(g_dbus_connection_add_filter(connection, &SlowHelper::keep, this, nullptr)) {}
+  SlowHelper(const SlowHelper&) = delete;
+  SlowHelper& operator=(const SlowHelper&) = delete;
+  ~SlowHelper() { g_dbus_connection_remove_filter(connection_, filter_); }
+
+  bool answer() {
+    const GObjectHandle<GDBusMessage> call(call_.get_future().get());
+    const GObjectHandle<GDBusMessage> reply(g_dbus_message_new_method_reply(call.get()));
+    return g_dbus_connection_send_message(connection_, reply.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr,
+                                          nullptr) != FALSE;
+  }
+
+ private:
+  static GDBusMessage* keep(GDBusConnection*, GDBusMessage* message, gboolean incoming,
+                            gpointer data) noexcept {
+    const char* const method = g_dbus_message_get_member(message);
+    if (!incoming || !method || std::string_view(method) != "Ask") return message;
+    static_cast<SlowHelper*>(data)->call_.set_value(message);
+    return nullptr;
+  }
+
+  GDBusConnection* const connection_;
+  std::promise<GDBusMessage*> call_;
+  const guint filter_;
+};
+
+TEST_F(ApplicationRunning, AHoldKeepsTheProcessUntilTheReplyCame) {
+  ASSERT_TRUE(callBus("RequestName", g_variant_new("(su)", "com.example.Helper", 0U)));
+  SlowHelper helper(connection());
+  const auto probe = running("hold for a reply");
+  expectLines({"shouldTerminate", "willTerminate"});
+  EXPECT_TRUE(helper.answer());
+  expectLines({"the reply came", "ended 0"});
+}
+
+TEST_F(ApplicationRunning, TheNamesAreFreeWhileAHoldLasts) {
+  const auto probe = running("hold for ever");
+  journal_.waitFor("willTerminate");
+  const int old = journal_.teller();
+  EXPECT_EQ(activateAction("show-photo", "/p"), "");
+  EXPECT_EQ(journal_.waitFor("launched by"),
+            "launched by Photo_Taken_Notification UNNotificationDefaultActionIdentifier /p");
+  EXPECT_NE(journal_.teller(), old);
+}
+
+TEST_F(ApplicationRunning, OutlivesTheBus) {
+  const auto probe = running();
+  bus().kill();
+  probe->signal(SIGTERM);
+  expectLines({"shouldTerminate", "willTerminate", "ended 0"});
+  EXPECT_EQ(probe->wait(), 0);
+}
+
+TEST_F(ApplicationRunning, EndsOnABusThatAnswersNothing) {
+  const auto probe = running();
+  bus().signal(SIGSTOP);
+  probe->signal(SIGTERM);
+  expectLines({"shouldTerminate", "willTerminate", "ended 0"});
+  EXPECT_EQ(probe->wait(), 0);
+  bus().signal(SIGCONT);
+}
+
+// Each click launches a process that leaves at once; the next click is sent a little later every time, so
+// that it meets the leaving process in every state. Each must be heard exactly once.
+TEST_F(ApplicationRunning, NoClickIsLostAroundTheEnd) {
+  bus();
+  constexpr int kClicks = 150;
+  constexpr int kDelays = 30;
+  std::vector<std::string> sent;
+  for (int i = 0; i < kClicks; ++i) {
+    sent.push_back("/photo " + std::to_string(i));
+    EXPECT_EQ(activateAction("show-photo", sent.back()), "");
+    journal_.waitFor(sent.back());
+    for (int delay = 0; delay < i % kDelays; ++delay)
+      callBus("GetId", g_variant_new("()"));
+  }
+  std::vector<std::string> heard;
+  for (const std::string& line : journal_.lines())
+    if (const auto at = line.find("/photo "); at != std::string::npos) heard.push_back(line.substr(at));
+  EXPECT_EQ(heard, sent);
+}
+
+}  // namespace
+
+}  // namespace application_tests

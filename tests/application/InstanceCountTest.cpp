@@ -1,0 +1,56 @@
+// Of several processes exactly one is the first, with and without a bus.
+#include <algorithm>
+#include <csignal>
+
+#include "tests/application/ProbeFixture.h"
+
+namespace application_tests {
+
+namespace {
+
+using InstanceCount = ProbeTest;
+
+TEST_F(InstanceCount, OfTwelveStartedAtOnceExactlyOneIsTheFirst) {
+  bus();
+  std::vector<std::unique_ptr<ProcessUnderTest>> probes;
+  for (int i = 0; i < 12; ++i)
+    probes.push_back(start("count"));
+  std::vector<std::string> counts;
+  for (int i = 0; i < 12; ++i)
+    counts.push_back(journal_.waitFor("count "));
+  EXPECT_EQ(std::count(counts.begin(), counts.end(), "count 1"), 1) << testing::PrintToString(counts);
+}
+
+TEST_F(InstanceCount, AKilledProcessCountsNoMore) {
+  bus();
+  const auto first = start("count");
+  EXPECT_EQ(journal_.waitFor("count "), "count 1");
+  first->signal(SIGKILL);
+  ASSERT_EQ(first->wait(), 128 + SIGKILL);
+  const auto second = start("count");
+  EXPECT_EQ(journal_.waitFor("count "), "count 1");
+}
+
+TEST_F(InstanceCount, WithoutABusTheLockFileCounts) {
+  const auto first = start("count");
+  EXPECT_EQ(journal_.waitFor("count "), "count 1");
+  const auto second = start("count");
+  EXPECT_EQ(journal_.waitFor("count "), "count 2");
+  first->signal(SIGKILL);
+  ASSERT_EQ(first->wait(), 128 + SIGKILL);
+  const auto third = start("count");
+  EXPECT_EQ(journal_.waitFor("count "), "count 1");
+}
+
+TEST_F(InstanceCount, WithoutABusAndARuntimeFolderAPrivateTemporaryOneServes) {
+  environment_.erase("XDG_RUNTIME_DIR");
+  environment_["TMPDIR"] = folder_.path().string();
+  const auto first = start("count");
+  EXPECT_EQ(journal_.waitFor("count "), "count 1");
+  const auto second = start("count");
+  EXPECT_EQ(journal_.waitFor("count "), "count 2");
+}
+
+}  // namespace
+
+}  // namespace application_tests

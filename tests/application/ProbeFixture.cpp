@@ -1,0 +1,123 @@
+#include "tests/application/ProbeFixture.h"
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace application_tests {
+
+using platform_linux::GErrorHandle;
+using platform_linux::GVariantHandle;
+
+namespace {
+
+constexpr int kPatience = 20000;  // milliseconds
+
+GVariant* platformData(const std::string& token) {
+  GVariantBuilder data;
+  g_variant_builder_init(&data, G_VARIANT_TYPE_VARDICT);
+  if (!token.empty())
+    g_variant_builder_add(&data, "{sv}", "activation-token", g_variant_new_string(token.c_str()));
+  return g_variant_builder_end(&data);
+}
+
+}  // namespace
+
+TemporaryFolder::TemporaryFolder() {
+  std::string pattern = (std::filesystem::temp_directory_path() / "probe-XXXXXX").string();
+  if (::mkdtemp(pattern.data())) path_ = pattern;
+}
+
+TemporaryFolder::~TemporaryFolder() {
+  std::error_code error;
+  std::filesystem::remove_all(path_, error);
+}
+
+ProbeTest::ProbeTest() : journal_(folder_.path() / "journal") {
+  environment_ = {{"PROBE_JOURNAL", (folder_.path() / "journal").string()},
+                  {"PROBE_LIFELINE", (folder_.path() / "lifeline").string()},
+                  {"XDG_RUNTIME_DIR", folder_.path().string()},
+                  {"HOME", folder_.path().string()}};
+  ::mkfifo(environment_["PROBE_LIFELINE"].c_str(), 0600);
+  lifeline_ =
+      platform_linux::FileDescriptor(::open(environment_["PROBE_LIFELINE"].c_str(), O_RDWR | O_CLOEXEC));
+  // Sanitizers' options reach the probes as well.
+  for (const char* const name : {"ASAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"})
+    if (const char* const value = std::getenv(name)) environment_[name] = value;
+}
+
+ProbeTest::~ProbeTest() = default;
+
+std::unique_ptr<ProcessUnderTest> ProbeTest::start(const std::string& then,
+                                                   const std::vector<std::string>& arguments) {
+  Environment environment = environment_;
+  environment["PROBE_THEN"] = then;
+  std::vector<std::string> command{PROBE_APPLICATION};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  return std::make_unique<ProcessUnderTest>(command, environment, (folder_.path() / "stderr").string());
+}
+
+PrivateBus& ProbeTest::bus(bool activatable) {
+  if (!bus_) {
+    bus_ = std::make_unique<PrivateBus>(folder_.path(), environment_, kProbeIdentifier,
+                                        activatable ? PROBE_APPLICATION : "");
+    environment_["DBUS_SESSION_BUS_ADDRESS"] = bus_->address();
+  }
+  return *bus_;
+}
+
+GDBusConnection* ProbeTest::connection() {
+  if (!connection_) {
+    const auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+    connection_.reset(
+        g_dbus_connection_new_for_address_sync(bus().address().c_str(), flags, nullptr, nullptr, nullptr));
+  }
+  return connection_.get();
+}
+
+std::string ProbeTest::call(const char* method, GVariant* arguments) {
+  GErrorHandle error;
+  const GVariantHandle reply(g_dbus_connection_call_sync(
+      connection(), kProbeIdentifier, "/com/example/Probe", "org.freedesktop.Application", method, arguments,
+      nullptr, G_DBUS_CALL_FLAGS_NONE, kPatience, nullptr, error.out()));
+  return error.message();
+}
+
+std::string ProbeTest::activate(const std::string& token) {
+  return call("Activate", g_variant_new("(@a{sv})", platformData(token)));
+}
+
+std::string ProbeTest::open(const std::string& uri) {
+  const char* const uris[] = {uri.c_str(), nullptr};
+  return call("Open", g_variant_new("(^as@a{sv})", uris, platformData({})));
+}
+
+std::string ProbeTest::activateAction(const std::string& name, const std::string& target) {
+  GVariantBuilder parameters;
+  g_variant_builder_init(&parameters, G_VARIANT_TYPE("av"));
+  if (!target.empty()) g_variant_builder_add(&parameters, "v", g_variant_new_string(target.c_str()));
+  return call("ActivateAction", g_variant_new("(sav@a{sv})", name.c_str(), &parameters, platformData({})));
+}
+
+GVariantHandle ProbeTest::callBus(const char* method, GVariant* arguments) {
+  return GVariantHandle(g_dbus_connection_call_sync(
+      connection(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method,
+      arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, kPatience, nullptr, nullptr));
+}
+
+bool ProbeTest::nameHasOwner(const std::string& name) {
+  const GVariantHandle reply = callBus("NameHasOwner", g_variant_new("(s)", name.c_str()));
+  gboolean owned = FALSE;
+  if (reply) g_variant_get(reply.get(), "(b)", &owned);
+  return owned != FALSE;
+}
+
+void ProbeTest::expectLines(const std::vector<std::string>& expected) {
+  std::vector<std::string> came;
+  while (came.size() < expected.size() && (came.empty() || came.back() != "(nothing came)"))
+    came.push_back(journal_.next());
+  EXPECT_EQ(came, expected);
+}
+
+}  // namespace application_tests

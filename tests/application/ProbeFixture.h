@@ -1,0 +1,71 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "platform/linux/application/GLibHandles.h"
+#include "platform/linux/storage/FileDescriptor.h"
+#include "tests/application/PrivateBus.h"
+#include "tests/application/ProbeJournal.h"
+#include "tests/application/ProcessUnderTest.h"
+
+namespace application_tests {
+
+inline constexpr const char* kProbeIdentifier = "com.example.Probe";
+
+/// A folder of its own, gone with the test.
+class TemporaryFolder {
+ public:
+  TemporaryFolder();
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  ~TemporaryFolder();
+  const std::filesystem::path& path() const { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+/// Probe applications on a private bus, and a desktop that calls them.
+class ProbeTest : public testing::Test {
+ protected:
+  ProbeTest();
+  ~ProbeTest() override;
+
+  /// Starts the probe by hand; `then` is what it does once it has launched.
+  std::unique_ptr<ProcessUnderTest> start(const std::string& then = {},
+                                          const std::vector<std::string>& arguments = {});
+  /// The bus, started when first asked for; probes started before have none. `activatable`: it knows how to
+  /// start the probe.
+  PrivateBus& bus(bool activatable = true);
+  GDBusConnection* connection();
+
+  /// Calls the application as a desktop does and answers the error's text, empty when all went well.
+  std::string activate(const std::string& token = {});
+  std::string open(const std::string& uri);
+  std::string activateAction(const std::string& name, const std::string& target);
+  /// Calls the bus itself, for its answer or just for the time that takes.
+  platform_linux::GVariantHandle callBus(const char* method, GVariant* arguments);
+  bool nameHasOwner(const std::string& name);
+
+  /// The next lines of the journal, as many as there are in `expected`, are these.
+  void expectLines(const std::vector<std::string>& expected);
+
+  TemporaryFolder folder_;
+  ProbeJournal journal_;
+  Environment environment_;
+
+ private:
+  platform_linux::FileDescriptor lifeline_;
+  std::string call(const char* method, GVariant* arguments);
+
+  std::unique_ptr<PrivateBus> bus_;
+  platform_linux::GObjectHandle<GDBusConnection> connection_;
+};
+
+}  // namespace application_tests

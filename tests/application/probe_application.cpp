@@ -1,0 +1,151 @@
+// An application that tells a test everything that happens to it. What it does of its own accord is said by
+// the environment: PROBE_JOURNAL is where it tells, PROBE_THEN what it does when it has launched.
+#include <csignal>
+#include <cstdlib>
+#include <glib-unix.h>
+#include <memory>
+#include <string>
+#include <sys/prctl.h>
+#include <thread>
+
+#include "platform/linux/application/Application.h"
+#include "platform/linux/application/InstanceCount.h"
+#include "platform/linux/application/MainLoopQueue.h"
+#include "platform/linux/application/RunLoop.h"
+#include "platform/linux/application/SessionBus.h"
+#include "platform/linux/application/SystemLog.h"
+#include "tests/application/ProbeJournal.h"
+
+namespace {
+
+constexpr const char* kIdentifier = "com.example.Probe";
+
+std::string variable(const char* name) {
+  const char* const value = std::getenv(name);
+  return value ? value : "";
+}
+
+void tell(const std::string& line) {
+  static const std::string journal = variable("PROBE_JOURNAL");
+  if (!journal.empty()) application_tests::tellProbeJournal(journal, line);
+}
+
+std::string describe(const platform::UNNotificationResponse& response) {
+  const auto& request = response.notification.request;
+  return request.identifier + " " + response.actionIdentifier + " " + request.content.userInfo.at("Path");
+}
+
+class ProbeDelegate : public platform::NSApplicationDelegate {
+ public:
+  ProbeDelegate(platform_linux::Application& application, platform_linux::InstanceCount& instances,
+                platform_linux::MainLoopQueue& queue, platform_linux::RunLoop& runLoop,
+                const platform_linux::SessionBus& bus)
+      : application_(application), instances_(instances), queue_(queue), runLoop_(runLoop), bus_(bus) {}
+
+  void applicationWillFinishLaunching() override {
+    application_.setActivationPolicy(platform::NSApplicationActivationPolicy::Prohibited);
+    tell("willFinishLaunching");
+  }
+
+  void applicationDidFinishLaunching(const platform::NSApplicationLaunchNotification& notification) override {
+    const auto& click = notification.launchUserNotification;
+    tell(click ? "launched by " + describe(*click) : "didFinishLaunching");
+    if (click) return application_.terminate();
+    const std::string then = variable("PROBE_THEN");
+    if (then == "leave") application_.terminate();
+    if (then == "leave twice") leaveTwice();
+    if (then == "leave from thread") std::thread([this] { application_.terminate(); }).detach();
+    if (then == "regular") application_.setActivationPolicy(platform::NSApplicationActivationPolicy::Regular);
+    if (then == "count") count();
+    if (then == "hold for ever") holdForEver();
+    if (then == "hold for a reply") holdForReply();
+    if (then == "leave busy") leaveBusy();
+  }
+
+  bool applicationShouldHandleReopen(bool hasVisibleWindows) override {
+    tell(std::string("reopen ") + (hasVisibleWindows ? "with windows" : "without windows") + " token '" +
+         application_.takeActivationToken() + "'");
+    return false;
+  }
+  bool applicationOpenFile(const std::string& fileName) override {
+    tell("openFile " + fileName);
+    return true;
+  }
+  platform::NSApplicationTerminateReply applicationShouldTerminate() override {
+    tell("shouldTerminate");
+    const bool refuse = variable("PROBE_THEN") == "refuse once" && !refused_;
+    refused_ = true;
+    return refuse ? platform::NSApplicationTerminateReply::Cancel
+                  : platform::NSApplicationTerminateReply::Now;
+  }
+  void applicationWillTerminate() override {
+    tell("willTerminate");
+    application_.terminate();  // Once the end has begun, nothing happens.
+  }
+  bool applicationShouldTerminateAfterLastWindowClosed() override { return true; }
+
+ private:
+  void count() {
+    const int running = instances_.runningApplicationsWithBundleIdentifier(kIdentifier);
+    tell("count " + std::to_string(running));
+    if (running >= 2) application_.terminate();
+  }
+  void leaveTwice() {
+    application_.lastWindowClosed();
+    application_.terminate();
+  }
+  void holdForEver() {
+    held_ = application_.holdEnd();
+    application_.terminate();
+  }
+  void holdForReply() {
+    bus_.call({"com.example.Helper", "/", "com.example.Helper", "Ask", g_variant_new("()"), 5000},
+              [held = application_.holdEnd()](GVariant* reply, const GError*) {
+                tell(reply ? "the reply came" : "the call failed");
+              });
+    application_.terminate();
+  }
+  // Whatever is due when the end begins must not run any more.
+  void leaveBusy() {
+    queue_.async([] { tell("late work"); });
+    queue_.after(std::chrono::milliseconds(1), [] { tell("late work"); });
+    timer_ = runLoop_.addRepeatingTimer(std::chrono::milliseconds(1), [] { tell("late timer"); });
+    holdForEver();
+  }
+
+  platform_linux::Application& application_;
+  platform_linux::InstanceCount& instances_;
+  platform_linux::MainLoopQueue& queue_;
+  platform_linux::RunLoop& runLoop_;
+  const platform_linux::SessionBus& bus_;
+  std::shared_ptr<void> held_;
+  std::shared_ptr<platform::NSTimer> timer_;
+  bool refused_ = false;
+};
+
+/// No probe outlives the test, also when the bus started it: the test holds the other end of this pipe.
+void followTheTest() {
+  const int lifeline = ::open(variable("PROBE_LIFELINE").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (lifeline >= 0)
+    g_unix_fd_add(
+        lifeline, G_IO_HUP, [](gint, GIOCondition, gpointer) -> gboolean { std::_Exit(EXIT_FAILURE); },
+        nullptr);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  followTheTest();
+  platform_linux::SystemLog log;
+  platform_linux::MainLoopQueue queue;
+  platform_linux::RunLoop runLoop;
+  const platform_linux::SessionBus bus;
+  platform_linux::InstanceCount instances(bus);
+  platform_linux::Application application({kIdentifier, "the-preferences"}, bus, queue, runLoop, log);
+  application.setNotificationResponseHandler(
+      [](const platform::UNNotificationResponse& response) { tell("clicked " + describe(response)); });
+  ProbeDelegate delegate(application, instances, queue, runLoop, bus);
+  const int status = application.run(argc, argv, delegate);
+  tell("ended " + std::to_string(status));
+  return status;
+}
