@@ -1,0 +1,256 @@
+// The helper program against a notification service played by the test.
+
+#include <memory>
+#include <signal.h>
+#include <stdexcept>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/notifications/NotifierFixture.h"
+
+namespace camera_shot_tests {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+/// A bus that starts the helper, and a service that notes what the helper asks of it.
+class Notifier : public testing::Test {
+ protected:
+  Notifier() { bus_.addService(kNotifier, NOTIFIER_PROGRAM); }
+
+  bool waitForNotifications(std::size_t number) const { return waitForCallsOf("Notify", number); }
+  bool waitForCallsOf(const std::string& method, std::size_t number) const {
+    return waitUntil([&] { return service_->callsOf(method).size() >= number; });
+  }
+  bool helperLeaves() const { return service_->client().waitUntilUnowned(kNotifier); }
+  void click(std::uint32_t id, const char* key) const {
+    service_->emit("ActionInvoked", g_variant_new("(us)", id, key));
+  }
+  void close(std::uint32_t id) const { service_->emit("NotificationClosed", g_variant_new("(uu)", id, 2U)); }
+
+  TestBus bus_;
+  std::unique_ptr<MockService> service_ = makeService(bus_.address());
+};
+
+TEST_F(Notifier, ShowsTheNotificationAndWaitsForTheUser) {
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(1));
+  EXPECT_THAT(
+      service_->callsOf("Notify"),
+      ElementsAre("('Camera Shot', 0, 'com.example.App', 'Taken', 'Click & see', ['default', 'Show', "
+                  "'button-0', 'Open'], {'desktop-entry': <'com.example.App'>, 'urgency': <byte 0x01>, "
+                  "'suppress-sound': <true>}, 0)"));
+}
+
+TEST_F(Notifier, EscapesTheBodyForAServiceThatReadsMarkup) {
+  service_ = nullptr;
+  service_ = makeService(bus_.address(), ServiceAnswers({"body", "body-markup", "actions"}));
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(1));
+  EXPECT_THAT(service_->callsOf("Notify")[0], HasSubstr("'Taken', 'Click &amp; see'"));
+}
+
+TEST_F(Notifier, OffersNoActionsToAServiceWithout) {
+  service_ = nullptr;
+  service_ = makeService(bus_.address(), ServiceAnswers({"body"}));
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(1));
+  EXPECT_THAT(service_->callsOf("Notify")[0], HasSubstr("'Click & see', [], {"));
+}
+
+TEST_F(Notifier, OffersNoActionThatHasNothingToActUpon) {
+  ASSERT_TRUE(post(service_->client(), kFailure));
+  ASSERT_TRUE(waitForNotifications(1));
+  EXPECT_THAT(service_->callsOf("Notify")[0], HasSubstr("'Camera not found.', '', [], {"));
+}
+
+TEST_F(Notifier, RefusesWhatIsNoApplication) {
+  EXPECT_FALSE(post(service_->client(), kPhoto, "Photo", "not an application"));
+  EXPECT_THAT(service_->calls(), IsEmpty());
+}
+
+TEST_F(Notifier, ReplacesTheBubbleOfTheSameIdentifierOnly) {
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(post(service_->client(), kFailure, "Error"));
+  ASSERT_TRUE(waitForNotifications(2));
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(3));
+  EXPECT_THAT(service_->callsOf("Notify")[1], HasSubstr("('Camera Shot', 0, "));
+  EXPECT_THAT(service_->callsOf("Notify")[2], HasSubstr("('Camera Shot', 1, "));
+}
+
+TEST_F(Notifier, OfSeveralAtOnceShowsTheNewestInOneBubble) {
+  for (const char* title : {"one", "two", "three"})
+    ASSERT_TRUE(post(service_->client(), "{'title': <'" + std::string(title) + "'>}"));
+  ASSERT_TRUE(waitUntil([&] {
+    const auto calls = service_->callsOf("Notify");
+    return !calls.empty() && calls.back().find("three") != std::string::npos;
+  }));
+  const auto calls = service_->callsOf("Notify");
+  for (std::size_t index = 1; index < calls.size(); ++index)
+    EXPECT_EQ(firstNumber(calls[index]), 1U);
+}
+
+TEST_F(Notifier, AClickRunsTheActionOfTheRunningApplicationAndRemovesTheBubble) {
+  const auto application = makeApplication(bus_.address());
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(1));
+  click(1, "default");
+  ASSERT_TRUE(application->waitForCalls(1));
+  EXPECT_EQ(application->calls()[0].arguments, "('show-photo', [<'/a.png'>], {})");
+  ASSERT_TRUE(waitForCallsOf("CloseNotification", 1));
+  EXPECT_THAT(service_->callsOf("CloseNotification"), ElementsAre("(1,)"));
+  EXPECT_TRUE(helperLeaves());
+}
+
+TEST_F(Notifier, TheButtonRunsItsOwnActionWithTheTokenOfTheClick) {
+  const auto application = makeApplication(bus_.address());
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(1));
+  service_->emit("ActivationToken", g_variant_new("(us)", 1U, "token-7"));
+  click(1, "button-0");
+  ASSERT_TRUE(application->waitForCalls(1));
+  EXPECT_EQ(
+      application->calls()[0].arguments,
+      "('open-photo', [<'/a.png'>], {'activation-token': <'token-7'>, 'desktop-startup-id': <'token-7'>})");
+}
+
+TEST_F(Notifier, AClickStartsTheApplication) {
+  bus_.addService(kApplication, TEST_APPLICATION_PROGRAM);
+  const auto journal = makeJournal(bus_.address());
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(1));
+  click(1, "default");
+  ASSERT_TRUE(journal->waitForCalls(1));
+  EXPECT_THAT(journal->calls()[0].arguments, HasSubstr("show-photo"));
+  EXPECT_THAT(journal->calls()[0].arguments, HasSubstr("/a.png"));
+}
+
+TEST_F(Notifier, ClicksOnOthersBubblesAreNotItsBusiness) {
+  const auto application = makeApplication(bus_.address());
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(1));
+  // An id that is another program's, a key that was not offered, and a sender that is not the service.
+  click(99, "default");
+  click(1, "button-9");
+  const MockService impostor(bus_.address(), "org.example.Impostor", "", done);
+  g_dbus_connection_emit_signal(impostor.client().connection(), nullptr, "/org/freedesktop/Notifications",
+                                kService.c_str(), "ActionInvoked", g_variant_new("(us)", 1U, "default"),
+                                nullptr);
+  impostor.client().ask("GetId", nullptr);
+  click(1, "button-0");
+  ASSERT_TRUE(application->waitForCalls(1));
+  ASSERT_TRUE(helperLeaves());
+  ASSERT_THAT(application->calls(), SizeIs(1));
+  EXPECT_THAT(application->calls()[0].arguments, HasSubstr("open-photo"));
+}
+
+TEST_F(Notifier, LeavesWhenItsLastBubbleHasGone) {
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(post(service_->client(), kFailure, "Error"));
+  ASSERT_TRUE(waitForNotifications(2));
+  const pid_t helper = service_->client().processOf(kNotifier);
+  close(1);
+  close(2);
+  EXPECT_TRUE(helperLeaves());
+  EXPECT_TRUE(waitForEnd(helper));
+}
+
+TEST_F(Notifier, LeavesWhenItIsNeverUsed) {
+  service_->client().ask("StartServiceByName", g_variant_new("(su)", kNotifier.c_str(), 0U));
+  ASSERT_TRUE(service_->client().hasOwner(kNotifier));
+  EXPECT_TRUE(helperLeaves());
+}
+
+TEST_F(Notifier, ABubbleThatIsClosedBeforeItsIdIsKnownIsNotWaitedFor) {
+  service_ = nullptr;
+  ServiceAnswers answers;
+  service_ = makeService(bus_.address(), [&](const MockService::Call& call) {
+    if (call.method == "Notify") close(1);
+    return answers(call);
+  });
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(1));
+  EXPECT_TRUE(helperLeaves());
+}
+
+TEST_F(Notifier, GivesAnIdBackOnlyToTheServiceThatMadeIt) {
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(1));
+  service_ = nullptr;
+  service_ = makeService(bus_.address(), ServiceAnswers({"actions"}, 40));
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(1));
+  EXPECT_EQ(firstNumber(service_->callsOf("Notify")[0]), 0U);
+}
+
+TEST_F(Notifier, ItsBubblesGoWithTheService) {
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(1));
+  service_ = nullptr;
+  const BusClient client(bus_.address());
+  EXPECT_TRUE(client.waitUntilUnowned(kNotifier));
+}
+
+TEST_F(Notifier, ARefusedReplacementLeavesTheOldBubbleStandingForTheNewPhoto) {
+  service_ = nullptr;
+  ServiceAnswers answers;
+  service_ = makeService(bus_.address(), [&](const MockService::Call& call) {
+    if (call.method == "Notify" && firstNumber(call.arguments) != 0)
+      throw std::runtime_error("org.freedesktop.Notifications.Error.ExcessNotificationGeneration");
+    return answers(call);
+  });
+  const auto application = makeApplication(bus_.address());
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(1));
+  ASSERT_TRUE(post(service_->client(),
+                   "{'title': <'Taken'>, 'default-action': <'app.show-photo'>, 'default-action-target': "
+                   "<'/b.png'>, 'default-action-label': <'Show'>}"));
+  ASSERT_TRUE(waitForNotifications(2));
+  // The helper has the refusal before it has what this client says afterwards.
+  ASSERT_TRUE(post(service_->client(), kFailure, "Error"));
+  ASSERT_TRUE(waitForNotifications(3));
+  click(1, "default");
+  ASSERT_TRUE(application->waitForCalls(1));
+  EXPECT_THAT(application->calls()[0].arguments, HasSubstr("/b.png"));
+}
+
+TEST_F(Notifier, AServiceThatNeverAnswersHoldsItUpForABoundedTime) {
+  service_ = nullptr;
+  service_ = makeService(bus_.address(), [](const MockService::Call&) -> GVariant* { return nullptr; });
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  EXPECT_TRUE(helperLeaves());
+}
+
+TEST_F(Notifier, WithoutAServiceItTakesTheNotificationAndLeaves) {
+  service_ = nullptr;
+  const BusClient client(bus_.address());
+  ASSERT_TRUE(post(client, kPhoto));
+  EXPECT_TRUE(client.waitUntilUnowned(kNotifier));
+}
+
+TEST_F(Notifier, StartsAfreshAfterItWasKilled) {
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(1));
+  const pid_t killed = service_->client().processOf(kNotifier);
+  kill(killed, SIGKILL);
+  ASSERT_TRUE(service_->client().waitUntilUnowned(kNotifier));
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(2));
+  EXPECT_EQ(firstNumber(service_->callsOf("Notify")[1]), 0U);
+}
+
+TEST_F(Notifier, EndsWithTheBus) {
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(1));
+  const pid_t helper = service_->client().processOf(kNotifier);
+  bus_.stop();
+  EXPECT_TRUE(waitForEnd(helper));
+}
+
+}  // namespace
+}  // namespace camera_shot_tests

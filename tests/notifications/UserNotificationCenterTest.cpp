@@ -1,0 +1,266 @@
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/linux/notifications/UserNotificationCenter.h"
+#include "tests/notifications/CenterFixture.h"
+
+namespace camera_shot_tests {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+const std::string kPhotoArguments =
+    "('com.example.App', 'Photo_Taken_Notification', {'title': <'Camera shot taken.'>, 'body': <'Click here "
+    "to "
+    "show in Finder.'>, 'priority': <'normal'>, 'default-action': <'app.show-photo'>, 'sound': <'default'>, "
+    "'default-action-target': <'/home/me/A shot.png'>, 'default-action-label': <'Show'>, 'buttons': "
+    "<[{'label': "
+    "<'Open'>, 'action': <'app.open-photo'>, 'target': <'/home/me/A shot.png'>}]>})";
+
+TEST(UserNotificationCenter, ShellGetsTextsActionsAndTargets) {
+  const TestBus bus;
+  const auto shell = makeShell(bus.address());
+  Center center;
+  center->addNotificationRequest(photoRequest());
+  ASSERT_TRUE(center.waitForRelease());
+  EXPECT_THAT(shell->callsOf("AddNotification"), ElementsAre(kPhotoArguments));
+}
+
+TEST(UserNotificationCenter, HelperGetsTheSameWithoutAShell) {
+  const TestBus bus;
+  const auto helper = makeHelper(bus.address());
+  Center center;
+  center->addNotificationRequest(photoRequest());
+  ASSERT_TRUE(center.waitForRelease());
+  EXPECT_THAT(helper->callsOf("Post"), ElementsAre(kPhotoArguments));
+}
+
+TEST(UserNotificationCenter, HelperIsAskedWhenTheShellRefuses) {
+  const TestBus bus;
+  // What the shell answers for a program without a desktop file.
+  const auto shell = makeShell(bus.address(), [](const MockService::Call&) -> GVariant* {
+    throw std::runtime_error("org.gtk.Notifications.InvalidApp");
+  });
+  const auto helper = makeHelper(bus.address());
+  Center center;
+  center->addNotificationRequest(photoRequest());
+  ASSERT_TRUE(center.waitForRelease());
+  EXPECT_THAT(shell->calls(), ::testing::SizeIs(1));
+  EXPECT_THAT(helper->callsOf("Post"), ElementsAre(kPhotoArguments));
+}
+
+TEST(UserNotificationCenter, AFailureHasNothingToClickButStillADefaultAction) {
+  const TestBus bus;
+  const auto shell = makeShell(bus.address());
+  Center center;
+  center->addNotificationRequest(failureRequest());
+  ASSERT_TRUE(center.waitForRelease());
+  EXPECT_THAT(
+      shell->callsOf("AddNotification"),
+      ElementsAre("('com.example.App', 'Photo_Taken_Notification_Error', {'title': <'Camera not found.'>, "
+                  "'priority': <'normal'>, 'default-action': <'app.show-photo'>, 'sound': <'default'>})"));
+}
+
+TEST(UserNotificationCenter, AFileNameThatIsNoTextIsNotSentButAnnounced) {
+  const TestBus bus;
+  const auto shell = makeShell(bus.address());
+  Center center;
+  center->addNotificationRequest(photoRequest("/home/me/\xff.png"));
+  ASSERT_TRUE(center.waitForRelease());
+  ASSERT_THAT(shell->calls(), ::testing::SizeIs(1));
+  EXPECT_THAT(shell->calls()[0].arguments, HasSubstr("'title': <'Camera shot taken.'>"));
+  EXPECT_THAT(shell->calls()[0].arguments, Not(HasSubstr("target")));
+}
+
+TEST(UserNotificationCenter, ARequestTakesThePlaceOfAnEarlierOneThatWaits) {
+  const TestBus bus;
+  const auto shell = makeShell(bus.address());
+  Center center;
+  center->addNotificationRequest(photoRequest("/first.png"));
+  center->addNotificationRequest(failureRequest());
+  center->addNotificationRequest(photoRequest("/second.png"));
+  ASSERT_TRUE(center.waitForRelease());
+  EXPECT_THAT(shell->calls(), ::testing::SizeIs(2));
+  EXPECT_THAT(shell->callsOf("AddNotification"), Not(::testing::Contains(HasSubstr("first.png"))));
+}
+
+TEST(UserNotificationCenter, TheDelegateMayWithholdTheSound) {
+  const TestBus bus;
+  const auto shell = makeShell(bus.address());
+  Center center;
+  const auto delegate = std::make_shared<TestDelegate>();
+  delegate->options = platform::UNNotificationPresentationOptionBanner;
+  center->setDelegate(delegate);
+  center->addNotificationRequest(failureRequest());
+  ASSERT_TRUE(center.waitForRelease());
+  EXPECT_EQ(delegate->presented, "Photo_Taken_Notification_Error");
+  ASSERT_THAT(shell->calls(), ::testing::SizeIs(1));
+  EXPECT_THAT(shell->calls()[0].arguments, Not(HasSubstr("sound")));
+}
+
+TEST(UserNotificationCenter, TheDelegateMayWithholdTheNotification) {
+  const TestBus bus;
+  const auto shell = makeShell(bus.address());
+  Center center;
+  const auto delegate = std::make_shared<TestDelegate>();
+  delegate->options = 0;
+  center->setDelegate(delegate);
+  center->addNotificationRequest(photoRequest());
+  ASSERT_TRUE(center.waitForRelease());
+  delegate->options = 26;
+  center->addNotificationRequest(failureRequest());
+  ASSERT_TRUE(center.waitForRelease());
+  ASSERT_THAT(shell->calls(), ::testing::SizeIs(1));
+  EXPECT_THAT(shell->calls()[0].arguments, HasSubstr("Camera not found."));
+}
+
+TEST(UserNotificationCenter, TheEndIsHeldUntilTheNotificationHasBeenTaken) {
+  const TestBus bus;
+  Center center;
+  bool heldAtTheCall = false;
+  const auto shell = makeShell(bus.address(), [&](const MockService::Call&) {
+    heldAtTheCall = center.held();
+    return g_variant_new("()");
+  });
+  center->addNotificationRequest(photoRequest());
+  EXPECT_TRUE(center.held());
+  ASSERT_TRUE(center.waitForRelease());
+  EXPECT_TRUE(heldAtTheCall);
+}
+
+TEST(UserNotificationCenter, AShellThatNeverAnswersIsGivenUpAndNobodyElseIsAsked) {
+  const TestBus bus;
+  const auto shell = makeShell(bus.address(), [](const MockService::Call&) -> GVariant* { return nullptr; });
+  const auto helper = makeHelper(bus.address());
+  Center center;
+  center->addNotificationRequest(photoRequest());
+  ASSERT_TRUE(center.waitForRelease());
+  EXPECT_THAT(shell->calls(), ::testing::SizeIs(1));
+  EXPECT_THAT(helper->calls(), IsEmpty());
+}
+
+TEST(UserNotificationCenter, WithoutAnyServiceNothingIsLeftUnderWay) {
+  const TestBus bus;
+  Center center;
+  center->addNotificationRequest(photoRequest());
+  EXPECT_TRUE(center.waitForRelease());
+}
+
+TEST(UserNotificationCenter, ABusThatDiesLeavesNothingUnderWay) {
+  TestBus bus;
+  Center center;
+  center->addNotificationRequest(photoRequest());
+  bus.stop();
+  EXPECT_TRUE(center.waitForRelease());
+}
+
+TEST(UserNotificationCenter, AResponseReachesTheDelegateAndHoldsTheEndUntilItIsDone) {
+  const TestBus bus;
+  Center center;
+  const auto delegate = std::make_shared<TestDelegate>();
+  center->setDelegate(delegate);
+  const platform::UNNotificationResponse click{{photoRequest()}, "OPEN_ACTION"};
+  center->receiveResponse(click);
+  EXPECT_EQ(delegate->received, click);
+  EXPECT_TRUE(center.held());
+  delegate->completion();
+  delegate->completion = nullptr;
+  EXPECT_FALSE(center.held());
+}
+
+TEST(UserNotificationCenter, AResponseWithoutADelegateIsNobodys) {
+  const TestBus bus;
+  Center center;
+  center->setDelegate(std::make_shared<TestDelegate>());
+  center->receiveResponse({{photoRequest()}, "OPEN_ACTION"});
+  EXPECT_FALSE(center.held());
+}
+
+/// What the centre answers to the question for authorisation.
+struct Answer {
+  bool came = false;
+  bool granted = false;
+  std::optional<platform::NSError> error;
+};
+
+Answer ask(Center& center) {
+  Answer answer;
+  center->requestAuthorizationWithOptions(
+      platform::UNAuthorizationOptionSound | platform::UNAuthorizationOptionAlert,
+      [&answer](bool granted, const std::optional<platform::NSError>& error) {
+        answer = {true, granted, error};
+      });
+  EXPECT_FALSE(answer.came) << "the answer must come later";
+  EXPECT_TRUE(waitUntil([&answer] { return answer.came; }));
+  return answer;
+}
+
+TEST(Authorization, IsNotGrantedWhereNothingShowsNotifications) {
+  const TestBus bus;
+  Center center;
+  const Answer answer = ask(center);
+  EXPECT_FALSE(answer.granted);
+  EXPECT_FALSE(answer.error);
+}
+
+TEST(Authorization, IsGrantedByAShell) {
+  const TestBus bus;
+  const auto shell = makeShell(bus.address());
+  Center center;
+  EXPECT_TRUE(ask(center).granted);
+}
+
+TEST(Authorization, IsGrantedWhereTheBusCanStartHelperAndService) {
+  TestBus bus;
+  bus.addService(kHelper, "/nowhere/helper");
+  bus.addService(kService, "/nowhere/service");
+  Center center;
+  EXPECT_TRUE(ask(center).granted);
+}
+
+TEST(Authorization, NeedsAServiceBehindTheHelper) {
+  TestBus bus;
+  bus.addService(kHelper, "/nowhere/helper");
+  Center center;
+  EXPECT_FALSE(ask(center).granted);
+}
+
+TEST(Authorization, FailsWithoutABus) {
+  setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere/bus", 1);
+  Center center;
+  const Answer answer = ask(center);
+  EXPECT_FALSE(answer.granted);
+  ASSERT_TRUE(answer.error);
+  EXPECT_EQ(answer.error->code, ENOTCONN);
+  center->addNotificationRequest(photoRequest());
+  EXPECT_TRUE(center.waitForRelease());
+}
+
+TEST(Authorization, FailsWhereABusLetsNobodyIn) {
+  const TemporaryFolder folder;
+  const std::string path = (folder.path() / "bus").string();
+  const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+  ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  ASSERT_EQ(listen(listener, 1), 0);
+  setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + path).c_str(), 1);
+  Center center;
+  EXPECT_TRUE(ask(center).error);
+  close(listener);
+}
+
+}  // namespace
+}  // namespace camera_shot_tests

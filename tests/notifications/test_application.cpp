@@ -1,0 +1,52 @@
+// Stands for the application that the bus starts for a click: reports the first action that it is asked for
+// to the test and ends.
+
+#include <cstdlib>
+
+#include "platform/linux/application/GLibHandles.h"
+
+using platform_linux::GDBusNodeInfoHandle;
+using platform_linux::GMainLoopHandle;
+using platform_linux::GObjectHandle;
+using platform_linux::GVariantHandle;
+
+namespace {
+
+constexpr const char* kInterface = R"(
+<node>
+  <interface name="org.freedesktop.Application">
+    <method name="ActivateAction">
+      <arg type="s" direction="in"/>
+      <arg type="av" direction="in"/>
+      <arg type="a{sv}" direction="in"/>
+    </method>
+  </interface>
+</node>)";
+
+void onAction(GDBusConnection* connection, const char*, const char*, const char*, const char*,
+              GVariant* parameters, GDBusMethodInvocation* invocation, gpointer loop) noexcept {
+  const platform_linux::GStringHandle text(g_variant_print(parameters, FALSE));
+  const GVariantHandle reply(g_dbus_connection_call_sync(
+      connection, "com.example.Journal", "/com/example/Journal", "com.example.Journal", "Write",
+      g_variant_new("(s)", text.get()), nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
+  g_dbus_method_invocation_return_value(invocation, nullptr);
+  g_dbus_connection_flush_sync(connection, nullptr, nullptr);
+  g_main_loop_quit(static_cast<GMainLoop*>(loop));
+}
+
+}  // namespace
+
+int main() {
+  const GObjectHandle<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+  if (!bus) return EXIT_FAILURE;
+  const GMainLoopHandle loop(g_main_loop_new(nullptr, FALSE));
+  const GDBusNodeInfoHandle node(g_dbus_node_info_new_for_xml(kInterface, nullptr));
+  static constexpr GDBusInterfaceVTable kMethods{onAction, nullptr, nullptr, {}};
+  g_dbus_connection_register_object(bus.get(), "/com/example/App", node->interfaces[0], &kMethods, loop.get(),
+                                    nullptr, nullptr);
+  const GVariantHandle owner(g_dbus_connection_call_sync(
+      bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
+      g_variant_new("(su)", "com.example.App", 0U), nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
+  g_main_loop_run(loop.get());
+  return EXIT_SUCCESS;
+}
