@@ -41,5 +41,11 @@ int main(int argc, char** argv) {
                       desktop.statePath("analytics-events.jsonl")},
                      tool);
   camera_shot::AppDelegate delegate(desktop.ports(), suite);
+
+  const auto provider = suite.common.toolDataClientProvider();
+  desktop.offerTool({.onClickMenuIcon = [provider] { provider->clickMenuIcon(); },
+                     .onPreferences = [&delegate] { delegate.onPreferences(); },
+                     .onQuit = [&desktop] { desktop.ports().application.terminate(); }});
+  provider->setStatusObserver([&desktop](int status) { desktop.setToolStatus(status); });
   return desktop.run(argc, argv, delegate);
 }

@@ -9,8 +9,14 @@ namespace suite {
 class ToolDataClientProvider {
  public:
   /// 0: starting or leaving; 1: a normal run is under way.
-  void setToolStatus(int status) { toolStatus_ = status; }
+  void setToolStatus(int status) {
+    toolStatus_ = status;
+    if (onStatus_) onStatus_(status);
+  }
   int toolStatus() const { return toolStatus_; }
+
+  /// From now on tells `onStatus` whenever the status is set.
+  void setStatusObserver(std::function<void(int status)> onStatus) { onStatus_ = std::move(onStatus); }
 
   /// What a click on the tool's menu icon does.
   void setClickMenuIconBlock(std::function<void()> block) { clickMenuIconBlock_ = std::move(block); }
@@ -20,6 +26,7 @@ class ToolDataClientProvider {
 
  private:
   int toolStatus_ = 0;
+  std::function<void(int status)> onStatus_;
   std::function<void()> clickMenuIconBlock_;
 };
 

@@ -21,7 +21,8 @@ std::string LinuxPlatform::statePath(const std::string& file) {
 }
 
 LinuxPlatform::LinuxPlatform(const ProgramIdentity& identity)
-    : cameras_(std::make_unique<Cameras>(mainQueue_, notificationCenter_)),
+    : identity_(identity),
+      cameras_(std::make_unique<Cameras>(mainQueue_, notificationCenter_)),
       instances_(bus_),
       bundle_(identity.identifier, identity.program, installationPrefix() + "/share/locale", userLanguages()),
       defaults_(configurationPath(identity.settingsFile), "Defaults", log_),

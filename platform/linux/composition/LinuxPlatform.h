@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/Platform.h"
@@ -15,6 +16,7 @@
 #include "platform/linux/application/SystemLog.h"
 #include "platform/linux/camera/Cameras.h"
 #include "platform/linux/composition/DesktopAppKit.h"
+#include "platform/linux/composition/ToolPresence.h"
 #include "platform/linux/composition/Windows.h"
 #include "platform/linux/desktop/Workspace.h"
 #include "platform/linux/layers/Layer.h"
@@ -42,6 +44,13 @@ class LinuxPlatform {
 
   const platform::Platform& ports() const { return ports_; }
 
+  /// Puts the tool where the desktop and the suite can see it: an icon in the tray, an object on the bus.
+  void offerTool(const ToolActions& actions) {
+    presence_.emplace(bus_, identity_.identifier, bundle_, actions);
+  }
+  /// 0: starting or leaving; 1: a normal run is under way. After `offerTool`.
+  void setToolStatus(int status) { presence_->setStatus(status); }
+
   /// Runs the application to its end, completes a photo that is being saved then, and answers the exit
   /// status. Once only.
   int run(int argc, char** argv, platform::NSApplicationDelegate& delegate);
@@ -57,6 +66,7 @@ class LinuxPlatform {
  private:
   void connect();
 
+  const ProgramIdentity identity_;
   SystemLog log_;
   MainLoopQueue mainQueue_;
   RunLoop runLoop_;
@@ -75,6 +85,7 @@ class LinuxPlatform {
   Layers layers_;
   Workspace workspace_;
   UserNotificationCenter notifications_;
+  std::optional<ToolPresence> presence_;
   const platform::Platform ports_;
 };
 
