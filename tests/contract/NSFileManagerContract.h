@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cerrno>
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "platform/Foundation/NSFileManager.h"
+
+namespace contract {
+
+/// A file manager, and a way to bring about what it is asked for. Each is made afresh for a test.
+class NSFileManagerFactory {
+ public:
+  virtual ~NSFileManagerFactory() = default;
+  virtual platform::NSFileManager& fileManager() = 0;
+  /// An empty folder that can be written to, and paths in it.
+  virtual std::string folder() = 0;
+  virtual std::string makeFile(const std::string& name) = 0;
+  /// What stands in the file at `path`, line by line.
+  virtual std::string content(const std::string& path) = 0;
+};
+
+using MakeNSFileManagerFactory = std::unique_ptr<NSFileManagerFactory> (*)();
+
+/// What every file manager promises.
+class NSFileManagerContract : public testing::TestWithParam<MakeNSFileManagerFactory> {
+ protected:
+  std::unique_ptr<NSFileManagerFactory> factory_ = GetParam()();
+  platform::NSFileManager& files_ = factory_->fileManager();
+};
+
+TEST_P(NSFileManagerContract, SeesWhatExists) {
+  EXPECT_TRUE(files_.fileExistsAtPath(factory_->makeFile("photo.png")));
+  EXPECT_FALSE(files_.fileExistsAtPath(factory_->folder() + "/nothing"));
+}
+
+TEST_P(NSFileManagerContract, TellsFoldersThatTakeFilesFromOthers) {
+  EXPECT_EQ(files_.whyNotWritableDirectory(factory_->folder()), 0);
+  EXPECT_NE(files_.whyNotWritableDirectory(factory_->folder() + "/nothing"), 0);
+}
+
+TEST_P(NSFileManagerContract, AppendsLinesInOrder) {
+  const std::string path = factory_->folder() + "/events.jsonl";
+  EXPECT_TRUE(files_.appendLine(path, "first"));
+  EXPECT_TRUE(files_.appendLine(path, ""));
+  EXPECT_TRUE(files_.appendLine(path, "second"));
+  EXPECT_EQ(factory_->content(path), "first\n\nsecond\n");
+}
+
+}  // namespace contract
