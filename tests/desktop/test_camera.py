@@ -24,9 +24,9 @@ def sizes(frames):
 
 
 class CameraTest(unittest.TestCase):
-    def desktop(self, *specifications):
+    def desktop(self, *descriptions):
         """A desktop with these cameras, which ends with the test."""
-        options = [word for specification in specifications for word in ("--camera", specification)]
+        options = [word for description in descriptions for word in ("--camera", description)]
         return self.enterContext(Session(*options))
 
     def reader(self, desktop, *words):

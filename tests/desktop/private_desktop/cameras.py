@@ -7,12 +7,12 @@ from .requests import ask
 class Camera:
     """One virtual camera, known by its number (from 1)."""
 
-    def __init__(self, number, specification, program, surroundings):
+    def __init__(self, number, description, program, surroundings):
         name = f"camera-{number}"
         self.number = number
         self.control = surroundings.path("run", name)
         self.child, _ = start_reporting(
-            name, [program, "--control", self.control, "--ready-fd", "{ready}", specification],
+            name, [program, "--control", self.control, "--ready-fd", "{ready}", description],
             surroundings.environment, surroundings.log(name), "the camera does not become ready")
 
     def ask(self, request):

@@ -43,8 +43,8 @@ class Desktop:
             self._display = start_display(self._surroundings)
         self._bus = start_bus(self._surroundings, self._options.service_dir)
         self._pipewire.start()
-        for specification in self._options.camera:
-            self._add_camera(specification)
+        for description in self._options.camera:
+            self._add_camera(description)
         if self._options.notifications != "none":
             self._notifications = start_notifications(self._options.notifications, self._surroundings)
 
@@ -97,8 +97,8 @@ class Desktop:
             variables |= camera.variables()
         return self._surroundings.environment | variables
 
-    def _add_camera(self, specification):
-        camera = Camera(len(self._cameras) + 1, specification, self._camera_program, self._surroundings)
+    def _add_camera(self, description):
+        camera = Camera(len(self._cameras) + 1, description, self._camera_program, self._surroundings)
         self._cameras.append(camera)
         return " ".join(f"{name}={value}" for name, value in camera.variables().items())
 

@@ -44,7 +44,7 @@ class Camera {
   /// Done when the node is gone for every client of the daemon.
   void unplug(Done done);
   void stall() { stalled_ = true; }
-  /// Ends a stall, also one that the specification's fault began.
+  /// Ends a stall, also one that the description's fault began.
   void resume();
   /// Breaks the device: the node's stream fails with EIO.
   void breakDevice();

@@ -71,7 +71,7 @@ struct CameraSpec {
   Faults faults;
 };
 
-/// The modes of a camera whose specification names none: those of a common 1080p webcam.
+/// The modes of a camera whose description names none: those of a common 1080p webcam.
 std::vector<Mode> commonModes();
 
 /// Reads `key=value,key=value…`, as README.md describes. Throws std::invalid_argument with a sentence for

@@ -33,7 +33,7 @@ class PreparedFrames {
 /// nothing.
 class FrameStore {
  public:
-  /// Loads the specification's pictures, if it names some, and completes `spec.modes` by their size.
+  /// Loads the description's pictures, if it names some, and completes `spec.modes` by their size.
   /// Throws std::runtime_error for a picture that cannot be served.
   explicit FrameStore(CameraSpec& spec);
 
