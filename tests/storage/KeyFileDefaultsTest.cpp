@@ -44,7 +44,7 @@ TEST_F(KeyFileDefaultsTest, KeepsCommentsAndWhatItDoesNotKnow) {
   defaults.setBool(false, "ShowPreview");
   ASSERT_TRUE(defaults.synchronize());
   EXPECT_EQ(contentOf(path_),
-            "# mine\n[Other]\nkey=1\n\n[CameraShot]\n# why\nShowPreview=false\nUnknown=x\n");
+            "# mine\n\n[Other]\nkey=1\n\n[CameraShot]\n# why\nShowPreview=false\nUnknown=x\n");
 }
 
 TEST_F(KeyFileDefaultsTest, CarriesOverOnlyWhatWasSetHere) {

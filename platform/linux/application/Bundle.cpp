@@ -29,7 +29,8 @@ std::vector<std::string> userLanguages() {
   for (const char* const* each = g_get_language_names(); *each; ++each) {
     const std::string language = isPlain(*each) ? "en" : *each;
     if (!languages.empty() && isEnglish(languages.back()) && !isEnglish(language)) break;
-    languages.push_back(language);
+    if (std::find(languages.begin(), languages.end(), language) == languages.end())
+      languages.push_back(language);
   }
   return languages;
 }

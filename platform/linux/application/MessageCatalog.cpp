@@ -34,22 +34,30 @@ std::optional<MessageCatalog> MessageCatalog::parse(std::string bytes) {
   catalog.count_ = catalog.number(kCountField);
   catalog.keys_ = catalog.number(kKeysField);
   catalog.translations_ = catalog.number(kTranslationsField);
+  if (!catalog.isWhole()) return std::nullopt;
   return catalog;
+}
+
+bool MessageCatalog::isWhole() const {
+  for (const std::uint32_t table : {keys_, translations_}) {
+    if (!isInside(table, std::size_t{count_} * kEntrySize)) return false;
+    for (std::uint32_t index = 0; index < count_; ++index) {
+      const std::size_t entry = table + std::size_t{index} * kEntrySize;
+      if (!isInside(number(entry + sizeof(std::uint32_t)), number(entry))) return false;
+    }
+  }
+  return true;
 }
 
 std::uint32_t MessageCatalog::number(std::size_t offset) const {
   std::uint32_t value = 0;
-  if (offset > bytes_.size() || bytes_.size() - offset < sizeof value) return 0;
   std::memcpy(&value, bytes_.data() + offset, sizeof value);
   return swapped_ ? __builtin_bswap32(value) : value;
 }
 
 std::string_view MessageCatalog::text(std::uint32_t table, std::uint32_t index) const {
   const std::size_t entry = table + std::size_t{index} * kEntrySize;
-  const std::size_t length = number(entry);
-  const std::size_t offset = number(entry + sizeof(std::uint32_t));
-  if (offset > bytes_.size() || bytes_.size() - offset < length) return {};
-  return std::string_view(bytes_).substr(offset, length);
+  return std::string_view(bytes_).substr(number(entry + sizeof(std::uint32_t)), number(entry));
 }
 
 std::optional<std::string> MessageCatalog::translation(std::string_view key) const {

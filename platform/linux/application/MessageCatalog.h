@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace platform_linux {
 
@@ -13,7 +14,7 @@ class MessageCatalog {
  public:
   /// Nothing when there is no such file or it is no catalog.
   static std::optional<MessageCatalog> load(const std::string& path);
-  /// The same from a catalog's bytes, whatever they are: a broken one has no texts, or fewer.
+  /// The same from a catalog's bytes, whatever they are: a broken one is none.
   static std::optional<MessageCatalog> parse(std::string bytes);
 
   /// The translation of `key`, in UTF-8 as all our catalogs are; nothing when it has none.
@@ -22,6 +23,10 @@ class MessageCatalog {
  private:
   explicit MessageCatalog(std::string bytes) : bytes_(std::move(bytes)) {}
 
+  bool isWhole() const;
+  bool isInside(std::size_t offset, std::size_t size) const {
+    return offset <= bytes_.size() && size <= bytes_.size() - offset;
+  }
   std::uint32_t number(std::size_t offset) const;
   std::string_view text(std::uint32_t table, std::uint32_t index) const;
 

@@ -1,0 +1,185 @@
+// Texts, times and log lines.
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/linux/application/Bundle.h"
+#include "platform/linux/application/MessageCatalog.h"
+#include "platform/linux/application/NotificationActions.h"
+#include "platform/linux/application/SystemDate.h"
+#include "platform/linux/application/SystemLog.h"
+#include "platform/linux/storage/FileDescriptor.h"
+#include "tests/application/ProbeFixture.h"
+
+namespace application_tests {
+
+namespace {
+
+using platform_linux::Bundle;
+using platform_linux::MessageCatalog;
+using testing::ElementsAre;
+
+/// A compiled catalog of the given texts, which must be sorted.
+std::string makeCatalog(const std::vector<std::pair<std::string, std::string>>& texts, bool swapped = false) {
+  const auto number = [swapped](std::size_t value) {
+    std::string bytes;
+    for (int byte = 0; byte < 4; ++byte)
+      bytes += static_cast<char>(value >> (8 * (swapped ? 3 - byte : byte)));
+    return bytes;
+  };
+  constexpr std::size_t kHeader = 28;
+  const std::size_t strings = kHeader + texts.size() * 16;
+  std::string keys;
+  std::string translations;
+  std::string all;
+  const auto add = [&](std::string& table, const std::string& text) {
+    table += number(text.size()) + number(strings + all.size());
+    all += text + '\0';
+  };
+  for (const auto& [key, translation] : texts) {
+    add(keys, key);
+    add(translations, translation);
+  }
+  return number(0x950412de) + number(0) + number(texts.size()) + number(kHeader) +
+         number(kHeader + texts.size() * 8) + number(0) + number(0) + keys + translations + all;
+}
+
+class Texts : public testing::Test {
+ protected:
+  void install(const std::string& language, const std::string& table,
+               const std::vector<std::pair<std::string, std::string>>& texts) {
+    const auto folder = folder_.path() / language / "LC_MESSAGES";
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder / (table + ".mo"), std::ios::binary) << makeCatalog(texts);
+  }
+  std::string text(const std::vector<std::string>& languages, const std::string& key,
+                   const std::string& value = {}, const std::string& table = {}) {
+    return Bundle("id", "main", folder_.path(), languages).localizedStringForKey(key, value, table);
+  }
+
+  TemporaryFolder folder_;
+};
+
+TEST_F(Texts, WithoutATranslationTheKeyOrTheGivenValueIsShown) {
+  EXPECT_EQ(text({"de"}, "Camera shot"), "Camera shot");
+  EXPECT_EQ(text({"de"}, "Camera shot", "value"), "value");
+}
+
+TEST_F(Texts, ComeFromTheFirstLanguageThatHasThem) {
+  install("de", "main", {{"", "header"}, {"Camera shot", "Aufnahme"}});
+  install("fr", "main", {{"Camera shot", "Photo"}, {"Open", "Ouvrir"}});
+  EXPECT_EQ(text({"de_AT", "de", "fr"}, "Camera shot"), "Aufnahme");
+  EXPECT_EQ(text({"de_AT", "de", "fr"}, "Open"), "Ouvrir");
+  EXPECT_EQ(text({"de_AT", "de", "fr"}, "Done"), "Done");
+}
+
+TEST_F(Texts, ATableOfItsOwnMayBeAskedFor) {
+  install("de", "other", {{"Open", "Auf"}});
+  EXPECT_EQ(text({"de"}, "Open"), "Open");
+  EXPECT_EQ(text({"de"}, "Open", {}, "other"), "Auf");
+}
+
+TEST_F(Texts, AreTheSameForManyThreads) {
+  install("de", "main", {{"Camera shot", "Aufnahme"}});
+  const Bundle bundle("id", "main", folder_.path(), {"de"});
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i)
+    threads.emplace_back([&] { EXPECT_EQ(bundle.localizedStringForKey("Camera shot"), "Aufnahme"); });
+  for (std::thread& thread : threads)
+    thread.join();
+}
+
+std::vector<std::string> languagesFor(const std::string& language, const std::string& locale) {
+  ::setenv("LANGUAGE", language.c_str(), 1);
+  ::setenv("LC_ALL", locale.c_str(), 1);
+  return platform_linux::userLanguages();
+}
+
+TEST(UserLanguages, EndWithEnglish) {
+  EXPECT_THAT(languagesFor("", "C"), ElementsAre("en"));
+  EXPECT_THAT(languagesFor("", "C.UTF-8"), testing::Each("en"));
+  EXPECT_EQ(languagesFor("de_AT:fr", "de_AT.UTF-8").front(), "de_AT");
+  EXPECT_EQ(languagesFor("de_AT:fr", "de_AT.UTF-8").back(), "en");
+  EXPECT_THAT(languagesFor("en_GB:de", "en_GB.UTF-8"), testing::Not(testing::Contains("de")));
+  EXPECT_THAT(languagesFor("en_GB:de", "en_GB.UTF-8"), testing::Contains("en"));
+}
+
+TEST(MessageCatalog, FindsEveryTextInEitherByteOrder) {
+  for (const bool swapped : {false, true}) {
+    const auto catalog =
+        MessageCatalog::parse(makeCatalog({{"a", "1"}, {"b", "2"}, {"c", ""}, {"d", "4"}}, swapped));
+    ASSERT_TRUE(catalog);
+    EXPECT_EQ(catalog->translation("a"), "1");
+    EXPECT_EQ(catalog->translation("b"), "2");
+    EXPECT_EQ(catalog->translation("c"), std::nullopt);
+    EXPECT_EQ(catalog->translation("d"), "4");
+    EXPECT_EQ(catalog->translation("e"), std::nullopt);
+  }
+}
+
+TEST(MessageCatalog, BrokenBytesAreNoCatalog) {
+  const std::string whole = makeCatalog({{"a", "1"}, {"b", "2"}});
+  EXPECT_FALSE(MessageCatalog::parse(""));
+  EXPECT_FALSE(MessageCatalog::parse(std::string(100, 'x')));
+  // The last text's end mark is no part of it.
+  for (std::size_t size = 0; size + 1 < whole.size(); ++size)
+    EXPECT_FALSE(MessageCatalog::parse(whole.substr(0, size))) << size;
+  // Any byte of the header and the tables may be wrong without a read beyond the end.
+  for (std::size_t at = 4; at < 28 + 32; ++at) {
+    std::string broken = whole;
+    broken[at] = '\xff';
+    const auto catalog = MessageCatalog::parse(broken);
+    EXPECT_LE((catalog ? catalog->translation("b").value_or("") : "").size(), broken.size());
+  }
+}
+
+TEST(SystemDate, LaysOutTheLocalTime) {
+  const platform_linux::SystemDate dates;
+  const auto moment = platform::NSDate::TimePoint(std::chrono::seconds(1795262400));
+  ::setenv("TZ", "UTC0", 1);
+  EXPECT_EQ(dates.localText(moment, "%Y-%m-%d %H.%M.%S"), "2026-11-21 12.00.00");
+  ::setenv("TZ", "XYZ-3", 1);
+  EXPECT_EQ(dates.localText(moment, "%Y-%m-%d %H.%M.%S"), "2026-11-21 15.00.00");
+  EXPECT_EQ(dates.localText(moment, ""), "");
+  EXPECT_EQ(dates.localText(moment, std::string(5000, '-')), std::string(5000, '-'));
+}
+
+TEST(SystemLog, WritesTheLineAsItStands) {
+  const TemporaryFolder folder;
+  const std::string path = folder.path() / "errors";
+  const platform_linux::FileDescriptor before(::dup(STDERR_FILENO));
+  {
+    const platform_linux::FileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+    ::dup2(file.get(), STDERR_FILENO);
+  }
+  platform_linux::SystemLog().log("100 % of the line: ünïcode");
+  ::dup2(before.get(), STDERR_FILENO);
+  std::ifstream file(path);
+  std::string line;
+  std::getline(file, line);
+  EXPECT_EQ(line, "100 % of the line: ünïcode");
+}
+
+TEST(NotificationActions, LeadBackToTheClick) {
+  using platform_linux::applicationActionFor;
+  using platform_linux::notificationResponseFor;
+  EXPECT_EQ(applicationActionFor("no such click"), nullptr);
+  EXPECT_EQ(notificationResponseFor("no-such-action", "/p"), std::nullopt);
+  for (const std::string& click :
+       {platform::UNNotificationDefaultActionIdentifier, std::string("OPEN_ACTION")}) {
+    ASSERT_NE(applicationActionFor(click), nullptr);
+    const auto response = notificationResponseFor(applicationActionFor(click), "/p");
+    ASSERT_TRUE(response);
+    EXPECT_EQ(response->actionIdentifier, click);
+    EXPECT_EQ(response->notification.request.identifier, "Photo_Taken_Notification");
+    EXPECT_EQ(response->notification.request.content.userInfo.at("Path"), "/p");
+  }
+}
+
+}  // namespace
+
+}  // namespace application_tests
