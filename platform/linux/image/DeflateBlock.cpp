@@ -84,9 +84,9 @@ struct Code {
 
 template <std::size_t count>
 std::array<Code, count> codesFor(const std::array<std::uint8_t, count>& lengths) {
-  std::array<std::uint16_t, count> bits;
+  std::array<std::uint16_t, count> bits{};
   buildCodes(lengths, bits);
-  std::array<Code, count> codes;
+  std::array<Code, count> codes{};
   for (std::size_t i = 0; i < count; ++i)
     codes[i] = {bits[i], lengths[i]};
   return codes;
@@ -222,7 +222,7 @@ void DeflateBlock::appendLengthRun(std::uint8_t length, std::size_t count) noexc
 void DeflateBlock::planHeader() noexcept {
   literalCodeCount_ = usedCount(literalLengths_, 257);
   distanceCodeCount_ = usedCount(distanceLengths_, 1);
-  std::array<std::uint8_t, kLiteralSymbols + kDistanceSymbols> lengths;
+  std::array<std::uint8_t, kLiteralSymbols + kDistanceSymbols> lengths{};
   auto* end = std::copy_n(literalLengths_.begin(), literalCodeCount_, lengths.begin());
   end = std::copy_n(distanceLengths_.begin(), distanceCodeCount_, end);
   headerFrequencies_.fill(0);

@@ -13,7 +13,7 @@ using Leaf = std::uint64_t;
 constexpr unsigned kSymbolBits = 16;
 
 struct Leaves {
-  std::array<Leaf, kMaximumSymbols> sorted;
+  std::array<Leaf, kMaximumSymbols> sorted{};
   std::size_t count = 0;
 };
 
@@ -32,9 +32,9 @@ void sortLeaves(std::span<const std::uint32_t> frequencies, Leaves& leaves) {
 // there. The tree is built by merging two queues, leaves and inner nodes, both of which are in ascending
 // order.
 std::array<std::uint32_t, kLongestCode + 1> depthCounts(const Leaves& leaves, unsigned maximumLength) {
-  std::array<std::uint64_t, kMaximumSymbols> weight;  // of inner nodes
+  std::array<std::uint64_t, kMaximumSymbols> weight{};  // of inner nodes
   std::array<std::uint16_t, 2 * kMaximumSymbols>
-      parent;  // of leaves, then of inner nodes, as inner node numbers
+      parent{};  // of leaves, then of inner nodes, as inner node numbers
   const std::size_t leafCount = leaves.count;
   const std::size_t innerCount = leafCount - 1;
   std::size_t leaf = 0;
@@ -48,7 +48,7 @@ std::array<std::uint32_t, kLongestCode + 1> depthCounts(const Leaves& leaves, un
       parent[takesLeaf ? leaf++ : leafCount + inner++] = static_cast<std::uint16_t>(node);
     }
   }
-  std::array<std::uint16_t, kMaximumSymbols> depth;  // of inner nodes; the last one is the root
+  std::array<std::uint16_t, kMaximumSymbols> depth{};  // of inner nodes; the last one is the root
   depth[innerCount - 1] = 0;
   for (std::size_t node = innerCount - 1; node-- > 0;) {
     depth[node] = static_cast<std::uint16_t>(depth[parent[leafCount + node]] + 1);
