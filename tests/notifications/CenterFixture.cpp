@@ -55,7 +55,8 @@ void TestDelegate::userNotificationCenterDidReceiveNotificationResponse(
   completion = std::move(completionHandler);
 }
 
-Center::Center() : center_(bus_, {kApplication, "Show", [this] { return hold(); }}) {
+Center::Center(const std::string& applicationId)
+    : center_(bus_, {applicationId, "Show", [this] { return hold(); }}) {
   center_.setNotificationCategories({{"TAKE_PHOTO_CATEGORY", {{"OPEN_ACTION", "Open", 0}}, {}, 0}});
 }
 

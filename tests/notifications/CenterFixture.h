@@ -53,7 +53,7 @@ class TestDelegate : public platform::UNUserNotificationCenterDelegate {
 /// A notification centre and what keeps its application from ending.
 class Center {
  public:
-  Center();
+  explicit Center(const std::string& applicationId = kApplication);
 
   bool held() const { return !hold_.expired(); }
   bool waitForRelease() const {

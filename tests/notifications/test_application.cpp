@@ -2,7 +2,9 @@
 // to the test and ends.
 
 #include <cstdlib>
+#include <string>
 
+#include "platform/linux/application/ApplicationInterface.h"
 #include "platform/linux/application/GLibHandles.h"
 
 using platform_linux::GDBusNodeInfoHandle;
@@ -36,17 +38,18 @@ void onAction(GDBusConnection* connection, const char*, const char*, const char*
 
 }  // namespace
 
-int main() {
+int main(int count, char** arguments) {
+  const std::string name = count > 1 ? arguments[1] : "com.example.App";
   const GObjectHandle<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
   if (!bus) return EXIT_FAILURE;
   const GMainLoopHandle loop(g_main_loop_new(nullptr, FALSE));
   const GDBusNodeInfoHandle node(g_dbus_node_info_new_for_xml(kInterface, nullptr));
   static constexpr GDBusInterfaceVTable kMethods{onAction, nullptr, nullptr, {}};
-  g_dbus_connection_register_object(bus.get(), "/com/example/App", node->interfaces[0], &kMethods, loop.get(),
-                                    nullptr, nullptr);
+  g_dbus_connection_register_object(bus.get(), platform_linux::applicationObjectPath(name).c_str(),
+                                    node->interfaces[0], &kMethods, loop.get(), nullptr, nullptr);
   const GVariantHandle owner(g_dbus_connection_call_sync(
       bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
-      g_variant_new("(su)", "com.example.App", 0U), nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
+      g_variant_new("(su)", name.c_str(), 0U), nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
   g_main_loop_run(loop.get());
   return EXIT_SUCCESS;
 }
