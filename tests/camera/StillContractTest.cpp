@@ -29,11 +29,13 @@ bool isADeliveredFrame(const std::vector<std::uint8_t>& bytes, const VirtualCame
   return std::any_of(begin(frames), end(frames), [&](auto& file) { return contents(file.path()) == bytes; });
 }
 
-// The file of the frame that the camera is to send next, whose name is its number.
+// The file of the frame that the camera is to send next; the files' names are numbers.
 std::filesystem::path nextFrame(const VirtualCamera& camera) {
-  const std::filesystem::directory_iterator frames(camera.dumpFolder());
+  int newest = 0;
+  for (const auto& file : std::filesystem::directory_iterator(camera.dumpFolder()))
+    newest = std::max(newest, std::stoi(file.path().stem()));
   std::ostringstream name;
-  name << std::setw(8) << std::setfill('0') << std::distance(begin(frames), end(frames)) << ".jpg";
+  name << std::setw(8) << std::setfill('0') << newest + 1 << ".jpg";
   return camera.dumpFolder() / name.str();
 }
 

@@ -1,0 +1,79 @@
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/linux/camera/CameraAccess.h"
+
+namespace camera_test {
+namespace {
+
+using platform::AVAuthorizationStatus;
+using platform_linux::CameraAccess;
+using platform_linux::daemonSocketPaths;
+using testing::ElementsAre;
+
+// A runtime folder of its own; the environment is put back by the next test's.
+class CameraAccessTest : public testing::Test {
+ protected:
+  CameraAccessTest() {
+    for (const char* name : {"PIPEWIRE_REMOTE", "PIPEWIRE_RUNTIME_DIR", "USERPROFILE"})
+      ::unsetenv(name);
+    ::setenv("XDG_RUNTIME_DIR", folder_.c_str(), 1);
+  }
+  ~CameraAccessTest() override {
+    if (::getuid() == 0) {
+      EXPECT_EQ(::seteuid(0), 0);
+    }
+    std::filesystem::remove_all(folder_);
+  }
+
+  void makeSocket(mode_t mode) {
+    const std::string path = folder_ + "/pipewire-0";
+    ASSERT_EQ(::mknod(path.c_str(), S_IFSOCK | 0600, 0), 0);
+    ASSERT_EQ(::chmod(path.c_str(), mode), 0);
+    ASSERT_EQ(::chmod(folder_.c_str(), 0755), 0);
+    // A superuser could not be refused anything: this one stops being one for the question.
+    if (::getuid() == 0) {
+      ASSERT_EQ(::seteuid(65534), 0);
+    }
+  }
+
+  std::string folder_ = [] {
+    std::string name = std::filesystem::temp_directory_path() / "camera-access-XXXXXX";
+    return std::string(::mkdtemp(name.data()));
+  }();
+};
+
+TEST_F(CameraAccessTest, IsGrantedWithoutADaemon) {
+  EXPECT_EQ(CameraAccess().status(), AVAuthorizationStatus::Authorized);
+}
+
+TEST_F(CameraAccessTest, IsGrantedToWhomMayOpenTheSocket) {
+  makeSocket(0666);
+  EXPECT_EQ(CameraAccess().status(), AVAuthorizationStatus::Authorized);
+}
+
+TEST_F(CameraAccessTest, IsDeniedToWhomMayNotOpenTheSocket) {
+  makeSocket(0);
+  EXPECT_EQ(CameraAccess().status(), AVAuthorizationStatus::Denied);
+  bool granted = true;
+  CameraAccess().request([&](bool answer) { granted = answer; });
+  EXPECT_FALSE(granted);
+}
+
+TEST_F(CameraAccessTest, LooksWhereTheLibraryLooks) {
+  EXPECT_THAT(daemonSocketPaths(), ElementsAre(folder_ + "/pipewire-0", "/run/pipewire/pipewire-0"));
+  ::setenv("PIPEWIRE_RUNTIME_DIR", "/other", 1);
+  ::setenv("PIPEWIRE_REMOTE", "mine", 1);
+  EXPECT_THAT(daemonSocketPaths(), ElementsAre("/other/mine", "/run/pipewire/mine"));
+  ::setenv("PIPEWIRE_REMOTE", "/one/socket", 1);
+  EXPECT_THAT(daemonSocketPaths(), ElementsAre("/one/socket"));
+}
+
+}  // namespace
+}  // namespace camera_test

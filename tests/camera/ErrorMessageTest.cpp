@@ -1,0 +1,25 @@
+#include <cerrno>
+
+#include <gtest/gtest.h>
+
+#include "platform/linux/camera/ErrorMessage.h"
+
+namespace camera_test {
+namespace {
+
+using platform_linux::errorNumberOfMessage;
+
+TEST(ErrorMessage, TellsTheNumberOfItsLastWords) {
+  EXPECT_EQ(errorNumberOfMessage("Start error: Device or resource busy"), EBUSY);
+  EXPECT_EQ(errorNumberOfMessage("No such device"), ENODEV);
+  EXPECT_EQ(errorNumberOfMessage("error set format: Invalid argument"), EINVAL);
+  EXPECT_EQ(errorNumberOfMessage("can't open: Permission denied"), EACCES);
+}
+
+TEST(ErrorMessage, WithoutKnownWordsIsADeviceFault) {
+  EXPECT_EQ(errorNumberOfMessage(""), EIO);
+  EXPECT_EQ(errorNumberOfMessage("no target node available"), EIO);
+}
+
+}  // namespace
+}  // namespace camera_test

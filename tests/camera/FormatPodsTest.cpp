@@ -1,0 +1,197 @@
+#include <array>
+#include <cstdint>
+#include <functional>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <spa/param/video/format-utils.h>
+
+#include "platform/linux/camera/FormatPods.h"
+
+namespace camera_test {
+namespace {
+
+using platform_linux::agreedFormatOfPod;
+using platform_linux::CameraMode;
+using platform_linux::ColorMatrix;
+using platform_linux::ColorRange;
+using platform_linux::FrameRate;
+using platform_linux::modesOfFormatPod;
+using enum platform_linux::PixelFormat;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// Writes one format, property by property.
+class FormatBuilder {
+ public:
+  FormatBuilder(std::uint32_t subtype, std::uint32_t type = SPA_MEDIA_TYPE_video) {
+    spa_pod_builder_init(&builder_, memory_.data(), memory_.size());
+    spa_pod_builder_push_object(&builder_, &object_, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat);
+    id(SPA_FORMAT_mediaType, type).id(SPA_FORMAT_mediaSubtype, subtype);
+  }
+
+  FormatBuilder& id(std::uint32_t key, std::uint32_t value) {
+    spa_pod_builder_prop(&builder_, key, 0);
+    spa_pod_builder_id(&builder_, value);
+    return *this;
+  }
+  FormatBuilder& size(std::uint32_t width, std::uint32_t height) {
+    spa_pod_builder_prop(&builder_, SPA_FORMAT_VIDEO_size, 0);
+    spa_pod_builder_rectangle(&builder_, width, height);
+    return *this;
+  }
+  FormatBuilder& rate(std::uint32_t numerator, std::uint32_t denominator) {
+    spa_pod_builder_prop(&builder_, SPA_FORMAT_VIDEO_framerate, 0);
+    spa_pod_builder_fraction(&builder_, numerator, denominator);
+    return *this;
+  }
+  FormatBuilder& choice(std::uint32_t key, std::uint32_t kind,
+                        const std::function<void(spa_pod_builder*)>& values) {
+    spa_pod_frame frame{};
+    spa_pod_builder_prop(&builder_, key, 0);
+    spa_pod_builder_push_choice(&builder_, &frame, kind, 0);
+    values(&builder_);
+    spa_pod_builder_pop(&builder_, &frame);
+    return *this;
+  }
+  FormatBuilder& mandatory(std::uint32_t key, std::int64_t value) {
+    spa_pod_builder_prop(&builder_, key, SPA_POD_PROP_FLAG_MANDATORY);
+    spa_pod_builder_long(&builder_, value);
+    return *this;
+  }
+  const spa_pod* pod() { return static_cast<const spa_pod*>(spa_pod_builder_pop(&builder_, &object_)); }
+
+ private:
+  std::array<std::uint8_t, 1024> memory_{};
+  spa_pod_builder builder_{};
+  spa_pod_frame object_{};
+};
+
+TEST(ModesOfFormat, AreTheSizesAndRatesOfEnumerations) {
+  FormatBuilder format(SPA_MEDIA_SUBTYPE_mjpg);
+  format.size(640, 480).choice(SPA_FORMAT_VIDEO_framerate, SPA_CHOICE_Enum, [](auto* builder) {
+    spa_pod_builder_fraction(builder, 30, 1);  // the preferred one, repeated below
+    spa_pod_builder_fraction(builder, 30, 1);
+    spa_pod_builder_fraction(builder, 15, 1);
+  });
+  EXPECT_THAT(modesOfFormatPod(format.pod()),
+              ElementsAre(CameraMode{MJPG, 640, 480, {30, 1}}, CameraMode{MJPG, 640, 480, {15, 1}}));
+}
+
+TEST(ModesOfFormat, OfRangesAreThePreferredAndTheUpperEnd) {
+  FormatBuilder format(SPA_MEDIA_SUBTYPE_mjpg);
+  format
+      .choice(SPA_FORMAT_VIDEO_size, SPA_CHOICE_Step,
+              [](auto* builder) {
+                spa_pod_builder_rectangle(builder, 640, 480);
+                spa_pod_builder_rectangle(builder, 32, 32);
+                spa_pod_builder_rectangle(builder, 2592, 1944);
+                spa_pod_builder_rectangle(builder, 16, 16);
+              })
+      .rate(30, 1);
+  EXPECT_THAT(modesOfFormatPod(format.pod()),
+              ElementsAre(CameraMode{MJPG, 640, 480, {30, 1}}, CameraMode{MJPG, 2592, 1944, {30, 1}}));
+}
+
+TEST(ModesOfFormat, LeaveOutUpperEndsThatMeanAnything) {
+  FormatBuilder format(SPA_MEDIA_SUBTYPE_mjpg);
+  format
+      .choice(SPA_FORMAT_VIDEO_size, SPA_CHOICE_Range,
+              [](auto* builder) {
+                spa_pod_builder_rectangle(builder, 320, 240);
+                spa_pod_builder_rectangle(builder, 1, 1);
+                spa_pod_builder_rectangle(builder, 32767, 32767);
+              })
+      .choice(SPA_FORMAT_VIDEO_framerate, SPA_CHOICE_Range, [](auto* builder) {
+        spa_pod_builder_fraction(builder, 25, 1);
+        spa_pod_builder_fraction(builder, 0, 1);
+        spa_pod_builder_fraction(builder, 0x7fffffff, 1);
+      });
+  EXPECT_THAT(modesOfFormatPod(format.pod()), ElementsAre(CameraMode{MJPG, 320, 240, {25, 1}}));
+}
+
+TEST(ModesOfFormat, KnowTheRawFormatsAndLeaveOutOthers) {
+  FormatBuilder format(SPA_MEDIA_SUBTYPE_raw);
+  format
+      .choice(SPA_FORMAT_VIDEO_format, SPA_CHOICE_Enum,
+              [](auto* builder) {
+                spa_pod_builder_id(builder, SPA_VIDEO_FORMAT_GRAY8);
+                spa_pod_builder_id(builder, SPA_VIDEO_FORMAT_GRAY8);
+                spa_pod_builder_id(builder, SPA_VIDEO_FORMAT_NV12);
+                spa_pod_builder_id(builder, SPA_VIDEO_FORMAT_BGRx);
+              })
+      .size(640, 480);
+  EXPECT_THAT(modesOfFormatPod(format.pod()),
+              ElementsAre(CameraMode{NV12, 640, 480, FrameRate{}}, CameraMode{BGRx, 640, 480, FrameRate{}}));
+}
+
+TEST(ModesOfFormat, AreNoneOfWhatCannotBeRead) {
+  EXPECT_THAT(modesOfFormatPod(nullptr), IsEmpty());
+  EXPECT_THAT(modesOfFormatPod(FormatBuilder(SPA_MEDIA_SUBTYPE_h264).size(640, 480).rate(30, 1).pod()),
+              IsEmpty());
+  EXPECT_THAT(
+      modesOfFormatPod(FormatBuilder(SPA_MEDIA_SUBTYPE_raw, SPA_MEDIA_TYPE_audio).size(640, 480).pod()),
+      IsEmpty());
+  EXPECT_THAT(modesOfFormatPod(FormatBuilder(SPA_MEDIA_SUBTYPE_mjpg).rate(30, 1).pod()), IsEmpty())
+      << "no size";
+  EXPECT_THAT(modesOfFormatPod(FormatBuilder(SPA_MEDIA_SUBTYPE_mjpg).size(0, 480).pod()), IsEmpty());
+  // A value of the wrong type.
+  EXPECT_THAT(modesOfFormatPod(FormatBuilder(SPA_MEDIA_SUBTYPE_mjpg).id(SPA_FORMAT_VIDEO_size, 3).pod()),
+              IsEmpty());
+  // Layouts that only a graphics processor knows.
+  EXPECT_THAT(modesOfFormatPod(FormatBuilder(SPA_MEDIA_SUBTYPE_raw)
+                                   .id(SPA_FORMAT_VIDEO_format, SPA_VIDEO_FORMAT_NV12)
+                                   .mandatory(SPA_FORMAT_VIDEO_modifier, 1)
+                                   .size(640, 480)
+                                   .pod()),
+              IsEmpty());
+}
+
+TEST(FormatOfMode, SaysExactlyThatMode) {
+  for (const CameraMode& mode :
+       {CameraMode{MJPG, 1280, 720, {30, 1}}, CameraMode{YUY2, 640, 480, {30000, 1001}},
+        CameraMode{NV12, 640, 480, FrameRate{}}}) {
+    std::array<std::uint8_t, 1024> memory{};
+    spa_pod_builder builder{};
+    spa_pod_builder_init(&builder, memory.data(), memory.size());
+    EXPECT_THAT(modesOfFormatPod(formatPodOfMode(mode, builder)), ElementsAre(mode));
+  }
+}
+
+TEST(AgreedFormat, TakesTheColoursOfTheDefinitionWhenNoneAreStated) {
+  const auto colours = [](std::uint32_t lines) {
+    FormatBuilder format(SPA_MEDIA_SUBTYPE_raw);
+    format.id(SPA_FORMAT_VIDEO_format, SPA_VIDEO_FORMAT_YUY2).size(1024, lines).rate(30, 1);
+    return agreedFormatOfPod(format.pod());
+  };
+  ASSERT_TRUE(colours(576));
+  EXPECT_EQ(colours(576)->matrix, ColorMatrix::BT601);
+  EXPECT_EQ(colours(577)->matrix, ColorMatrix::BT709);
+  EXPECT_EQ(colours(576)->range, ColorRange::Limited);
+}
+
+TEST(AgreedFormat, TakesTheColoursThatAreStated) {
+  FormatBuilder format(SPA_MEDIA_SUBTYPE_raw);
+  format.id(SPA_FORMAT_VIDEO_format, SPA_VIDEO_FORMAT_NV12)
+      .size(1920, 1080)
+      .rate(30, 1)
+      .id(SPA_FORMAT_VIDEO_colorRange, SPA_VIDEO_COLOR_RANGE_0_255)
+      .id(SPA_FORMAT_VIDEO_colorMatrix, SPA_VIDEO_COLOR_MATRIX_BT601);
+  const auto agreed = agreedFormatOfPod(format.pod());
+  ASSERT_TRUE(agreed);
+  EXPECT_EQ(agreed->format, NV12);
+  EXPECT_EQ(agreed->width, 1920U);
+  EXPECT_EQ(agreed->height, 1080U);
+  EXPECT_EQ(agreed->matrix, ColorMatrix::BT601);
+  EXPECT_EQ(agreed->range, ColorRange::Full);
+}
+
+TEST(AgreedFormat, IsNoneOfWhatWasNotAskedFor) {
+  EXPECT_FALSE(agreedFormatOfPod(FormatBuilder(SPA_MEDIA_SUBTYPE_h264).size(640, 480).pod()));
+  FormatBuilder grey(SPA_MEDIA_SUBTYPE_raw);
+  grey.id(SPA_FORMAT_VIDEO_format, SPA_VIDEO_FORMAT_GRAY8).size(640, 480);
+  EXPECT_FALSE(agreedFormatOfPod(grey.pod()));
+}
+
+}  // namespace
+}  // namespace camera_test

@@ -1,0 +1,151 @@
+#include <cerrno>
+
+#include "platform/linux/layers/LivePicture.h"
+#include "tests/camera/CameraFixture.h"
+
+namespace camera_test {
+namespace {
+
+class StillFailure : public CameraFixture {
+ protected:
+  void TearDown() override { end(); }
+};
+
+constexpr const char* kMode = "modes=MJPG:640x480@30";
+
+TEST_F(StillFailure, OfASessionThatDoesNotRun) {
+  plugIn("desk", kMode);
+  start();
+  const Rig rig = this->rig(device("desk"));
+  const Outcome outcome = take(rig);
+  EXPECT_EQ(outcome.error, ENOTCONN);
+  EXPECT_EQ(outcome.picture, nullptr);
+  EXPECT_FALSE(outcome.onMainThread);
+}
+
+TEST_F(StillFailure, OfAnOutputInNoSession) {
+  start();
+  Rig rig;
+  rig.output = cameras_->photoOutput();
+  rig.delegate = std::make_shared<RecordingDelegate>(loop_);
+  EXPECT_EQ(take(rig).error, ENOTCONN);
+}
+
+TEST_F(StillFailure, OfASessionWithoutACamera) {
+  start();
+  const Rig rig = this->rig(nullptr);
+  rig.session->startRunning();
+  EXPECT_EQ(take(rig).error, ENODEV);
+}
+
+TEST_F(StillFailure, WhenTheCameraLeftBeforeTheStart) {
+  const auto camera = plugIn("desk", kMode);
+  start();
+  const Rig rig = this->rig(device("desk"));
+  camera.ask("unplug");
+  rig.session->startRunning();
+  EXPECT_EQ(take(rig).error, ENODEV);
+}
+
+TEST_F(StillFailure, WhenTheCameraLeavesMeanwhileAndEverAfter) {
+  const auto camera = plugIn("desk", kMode);
+  start();
+  const Rig rig = runningRig("desk");
+  camera.ask("wait-frames 5");
+  rig.capture();
+  camera.ask("unplug");
+  awaitOutcomes(rig, 1);
+  EXPECT_EQ(rig.delegate->outcomes()[0].error, ENODEV);
+  EXPECT_EQ(take(rig).error, ENODEV);
+  camera.ask("plug");
+  awaitNews(2);
+  EXPECT_EQ(take(rig).error, ENODEV) << "a session does not resume by itself";
+  rig.session->startRunning();
+  EXPECT_EQ(take(rig).error, 0) << "a camera that is back can be started again";
+}
+
+TEST_F(StillFailure, WhenTheSessionIsStopped) {
+  plugIn("desk", kMode);
+  start();
+  const Rig rig = runningRig("desk");
+  rig.capture();
+  rig.session->stopRunning();
+  awaitOutcomes(rig, 1);
+  EXPECT_EQ(rig.delegate->outcomes()[0].error, ECANCELED);
+}
+
+TEST_F(StillFailure, WhenTheSessionIsReleased) {
+  plugIn("desk", kMode);
+  start();
+  Rig rig = runningRig("desk");
+  rig.capture();
+  rig.layer.reset();
+  rig.session.reset();
+  awaitOutcomes(rig, 1);
+  EXPECT_EQ(rig.delegate->outcomes()[0].error, ECANCELED);
+}
+
+TEST_F(StillFailure, WhenTheDaemonDiesAndNotInANewSessionAfterItsReturn) {
+  const auto camera = plugIn("desk", kMode);
+  start();
+  const Rig rig = runningRig("desk");
+  camera.ask("wait-frames 5");
+  rig.capture();
+  pipewire("kill");
+  awaitOutcomes(rig, 1);
+  EXPECT_EQ(rig.delegate->outcomes()[0].error, EPIPE);
+  pipewire("start");
+  awaitNews(2);
+  EXPECT_EQ(take(runningRig("desk")).error, 0);
+}
+
+// Cameras that say nothing fail after five seconds, here all of them at once: two that send nothing, one that
+// stalls, one that breaks, one that refuses, and three that send nothing whole.
+TEST_F(StillFailure, OfCamerasThatSendNothingUsable) {
+  const std::vector<std::string> faults{"fault=stall:0",          "start-delay=60000", "fault=stall:10",
+                                        "fault=error:10",         "fault=busy",        "fault=truncated:0",
+                                        "fault=corrupted-flag:0", "fault=empty:0"};
+  std::vector<VirtualCamera> cameras;
+  for (std::size_t i = 0; i < faults.size(); ++i)
+    cameras.push_back(plugIn("camera-" + std::to_string(i), std::string(kMode) + "," + faults[i]));
+  start();
+  std::vector<Rig> rigs;
+  for (std::size_t i = 0; i < faults.size(); ++i) {
+    rigs.push_back(runningRig("camera-" + std::to_string(i)));
+    rigs.back().capture();
+  }
+  for (const auto& rig : rigs)
+    awaitOutcomes(rig, 1);
+  for (std::size_t i = 0; i < faults.size(); ++i) {
+    EXPECT_EQ(rigs[i].delegate->outcomes()[0].error, ETIMEDOUT) << faults[i];
+    EXPECT_EQ(take(rigs[i]).error, ETIMEDOUT) << faults[i];
+    EXPECT_EQ(rigs[i].copied(), 0U) << faults[i];
+  }
+  // One that comes to its senses takes photos again.
+  cameras[5].ask("truncate off");
+  bool hasFrame = false;
+  auto& picture = dynamic_cast<platform_linux::LivePicture&>(*rigs[5].layer);
+  picture.setFrameListener([&] { loop_.async([&] { hasFrame = true; }); });
+  turnUntil([&] { return hasFrame; });
+  EXPECT_EQ(take(rigs[5]).error, 0);
+}
+
+TEST_F(StillFailure, DoesNotComeOfACameraThatStartsLateOrHasSomeBadFrames) {
+  plugIn("late", std::string(kMode) + ",start-delay=1500");
+  plugIn("shaky", std::string(kMode) + ",fault=truncated:20-40");
+  plugIn("flagged", std::string(kMode) + ",fault=corrupted-flag:20-40");
+  plugIn("gaps", std::string(kMode) + ",fault=empty:20-40");
+  start();
+  std::vector<Rig> rigs;
+  for (const char* name : {"late", "shaky", "flagged", "gaps"}) {
+    rigs.push_back(runningRig(name));
+    rigs.back().capture();
+  }
+  for (const auto& rig : rigs) {
+    awaitOutcomes(rig, 1);
+    EXPECT_EQ(rig.delegate->outcomes()[0].error, 0);
+  }
+}
+
+}  // namespace
+}  // namespace camera_test
