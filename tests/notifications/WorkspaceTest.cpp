@@ -1,0 +1,152 @@
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/linux/desktop/Workspace.h"
+#include "tests/notifications/MockService.h"
+#include "tests/notifications/TestBus.h"
+
+namespace camera_shot_tests {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+const std::string kFileManager = "org.freedesktop.FileManager1";
+
+/// A home in which pictures and folders have a default application: it reports the URI that it gets to the
+/// test.
+class Home {
+ public:
+  Home() {
+    std::filesystem::create_directories(folder_.path() / "applications");
+    std::ofstream(folder_.path() / "applications" / "reporter.desktop")
+        << "[Desktop Entry]\nType=Application\nName=Reporter\n"
+           "Exec=gdbus call --session --dest com.example.Journal --object-path /com/example/Journal "
+           "--method com.example.Journal.Write %f\n";
+    std::ofstream(folder_.path() / "mimeapps.list")
+        << "[Default Applications]\nimage/png=reporter.desktop\ninode/directory=reporter.desktop\n";
+    std::ofstream(photo()) << "a photo";
+    for (const char* variable : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME"})
+      setenv(variable, folder_.path().c_str(), 1);
+    unsetenv("XDG_CURRENT_DESKTOP");
+  }
+
+  std::string photo() const { return (folder_.path() / "A shot.png").string(); }
+  std::string photoUri() const { return "file://" + (folder_.path() / "A%20shot.png").string(); }
+  std::string folder() const { return folder_.path().string(); }
+
+ private:
+  const TemporaryFolder folder_;
+};
+
+/// One for all tests: the library asks for the user's folders once in a process.
+const Home& home() {
+  static const Home theHome;
+  return theHome;
+}
+
+std::unique_ptr<MockService> makeFileManager(const std::string& address, MockService::Answer answer) {
+  return std::make_unique<MockService>(
+      address, kFileManager,
+      "<method name='ShowItems'><arg type='as' direction='in'/><arg type='s' direction='in'/></method>",
+      std::move(answer));
+}
+
+GVariant* done(const MockService::Call&) {
+  return g_variant_new("()");
+}
+
+class Workspace : public testing::Test {
+ protected:
+  platform_linux::TerminationHold holder() {
+    return [this] {
+      const auto held = std::make_shared<int>(0);
+      hold_ = held;
+      return held;
+    };
+  }
+  bool waitForRelease() const {
+    return waitUntil([this] { return hold_.expired(); });
+  }
+  /// What default applications were asked to open.
+  std::vector<std::string> opened() const { return journal_->callsOf("Write"); }
+
+  const Home& home_ = home();
+  TestBus bus_;
+  std::unique_ptr<MockService> journal_ =
+      std::make_unique<MockService>(bus_.address(), "com.example.Journal",
+                                    "<method name='Write'><arg type='s' direction='in'/></method>", done);
+  platform_linux::SessionBus session_;
+  std::weak_ptr<void> hold_;
+  platform_linux::Workspace workspace_{session_, holder(), [] { return std::string("token-7"); }};
+};
+
+TEST_F(Workspace, ShowsTheFileInTheFileManagerWithTheRightToTheFocus) {
+  bool heldAtTheCall = false;
+  const auto files = makeFileManager(bus_.address(), [&](const MockService::Call&) {
+    heldAtTheCall = !hold_.expired();
+    return g_variant_new("()");
+  });
+  workspace_.selectFile(home_.photo(), "");
+  ASSERT_TRUE(waitForRelease());
+  EXPECT_TRUE(heldAtTheCall);
+  EXPECT_THAT(files->callsOf("ShowItems"), ElementsAre("(['" + home_.photoUri() + "'], 'token-7')"));
+  EXPECT_THAT(opened(), IsEmpty());
+}
+
+TEST_F(Workspace, OpensTheFolderWithoutAFileManagerThatSelects) {
+  workspace_.selectFile(home_.photo(), "");
+  ASSERT_TRUE(journal_->waitForCalls(1));
+  EXPECT_THAT(opened(), ElementsAre("('" + home_.folder() + "',)"));
+  EXPECT_TRUE(waitForRelease());
+}
+
+TEST_F(Workspace, OpensTheFolderWhenTheFileManagerRefuses) {
+  const auto files = makeFileManager(bus_.address(), [](const MockService::Call&) -> GVariant* {
+    throw std::runtime_error("org.freedesktop.DBus.Error.NotSupported");
+  });
+  workspace_.selectFile(home_.photo(), "");
+  ASSERT_TRUE(journal_->waitForCalls(1));
+  EXPECT_THAT(opened(), ElementsAre("('" + home_.folder() + "',)"));
+}
+
+TEST_F(Workspace, GivesUpAFileManagerThatNeverAnswersAndOpensNothingElse) {
+  const auto files =
+      makeFileManager(bus_.address(), [](const MockService::Call&) -> GVariant* { return nullptr; });
+  workspace_.selectFile(home_.photo(), "");
+  ASSERT_TRUE(waitForRelease());
+  EXPECT_THAT(opened(), IsEmpty());
+}
+
+TEST_F(Workspace, OpensAFileWithItsDefaultApplication) {
+  workspace_.openFileURL(home_.photo());
+  ASSERT_TRUE(journal_->waitForCalls(1));
+  EXPECT_THAT(opened(), ElementsAre("('" + home_.photo() + "',)"));
+  EXPECT_TRUE(waitForRelease());
+}
+
+TEST_F(Workspace, AFileThatIsGoneIsNobodysMatter) {
+  workspace_.openFileURL("/nowhere/photo.png");
+  EXPECT_TRUE(waitForRelease());
+  EXPECT_THAT(opened(), IsEmpty());
+}
+
+TEST_F(Workspace, AnEmptyPathIsNoRequest) {
+  const auto files = makeFileManager(bus_.address(), done);
+  workspace_.selectFile("", "");
+  workspace_.openFileURL("");
+  EXPECT_TRUE(hold_.expired());
+  workspace_.selectFile(home_.photo(), "");
+  ASSERT_TRUE(waitForRelease());
+  EXPECT_THAT(files->calls(), ::testing::SizeIs(1));
+}
+
+}  // namespace
+}  // namespace camera_shot_tests
