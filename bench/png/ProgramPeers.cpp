@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include <libdeflate.h>
+
 #include "bench/png/Peers.h"
 
 namespace camera_shot_bench {
@@ -16,14 +18,17 @@ class PictureFile {
   ~PictureFile() { remove(); }
 
   const fs::path& hold(const Picture& picture) {
-    if (&picture == held_) return path_;
+    // By contents: pictures come and go at the same address. This takes no noticeable part of a program's
+    // time.
+    const std::uint32_t sum = libdeflate_adler32(picture.width, picture.pixels.data(), picture.pixels.size());
+    if (sum == held_ && !path_.empty()) return path_;
     remove();
     path_ = fs::temp_directory_path() / ("png-bench-" + std::to_string(std::rand()) + ".ppm");
     std::ofstream file(path_, std::ios::binary);
     file << "P6\n" << picture.width << " " << picture.height << "\n255\n";
     file.write(reinterpret_cast<const char*>(picture.pixels.data()),
                static_cast<std::streamsize>(picture.pixels.size()));
-    held_ = &picture;
+    held_ = sum;
     return path_;
   }
 
@@ -33,7 +38,7 @@ class PictureFile {
     fs::remove(path_, ignored);
   }
 
-  const Picture* held_ = nullptr;
+  std::uint32_t held_ = 0;
   fs::path path_;
 };
 
