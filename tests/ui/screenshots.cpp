@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 
 #include <adwaita.h>
@@ -66,6 +67,7 @@ class Studio {
   void preview(const Look& look) {
     const auto nib = open("PreviewWindowController", look);
     useCamera(*nib);
+    waitForPicture();
     shoot("Camera Shot", "preview-" + look.name);
   }
 
@@ -125,14 +127,21 @@ class Studio {
     camera->deliver(jpegFrame(1280, 720, landscape));
   }
 
+  /// The picture is decoded beside the main thread, and drawn when it is there.
+  void waitForPicture() {
+    GtkWidget* const view = widgetById(window("Camera Shot"), "captureView");
+    constexpr int kDrawings = 300;
+    for (int i = 0; i < kDrawings; ++i)
+      if (Screenshot(view).at(0.5, 0.5).green > 0) return;
+    throw std::runtime_error("the camera's picture does not appear");
+  }
+
   GtkWidget* window(const std::string& title) { return GTK_WIDGET(toplevelWithTitle(title)); }
 
   void shoot(const std::string& title, const std::string& name) {
-    // The picture is decoded beside the main thread; drawn twice, it is there.
     GtkWidget* const shown = window(title);
     runUntil([shown] { return gtk_window_is_active(GTK_WINDOW(shown)); });
-    for (int i = 0; i < 3; ++i)
-      const Screenshot warmUp(shown);
+    const Screenshot warmUp(shown);  // the first drawing may come before the last layout
     Screenshot(shown).save((folder_ / (name + ".png")).string());
     std::printf("%s\n", (folder_ / (name + ".png")).c_str());
   }

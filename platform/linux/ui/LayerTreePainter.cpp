@@ -107,16 +107,15 @@ void LayerTreePainter::listenToLivePicture(bool listen) {
   bell_->painter = this;
   livePicture_->setFrameListener([bell = bell_] {
     if (bell->rung.exchange(true)) return;
-    const auto answer = [bell] {
-      bell->rung = false;
-      if (bell->painter) bell->painter->frameArrived();
-    };
-    postToMainLoop(answer, kPriorityAfterDrawing);
+    postToMainLoop([bell] {
+      if (bell->painter) bell->painter->takeNewestFrame();
+    });
   });
-  frameArrived();
+  takeNewestFrame();
 }
 
-void LayerTreePainter::frameArrived() {
+void LayerTreePainter::takeNewestFrame() {
+  bell_->rung = false;
   auto frame = livePicture_->latestFrame();
   if (!frame) return;
   if (!live_) {
@@ -124,6 +123,16 @@ void LayerTreePainter::frameArrived() {
     live_->setDrawable(drawable_);
   }
   live_->setFrame(std::move(frame));
+  bell_->rung = live_->isBusy();
+}
+
+void LayerTreePainter::drawLivePicture(GtkSnapshot* snapshot, const platform::CGRect& bounds, int scale) {
+  fill(snapshot, kBlack, bounds);
+  if (bell_) takeNewestFrame();
+  if (!live_) return;
+  if (GdkTexture* const texture = live_->draw(pixelSize(bounds, scale)))
+    drawFitted(snapshot, texture, *live_->frame(), bounds, livePicture_->mirrored());
+  if (bell_) bell_->rung = live_->isBusy();
 }
 
 void LayerTreePainter::snapshot(GtkSnapshot* snapshot, int scale) {
@@ -141,11 +150,7 @@ void LayerTreePainter::drawLayer(GtkSnapshot* snapshot, const Layer& layer, int 
           static_cast<float>(color->alpha)},
          bounds);
   }
-  if (&layer == root_.get() && livePicture_) {
-    fill(snapshot, kBlack, bounds);
-    if (GdkTexture* const texture = live_ ? live_->draw(pixelSize(bounds, scale)) : nullptr)
-      drawFitted(snapshot, texture, *live_->frame(), bounds, livePicture_->mirrored());
-  }
+  if (&layer == root_.get() && livePicture_) drawLivePicture(snapshot, bounds, scale);
   drawStill(snapshot, layer, scale);
   for (const auto& sublayer : layer.sublayers())
     drawLayer(snapshot, *sublayer, scale);

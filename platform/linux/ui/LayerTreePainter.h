@@ -41,16 +41,18 @@ class LayerTreePainter {
   void snapshot(GtkSnapshot* snapshot, int scale);
 
  private:
-  /// Brings word of new frames from the camera's thread to the main thread, one at a time.
+  /// Brings word of new frames from the camera's thread to the main thread. It is rung once: then no more
+  /// until the frame that it told of has been drawn, so that no camera is too fast for the main loop.
   struct FrameBell {
     std::atomic<bool> rung{false};
     LayerTreePainter* painter = nullptr;  ///< main thread only
   };
 
   void treeChanged();
-  void frameArrived();
+  void takeNewestFrame();
   void listenToLivePicture(bool listen);
   void drawLayer(GtkSnapshot* snapshot, const Layer& layer, int scale);
+  void drawLivePicture(GtkSnapshot* snapshot, const platform::CGRect& bounds, int scale);
   void drawStill(GtkSnapshot* snapshot, const Layer& layer, int scale);
   void dropStillsNoLongerShown();
   PictureTexture* stillOf(const Layer& layer);

@@ -1,5 +1,7 @@
 #include "platform/linux/ui/LayerView.h"
 
+#include <memory>
+
 #include "platform/linux/ui/ContainerWidget.h"
 #include "platform/linux/ui/Signals.h"
 #include "platform/linux/ui/ToplevelState.h"
@@ -75,7 +77,7 @@ void initClass(gpointer viewClass, gpointer) noexcept {
 
 void initView(GTypeInstance* instance, gpointer) noexcept {
   GtkWidget* const widget = GTK_WIDGET(instance);
-  reinterpret_cast<LayerView*>(instance)->state = new LayerViewState(widget);
+  reinterpret_cast<LayerView*>(instance)->state = std::make_unique<LayerViewState>(widget).release();
   gtk_widget_set_overflow(widget, GTK_OVERFLOW_HIDDEN);
 }
 

@@ -5,10 +5,10 @@
 
 namespace platform_linux {
 
-void postToMainLoop(std::function<void()> work, int priority) {
+void postToMainLoop(std::function<void()> work) {
   auto owned = std::make_unique<std::function<void()>>(std::move(work));
   g_idle_add_full(
-      priority,
+      G_PRIORITY_DEFAULT,
       [](gpointer data) noexcept -> gboolean {
         (*static_cast<std::function<void()>*>(data))();
         return G_SOURCE_REMOVE;

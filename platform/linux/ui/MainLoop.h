@@ -7,12 +7,8 @@
 namespace platform_linux {
 
 /// Runs `work` on a later turn of the main loop. Thread-safe; `work` must bear that what it is about has
-/// gone. `priority` as GLib orders sources.
-void postToMainLoop(std::function<void()> work, int priority = G_PRIORITY_DEFAULT);
-
-/// The priority of what may come so often that it would keep the toolkit from drawing: it waits for a drawing
-/// that is due (GDK_PRIORITY_REDRAW is G_PRIORITY_HIGH_IDLE + 20).
-inline constexpr int kPriorityAfterDrawing = G_PRIORITY_HIGH_IDLE + 21;
+/// gone.
+void postToMainLoop(std::function<void()> work);
 
 /// One call on a later turn of the main loop, however often it is asked for before. Main thread only; a call
 /// that is still due when this object goes is dropped.

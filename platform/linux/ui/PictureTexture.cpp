@@ -1,6 +1,7 @@
 #include "platform/linux/ui/PictureTexture.h"
 
 #include <optional>
+#include <span>
 #include <utility>
 
 #include "platform/linux/ui/MainLoop.h"
@@ -17,15 +18,14 @@ struct LentPixels {
 GObjectRef<GdkTexture> makeTexture(DecodedPicture picture, std::shared_ptr<PixelBufferPool> pool) {
   const PixelSize size = picture.size;
   auto lent = std::make_unique<LentPixels>(LentPixels{std::move(pool), std::move(picture.pixels)});
-  const auto& pixels = *lent->pixels;
+  const std::span<const std::uint8_t> pixels = *lent->pixels;
   GBytes* const bytes = g_bytes_new_with_free_func(
       pixels.data(), pixels.size(),
       [](gpointer data) noexcept {
         const std::unique_ptr<LentPixels> done(static_cast<LentPixels*>(data));
         done->pool->giveBack(std::move(done->pixels));
       },
-      lent.get());
-  lent.release();  // the bytes' now
+      lent.release());
   auto texture = GObjectRef<GdkTexture>::adopt(
       gdk_memory_texture_new(size.width, size.height, GDK_MEMORY_B8G8R8A8_PREMULTIPLIED, bytes,
                              static_cast<std::size_t>(size.width) * 4));
@@ -91,13 +91,12 @@ void PictureTexture::delivered(std::shared_ptr<const Frame> frame, GObjectRef<Gd
   decoding_ = false;
   if (!frame_) return;  // cleared meanwhile
   decodedFrame_ = std::move(frame);
+  // A damaged frame is left out: the last good one stays.
   if (texture) {
     texture_ = std::move(texture);
     awaitsDrawing_ = true;
-    onReady_();
-  } else {
-    decodeIfNeeded();  // a damaged frame is left out; the last good one stays
   }
+  onReady_();
 }
 
 }  // namespace platform_linux

@@ -17,7 +17,8 @@ namespace platform_linux {
 /// a window from drawing. Main thread only.
 class PictureTexture {
  public:
-  /// `onReady` asks for a redraw. `decodeThread` must outlive this object.
+  /// `onReady` asks for a redraw; it comes after every decoding, also of a damaged frame. `decodeThread` must
+  /// outlive this object.
   PictureTexture(DecodeThread& decodeThread, std::function<void()> onReady);
   PictureTexture(const PictureTexture&) = delete;
   PictureTexture& operator=(const PictureTexture&) = delete;
@@ -30,6 +31,10 @@ class PictureTexture {
   void setDrawable(bool drawable);
   /// Forgets frame and texture and frees their memory.
   void clear();
+
+  /// Whether a frame is being decoded, or is decoded and waits to be drawn. Once it is not, and drawn, the
+  /// next frame is taken up.
+  bool isBusy() const { return decoding_ || awaitsDrawing_; }
 
   /// The texture to draw now in a view of that size in pixels; null while there is none yet.
   GdkTexture* draw(PixelSize view);

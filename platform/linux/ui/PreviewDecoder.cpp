@@ -68,12 +68,14 @@ PixelSize decodedSize(const Frame& frame, PixelSize view) {
 std::optional<DecodedPicture> decodeForView(const Frame& frame, PixelSize view, PixelBufferPool& pool) {
   const PixelSize size = decodedSize(frame, view);
   if (size == PixelSize{}) return {};
-  DecodedPicture picture{size, pool.take(std::size_t{4} * size.width * size.height)};
-  const bool decoded = frame.format == PixelFormat::MJPG ? decodeScaledJpeg(frame, size, *picture.pixels)
-                                                         : decodeScaledRaw(frame, size, *picture.pixels);
-  if (decoded) return picture;
-  pool.giveBack(std::move(picture.pixels));
-  return {};
+  auto pixels = pool.take(std::size_t{4} * size.width * size.height);
+  const bool decoded = frame.format == PixelFormat::MJPG ? decodeScaledJpeg(frame, size, *pixels)
+                                                         : decodeScaledRaw(frame, size, *pixels);
+  if (!decoded) {
+    pool.giveBack(std::move(pixels));
+    return {};
+  }
+  return DecodedPicture{size, std::move(pixels)};
 }
 
 }  // namespace platform_linux

@@ -30,8 +30,8 @@ int smallestScale(PixelSize picture, PixelSize covered) {
 
 /// The library's error manager with the place to return to.
 struct ErrorManager {
-  jpeg_error_mgr base;  // first: the library hands it back as its own
-  std::jmp_buf giveUp;
+  jpeg_error_mgr base{};  // first: the library hands it back as its own
+  std::jmp_buf giveUp{};
   bool truncated = false;
 };
 
