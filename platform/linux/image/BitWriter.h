@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -40,10 +41,7 @@ class BitWriter {
   }
 
   /// Only when aligned.
-  void putBytes(const std::uint8_t* from, std::size_t count) noexcept {
-    std::memcpy(to_, from, count);
-    to_ += count;
-  }
+  void putBytes(const std::uint8_t* from, std::size_t count) noexcept { to_ = std::copy_n(from, count, to_); }
 
   /// Behind the last stored byte.
   [[nodiscard]] std::uint8_t* position() const noexcept { return to_; }

@@ -19,7 +19,7 @@ constexpr std::size_t kWriterSlack = 32;
 // as have no noise at all, got smaller by an eighth and more. Below half a bit a byte nearly everything
 // repeats something.
 constexpr double kSearchFromBitsPerChange = 8;
-constexpr double kDrawnBelowBitsPerByte = 0.5;
+constexpr double kDrawnBelowBitsPerByte = 0.9;
 
 std::optional<MatchSearch> searchFor(std::uint64_t bits, std::size_t bytes, std::size_t repeated) {
   const auto cost = static_cast<double>(bits);
