@@ -35,8 +35,9 @@ PipeWireConnection::PipeWireConnection(CaptureLoop& loop, Client& client)
       client_(client),
       retry_(loop, [this] { isLost_ ? disconnect() : connect(); }),
       retryDelay_(kFirstRetry) {
-  // Real-time scheduling is for sound; asking for it costs a conversation with a system service.
-  pw_properties* properties = pw_properties_new("module.rt", "false", nullptr);
+  // Real-time scheduling and memory that is never swapped out are for sound: the one costs a conversation
+  // with a system service, the other makes all of the camera's buffers resident.
+  pw_properties* properties = pw_properties_new("module.rt", "false", "mem.allow-mlock", "false", nullptr);
   context_ = pw_context_new(loop_.raw(), properties, 0);
 }
 
