@@ -93,7 +93,7 @@ void Application::waitForFirstCall() {
 }
 
 void Application::launch(const std::vector<std::string>& files,
-                         platform::NSApplicationLaunchNotification notification) {
+                         const platform::NSApplicationLaunchNotification& notification) {
   if (stage_ != Stage::Waiting) return;
   stage_ = Stage::Launched;
   delegate_->applicationWillFinishLaunching();

@@ -77,7 +77,8 @@ class Application : public platform::NSApplication {
   bool handle(const DesktopCall::Activate& request);
   bool handle(const DesktopCall::Open& request);
   bool handle(const DesktopCall::ActivateAction& request);
-  void launch(const std::vector<std::string>& files, platform::NSApplicationLaunchNotification notification);
+  void launch(const std::vector<std::string>& files,
+              const platform::NSApplicationLaunchNotification& notification);
   void waitForFirstCall();
   void end();
   void leave();

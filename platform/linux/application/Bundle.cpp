@@ -66,9 +66,10 @@ const std::vector<MessageCatalog>& Bundle::table(const std::string& name) const 
   const std::scoped_lock lock(mutex_);
   const auto [entry, isNew] = tables_.try_emplace(name);
   if (!isNew) return entry->second;
-  for (const std::string& language : languages_)
-    if (auto catalog = MessageCatalog::load(localeFolder_ + "/" + language + "/LC_MESSAGES/" + name + ".mo"))
-      entry->second.push_back(std::move(*catalog));
+  for (const std::string& language : languages_) {
+    const auto path = std::filesystem::path(localeFolder_) / language / "LC_MESSAGES" / (name + ".mo");
+    if (auto catalog = MessageCatalog::load(path)) entry->second.push_back(std::move(*catalog));
+  }
   return entry->second;
 }
 

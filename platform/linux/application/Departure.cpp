@@ -26,8 +26,8 @@ class Departure::Steps : public std::enable_shared_from_this<Departure::Steps> {
   }
 
   std::shared_ptr<void> hold() {
-    if (const auto held = hold_.lock()) return held;
-    const std::shared_ptr<void> held(nullptr, [weak = weak_from_this()](void*) {
+    if (auto held = hold_.lock()) return held;
+    std::shared_ptr<void> held(nullptr, [weak = weak_from_this()](void*) {
       if (const auto self = weak.lock()) self->advance();
     });
     hold_ = held;

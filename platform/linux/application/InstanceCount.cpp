@@ -1,7 +1,7 @@
 #include "platform/linux/application/InstanceCount.h"
 
-#include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <optional>
@@ -9,7 +9,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
-#include <vector>
 
 namespace platform_linux {
 
