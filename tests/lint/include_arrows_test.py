@@ -49,6 +49,7 @@ class IncludeArrows(unittest.TestCase):
             ("platform/linux/ui/Wrong.cpp", '"suite/Suite.h"'),
             ("platform/linux/ui/Wrong.cpp", '"app/AppController.h"'),
             ("events/Wrong.cpp", '"capture/PhotoTaker.h"'),
+            ("app/Wrong.cpp", '"resources/CameraShotResources.h"'),
             ("app/Wrong.cpp", "<gtk/gtk.h>"),
             ("suite/Wrong.cpp", "<unistd.h>"),
             ("platform/AppKit/Wrong.h", "<gio/gio.h>"),
@@ -70,6 +71,7 @@ class IncludeArrows(unittest.TestCase):
             ("app/main.cpp", '"platform/linux/ui/Window.h"'),
             ("platform/linux/ui/Right.cpp", '"platform/AppKit/NSWindow.h"'),
             ("platform/linux/ui/Right.cpp", "<gtk/gtk.h>"),
+            ("platform/linux/ui/Right.cpp", '"resources/CameraShotResources.h"'),
             ("tests/Right.cpp", '"platform/linux/ui/Window.h"'),
         ]:
             with self.subTest(file=file, include=include):
