@@ -168,6 +168,9 @@ TEST(NotificationActions, LeadBackToTheClick) {
   using platform_linux::applicationActionFor;
   using platform_linux::notificationResponseFor;
   EXPECT_EQ(applicationActionFor("no such click"), nullptr);
+  // A failure's notification carries no path, and a click on it has nothing to act upon.
+  EXPECT_TRUE(notificationResponseFor(applicationActionFor("OPEN_ACTION"), "")
+                  ->notification.request.content.userInfo.empty());
   EXPECT_EQ(notificationResponseFor("no-such-action", "/p"), std::nullopt);
   for (const std::string& click :
        {platform::UNNotificationDefaultActionIdentifier, std::string("OPEN_ACTION")}) {

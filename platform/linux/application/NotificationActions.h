@@ -37,7 +37,7 @@ inline std::optional<platform::UNNotificationResponse> notificationResponseFor(s
     if (action.name != name) continue;
     platform::UNNotificationResponse response;
     response.notification.request.identifier = "Photo_Taken_Notification";
-    response.notification.request.content.userInfo["Path"] = path;
+    if (!path.empty()) response.notification.request.content.userInfo["Path"] = path;
     response.actionIdentifier = action.identifier;
     return response;
   }
