@@ -16,7 +16,7 @@ class CapturedPicture final : public PictureData {
 
   const Frame& frame() const override { return *frame_; }
   bool mirrored() const override { return mirrored_; }
-  /// The camera's own bytes.
+  /// The camera's own bytes; a JPEG stream also says how it is to be shown and when it was taken.
   bool writeToFile(const std::string& path, bool atomically) const override;
 
  private:
