@@ -1,8 +1,12 @@
 // What reaches the application while it runs, and how it ends.
+#include <algorithm>
 #include <csignal>
 #include <future>
 #include <string_view>
 
+#include <gmock/gmock.h>
+
+#include "tests/application/GLibLoop.h"
 #include "tests/application/ProbeFixture.h"
 
 namespace application_tests {
@@ -181,6 +185,55 @@ TEST_F(ApplicationRunning, NoClickIsLostAroundTheEnd) {
   for (const std::string& line : journal_.lines())
     if (const auto at = line.find("/photo "); at != std::string::npos) heard.push_back(line.substr(at));
   EXPECT_EQ(heard, sent);
+}
+
+/// Clicks that are sent without waiting for an answer to the one before.
+class ClicksAtOnce {
+ public:
+  void send(GDBusConnection* connection, const std::string& path) {
+    GVariantBuilder parameters;
+    g_variant_builder_init(&parameters, G_VARIANT_TYPE("av"));
+    g_variant_builder_add(&parameters, "v", g_variant_new_string(path.c_str()));
+    g_dbus_connection_call(connection, kProbeIdentifier, "/com/example/Probe", "org.freedesktop.Application",
+                           "ActivateAction", g_variant_new("(sava{sv})", "show-photo", &parameters, nullptr),
+                           nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, &ClicksAtOnce::onAnswer, this);
+  }
+  int answered() const { return answered_; }
+  const std::vector<std::string>& errors() const { return errors_; }
+
+ private:
+  static void onAnswer(GObject* source, GAsyncResult* result, gpointer data) noexcept {
+    auto* const self = static_cast<ClicksAtOnce*>(data);
+    platform_linux::GErrorHandle error;
+    const platform_linux::GVariantHandle reply(
+        g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, error.out()));
+    ++self->answered_;
+    if (error) self->errors_.push_back(error.message());
+  }
+
+  int answered_ = 0;
+  std::vector<std::string> errors_;
+};
+
+// The first click launches a process that leaves at once, with all the others already on their way to it:
+// each process hands on what it has not answered, and whoever sent a click hears from the one that did.
+TEST_F(ApplicationRunning, ClicksThatReachALeavingProcessGoToTheNextOne) {
+  constexpr int kClicks = 15;
+  ClicksAtOnce clicks;
+  std::vector<std::string> sent;
+  for (int i = 0; i < kClicks; ++i) {
+    sent.push_back("/photo " + std::to_string(i));
+    clicks.send(connection(), sent.back());
+  }
+  std::vector<std::string> heard;
+  for (int i = 0; i < kClicks; ++i) {
+    const std::string line = journal_.waitFor("/photo ");
+    heard.push_back(line.substr(std::min(line.size(), line.find("/photo "))));
+  }
+  turnUntil([&] { return clicks.answered() == kClicks; });
+  EXPECT_THAT(heard, testing::UnorderedElementsAreArray(sent));
+  EXPECT_EQ(clicks.answered(), kClicks);
+  EXPECT_THAT(clicks.errors(), testing::IsEmpty());
 }
 
 }  // namespace
