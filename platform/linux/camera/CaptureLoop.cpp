@@ -5,6 +5,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "platform/linux/camera/PipeWireCalls.h"
+
 namespace platform_linux {
 namespace {
 
@@ -16,7 +18,7 @@ CaptureLoop::CaptureLoop() {
   pw_init(nullptr, nullptr);
   loop_ = pw_thread_loop_new(kThreadName, nullptr);
   if (!loop_) throw std::runtime_error("no loop for the camera thread");
-  wakeUp_ = pw_loop_add_event(
+  wakeUp_ = addEvent(
       raw(), [](void* self, std::uint64_t) noexcept { static_cast<CaptureLoop*>(self)->runTasks(); }, this);
   if (!wakeUp_ || pw_thread_loop_start(loop_) < 0) {
     pw_thread_loop_destroy(loop_);
@@ -26,7 +28,7 @@ CaptureLoop::CaptureLoop() {
 
 CaptureLoop::~CaptureLoop() {
   stop();
-  pw_loop_destroy_source(raw(), wakeUp_);
+  destroySource(raw(), wakeUp_);
   pw_thread_loop_destroy(loop_);
   pw_deinit();
 }
@@ -35,7 +37,7 @@ void CaptureLoop::post(std::function<void()> task) {
   const std::scoped_lock lock(mutex_);
   if (stopped_) return;
   tasks_.push_back(std::move(task));
-  if (tasks_.size() == 1) pw_loop_signal_event(raw(), wakeUp_);
+  if (tasks_.size() == 1) signalEvent(raw(), wakeUp_);
 }
 
 void CaptureLoop::stop() noexcept {
@@ -60,13 +62,13 @@ void CaptureLoop::runTasks() noexcept {
 
 LoopTimer::LoopTimer(CaptureLoop& loop, std::function<void()> action)
     : loop_(loop), action_(std::move(action)) {
-  source_ = pw_loop_add_timer(
+  source_ = addTimer(
       loop_.raw(), [](void* self, std::uint64_t) noexcept { static_cast<LoopTimer*>(self)->action_(); },
       this);
 }
 
 LoopTimer::~LoopTimer() {
-  if (source_) pw_loop_destroy_source(loop_.raw(), source_);
+  if (source_) destroySource(loop_.raw(), source_);
 }
 
 void LoopTimer::startOnce(std::chrono::nanoseconds delay) noexcept {
@@ -77,11 +79,11 @@ void LoopTimer::startOnce(std::chrono::nanoseconds delay) noexcept {
   timespec value{};
   value.tv_sec = static_cast<std::time_t>(seconds.count());
   value.tv_nsec = static_cast<long>((time - seconds).count());
-  pw_loop_update_timer(loop_.raw(), source_, &value, nullptr, false);
+  updateTimer(loop_.raw(), source_, &value);
 }
 
 void LoopTimer::stop() noexcept {
-  if (source_) pw_loop_update_timer(loop_.raw(), source_, nullptr, nullptr, false);
+  if (source_) updateTimer(loop_.raw(), source_, nullptr);
 }
 
 }  // namespace platform_linux

@@ -1,16 +1,42 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 #include <limits>
 
 #include <pipewire/pipewire.h>
 
 namespace platform_linux {
 
-// libpipewire's macros for calls to remote objects, as functions: the macros cast in the way of C, which is
-// not allowed in our own code.
+// libpipewire's macros for calls to loops and remote objects, as functions: the macros cast in the way of C
+// and use a language extension, neither of which is allowed in our own code.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wold-style-cast"
+#pragma GCC diagnostic ignored "-Wpedantic"
+
+/// The answer belongs to the loop, as with all sources, and is given back by `destroySource`; empty when the
+/// system has no descriptor left.
+inline spa_source* addEvent(pw_loop* loop, spa_source_event_func_t function, void* data) {
+  return pw_loop_add_event(loop, function, data);
+}
+
+/// Thread-safe.
+inline void signalEvent(pw_loop* loop, spa_source* event) {
+  pw_loop_signal_event(loop, event);
+}
+
+inline spa_source* addTimer(pw_loop* loop, spa_source_timer_func_t function, void* data) {
+  return pw_loop_add_timer(loop, function, data);
+}
+
+/// Fires once, `delay` from now; without a delay the timer is disarmed.
+inline void updateTimer(pw_loop* loop, spa_source* timer, timespec* delay) {
+  pw_loop_update_timer(loop, timer, delay, nullptr, false);
+}
+
+inline void destroySource(pw_loop* loop, spa_source* source) {
+  pw_loop_destroy_source(loop, source);
+}
 
 /// Answers the number with which the daemon reports back.
 inline int syncCore(pw_core* core) {
