@@ -130,10 +130,16 @@ void writeLiterals(std::span<const std::uint8_t> literals, const Code* codes, Bi
     }
     out.flush();
   }
-  for (; left > 0; --left) {
-    put(codes[*at++], out);
+  if (left >= 4) {
+    const Group group = fourLiterals(at, codes);
+    out.put(group.bits, group.length);
     out.flush();
+    left -= 4;
+    at += 4;
   }
+  for (; left > 0; --left)
+    put(codes[*at++], out);
+  out.flush();
   stream = out;
 }
 

@@ -14,6 +14,10 @@ constexpr std::size_t kWordBytes = 8;
 // Repetitions of one byte are worth coding as a match from this many on.
 constexpr std::size_t kShortestRun = 5;
 
+// Of a long match only so many places at either end are remembered: a later match begins at an end of it, or
+// finds its middle from there.
+constexpr std::size_t kRememberedEnds = 32;
+
 // How each search goes about it; the figures were tried on photographs, screenshots and drawings.
 struct Effort {
   std::size_t hashBytes;      // places agree in at least this many bytes
@@ -124,7 +128,10 @@ void MatchParser::parseBy(DeflateTokens& tokens) {
     tokens.push_back({static_cast<std::uint32_t>(at - literalsFrom), static_cast<std::uint16_t>(match.length),
                       static_cast<std::uint16_t>(match.distance)});
     const std::size_t end = at + match.length;
-    while (++at < end)
+    const bool isLong = match.length > 2 * kRememberedEnds;
+    for (const std::size_t upTo = isLong ? at + kRememberedEnds : end; ++at < upTo;)
+      insert<search>(at);
+    for (at = isLong ? end - kRememberedEnds : end; at < end; ++at)
       insert<search>(at);
     literalsFrom = end;
   }

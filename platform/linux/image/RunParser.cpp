@@ -58,9 +58,8 @@ void appendRun(std::size_t literals, std::size_t length, DeflateTokens& tokens) 
 
 }  // namespace
 
-std::size_t parseRuns(std::span<const std::uint8_t> data, DeflateTokens& tokens) {
+void parseRuns(std::span<const std::uint8_t> data, DeflateTokens& tokens) {
   tokens.clear();
-  std::size_t repeated = 0;
   std::size_t literalsFrom = 0;
   const auto take = [&](std::size_t from, std::size_t end) {
     appendRun(from - literalsFrom, end - from, tokens);
@@ -69,25 +68,29 @@ std::size_t parseRuns(std::span<const std::uint8_t> data, DeflateTokens& tokens)
   std::size_t at = 1;  // everything before it is dealt with
   while (at + kWindow <= data.size()) {
     const std::size_t next = at + kStep;
-    const std::uint64_t window = repetitions(data.data() + at);
-    repeated += static_cast<std::size_t>(std::popcount(window << (kWindow - kStep)));
-    for (std::uint64_t starts = startsOfRuns(window); starts != 0;) {
+    for (std::uint64_t starts = startsOfRuns(repetitions(data.data() + at)); starts != 0;) {
       const std::size_t from = at + static_cast<std::size_t>(std::countr_zero(starts));
       const std::size_t end = endOfRun(data, from + kShortestRun);
       take(from, end);
       starts = end - at >= kWindow ? 0 : starts & ~std::uint64_t{0} << (end - at);
     }
     at = std::max(next, literalsFrom);
-    repeated += at - next;
   }
   for (; at < data.size(); ++at) {
     const std::size_t end = endOfRun(data, at);
     if (end - at >= kShortestRun) take(at, end);
-    repeated += end - at;
     at = end;
   }
   tokens.push_back({static_cast<std::uint32_t>(data.size() - literalsFrom), 0, 0});
-  return repeated;
+}
+
+double estimateRepetitions(std::span<const std::uint8_t> data) {
+  constexpr std::size_t kSampleDistance = 8 * kWindow;
+  std::size_t samples = 0;
+  std::size_t repeated = 0;
+  for (std::size_t at = 1; at + kWindow <= data.size(); at += kSampleDistance, samples += kWindow)
+    repeated += static_cast<std::size_t>(std::popcount(repetitions(data.data() + at)));
+  return samples == 0 ? 0 : static_cast<double>(repeated) / static_cast<double>(samples);
 }
 
 }  // namespace platform_linux

@@ -14,20 +14,27 @@ constexpr std::size_t kStoredBlockOverhead = 5;     // aligned: block type, leng
 // What BitWriter may touch behind the last byte, and the empty block that aligns the end.
 constexpr std::size_t kWriterSlack = 32;
 
-// When runs alone leave much to gain, told by what cost next to nothing to count. Photographs were between 5
-// and 7.5 bits for each byte that differs from the one before it; those above, which are grey ones and such
-// as have no noise at all, got smaller by an eighth and more. Below half a bit a byte nearly everything
-// repeats something.
-constexpr double kSearchFromBitsPerChange = 8;
+// When runs alone leave much to gain, told by what costs next to nothing. Photographs, smooth ones included,
+// came to between 3 and 9 bits for each byte that differs from the one before it, and a search gained less
+// than a twentieth there, often nothing. Where that figure is above 9, or above 8 in strips that code to less
+// than a bit a byte, it took a tenth off drawings and a quarter and more off grey pictures. Below a third of
+// a bit nearly everything repeats something, and below the last figure only runs are left.
+constexpr double kSearchFromBitsPerChange = 9;
+constexpr double kDrawnFromBitsPerChange = 8;
 constexpr double kDrawnBelowBitsPerByte = 0.9;
+constexpr double kRepeatingBelowBitsPerByte = 0.3;
+constexpr double kFlatBelowBitsPerByte = 0.015;
+// Noise that no code shrinks has as many bits a change, but hardly a repetition.
+constexpr double kSearchFromRepetitions = 0.5;
 
-std::optional<MatchSearch> searchFor(std::uint64_t bits, std::size_t bytes, std::size_t repeated) {
-  const auto cost = static_cast<double>(bits);
-  if (cost < kDrawnBelowBitsPerByte * static_cast<double>(bytes)) return MatchSearch::kThorough;
-  if (cost >= kSearchFromBitsPerChange * static_cast<double>(bytes - repeated) && repeated > bytes / 2) {
-    return MatchSearch::kLong;
-  }
-  return std::nullopt;
+std::optional<MatchSearch> searchFor(double bitsPerByte, double repetitions) {
+  if (bitsPerByte < kFlatBelowBitsPerByte) return std::nullopt;
+  if (bitsPerByte < kRepeatingBelowBitsPerByte) return MatchSearch::kThorough;
+  if (repetitions < kSearchFromRepetitions) return std::nullopt;
+  const bool drawn = bitsPerByte < kDrawnBelowBitsPerByte;
+  const double least = drawn ? kDrawnFromBitsPerChange : kSearchFromBitsPerChange;
+  if (bitsPerByte < least * (1 - repetitions)) return std::nullopt;
+  return drawn ? MatchSearch::kThorough : MatchSearch::kLong;
 }
 
 constexpr std::size_t storedBytes(std::size_t bytes) {
@@ -65,11 +72,12 @@ std::size_t StripCoder::codedBound(std::size_t stripBytes) noexcept {
 }
 
 std::size_t StripCoder::code(std::span<const std::uint8_t> strip, std::span<std::uint8_t> out) noexcept {
-  const std::size_t repeated = parseRuns(strip, tokens_);
+  parseRuns(strip, tokens_);
   block_.plan(strip, tokens_);
   const DeflateBlock* block = &block_;
   const DeflateTokens* tokens = &tokens_;
-  if (const auto search = searchFor(block_.bits(), strip.size(), repeated)) {
+  const double bitsPerByte = static_cast<double>(block_.bits()) / static_cast<double>(strip.size());
+  if (const auto search = searchFor(bitsPerByte, estimateRepetitions(strip))) {
     matchParser_.parse(strip, *search, matchTokens_);
     matchBlock_.plan(strip, matchTokens_);
     if (matchBlock_.bits() < block_.bits()) {
