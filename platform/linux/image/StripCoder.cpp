@@ -14,13 +14,13 @@ constexpr std::size_t kStoredBlockOverhead = 5;     // aligned: block type, leng
 // What BitWriter may touch behind the last byte, and the empty block that aligns the end.
 constexpr std::size_t kWriterSlack = 32;
 
-// When runs alone leave much to gain, told by what costs next to nothing. Photographs, smooth ones included,
-// came to between 3 and 9 bits for each byte that differs from the one before it, and a search gained less
-// than a twentieth there, often nothing. Where that figure is above 9, or above 8 in strips that code to less
-// than a bit a byte, it took a tenth off drawings and a quarter and more off grey pictures. Below a third of
-// a bit nearly everything repeats something, and below the last figure only runs are left.
+// When runs alone leave much to gain, told by what costs next to nothing. In smooth strips of photographs
+// each byte that differs from the one before it came to 5 to 6.5 bits, and a search gained nothing there.
+// Where that figure is above 9, or above 7 in strips that code to less than a bit a byte, it took a tenth off
+// drawings and a quarter and more off grey pictures. Below a third of a bit nearly everything repeats
+// something, and below the last figure only runs are left.
 constexpr double kSearchFromBitsPerChange = 9;
-constexpr double kDrawnFromBitsPerChange = 8;
+constexpr double kDrawnFromBitsPerChange = 7;
 constexpr double kDrawnBelowBitsPerByte = 0.9;
 constexpr double kRepeatingBelowBitsPerByte = 0.3;
 constexpr double kFlatBelowBitsPerByte = 0.015;
