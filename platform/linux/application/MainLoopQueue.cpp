@@ -1,83 +1,51 @@
 #include "platform/linux/application/MainLoopQueue.h"
 
-#include <cstdint>
 #include <future>
-#include <map>
-#include <mutex>
-#include <optional>
 #include <utility>
-
-#include <glib.h>
 
 namespace platform_linux {
 
-/// The work that has not started, by number.
-class MainLoopQueue::Pending {
- public:
-  /// Keeps `work` and answers its number; nothing after the end.
-  std::optional<std::uint64_t> add(std::function<void()> work) {
-    const std::scoped_lock lock(mutex_);
-    if (ended_) return std::nullopt;
-    work_.emplace(++last_, std::move(work));
-    return last_;
-  }
-
-  void run(std::uint64_t number) {
-    std::function<void()> work;
-    {
-      const std::scoped_lock lock(mutex_);
-      const auto found = work_.find(number);
-      if (found == work_.end()) return;
-      work = std::move(found->second);
-      work_.erase(found);
-    }
-    work();
-  }
-
-  void end() {
-    std::map<std::uint64_t, std::function<void()>> dropped;
-    const std::scoped_lock lock(mutex_);
-    ended_ = true;
-    work_.swap(dropped);
-  }
-
- private:
-  std::mutex mutex_;
-  std::map<std::uint64_t, std::function<void()>> work_;
-  std::uint64_t last_ = 0;
-  bool ended_ = false;
-};
-
 namespace {
 
-/// Has `pending` run its work `number` from the main loop once `delay` has passed.
-template <typename Pending>
-void schedule(const std::shared_ptr<Pending>& pending, std::uint64_t number,
-              std::chrono::milliseconds delay) {
-  struct Due {
-    std::shared_ptr<Pending> pending;
-    std::uint64_t number;
-  };
-  const GSourceFunc run = [](gpointer data) noexcept -> gboolean {
-    const auto* const due = static_cast<Due*>(data);
-    due->pending->run(due->number);
-    return G_SOURCE_REMOVE;
-  };
-  const GDestroyNotify release = [](gpointer data) noexcept { delete static_cast<Due*>(data); };
-  auto due = std::make_unique<Due>(Due{pending, number});
-  if (delay.count() > 0)
-    g_timeout_add_full(G_PRIORITY_DEFAULT, static_cast<guint>(delay.count()), run, due.release(), release);
-  else
-    g_idle_add_full(G_PRIORITY_DEFAULT, run, due.release(), release);
+/// A source that falls due at its ready time and does nothing but call back.
+GSource* makeSource() {
+  static GSourceFuncs functions{
+      nullptr,
+      nullptr,
+      [](GSource*, GSourceFunc callback, gpointer data) noexcept -> gboolean { return callback(data); },
+      nullptr,
+      nullptr,
+      nullptr};
+  return g_source_new(&functions, sizeof(GSource));
 }
 
 }  // namespace
 
-MainLoopQueue::MainLoopQueue()
-    : mainThread_(std::this_thread::get_id()), pending_(std::make_shared<Pending>()) {}
+MainLoopQueue::MainLoopQueue() : mainThread_(std::this_thread::get_id()), source_(makeSource()) {
+  g_source_set_priority(source_.get(), G_PRIORITY_DEFAULT);
+  g_source_set_callback(source_.get(), &MainLoopQueue::dispatch, this, nullptr);
+  g_source_attach(source_.get(), nullptr);
+}
 
 MainLoopQueue::~MainLoopQueue() {
   end();
+}
+
+gboolean MainLoopQueue::dispatch(gpointer data) noexcept {
+  // One piece a turn, so that other events have theirs.
+  if (const auto work = static_cast<MainLoopQueue*>(data)->takeDue()) work();
+  return G_SOURCE_CONTINUE;
+}
+
+std::function<void()> MainLoopQueue::takeDue() {
+  const std::scoped_lock lock(mutex_);
+  const auto first = work_.begin();
+  const bool due = first != work_.end() && first->first <= g_get_monotonic_time();
+  auto work = due ? std::move(first->second) : nullptr;
+  if (due) work_.erase(first);
+  // Below zero: until there is work again.
+  g_source_set_ready_time(source_.get(), work_.empty() ? -1 : work_.begin()->first);
+  return work;
 }
 
 void MainLoopQueue::async(std::function<void()> work) {
@@ -101,11 +69,20 @@ void MainLoopQueue::sync(std::function<void()> work) {
 }
 
 void MainLoopQueue::after(std::chrono::milliseconds delay, std::function<void()> work) {
-  if (const auto number = pending_->add(std::move(work))) schedule(pending_, *number, delay);
+  const std::scoped_lock lock(mutex_);
+  if (ended_) return;
+  const std::int64_t due = g_get_monotonic_time() + std::chrono::microseconds(delay).count();
+  work_.emplace(due, std::move(work));
+  g_source_set_ready_time(source_.get(), work_.begin()->first);
 }
 
 void MainLoopQueue::end() {
-  pending_->end();
+  g_source_destroy(source_.get());
+  // Let go outside the lock: what the work holds may ask for more.
+  std::multimap<std::int64_t, std::function<void()>> dropped;
+  const std::scoped_lock lock(mutex_);
+  ended_ = true;
+  work_.swap(dropped);
 }
 
 }  // namespace platform_linux

@@ -1,9 +1,13 @@
 #pragma once
 
+#include <cstdint>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <thread>
 
 #include "platform/Foundation/MainQueue.h"
+#include "platform/linux/application/GLibHandles.h"
 
 namespace platform_linux {
 
@@ -27,11 +31,18 @@ class MainLoopQueue : public platform::MainQueue {
   void end();
 
  private:
-  class Pending;
+  static gboolean dispatch(gpointer data) noexcept;
+  /// The next work that is due, taken out; the source is set for the one after it.
+  std::function<void()> takeDue();
 
   const std::thread::id mainThread_;
-  /// Shared with the event sources: those that fall due after the end find nothing to do.
-  const std::shared_ptr<Pending> pending_;
+  const std::unique_ptr<GSource, ReleaseWith<g_source_unref>> source_;
+
+  std::mutex mutex_;
+  /// By the moment it falls due, on GLib's monotonic clock in microseconds; first in, first out at the same
+  /// moment.
+  std::multimap<std::int64_t, std::function<void()>> work_;
+  bool ended_ = false;
 };
 
 }  // namespace platform_linux
