@@ -6,7 +6,7 @@ namespace platform_linux {
 namespace {
 
 bool isSmooth(const CameraMode& mode) {
-  return !mode.rate.stated() || compareRates(mode.rate, kSmoothRate) >= 0;
+  return !mode.rate.stated() || std::is_gteq(compareRates(mode.rate, kSmoothRate));
 }
 
 std::uint64_t pixels(const CameraMode& mode) {
@@ -21,14 +21,14 @@ std::strong_ordering compareFormats(PixelFormat a, PixelFormat b) {
 bool isBetterSmooth(const CameraMode& a, const CameraMode& b) {
   if (isSmooth(a) != isSmooth(b)) return isSmooth(a);
   if (pixels(a) != pixels(b)) return pixels(a) > pixels(b);
-  if (const auto rates = compareRates(a.rate, b.rate); rates != 0) return rates > 0;
-  return compareFormats(a.format, b.format) > 0;
+  if (const auto rates = compareRates(a.rate, b.rate); std::is_neq(rates)) return std::is_gt(rates);
+  return std::is_gt(compareFormats(a.format, b.format));
 }
 
 bool isBetterSlow(const CameraMode& a, const CameraMode& b) {
-  if (const auto rates = compareRates(a.rate, b.rate); rates != 0) return rates > 0;
+  if (const auto rates = compareRates(a.rate, b.rate); std::is_neq(rates)) return std::is_gt(rates);
   if (pixels(a) != pixels(b)) return pixels(a) > pixels(b);
-  return compareFormats(a.format, b.format) > 0;
+  return std::is_gt(compareFormats(a.format, b.format));
 }
 
 }  // namespace

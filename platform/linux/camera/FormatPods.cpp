@@ -1,6 +1,7 @@
 #include "platform/linux/camera/FormatPods.h"
 
 #include <array>
+#include <compare>
 #include <cstdint>
 #include <utility>
 
@@ -102,7 +103,7 @@ std::vector<FrameRate> ratesOf(const spa_pod* pod) {
   if (choice.isRange) {
     rates.push_back(rateOf(choice.values[0]));
     const FrameRate fastest = rateOf(choice.values[2]);
-    if (fastest.stated() && compareRates(fastest, kFastestRate) <= 0) rates.push_back(fastest);
+    if (fastest.stated() && std::is_lteq(compareRates(fastest, kFastestRate))) rates.push_back(fastest);
   } else {
     for (const auto& fraction : choice.values)
       rates.push_back(rateOf(fraction));
