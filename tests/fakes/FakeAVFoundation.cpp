@@ -30,6 +30,17 @@ void FakePhotoOutput::answer(std::shared_ptr<platform::AVCapturePhoto> photo,
   delegate->captureOutputDidFinishProcessingPhoto(*this, std::move(photo), error);
 }
 
+void FakePhotoOutput::forgetRequests() {
+  decltype(delegates_) unanswered;
+  const std::scoped_lock lock(mutex_);
+  unanswered.swap(delegates_);
+}
+
+FakeAVFoundation::~FakeAVFoundation() {
+  for (const auto& output : outputs)
+    output->forgetRequests();
+}
+
 std::vector<std::shared_ptr<platform::AVCaptureDevice>> FakeAVFoundation::devicesWithMediaType(
     const std::string&) {
   journal_.add("cameras listed");

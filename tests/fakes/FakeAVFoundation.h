@@ -70,6 +70,8 @@ class FakePhotoOutput : public platform::AVCapturePhotoOutput {
   }
   void deliver(std::shared_ptr<platform::AVCapturePhoto> photo) { answer(std::move(photo), std::nullopt); }
   void fail(std::int64_t code) { answer(nullptr, platform::NSError{code, "camera error"}); }
+  /// Lets go of the requests that nobody will answer any more.
+  void forgetRequests();
 
   std::vector<std::shared_ptr<FakeConnection>> allConnections;
 
@@ -124,6 +126,8 @@ class FakePreviewLayer : public FakeLayer, public platform::AVCaptureVideoPrevie
 class FakeAVFoundation : public platform::AVFoundation {
  public:
   explicit FakeAVFoundation(Journal& journal) : journal_(journal) {}
+  /// The capture service's end: a delegate waits for its outcome no longer, and no longer holds its output.
+  ~FakeAVFoundation() override;
   std::vector<std::shared_ptr<platform::AVCaptureDevice>> devicesWithMediaType(const std::string&) override;
   std::shared_ptr<platform::AVCaptureDevice> deviceWithUniqueID(const std::string& uniqueID) override;
   platform::AVAuthorizationStatus authorizationStatusForMediaType(const std::string&) override {

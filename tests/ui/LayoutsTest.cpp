@@ -11,9 +11,7 @@
 namespace {
 
 using namespace ui_test;  // NOLINT(google-build-using-namespace)
-using testing::Contains;
 using testing::HasSubstr;
-using testing::IsSubsetOf;
 using testing::UnorderedElementsAre;
 
 const std::set<std::string> kPreviewHandlers{"shootButtonPressed", "closeButtonPressed",
@@ -82,6 +80,11 @@ TEST_F(LayoutsTest, PreferencesNameNothingUnknown) {
                                                "doneButton"));
   EXPECT_EQ(layout.handlers, kPreferencesHandlers);
   EXPECT_THAT(layout.shortcutActions, UnorderedElementsAre("quit"));
+}
+
+TEST_F(LayoutsTest, TextsAreTranslatedFromTheProgramsTable) {
+  for (const auto* name : {"PreviewWindowController", "PreferencesWindowController"})
+    EXPECT_THAT(LayoutFile(name).domains, UnorderedElementsAre("quillo-camera-shot")) << name;
 }
 
 TEST_F(LayoutsTest, EachButtonOfThePreviewSendsItsHandler) {

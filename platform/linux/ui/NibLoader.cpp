@@ -109,7 +109,6 @@ std::unique_ptr<platform::NSNib> NibLoader::load(const std::string& name, platfo
   const auto scope = makeBuilderScope(actions);
   auto builder = GObjectRef<GtkBuilder>::adopt(gtk_builder_new());
   gtk_builder_set_scope(builder.get(), scope.get());
-  gtk_builder_set_translation_domain(builder.get(), CAMERA_SHOT_TRANSLATION_DOMAIN);
   if (!addLayout(builder.get(), name, whyNot)) return nullptr;
   GtkWindow* const gtkWindow = GTK_WINDOW(gtk_builder_get_object(builder.get(), "window"));
   installActions(GTK_WIDGET(gtkWindow), actions);

@@ -16,7 +16,8 @@ inline constexpr const char* kResourceFolder = "/com/verrano/quillo/CameraShot";
 /// The prefix of the actions by which a layout's shortcuts reach its handlers: `action(nib.NAME)`.
 inline constexpr const char* kNibActionPrefix = "nib";
 
-/// Makes windows from layout files. Main thread only. What it is given must outlive every nib.
+/// Makes windows from layout files, which name their translation domain themselves. Main thread only. What it
+/// is given must outlive every nib.
 class NibLoader {
  public:
   /// `actions` are the program's own, offered to every layout beside those of its controller.

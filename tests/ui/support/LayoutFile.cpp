@@ -33,6 +33,7 @@ std::set<std::string> matches(const std::string& text, const std::string& expres
 
 LayoutFile::LayoutFile(const std::string& name) {
   const std::string text = textOf(name);
+  domains = matches(text, R"re(<interface domain="([^"]+)")re");
   ids = matches(text, R"re( id="([^"]+)")re");
   handlers = matches(text, R"re( handler="([^"]+)")re");
   shortcutActions = matches(text, R"re(action\(nib\.([^)]+)\))re");

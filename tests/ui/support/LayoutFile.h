@@ -10,6 +10,7 @@ struct LayoutFile {
   /// Throws when there is no such layout.
   explicit LayoutFile(const std::string& name);
 
+  std::set<std::string> domains;  ///< of translation
   std::set<std::string> ids;
   std::set<std::string> handlers;         ///< of signals
   std::set<std::string> shortcutActions;  ///< the handlers of shortcuts
