@@ -1,8 +1,6 @@
 // What reaches the application while it runs, and how it ends.
 #include <algorithm>
 #include <csignal>
-#include <future>
-#include <string_view>
 
 #include <gmock/gmock.h>
 
@@ -103,40 +101,44 @@ TEST_F(ApplicationRunning, AHoldThatIsNeverGivenBackIsBounded) {
 /// A program that the application calls, and that answers only when the test says so.
 class SlowHelper {
  public:
-  explicit SlowHelper(GDBusConnection* connection)
-      : connection_(connection),
-        filter_(g_dbus_connection_add_filter(connection, &SlowHelper::keep, this, nullptr)) {}
+  explicit SlowHelper(GDBusConnection* connection) : connection_(connection) {
+    const platform_linux::GDBusNodeInfoHandle description(g_dbus_node_info_new_for_xml(
+        R"(<node><interface name="com.example.Helper"><method name="Ask"/></interface></node>)", nullptr));
+    registration_ = g_dbus_connection_register_object(connection_, "/", description->interfaces[0], &kMethods,
+                                                      this, nullptr, nullptr);
+  }
   SlowHelper(const SlowHelper&) = delete;
   SlowHelper& operator=(const SlowHelper&) = delete;
-  ~SlowHelper() { g_dbus_connection_remove_filter(connection_, filter_); }
+  ~SlowHelper() { g_dbus_connection_unregister_object(connection_, registration_); }
 
-  bool answer() {
-    const GObjectHandle<GDBusMessage> call(call_.get_future().get());
-    const GObjectHandle<GDBusMessage> reply(g_dbus_message_new_method_reply(call.get()));
-    return g_dbus_connection_send_message(connection_, reply.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr,
-                                          nullptr) != FALSE;
+  bool waitForTheCall() {
+    turnUntil([this] { return call_ != nullptr; });
+    return call_ != nullptr;
+  }
+  void answer() {
+    g_dbus_method_invocation_return_value(call_.release(), nullptr);
+    g_dbus_connection_flush_sync(connection_, nullptr, nullptr);
   }
 
  private:
-  static GDBusMessage* keep(GDBusConnection*, GDBusMessage* message, gboolean incoming,
-                            gpointer data) noexcept {
-    const char* const method = g_dbus_message_get_member(message);
-    if (!incoming || !method || std::string_view(method) != "Ask") return message;
-    static_cast<SlowHelper*>(data)->call_.set_value(message);
-    return nullptr;
+  static void onCall(GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*,
+                     GDBusMethodInvocation* call, gpointer data) noexcept {
+    static_cast<SlowHelper*>(data)->call_.reset(call);
   }
+  static constexpr GDBusInterfaceVTable kMethods{onCall, nullptr, nullptr, {}};
 
   GDBusConnection* const connection_;
-  std::promise<GDBusMessage*> call_;
-  const guint filter_;
+  GObjectHandle<GDBusMethodInvocation> call_;
+  guint registration_ = 0;
 };
 
 TEST_F(ApplicationRunning, AHoldKeepsTheProcessUntilTheReplyCame) {
-  ASSERT_TRUE(callBus("RequestName", g_variant_new("(su)", "com.example.Helper", 0U)));
   SlowHelper helper(connection());
+  ASSERT_TRUE(callBus("RequestName", g_variant_new("(su)", "com.example.Helper", 0U)));
   const auto probe = running("hold for a reply");
+  ASSERT_TRUE(helper.waitForTheCall());
   expectLines({"shouldTerminate", "willTerminate"});
-  EXPECT_TRUE(helper.answer());
+  helper.answer();
   expectLines({"the reply came", "ended 0"});
 }
 
