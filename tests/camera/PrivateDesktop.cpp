@@ -66,11 +66,11 @@ std::string VirtualCamera::ask(const std::string& request) const {
   return askAt(control_, request);
 }
 
-VirtualCamera plugIn(const std::string& name, const std::string& specification) {
+VirtualCamera plugIn(const std::string& name, const std::string& spec) {
   static int number = 0;
   const std::string dump = variable("CAMERA_DESKTOP_DIR") + "/frames-" + std::to_string(++number);
   std::string whole = "name=" + name + ",dump=" + dump;
-  if (!specification.empty()) whole += "," + specification;
+  if (!spec.empty()) whole += "," + spec;
   const std::string answer = askAt(variable("CAMERA_DESKTOP_CONTROL"), "add-camera " + whole);
   controlsOfCameras().push_back(valueOf(answer, "_CONTROL"));
   return {controlsOfCameras().back(), dump};

@@ -22,8 +22,8 @@ class VirtualCamera {
   std::filesystem::path dumpFolder_;
 };
 
-/// Plugs in a camera; `specification` as tests/desktop describes it, without name and dump.
-VirtualCamera plugIn(const std::string& name, const std::string& specification = "");
+/// Plugs in a camera; `spec` as tests/desktop describes it, without name and dump.
+VirtualCamera plugIn(const std::string& name, const std::string& spec = "");
 
 /// Takes away all cameras that were plugged in so far, so that the next test begins without any.
 void removeCameras();
