@@ -5,8 +5,7 @@
 namespace camera_shot {
 namespace {
 
-/// Keeps its name from the first desktop that the tool ran on; each platform maps it to its own
-/// camera-shutter sound.
+/// The name by which every platform knows the sound of a shutter; each maps it to its own.
 const std::string kShutterSoundFile =
     "/System/Library/Components/CoreAudio.component/Contents/SharedSupport/SystemSounds/system/Grab.aif";
 

@@ -10,10 +10,10 @@ class CameraListOnPipeWire : public CameraFixture {};
 
 TEST_F(CameraListOnPipeWire, NamesCamerasInTheOrderInWhichTheyAppeared) {
   plugIn("zebra", "title=Zebra camera");
-  plugIn("apple", "title=Apple camera");
+  plugIn("apricot", "title=Apricot camera");
   start();
-  EXPECT_THAT(names(), ElementsAre("zebra", "apple"));
-  EXPECT_EQ(device("apple")->localizedName(), "Apple camera");
+  EXPECT_THAT(names(), ElementsAre("zebra", "apricot"));
+  EXPECT_EQ(device("apricot")->localizedName(), "Apricot camera");
   EXPECT_THAT(cameras_->devicesWithMediaType("soun"), IsEmpty());
   EXPECT_EQ(cameras_->deviceWithUniqueID("nobody"), nullptr);
 }

@@ -17,7 +17,7 @@ class DesktopAppKit : public platform::AppKit {
   std::shared_ptr<platform::NSImage> imageNamed(const std::string& name) override;
   std::unique_ptr<platform::NSNib> loadNibNamed(const std::string& name,
                                                 platform::NSActions actions) override;
-  /// Files of the tool's first desktop stand for events of the user's sound theme.
+  /// The file that stands for a shutter is "camera-shutter" of the user's sound theme; no other is known.
   std::shared_ptr<platform::NSSound> soundWithContentsOfFile(const std::string& file,
                                                              bool byReference) override;
 
