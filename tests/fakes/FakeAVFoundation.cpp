@@ -13,7 +13,7 @@ void FakePhotoOutput::capturePhotoWithSettings(
     std::shared_ptr<platform::AVCapturePhotoCaptureDelegate> delegate) {
   std::string line = "output capture";
   for (const auto& [key, value] : settings.format)
-    line += " " + key + "=" + value;
+    line.append(" ").append(key).append("=").append(value);
   journal_.add(line);
   const std::scoped_lock lock(mutex_);
   delegates_.push_back(std::move(delegate));
