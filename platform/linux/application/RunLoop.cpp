@@ -6,7 +6,7 @@
 
 namespace platform_linux {
 
-class RunLoop::Timer : public platform::NSTimer {
+class RunLoop::Timer final : public platform::NSTimer {
  public:
   Timer(std::chrono::milliseconds interval, std::function<void()> action)
       : action_(std::make_shared<std::function<void()>>(std::move(action))),
