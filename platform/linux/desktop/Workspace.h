@@ -12,8 +12,8 @@ namespace platform_linux {
 
 /// The user's file manager, through the bus name that all of them share, and the default applications. A file
 /// manager that has to be started first loses the request when its sender leaves at once, so the end of the
-/// application is held until the answer, for which ten seconds are allowed. An empty path is no request. Main thread
-/// only.
+/// application is held until the answer, for which ten seconds are allowed. An empty path is no request. Main
+/// thread only.
 class Workspace : public platform::NSWorkspace {
  public:
   /// The token by which the desktop lets a window come to the front in answer to the user's click; empty for
