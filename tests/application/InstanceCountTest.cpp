@@ -1,6 +1,7 @@
 // Of several processes exactly one is the first, with and without a bus.
 #include <algorithm>
 #include <csignal>
+#include <iterator>
 
 #include "tests/application/ProbeFixture.h"
 
@@ -13,11 +14,9 @@ using InstanceCount = ProbeTest;
 TEST_F(InstanceCount, OfTwelveStartedAtOnceExactlyOneIsTheFirst) {
   bus();
   std::vector<std::unique_ptr<ProcessUnderTest>> probes;
-  for (int i = 0; i < 12; ++i)
-    probes.push_back(start("count"));
+  std::generate_n(std::back_inserter(probes), 12, [this] { return start("count"); });
   std::vector<std::string> counts;
-  for (int i = 0; i < 12; ++i)
-    counts.push_back(journal_.waitFor("count "));
+  std::generate_n(std::back_inserter(counts), 12, [this] { return journal_.waitFor("count "); });
   EXPECT_EQ(std::count(counts.begin(), counts.end(), "count 1"), 1) << testing::PrintToString(counts);
 }
 

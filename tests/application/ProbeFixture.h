@@ -33,10 +33,11 @@ class TemporaryFolder {
 
 /// Probe applications on a private bus, and a desktop that calls them.
 class ProbeTest : public testing::Test {
- protected:
+ public:
   ProbeTest();
   ~ProbeTest() override;
 
+ protected:
   /// Starts the probe by hand; `then` is what it does once it has launched.
   std::unique_ptr<ProcessUnderTest> start(const std::string& then = {},
                                           const std::vector<std::string>& arguments = {});

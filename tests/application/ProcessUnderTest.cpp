@@ -1,5 +1,6 @@
 #include "tests/application/ProcessUnderTest.h"
 
+#include <algorithm>
 #include <csignal>
 #include <fcntl.h>
 #include <poll.h>
@@ -17,10 +18,8 @@ namespace {
 constexpr int kPatience = 10000;  // milliseconds
 
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
-  std::vector<char*> pointers;
-  for (std::string& text : texts)
-    pointers.push_back(text.data());
-  pointers.push_back(nullptr);
+  std::vector<char*> pointers(texts.size() + 1, nullptr);
+  std::transform(texts.begin(), texts.end(), pointers.begin(), [](std::string& text) { return text.data(); });
   return pointers;
 }
 
@@ -30,8 +29,9 @@ ProcessUnderTest::ProcessUnderTest(const std::vector<std::string>& command, cons
                                    const std::string& errorFile) {
   std::vector<std::string> arguments = command;
   std::vector<std::string> variables;
+  variables.reserve(environment.size());
   for (const auto& [name, value] : environment)
-    variables.push_back(name + "=" + value);
+    variables.emplace_back(name).append("=").append(value);
   posix_spawn_file_actions_t actions{};
   ::posix_spawn_file_actions_init(&actions);
   if (!errorFile.empty())

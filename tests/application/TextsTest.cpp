@@ -87,6 +87,7 @@ TEST_F(Texts, AreTheSameForManyThreads) {
   install("de", "main", {{"Camera shot", "Aufnahme"}});
   const Bundle bundle("id", "main", folder_.path(), {"de"});
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int i = 0; i < 4; ++i)
     threads.emplace_back([&] { EXPECT_EQ(bundle.localizedStringForKey("Camera shot"), "Aufnahme"); });
   for (std::thread& thread : threads)

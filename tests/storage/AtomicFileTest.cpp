@@ -22,7 +22,6 @@ using platform_linux::isTemporaryName;
 using platform_linux::makeTemporaryName;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::UnorderedElementsAre;
 
 bool write(AtomicFile& file, std::string_view text) {
   const void* const bytes = text.data();
