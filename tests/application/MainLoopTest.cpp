@@ -43,6 +43,7 @@ TEST(MainLoopQueue, WorkOfOneThreadKeepsItsOrder) {
   constexpr int kPieces = 500;
   std::vector<std::vector<int>> ran(kThreads);
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int thread = 0; thread < kThreads; ++thread)
     threads.emplace_back([&queue, &ran, thread] {
       for (int piece = 0; piece < kPieces; ++piece)
@@ -64,6 +65,7 @@ TEST(MainLoopQueue, TheEndReleasesWhoeverWaits) {
   constexpr int kThreads = 8;
   std::atomic<int> ran = 0;
   std::vector<std::future<void>> waiting;
+  waiting.reserve(kThreads);
   for (int thread = 0; thread < kThreads; ++thread)
     waiting.push_back(std::async(std::launch::async, [&] { queue.sync([&ran] { ++ran; }); }));
   queue.end();
