@@ -114,8 +114,16 @@ class Display(unittest.TestCase):
                      "org.freedesktop.Notifications.GetServerInformation")
         self.assertIn("'dunst'", result.stdout)
 
-    def test_a_notification_service_needs_a_display(self):
-        self.assertEqual(run("--notifications", "dunst", "--", "true").returncode, 2)
+    def test_a_file_manager_can_be_started_by_the_bus_alone(self):
+        show = ("--", "gdbus", "call", "--session", "--dest", "org.freedesktop.FileManager1", "--object-path",
+                "/org/freedesktop/FileManager1", "--method", "org.freedesktop.FileManager1.ShowFolders",
+                "['file:///usr']", "")
+        self.assertEqual(run("--display", "--file-manager", "thunar", *show).returncode, 0)
+        self.assertNotEqual(run("--display", *show).returncode, 0)
+
+    def test_services_with_windows_need_a_display(self):
+        for option, service in (("--notifications", "dunst"), ("--file-manager", "thunar")):
+            self.assertEqual(run(option, service, "--", "true").returncode, 2)
 
 
 class NothingLeft(unittest.TestCase):

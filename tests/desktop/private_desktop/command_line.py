@@ -8,6 +8,7 @@ import tempfile
 
 from .desktop import Desktop
 from .failures import DesktopError
+from .file_manager import MANAGERS
 from .guard import run_guarded
 from .notifications import SERVICES
 
@@ -37,6 +38,8 @@ def _parse(arguments):
     parser.add_argument("--display", action="store_true", help="give the session an X display")
     parser.add_argument("--notifications", choices=("none", *SERVICES), default="none",
                         help="start this notification service (needs --display)")
+    parser.add_argument("--file-manager", choices=("none", *MANAGERS), default="none",
+                        help="have the bus start this file manager when it is asked for (needs --display)")
     parser.add_argument("--service-dir", metavar="DIR", action="append", default=[],
                         help="let the session bus activate the services of DIR; repeatable")
     parser.add_argument("--env", metavar="NAME=VALUE", action="append", type=_assignment, default=[],
@@ -50,6 +53,8 @@ def _parse(arguments):
     options = parser.parse_args(arguments)
     if options.notifications != "none" and not options.display:
         parser.error("--notifications needs --display")
+    if options.file_manager != "none" and not options.display:
+        parser.error("--file-manager needs --display")
     options.programs = options.programs or os.environ.get("CAMERA_DESKTOP_PROGRAMS") or _newest_programs()
     return options
 

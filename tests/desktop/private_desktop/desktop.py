@@ -9,6 +9,7 @@ from .cameras import Camera
 from .control_server import ControlServer
 from .display import start_display
 from .failures import CommandMissing, DesktopError, ProgramMissing
+from .file_manager import offer_file_manager
 from .notifications import start_notifications
 from .pipewire import PipeWire
 from .processes import Child, ChildWatch, end_descendants
@@ -41,7 +42,10 @@ class Desktop:
         """Returns when everything answers."""
         if self._options.display:
             self._display = start_display(self._surroundings)
-        self._bus = start_bus(self._surroundings, self._options.service_dir)
+        service_folders = list(self._options.service_dir)
+        if self._options.file_manager != "none":
+            service_folders.append(offer_file_manager(self._options.file_manager, self._surroundings))
+        self._bus = start_bus(self._surroundings, service_folders)
         self._pipewire.start()
         for description in self._options.camera:
             self._add_camera(description)

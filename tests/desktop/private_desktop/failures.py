@@ -7,10 +7,12 @@ COMMAND_NOT_FOUND = 127  # as shells have it
 # The Debian package that brings each program, for the message to whoever lacks it.
 PACKAGES = {
     "Xvfb": "xvfb",
+    "at-spi-bus-launcher": "at-spi2-core",
     "dbus-daemon": "dbus-daemon",
     "dunst": "dunst",
     "gdbus": "libglib2.0-bin",
     "notification-daemon": "notification-daemon",
+    "Thunar": "thunar",
     "pipewire": "pipewire",
     "wireplumber": "wireplumber",
     "xfce4-notifyd": "xfce4-notifyd",
