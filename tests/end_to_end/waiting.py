@@ -27,6 +27,10 @@ class FolderWatch:
     def __exit__(self, *_):
         os.close(self._fd)
 
+    def fileno(self):
+        """Readable when something has changed."""
+        return self._fd
+
     def wait(self, seconds):
         """Returns once something has changed, or after that time."""
         if select.select([self._fd], [], [], max(0.0, seconds))[0]:
