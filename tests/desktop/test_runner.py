@@ -108,6 +108,23 @@ class Display(unittest.TestCase):
         self.assertEqual(run("--", "sh", "-c", "echo ${DISPLAY-none}").stdout, "none\n")
         self.assertEqual(run("--display", "--", "xdpyinfo").returncode, 0)
 
+    def test_windows_are_managed_on_request(self):
+        managed = ("--", "xprop", "-root", "_NET_SUPPORTING_WM_CHECK")
+        self.assertIn("window id", run("--window-manager", *managed).stdout)
+        self.assertNotIn("window id", run("--display", *managed).stdout)
+
+    def test_may_be_wayland(self):
+        result = run("--wayland", "--", "swaymsg", "-t", "get_outputs")
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertIn('"width": 1280', result.stdout)
+        self.assertEqual(run("--wayland", "--display", "--", "true").returncode, 2)
+
+    def test_an_accessibility_bus_is_there_on_request_only(self):
+        address = ("--", "gdbus", "call", "--session", "--dest", "org.a11y.Bus", "--object-path", "/org/a11y/bus",
+                   "--method", "org.a11y.Bus.GetAddress")
+        self.assertIn("unix:path=", run("--accessibility", *address).stdout)
+        self.assertNotEqual(run(*address).returncode, 0)
+
     def test_a_notification_service_answers_when_the_command_starts(self):
         result = run("--display", "--notifications", "dunst", "--", "gdbus", "call", "--session", "--dest",
                      "org.freedesktop.Notifications", "--object-path", "/org/freedesktop/Notifications", "--method",

@@ -3,7 +3,7 @@
 import os
 from xml.sax.saxutils import escape
 
-from .processes import start_reporting
+from .processes import WAIT_SECONDS, Child, start_reporting
 
 _CONFIGURATION = """\
 <!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
@@ -34,3 +34,11 @@ def start_bus(surroundings, service_folders):
                              surroundings.environment, surroundings.log("dbus-daemon"),
                              "the session bus does not answer")
     return bus
+
+
+def wait_for_bus_name(name, owner, surroundings):
+    """Returns when the process `owner` has `name` on the session bus."""
+    waiter = Child("gdbus", ["gdbus", "wait", "--session", "--timeout", str(WAIT_SECONDS), name],
+                   surroundings.environment, surroundings.log("gdbus"))
+    if not waiter.wait(WAIT_SECONDS + 1) or waiter.status() != 0:
+        raise owner.failure(f"{name} does not appear on the bus")

@@ -36,6 +36,11 @@ def _parse(arguments):
     parser.add_argument("--camera", metavar="SPEC", action="append", default=[],
                         help="plug a virtual camera, as README.md describes; repeat for more, in this order")
     parser.add_argument("--display", action="store_true", help="give the session an X display")
+    parser.add_argument("--window-manager", action="store_true",
+                        help="let openbox manage the windows of the X display (implies --display)")
+    parser.add_argument("--wayland", action="store_true", help="give the session a Wayland display, by sway")
+    parser.add_argument("--accessibility", action="store_true",
+                        help="start the accessibility bus, and let programs tell about their windows there")
     parser.add_argument("--notifications", choices=("none", *SERVICES), default="none",
                         help="start this notification service (needs --display)")
     parser.add_argument("--file-manager", choices=("none", *MANAGERS), default="none",
@@ -51,6 +56,9 @@ def _parse(arguments):
     parser.add_argument("--keep", action="store_true", help="keep the session's folder with its logs, and say where")
     parser.add_argument("command", metavar="COMMAND", nargs="+")
     options = parser.parse_args(arguments)
+    options.display = options.display or options.window_manager
+    if options.wayland and options.display:
+        parser.error("--wayland is instead of --display")
     if options.notifications != "none" and not options.display:
         parser.error("--notifications needs --display")
     if options.file_manager != "none" and not options.display:

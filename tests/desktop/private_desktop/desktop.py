@@ -4,10 +4,11 @@ import os
 import selectors
 import signal
 
+from .accessibility import announce_accessibility, start_accessibility
 from .bus import start_bus
 from .cameras import Camera
 from .control_server import ControlServer
-from .display import start_display
+from .display import start_display, start_wayland, start_window_manager
 from .failures import CommandMissing, DesktopError, ProgramMissing
 from .file_manager import offer_file_manager
 from .notifications import start_notifications
@@ -42,10 +43,18 @@ class Desktop:
         """Returns when everything answers."""
         if self._options.display:
             self._display = start_display(self._surroundings)
+        if self._options.window_manager:
+            start_window_manager(self._surroundings)
+        if self._options.wayland:
+            start_wayland(self._surroundings)
+        if self._options.accessibility:
+            announce_accessibility(self._surroundings)
         service_folders = list(self._options.service_dir)
         if self._options.file_manager != "none":
             service_folders.append(offer_file_manager(self._options.file_manager, self._surroundings))
         self._bus = start_bus(self._surroundings, service_folders)
+        if self._options.accessibility:
+            start_accessibility(self._surroundings)
         self._pipewire.start()
         for description in self._options.camera:
             self._add_camera(description)

@@ -12,8 +12,10 @@ PACKAGES = {
     "dunst": "dunst",
     "gdbus": "libglib2.0-bin",
     "notification-daemon": "notification-daemon",
+    "openbox": "openbox",
     "Thunar": "thunar",
     "pipewire": "pipewire",
+    "sway": "sway",
     "wireplumber": "wireplumber",
     "xfce4-notifyd": "xfce4-notifyd",
 }

@@ -4,8 +4,9 @@ import glob
 import os
 import shutil
 
+from .bus import wait_for_bus_name
 from .failures import ProgramMissing
-from .processes import WAIT_SECONDS, Child
+from .processes import Child
 
 SERVICES = ("dunst", "xfce4-notifyd", "notification-daemon")
 _BUS_NAME = "org.freedesktop.Notifications"
@@ -27,8 +28,5 @@ def _find(service):
 def start_notifications(service, surroundings):
     """Starts a notification service and waits until it has its name on the bus. Needs the display."""
     child = Child(service, [_find(service)], surroundings.environment, surroundings.log(service))
-    waiter = Child("gdbus", ["gdbus", "wait", "--session", "--timeout", str(WAIT_SECONDS), _BUS_NAME],
-                   surroundings.environment, surroundings.log("gdbus"))
-    if not waiter.wait(WAIT_SECONDS + 1) or waiter.status() != 0:
-        raise child.failure(f"{_BUS_NAME} does not appear on the bus")
+    wait_for_bus_name(_BUS_NAME, child, surroundings)
     return child

@@ -137,6 +137,23 @@ def start_reporting(name, arguments, environment, log, what):
         os.close(reader)
 
 
+class ReadyPipe:
+    """A named pipe for programs that tell of their readiness by running a command of ours."""
+
+    def __init__(self, surroundings, name):
+        self.path = surroundings.path("run", name)
+
+    def __enter__(self):
+        os.mkfifo(self.path, 0o600)
+        # Also for writing: so it is open before anybody writes, and never at its end.
+        self.descriptor = os.open(self.path, os.O_RDWR | os.O_NONBLOCK | os.O_CLOEXEC)
+        return self
+
+    def __exit__(self, *_):
+        os.close(self.descriptor)
+        os.unlink(self.path)
+
+
 class ChildWatch:
     """`descriptor` is readable after the end of any child, also of an adopted one."""
 
