@@ -8,38 +8,60 @@
 #include "platform/linux/camera/CaptureService.h"
 #include "platform/linux/camera/CaptureSession.h"
 #include "platform/linux/camera/PhotoOutput.h"
+#include "platform/linux/camera/PortalCameraAccess.h"
 #include "platform/linux/camera/PreviewLayer.h"
 
 namespace platform_linux {
 
 Cameras::Cameras(platform::MainQueue& mainQueue, platform::NSNotificationCenter& notificationCenter)
     : list_(std::make_shared<CameraList>(mainQueue, notificationCenter)),
-      service_(std::make_shared<CaptureService>(mainQueue, list_)) {}
+      service_(std::make_shared<CaptureService>(mainQueue, list_)) {
+  service_->connect();
+}
+
+Cameras::Cameras(platform::MainQueue& mainQueue, platform::NSNotificationCenter& notificationCenter,
+                 SandboxServices sandbox)
+    : list_(std::make_shared<CameraList>(mainQueue, notificationCenter)),
+      service_(std::make_shared<CaptureService>(mainQueue, list_)),
+      hiddenCameraTitle_(std::move(sandbox.cameraTitle)),
+      portalAccess_(std::make_shared<PortalCameraAccess>(
+          mainQueue, std::make_shared<CameraPortal>(std::move(sandbox.bus)), service_)) {}
 
 Cameras::~Cameras() {
   service_->shutDown();
 }
 
+std::vector<Camera> Cameras::cameras() {
+  if (!portalAccess_) return list_->cameras();
+  // Without the right there is nothing to wait for: the cameras come later, as news.
+  auto cameras = list_->cameras(std::chrono::milliseconds{0});
+  if (cameras.empty() && portalAccess_->hidesCamera())
+    cameras.push_back({.name = {}, .title = hiddenCameraTitle_(), .modes = {}});
+  return cameras;
+}
+
 std::vector<std::shared_ptr<platform::AVCaptureDevice>> Cameras::devicesWithMediaType(
     const std::string& mediaType) {
   if (mediaType != platform::AVMediaTypeVideo) return {};
+  if (portalAccess_) portalAccess_->ask();
   std::vector<std::shared_ptr<platform::AVCaptureDevice>> devices;
-  for (auto& camera : list_->cameras())
+  for (auto& camera : cameras())
     devices.push_back(std::make_shared<Device>(std::move(camera)));
   return devices;
 }
 
 std::shared_ptr<platform::AVCaptureDevice> Cameras::deviceWithUniqueID(const std::string& uniqueID) {
-  for (auto& camera : list_->cameras())
+  for (auto& camera : cameras())
     if (camera.name == uniqueID) return std::make_shared<Device>(std::move(camera));
   return nullptr;
 }
 
 platform::AVAuthorizationStatus Cameras::authorizationStatusForMediaType(const std::string&) {
-  return access_.status();
+  return portalAccess_ ? portalAccess_->status() : access_.status();
 }
 
 void Cameras::requestAccessForMediaType(const std::string&, std::function<void(bool granted)> completion) {
+  if (portalAccess_) return portalAccess_->request(std::move(completion));
   access_.request(completion);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -8,12 +9,21 @@
 #include "platform/AVFoundation/AVFoundation.h"
 #include "platform/Foundation/MainQueue.h"
 #include "platform/Foundation/NSNotificationCenter.h"
+#include "platform/linux/camera/Camera.h"
 #include "platform/linux/camera/CameraAccess.h"
 
 namespace platform_linux {
 
 class CameraList;
 class CaptureService;
+class PortalCameraAccess;
+class SessionBus;
+
+/// What the cameras of a sandboxed program need besides. Asked for when the first camera is.
+struct SandboxServices {
+  std::function<const SessionBus&()> bus;    ///< the bus outlives the cameras
+  std::function<std::string()> cameraTitle;  ///< for people, of a camera that is not shown to us yet
+};
 
 /// The cameras of the PipeWire daemon. Main thread only.
 class Cameras final : public platform::AVFoundation {
@@ -21,6 +31,11 @@ class Cameras final : public platform::AVFoundation {
   /// Begins to connect and returns: made early, the cameras are known by the time somebody asks. Queue and
   /// notification centre outlive this object.
   Cameras(platform::MainQueue& mainQueue, platform::NSNotificationCenter& notificationCenter);
+  /// In a sandbox: nothing is known and nobody asked before the first question for the cameras or for the
+  /// right to use them. Until that is given, a camera that is there is one without an identity, so that
+  /// people are told the truth: that it may not be used, not that it is missing.
+  Cameras(platform::MainQueue& mainQueue, platform::NSNotificationCenter& notificationCenter,
+          SandboxServices sandbox);
   Cameras(const Cameras&) = delete;
   Cameras& operator=(const Cameras&) = delete;
   /// After the main loop has ended. Waits for an outcome that is being delivered, and so for a photo that is
@@ -46,9 +61,13 @@ class Cameras final : public platform::AVFoundation {
       const std::shared_ptr<platform::AVCaptureSession>& session) override;
 
  private:
+  std::vector<Camera> cameras();
+
   CameraAccess access_;
   std::shared_ptr<CameraList> list_;
   std::shared_ptr<CaptureService> service_;
+  std::function<std::string()> hiddenCameraTitle_;
+  std::shared_ptr<PortalCameraAccess> portalAccess_;  // in a sandbox only
 };
 
 }  // namespace platform_linux

@@ -10,10 +10,7 @@ namespace platform_linux {
 
 CaptureService::CaptureService(platform::MainQueue& mainQueue, std::shared_ptr<CameraList> list)
     : list_(std::move(list)), worker_(mainQueue) {
-  loop_.post([this] {
-    connection_.emplace(loop_, *this);
-    connection_->open();
-  });
+  loop_.post([this] { connection_.emplace(loop_, *this); });
 }
 
 CaptureService::~CaptureService() {
@@ -27,6 +24,25 @@ void CaptureService::shutDown() {
   registry_.reset();
   connection_.reset();
   worker_.stop();
+}
+
+void CaptureService::connect(std::function<void()> known) {
+  loop_.post([this, known = std::move(known)] {
+    known_ = known;
+    connection_->open();
+  });
+}
+
+void CaptureService::connectThrough(std::function<void()> askForSocket, std::function<void()> known) {
+  loop_.post([this, askForSocket = std::move(askForSocket), known = std::move(known)] {
+    known_ = known;
+    connection_->openThrough(askForSocket);
+  });
+}
+
+void CaptureService::connectTo(FileDescriptor socket) {
+  const auto shared = std::make_shared<FileDescriptor>(std::move(socket));
+  loop_.post([this, shared] { connection_->connectTo(std::move(*shared)); });
 }
 
 const Camera* CaptureService::find(const Camera& camera) const {
@@ -48,7 +64,7 @@ void CaptureService::disconnected() {
     flow->fail(EPIPE);
   registry_.reset();
   cameras_.clear();
-  list_->update({});
+  tellCameras();
 }
 
 void CaptureService::synced(int sequence) {
@@ -59,7 +75,12 @@ void CaptureService::camerasChanged(std::vector<Camera> cameras) {
   cameras_ = std::move(cameras);
   for (const auto& flow : std::set(flows_))
     if (!isPresent(flow->runningSerial())) flow->fail(ENODEV);
+  tellCameras();
+}
+
+void CaptureService::tellCameras() {
   list_->update(cameras_);
+  if (const auto known = std::exchange(known_, nullptr)) known();
 }
 
 void CaptureService::cameraFailed(std::uint64_t serial, int error) {

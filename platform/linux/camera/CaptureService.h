@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
@@ -21,9 +22,18 @@ class CaptureFlow;
 /// Sessions may outlive its `shutDown`: they then deliver nothing.
 class CaptureService final : public PipeWireConnection::Client, public CameraRegistry::Client {
  public:
-  /// Starts to connect and returns; `list` is kept up to date.
+  /// Not connected yet; from then on `list` is kept up to date.
   CaptureService(platform::MainQueue& mainQueue, std::shared_ptr<CameraList> list);
   ~CaptureService() override;
+
+  /// Starts to connect and returns. `known` runs once, on the loop's thread, when `list` has been told all
+  /// cameras or that there are none. Once only, this or the next; thread-safe.
+  void connect(std::function<void()> known = {});
+  /// The same with sockets that somebody else opens: for each attempt, now and whenever the daemon was lost,
+  /// `askForSocket` runs on the loop's thread, and `connectTo` is to follow.
+  void connectThrough(std::function<void()> askForSocket, std::function<void()> known);
+  /// A connected socket of the daemon, or none. Thread-safe.
+  void connectTo(FileDescriptor socket);
 
   /// Stops all sessions without another outcome; an outcome that is being delivered is waited for. Main
   /// thread only, after the main loop has ended.
@@ -53,6 +63,7 @@ class CaptureService final : public PipeWireConnection::Client, public CameraReg
   void camerasChanged(std::vector<Camera> cameras) override;
   void cameraFailed(std::uint64_t serial, int error) override;
   [[nodiscard]] bool isPresent(std::uint64_t serial) const;
+  void tellCameras();
 
   std::shared_ptr<CameraList> list_;
   DeliveryWorker worker_;
@@ -60,6 +71,7 @@ class CaptureService final : public PipeWireConnection::Client, public CameraReg
   // The rest belongs to the loop's thread while that runs.
   std::optional<PipeWireConnection> connection_;
   std::optional<CameraRegistry> registry_;
+  std::function<void()> known_;  // empty once it ran
   std::vector<Camera> cameras_;
   std::set<std::shared_ptr<CaptureFlow>> flows_;
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 #include "platform/linux/camera/PipeWireCalls.h"
 
@@ -57,8 +58,23 @@ int PipeWireConnection::sync() {
   return core_ ? syncCore(core_) : 0;
 }
 
+void PipeWireConnection::openThrough(std::function<void()> askForSocket) {
+  askForSocket_ = std::move(askForSocket);
+  connect();
+}
+
 void PipeWireConnection::connect() {
-  core_ = context_ ? pw_context_connect(context_, nullptr, 0) : nullptr;
+  if (askForSocket_) return askForSocket_();
+  take(context_ ? pw_context_connect(context_, nullptr, 0) : nullptr);
+}
+
+void PipeWireConnection::connectTo(FileDescriptor socket) {
+  // The library takes over the descriptor, and closes it when it fails.
+  take(context_ && socket ? pw_context_connect_fd(context_, socket.release(), nullptr, 0) : nullptr);
+}
+
+void PipeWireConnection::take(pw_core* core) {
+  core_ = core;
   if (!core_) {
     client_.disconnected();
     retryLater();

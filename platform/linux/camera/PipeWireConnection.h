@@ -6,11 +6,12 @@
 #include <pipewire/pipewire.h>
 
 #include "platform/linux/camera/CaptureLoop.h"
+#include "platform/linux/storage/FileDescriptor.h"
 
 namespace platform_linux {
 
 /// The connection to the PipeWire daemon, which may not be there, die and come back. On the loop's thread
-/// only. The daemon is the one that libpipewire finds: PIPEWIRE_REMOTE and its like are honoured.
+/// only.
 class PipeWireConnection {
  public:
   class Client {
@@ -31,8 +32,14 @@ class PipeWireConnection {
   /// Without `disconnected`: what was made from the core is destroyed before.
   ~PipeWireConnection();
 
-  /// Connects at once where there is a daemon and, from then on, again whenever it is back.
+  /// Connects at once where there is a daemon and, from then on, again whenever it is back. The daemon is the
+  /// one that libpipewire finds: PIPEWIRE_REMOTE and its like are honoured. Once only, this or the next.
   void open();
+  /// The same where somebody else must open the daemon's socket: for each attempt `askForSocket` is called,
+  /// and `connectTo` is to follow.
+  void openThrough(std::function<void()> askForSocket);
+  /// A connected socket of the daemon, or none, which is a failed attempt.
+  void connectTo(FileDescriptor socket);
 
   /// Nothing while there is no daemon.
   [[nodiscard]] pw_core* core() const { return core_; }
@@ -45,6 +52,7 @@ class PipeWireConnection {
   static const pw_core_events& events();
 
   void connect();
+  void take(pw_core* core);
   void disconnect() noexcept;
   void retryLater();
   void onError(std::uint32_t id, int result) noexcept;
@@ -52,6 +60,7 @@ class PipeWireConnection {
   CaptureLoop& loop_;
   Client& client_;
   LoopTimer retry_;
+  std::function<void()> askForSocket_;  // empty: libpipewire opens the socket
   std::chrono::milliseconds retryDelay_;
   pw_context* context_ = nullptr;  // owned
   pw_core* core_ = nullptr;        // owned

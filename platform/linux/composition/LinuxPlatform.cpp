@@ -2,6 +2,8 @@
 
 #include <glib.h>
 
+#include "platform/linux/camera/Sandbox.h"
+
 namespace platform_linux {
 namespace {
 
@@ -22,7 +24,7 @@ std::string LinuxPlatform::statePath(const std::string& file) {
 
 LinuxPlatform::LinuxPlatform(const ProgramIdentity& identity)
     : identity_(identity),
-      cameras_(std::make_unique<Cameras>(mainQueue_, notificationCenter_)),
+      cameras_(makeCameras()),
       instances_(bus_),
       bundle_(identity.identifier, identity.program, installationPrefix() + "/share/locale", userLanguages()),
       defaults_(configurationPath(identity.settingsFile), "Defaults", log_),
@@ -44,6 +46,13 @@ LinuxPlatform::LinuxPlatform(const ProgramIdentity& identity)
 }
 
 LinuxPlatform::~LinuxPlatform() = default;
+
+std::unique_ptr<Cameras> LinuxPlatform::makeCameras() {
+  if (!runsInSandbox()) return std::make_unique<Cameras>(mainQueue_, notificationCenter_);
+  const SandboxServices services{.bus = [this]() -> const SessionBus& { return bus_; },
+                                 .cameraTitle = [this] { return bundle_.localizedStringForKey("Camera"); }};
+  return std::make_unique<Cameras>(mainQueue_, notificationCenter_, services);
+}
 
 void LinuxPlatform::connect() {
   application_.setUserInterfaceStarter([this](std::string& whyNot) { return windows_.start(whyNot); });

@@ -65,6 +65,7 @@ class LinuxPlatform {
 
  private:
   void connect();
+  std::unique_ptr<Cameras> makeCameras();
 
   const ProgramIdentity identity_;
   SystemLog log_;

@@ -21,6 +21,8 @@ class FileDescriptor {
   }
 
   int get() const { return descriptor_; }
+  /// Leaves the descriptor to the caller.
+  int release() { return std::exchange(descriptor_, -1); }
   explicit operator bool() const { return descriptor_ >= 0; }
 
  private:
