@@ -85,7 +85,8 @@ class Bubble:
     Points are in pixels from the bubble's left and top; negative ones from its right and bottom.
     """
 
-    def __init__(self, window_name, body, button):
+    def __init__(self, window_name, body, button, at_once=None):
+        self.at_once = at_once  # how many the service shows, keeping others back until the user is done with those
         self._window_name = window_name
         self._body = body
         self._button = button
@@ -153,4 +154,4 @@ def bubble_of(daemon):
     if daemon == "xfce4-notifyd":
         # It passes a click on the body over and shows the default action as a button, left of the other.
         return Bubble("xfce4-notifyd", (-150, -30), (-57, -30))
-    return Bubble("Notification", (100, 55), (-80, -37))
+    return Bubble("Notification", (100, 55), (-80, -37), at_once=1)

@@ -1,0 +1,75 @@
+"""A notification service and a file manager that do as the test says, without a display."""
+
+import dbus
+import dbus.service
+
+from bubbles import NOTIFICATIONS
+from session_bus import connect
+
+FILE_MANAGER = "org.freedesktop.FileManager1"
+
+
+class ScriptedDaemon(dbus.service.Object):
+    """A notification service. Its bubbles are only a list; it works while the main loop turns."""
+
+    def __init__(self):
+        self._bus_connection = connect()
+        self._owned_name = dbus.service.BusName(NOTIFICATIONS, self._bus_connection, do_not_queue=True)
+        super().__init__(self._bus_connection, "/org/freedesktop/Notifications")
+        self.shown = {}  # texts by identifier
+        self.order = []  # identifiers in the order of the calls
+        self.silent = False  # calls get no answer
+        self.dies_of_the_next = False  # is gone from the bus instead of answering
+
+    # The names are the interface's. pylint: disable=invalid-name
+    @dbus.service.method(NOTIFICATIONS, in_signature="", out_signature="as")
+    def GetCapabilities(self):
+        return ["body", "actions"]
+
+    @dbus.service.method(NOTIFICATIONS, in_signature="susssasa{sv}i", out_signature="u",
+                         async_callbacks=("answer", "_refuse"))
+    def Notify(self, _application, replaces, _icon, title, body, _actions, _hints, _lifetime, answer, _refuse):
+        if self.dies_of_the_next:
+            self._bus_connection.close()
+            return
+        if self.silent:
+            return
+        identifier = int(replaces) or len(self.order) + 1
+        self.shown[identifier] = f"{title}\n{body}"
+        self.order.append(identifier)
+        answer(identifier)
+
+    @dbus.service.method(NOTIFICATIONS, in_signature="u", out_signature="")
+    def CloseNotification(self, identifier):
+        if self.shown.pop(int(identifier), None):
+            self.NotificationClosed(identifier, 3)
+
+    @dbus.service.signal(NOTIFICATIONS, signature="us")
+    def ActionInvoked(self, identifier, key):
+        pass
+
+    @dbus.service.signal(NOTIFICATIONS, signature="uu")
+    def NotificationClosed(self, identifier, reason):
+        pass
+
+    def click(self, identifier, key="default"):
+        self.ActionInvoked(identifier, key)
+
+    def close(self, identifier):
+        """The user puts the bubble away."""
+        del self.shown[identifier]
+        self.NotificationClosed(identifier, 2)
+
+
+class ScriptedFileManager(dbus.service.Object):
+    """Notes what it is asked to show."""
+
+    def __init__(self):
+        connection = connect()
+        self._owned_name = dbus.service.BusName(FILE_MANAGER, connection, do_not_queue=True)
+        super().__init__(connection, "/org/freedesktop/FileManager1")
+        self.shown = []  # addresses of files
+
+    @dbus.service.method(FILE_MANAGER, in_signature="ass", out_signature="")
+    def ShowItems(self, files, _token):  # pylint: disable=invalid-name
+        self.shown += map(str, files)
