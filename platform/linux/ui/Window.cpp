@@ -36,6 +36,7 @@ void Window::makeKeyAndOrderFront() {
   gtk_widget_realize(GTK_WIDGET(window_.get()));
   if (positionToRestore_) moveTo(window_.get(), *positionToRestore_);
   gtk_window_present(window_.get());
+  windows_.broughtToFront(window_.get());
 }
 
 void Window::orderOut() {
@@ -99,8 +100,9 @@ void Window::tellOcclusion() {
 }
 
 void Window::tellKey() {
-  const auto delegate = delegate_.lock();
-  if (delegate && gtk_window_is_active(window_.get())) delegate->windowDidBecomeKey();
+  if (!gtk_window_is_active(window_.get())) return;
+  windows_.broughtToFront(window_.get());
+  if (const auto delegate = delegate_.lock()) delegate->windowDidBecomeKey();
 }
 
 }  // namespace platform_linux

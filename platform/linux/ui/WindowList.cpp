@@ -18,22 +18,23 @@ bool isOnScreen(GtkWindow* window) {
   return isShown(window) && !isMinimized(gtk_native_get_surface(GTK_NATIVE(window)));
 }
 
+void WindowList::broughtToFront(GtkWindow* window) {
+  const auto place = std::find(windows_.begin(), windows_.end(), window);
+  if (place != windows_.end()) std::rotate(place, place + 1, windows_.end());
+}
+
 bool WindowList::anyShown() const {
   return std::any_of(windows_.begin(), windows_.end(), isShown);
 }
 
 GtkWindow* WindowList::current() const {
-  const auto active = std::find_if(windows_.begin(), windows_.end(), gtk_window_is_active);
-  if (active != windows_.end()) return *active;
-  const auto shown = std::find_if(windows_.begin(), windows_.end(), isShown);
-  return shown != windows_.end() ? *shown : nullptr;
+  const auto front = std::find_if(windows_.rbegin(), windows_.rend(), isShown);
+  return front != windows_.rend() ? *front : nullptr;
 }
 
 void WindowList::activate() const {
-  GtkWindow* const last = current();
   for (GtkWindow* const window : windows_)
-    if (isShown(window) && window != last) gtk_window_present(window);
-  if (last) gtk_window_present(last);
+    if (isShown(window)) gtk_window_present(window);
 }
 
 void WindowList::windowClosed() const {
