@@ -1,0 +1,118 @@
+"""What the tests of the windows have in common."""
+
+import os
+import subprocess
+import time
+
+import pixels
+from tool import TOOL_IDENTIFIER, Tool, ToolTest
+from waiting import BOUND, wait_until
+from windows import APPLICATION, PREFERENCES, PREVIEW, Windows
+
+# Cameras that their photos tell apart, in the order in which the tool lists them.
+RED = "name=red,title=Red camera,modes=MJPG:640x480@30,tint=d05050"
+GREEN = "name=green,title=Green camera,modes=MJPG:640x480@30,tint=50d050"
+BLUE = "name=blue,title=Blue camera,modes=MJPG:640x480@30,tint=5050d0"
+
+# Starts the program with an argument, which opens the preferences.
+_WITH_PREFERENCES = ["sh", "-c", f'exec "$@" {TOOL_IDENTIFIER}', "sh"]
+
+
+def colour_of(picture, x, y):
+    """Which of the cameras the picture comes from, as its background there tells: "red", "green" or "blue"."""
+    pixel = picture.at(x, y)
+    strongest = max(range(3), key=lambda channel: pixel[channel])
+    rest = max(value for channel, value in enumerate(pixel) if channel != strongest)
+    assert pixel[strongest] > rest + 40, f"{pixel} is no camera's colour"
+    return ("red", "green", "blue")[strongest]
+
+
+def call_tool(method, *arguments):
+    """Calls the program as desktops do; the bus starts it when it does not run. Returns when it has answered."""
+    path = "/" + APPLICATION.replace(".", "/")
+    subprocess.run(["gdbus", "call", "--session", "--dest", APPLICATION, "--object-path", path, "--method",
+                    f"org.freedesktop.Application.{method}", *arguments], check=True, stdout=subprocess.DEVNULL)
+
+
+class WindowTest(ToolTest):
+    """`display` names the kind of display; `windows` are the program's."""
+
+    display = "x11"
+
+    def setUp(self):
+        if "CAMERA_DESKTOP_DIR" in os.environ:
+            self.windows = Windows()
+            self.addCleanup(self.windows.close)
+
+    def open_preferences(self, mount_read_only=None, **options):
+        """A run that only shows the preferences; on request it finds that folder read-only."""
+        command = _WITH_PREFERENCES
+        if mount_read_only:
+            namespace = ["unshare", "--mount"] if os.geteuid() == 0 else ["unshare", "--mount", "--map-root-user"]
+            mount = 'mount -t tmpfs -o ro none "$0" && exec "$@"'
+            command = [*namespace, "sh", "-c", mount, mount_read_only, *command]
+        tool = Tool(command=command, **options).start()
+        self.windows.wait_for_window(PREFERENCES)
+        return tool
+
+    def open_preview(self, **options):
+        tool = Tool(show_preview=True, **options).start()
+        self.windows.wait_for_window(PREVIEW)
+        return tool
+
+    def choose_camera(self, title, steps):
+        """Chooses the camera that many items below the one that is chosen (above: negative) from the popup."""
+        self.windows.click("Camera", PREFERENCES)
+        self.windows.wait_until(lambda objects: any("GtkPopover" in each.name for each in objects), "the popup's list")
+        for _ in range(abs(steps)):
+            self.windows.key("Down" if steps > 0 else "Up")
+        self.windows.key("Return")
+        self.windows.wait_until(lambda objects: not any("GtkPopover" in each.name for each in objects),
+                                "the end of the popup's list")
+        self.assertEqual(self.chosen_camera(), title)
+
+    def chosen_camera(self):
+        """The title that the closed popup shows."""
+        return next(each.name for each in self.windows.objects() if self._is_camera_title(each))
+
+    def wait_for_shown_camera(self, title):
+        self.windows.wait_until(lambda objects: title in [each.name for each in objects if self._is_camera_title(each)],
+                                f"{title} in the popup")
+
+    @staticmethod
+    def _is_camera_title(each):
+        return each.role == "label" and each.window == PREFERENCES and " camera" in each.name
+
+    def preview_colour(self):
+        """The camera whose picture the preview shows, or None."""
+        x, y, width, height = self.windows.screen.frame(PREVIEW)
+        picture = self.windows.screen.picture()
+        try:
+            return colour_of(picture, (x + 0.3 * width) / picture.width, (y + 0.3 * height) / picture.height)
+        except AssertionError:
+            return None
+
+    def wait_for_preview_colour(self, colour):
+        """Looks at the screen until the camera's picture is there: pictures tell nobody of their change."""
+        deadline = time.monotonic() + BOUND
+        while (seen := self.preview_colour()) != colour:
+            if time.monotonic() > deadline:
+                self.fail(f"the preview shows {seen}, not {colour}")
+
+    def photo_colour(self, path):
+        return colour_of(pixels.decode_png(path), 0.3, 0.3)
+
+    def wait_for_photos(self, tool, count):
+        """All the photos, once there are that many and each is whole."""
+        wait_until(lambda: len(tool.photos()) >= count, tool.photo_folder, what=f"photo {count}")
+        self.assertEqual(len(tool.photos()), count)
+        for photo in tool.photos():
+            self.assert_whole_png(photo)
+        return sorted(tool.photos(), key=lambda photo: photo.stat().st_mtime_ns)
+
+    @staticmethod
+    def settings(tool):
+        return (tool.config / "camera-shot.ini").read_text(encoding="utf-8")
+
+    def wait_for_setting(self, tool, line):
+        wait_until(lambda: line in self.settings(tool).splitlines(), tool.config, what=f"{line} in the settings")

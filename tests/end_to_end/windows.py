@@ -1,0 +1,206 @@
+"""The program's windows as their user has them: what they show, and keys and clicks into them."""
+
+import functools
+import json
+import os
+import select
+import subprocess
+import tempfile
+import time
+from pathlib import Path
+
+import pixels
+from tool import in_desktop, installation
+from waiting import BOUND
+from wayland_input import WaylandInput
+
+APPLICATION = "com.verrano.quillo.CameraShot"
+PREVIEW, PREFERENCES = "Camera Shot", "Camera Shot Preferences"
+_READER = Path(__file__).with_name("accessible_windows.py")
+_DISPLAYS = {"x11": ["--window-manager"], "wayland": ["--wayland"]}
+
+
+def in_windowed_desktop(*cameras, options=()):
+    """As in_desktop, with the display that the test's class names (`display`) and the installed services."""
+
+    def decorate(method):
+        @functools.wraps(method)
+        def test(self):
+            services = ["--service-dir", installation() / "share/dbus-1/services"]
+            display = _DISPLAYS[getattr(self, "display", "x11")]
+            return in_desktop(*cameras, options=[*display, "--accessibility", *services, *options])(method)(self)
+
+        return test
+
+    return decorate
+
+
+class X11Screen:
+    """Keys and clicks by the X server's test extension; pictures of the whole screen."""
+
+    @staticmethod
+    def key(chord):
+        subprocess.run(["xdotool", "key", chord], check=True)
+
+    @staticmethod
+    def click(x, y):
+        subprocess.run(["xdotool", "mousemove", str(x), str(y), "click", "1"], check=True)
+
+    @staticmethod
+    def type(text):
+        subprocess.run(["xdotool", "type", text], check=True)
+
+    def frame(self, title):
+        """x, y, width and height of the window on the screen."""
+        told = subprocess.run(["xdotool", "getwindowgeometry", "--shell", self._window(title)], check=True,
+                              capture_output=True, text=True).stdout
+        values = dict(line.split("=") for line in told.split())
+        return tuple(int(values[name]) for name in ("X", "Y", "WIDTH", "HEIGHT"))
+
+    @staticmethod
+    def title_with_keyboard():
+        return subprocess.run(["xdotool", "getactivewindow", "getwindowname"], check=False, capture_output=True,
+                              text=True).stdout.strip()
+
+    def minimize(self, title):
+        subprocess.run(["xdotool", "windowminimize", "--sync", self._window(title)], check=True)
+
+    def restore(self, title):
+        subprocess.run(["xdotool", "windowmap", "--sync", self._window(title)], check=True)
+
+    @staticmethod
+    def _window(title):
+        # With --sync it waits until there is one; a title is a pattern.
+        found = subprocess.run(["xdotool", "search", "--sync", "--onlyvisible", "--name", f"^{title}$"], check=True,
+                               capture_output=True, text=True, timeout=BOUND).stdout
+        return found.split()[-1]
+
+    @staticmethod
+    def picture():
+        with tempfile.NamedTemporaryFile(suffix=".png") as file:
+            subprocess.run(["import", "-window", "root", file.name], check=True)
+            return pixels.decode_png(file.name)
+
+
+class WaylandScreen:
+    """Keys and clicks by a virtual keyboard and pointer of the compositor; pictures of the whole screen."""
+
+    _SIZE = (1280, 1024)
+
+    def __init__(self):
+        self._input = WaylandInput()
+
+    def key(self, chord):
+        self._input.key(chord)
+
+    def click(self, x, y):
+        self._input.click(x, y, *self._SIZE)
+
+    def frame(self, title):
+        """x, y, width and height of the window on the screen."""
+        rectangle = next(node["rect"] for node in self._nodes() if node["name"] == title)
+        return tuple(rectangle[name] for name in ("x", "y", "width", "height"))
+
+    def title_with_keyboard(self):
+        return next((node["name"] for node in self._nodes() if node["focused"]), None)
+
+    @staticmethod
+    def _nodes():
+        told = subprocess.run(["swaymsg", "-t", "get_tree"], check=True, capture_output=True, text=True).stdout
+        nodes = [json.loads(told)]
+        for node in nodes:  # which grows meanwhile
+            nodes += node["nodes"] + node["floating_nodes"]
+        return nodes
+
+    @staticmethod
+    def picture():
+        with tempfile.NamedTemporaryFile(suffix=".png") as file:
+            subprocess.run(["grim", file.name], check=True)
+            return pixels.decode_png(file.name)
+
+
+class Object:
+    """One object of a window, as assistive technologies know it."""
+
+    def __init__(self, told):
+        self.window, self.name, self.role = told["window"], told["name"], told["role"]
+        self.is_window = told["is_window"]
+        self.description = told["description"]
+        self.states = set(told["states"])
+        self.x, self.y, self.width, self.height = told["extents"]
+
+    def __repr__(self):
+        return f"{self.role} {self.name!r} in {self.window!r} {sorted(self.states)}"
+
+
+def titles(objects):
+    """The titles of the windows on the screen."""
+    return {each.name for each in objects if each.is_window and "visible" in each.states}
+
+
+class Windows:
+    """All windows of the program."""
+
+    def __init__(self):
+        self.screen = WaylandScreen() if "WAYLAND_DISPLAY" in os.environ else X11Screen()
+        self._reader = subprocess.Popen([_READER, APPLICATION], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+
+    def close(self):
+        self._reader.stdin.close()
+        self._reader.wait(BOUND)
+        self._reader.stdout.close()
+
+    def _ask(self, request):
+        self._reader.stdin.write(request + "\n")
+        self._reader.stdin.flush()
+        if not select.select([self._reader.stdout], [], [], BOUND)[0]:
+            raise AssertionError("the accessibility bus does not answer")
+        return json.loads(self._reader.stdout.readline())
+
+    def objects(self):
+        return [Object(told) for told in self._ask("look")]
+
+    def wait_until(self, condition, what):
+        """Returns the first true answer of `condition` about the objects; looks again whenever the program tells of a
+        change, and ten times a second without: not every change is told."""
+        deadline = time.monotonic() + BOUND
+        while True:
+            objects = self.objects()
+            if answer := condition(objects):
+                return answer
+            if time.monotonic() > deadline:
+                listed = "\n".join(map(repr, objects))
+                raise AssertionError(f"{what} did not come within {BOUND} s; there is:\n{listed}")
+            self._ask("wait 0.1")
+
+    def find(self, name, window):
+        """The first object of that name in that window, once there is one."""
+
+        def search(objects):
+            return next((each for each in objects if (each.name, each.window) == (name, window)
+                         and not each.is_window and window in titles(objects)), None)
+
+        return self.wait_until(search, f"{name!r} in {window!r}")
+
+    def wait_for_window(self, title):
+        """Waits until the window is there and has the keyboard, so that keys reach it."""
+        self.wait_until(lambda objects: title in titles(objects) and self.screen.title_with_keyboard() == title,
+                        f"the window {title!r}")
+
+    def wait_until_gone(self, title):
+        self.wait_until(lambda objects: title not in titles(objects), f"the end of the window {title!r}")
+
+    def titles(self):
+        return titles(self.objects())
+
+    def key(self, chord):
+        self.screen.key(chord)
+
+    def click(self, name, window):
+        """Clicks in the middle of an object."""
+        found = self.find(name, window)
+        toplevel = next(each for each in self.objects() if each.is_window and each.name == window)
+        x, y, width, height = self.screen.frame(window)
+        # What the toolkit draws around a window, the same on each side, belongs to its frame on the screen.
+        border_x, border_y = (width - toplevel.width) // 2, (height - toplevel.height) // 2
+        self.screen.click(x + border_x + found.x + found.width // 2, y + border_y + found.y + found.height // 2)
