@@ -93,6 +93,30 @@ TEST_F(ViewTest, PopupSendsItsHandlerForTheUsersChoiceOnly) {
   EXPECT_EQ(popup->indexOfSelectedItem(), 1);
 }
 
+TEST_F(ViewTest, PopupSendsNothingWhileItIsRefilledUnderTheUsersHands) {
+  const auto popup = preferences<platform::NSPopUpButton>("videoSource");
+  const auto fill = [&popup](const std::vector<const char*>& titles, int selected) {
+    popup->removeAllItems();
+    for (const auto* title : titles)
+      popup->addItem({title});
+    popup->selectItemAtIndex(selected);
+  };
+  fill({"Desk camera", "Front camera"}, 1);
+  preferences_->window()->makeKeyAndOrderFront();
+  GtkWindow* const window = toplevelWithTitle("Camera Shot Preferences");
+  ASSERT_TRUE(runUntil([window] { return gtk_window_is_active(window); }));
+  gtk_widget_activate(widget("videoSource"));
+  auto* const list = findWidget(widget("videoSource"), GTK_TYPE_POPOVER);
+  ASSERT_TRUE(runUntil([list] { return gtk_widget_get_mapped(list); }));
+  fill({"Front camera"}, 0);
+  fill({}, -1);
+  EXPECT_EQ(popup->indexOfSelectedItem(), -1);
+  fill({"Desk camera", "Front camera", "New camera"}, 2);
+  const Screenshot whatIsDueIsDone(GTK_WIDGET(window));
+  EXPECT_TRUE(calls_.empty());
+  EXPECT_EQ(popup->indexOfSelectedItem(), 2);
+}
+
 TEST_F(ViewTest, SwitchSendsItsHandlerForTheUsersChangeOnly) {
   const auto setting = preferences<platform::NSButton>("previewSetting");
   setting->setState(platform::NSControlStateValueOn);
