@@ -6,7 +6,7 @@
 
 #include "platform/linux/image/BitWriter.h"
 #include "platform/linux/image/DeflateToken.h"
-#include "platform/linux/image/HuffmanCode.h"
+#include "platform/linux/image/DeflateTokenWriter.h"
 
 namespace platform_linux {
 
@@ -16,15 +16,13 @@ class DeflateBlock {
  public:
   /// Chooses the codes for `data` as divided by `tokens`.
   void plan(std::span<const std::uint8_t> data, std::span<const DeflateToken> tokens) noexcept;
-  /// The block's size in bits.
+  /// The block's size in bits; an estimate where there are many literals, as their frequencies are.
   [[nodiscard]] std::uint64_t bits() const noexcept { return bits_; }
   /// Writes the planned block, as one that is not the last. Same arguments as `plan` got.
   void write(std::span<const std::uint8_t> data, std::span<const DeflateToken> tokens,
              BitWriter& out) const noexcept;
 
  private:
-  static constexpr std::size_t kLiteralSymbols = 286;
-  static constexpr std::size_t kDistanceSymbols = 30;
   static constexpr std::size_t kLengthCodeSymbols = 19;
 
   // One symbol of the run-length coded table of code lengths, with its extra bits.
@@ -42,8 +40,8 @@ class DeflateBlock {
   std::array<std::uint32_t, kLiteralSymbols> literalFrequencies_{};
   std::array<std::uint32_t, kDistanceSymbols> distanceFrequencies_{};
   std::array<std::uint32_t, kLengthCodeSymbols> headerFrequencies_{};
-  std::array<std::uint8_t, kLiteralSymbols> literalLengths_{};
-  std::array<std::uint8_t, kDistanceSymbols> distanceLengths_{};
+  LiteralCodeLengths literalLengths_{};
+  DistanceCodeLengths distanceLengths_{};
   std::array<std::uint8_t, kLengthCodeSymbols> headerLengths_{};
   std::array<HeaderSymbol, kLiteralSymbols + kDistanceSymbols> headerSymbols_{};
   std::size_t headerSymbolCount_ = 0;

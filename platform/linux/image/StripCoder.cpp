@@ -11,6 +11,11 @@ namespace {
 constexpr std::size_t kStoredBlockMaximum = 65535;  // RFC 1951, 3.2.4
 constexpr std::size_t kStoredBlockOverhead = 5;     // aligned: block type, length, its complement
 
+// In codes that were planned by a sample: at worst a match of three bytes takes less than six (its codes of
+// 14 and 15 bits and 18 extra bits at most), a literal less than two. And a block's table of code lengths.
+constexpr std::size_t kMostCodedPerByte = 2;
+constexpr std::size_t kMostHeaderBytes = 1024;
+
 // What BitWriter may touch behind the last byte, and the empty block that aligns the end.
 constexpr std::size_t kWriterSlack = 32;
 
@@ -61,18 +66,18 @@ void putStored(std::span<const std::uint8_t> data, BitWriter& out) {
 
 }  // namespace
 
-StripCoder::StripCoder(std::size_t stripBytes) {
+StripCoder::StripCoder(std::size_t stripBytes) : runParser_(stripBytes) {
   // No token but the last is shorter than the shortest match.
   tokens_.reserve(stripBytes / kShortestMatch + 1);
   matchTokens_.reserve(stripBytes / kShortestMatch + 1);
 }
 
 std::size_t StripCoder::codedBound(std::size_t stripBytes) noexcept {
-  return storedBytes(stripBytes) + kWriterSlack;
+  return std::max(storedBytes(stripBytes), kMostCodedPerByte * stripBytes) + kMostHeaderBytes + kWriterSlack;
 }
 
 std::size_t StripCoder::code(std::span<const std::uint8_t> strip, std::span<std::uint8_t> out) noexcept {
-  parseRuns(strip, tokens_);
+  runParser_.parse(strip, tokens_);
   block_.plan(strip, tokens_);
   const DeflateBlock* block = &block_;
   const DeflateTokens* tokens = &tokens_;
@@ -85,13 +90,15 @@ std::size_t StripCoder::code(std::span<const std::uint8_t> strip, std::span<std:
       tokens = &matchTokens_;
     }
   }
-  BitWriter writer(out.data());
   if (block->bits() / 8 + kStoredBlockOverhead < storedBytes(strip.size())) {
+    BitWriter writer(out.data());
     block->write(strip, *tokens, writer);
     putStoredBlock({}, writer);
-  } else {
-    putStored(strip, writer);
+    const auto size = static_cast<std::size_t>(writer.position() - out.data());
+    if (size <= storedBytes(strip.size())) return size;  // else the sample said too little
   }
+  BitWriter writer(out.data());
+  putStored(strip, writer);
   return static_cast<std::size_t>(writer.position() - out.data());
 }
 

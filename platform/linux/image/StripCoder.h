@@ -6,6 +6,7 @@
 
 #include "platform/linux/image/DeflateBlock.h"
 #include "platform/linux/image/MatchParser.h"
+#include "platform/linux/image/RunParser.h"
 
 namespace platform_linux {
 
@@ -27,6 +28,7 @@ class StripCoder {
   DeflateTokens matchTokens_;
   DeflateBlock block_;
   DeflateBlock matchBlock_;
+  RunParser runParser_;
   MatchParser matchParser_;
 };
 
