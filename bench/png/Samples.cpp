@@ -19,20 +19,21 @@ namespace fs = std::filesystem;
 
 struct Look {
   const char* name;
-  double blur;      // at 1080p; larger pictures of the same lens spread it over more pixels
-  double fullWell;  // electrons; the square root of the light's part of it is the noise
+  double blur;        // at 1080p; larger pictures of the same lens spread it over more pixels
+  double fullWell;    // electrons; the square root of the light's part of it is the noise
+  double sharpening;  // as SceneOptions has it
   int quality;
 };
 
-// Cameras from good light to dim, each scene once with the noise of a good sensor in daylight (about one step
-// of 255 in the middle tones, which no camera is free of) and once with that of a small one. By libpng's
-// defaults these come to 1.6 to 3.4 bits a byte. Of the sixteen JPEG files of Debian's mate-backgrounds
-// fifteen lie between 1.2 and 6.0 (median of all 2.6), and one, a drawing, at 0.6.
+// Cameras from good light to dim, each scene once with little noise and once with much, and sharpened as
+// cameras do. By libpng's defaults these come to 2.5 to 4.1 bits a byte. Photographs without noise are the
+// installed ones: of the sixteen JPEG files of Debian's mate-backgrounds fifteen lie between 1.2 and 6.0
+// (median of all 2.6), and one, a drawing, at 0.6.
 constexpr Look kLooks[] = {
-    {"sharp, daylight", 0.7, 20000, 92},  {"sharp, bright light", 0.7, 8000, 92},
-    {"webcam, daylight", 1.2, 12000, 88}, {"webcam, room light", 1.2, 2000, 88},
-    {"soft, daylight", 1.8, 12000, 90},   {"soft, room light", 1.8, 2500, 90},
-    {"webcam, cloudy", 1.4, 12000, 92},   {"webcam, dim", 1.4, 800, 92},
+    {"sharp, daylight", 0.7, 20000, 0.3, 92}, {"sharp, bright light", 0.7, 8000, 0.3, 92},
+    {"webcam, daylight", 1.2, 6000, 0.8, 88}, {"webcam, room light", 1.2, 2000, 0.8, 88},
+    {"soft, daylight", 1.8, 6000, 0.8, 90},   {"soft, room light", 1.8, 2500, 0.8, 90},
+    {"webcam, cloudy", 1.4, 6000, 0.8, 92},   {"webcam, dim", 1.4, 800, 0.8, 92},
 };
 
 Sample fromJpeg(std::string name, std::string kind, Bytes jpeg) {
@@ -98,12 +99,13 @@ void forEachGeneratedSample(const SampleOptions& options, const std::function<vo
     if (options.quick && seed > 4) break;
     // A larger sensor behind the same lens: the same scene is blurred over somewhat more pixels.
     const double blur = options.large ? look.blur * 1.4 : look.blur;
-    const Picture photo = photographScene({width, height, 1 + (seed - 1) / 2, blur, look.fullWell, false});
+    const Picture photo =
+        photographScene({width, height, 1 + (seed - 1) / 2, blur, look.fullWell, look.sharpening, false});
     use(fromJpeg(look.name, "photo", encodeCameraJpeg(photo, look.quality)));
     ++seed;
   }
   for (const double fullWell : {0.0, 2000.0}) {
-    const Picture photo = photographScene({width, height, 7, 1.2, fullWell, true});
+    const Picture photo = photographScene({width, height, 7, 1.2, fullWell, fullWell > 0 ? 0.8 : 0.0, true});
     use(fromJpeg(fullWell > 0 ? "grey, room light" : "grey, clean", "grey", encodeCameraJpeg(photo, 90)));
   }
   makeDrawings(width, height, use);

@@ -13,13 +13,15 @@ struct SceneOptions {
   double blur = 0.9;
   /// Electrons of a fully lit photosite: the fewer, the more photon noise. 0: no noise at all.
   double fullWell = 0;
+  /// How much of what a blur of about a pixel would take away is added: cameras take 0.3 to 1.
+  double sharpening = 0;
   bool grey = false;
 };
 
 /// A plausible photograph, the same for the same options: opaque things of all sizes that cover one another
 /// (sizes fall off with the third power, which gives natural pictures' 1/f spectrum and edges), each lit and
 /// textured over several octaves, seen through a lens, sampled by a Bayer sensor with photon and read noise,
-/// demosaiced and brought to sRGB's curve.
+/// demosaiced, sharpened and brought to sRGB's curve.
 Picture photographScene(const SceneOptions& options);
 
 /// What a camera makes of it: JPEG, 4:2:2.

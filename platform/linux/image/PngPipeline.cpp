@@ -13,7 +13,7 @@ namespace {
 
 // About as many bytes of rows make up a strip: few enough to stay in a core's cache from decoding to coding,
 // enough that a strip's own codes and chunk cost next to nothing.
-constexpr std::size_t kStripBytes = std::size_t{160} * 1024;
+constexpr std::size_t kStripBytes = std::size_t{112} * 1024;
 
 // Strips in memory for each thread: one in work, one waiting to be written or coded.
 constexpr unsigned kSlotsPerThread = 2;
