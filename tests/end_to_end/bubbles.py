@@ -5,6 +5,8 @@ import signal
 import subprocess
 from pathlib import Path
 
+import dbus
+
 from session_bus import Client, turn_until
 from tool import installation
 
@@ -16,6 +18,17 @@ SERVICES = ("--service-dir", f"{installation()}/share/dbus-1/services")
 
 # Picks the entry whose text has this word from what dunst offers for a notification.
 _PICK = '#!/bin/sh\nexec grep -m 1 "$(cat "${0%/*}/wanted")"\n'
+
+
+def path_of(name):
+    return "/" + name.replace(".", "/")
+
+
+def post_photo(client, identifier, photo):
+    """Posts as the program does when it has taken a photo, whose path is the title here."""
+    notification = dbus.Dictionary({"title": photo, "default-action": "app.show-photo", "default-action-target": photo,
+                                    "default-action-label": "Show"}, signature="sv")
+    client.call(NOTIFIER, path_of(NOTIFIER), NOTIFIER, "Post", "ssa{sv}", (APPLICATION, identifier, notification))
 
 
 def mouse(*commands):

@@ -1,0 +1,197 @@
+#!/usr/bin/env python3
+"""The program and its helper on the bus: many starts, calls of the desktop, and what is missing, silent or killed."""
+
+import os
+import signal
+import unittest
+
+import dbus
+
+from bubbles import APPLICATION, NOTIFICATIONS, NOTIFIER, SERVICES, path_of, post_photo, windows_named
+from scripted_services import ScriptedDaemon, ScriptedFileManager
+from session_bus import Client, Monitor, turn_until
+from tool import HD, TOOL_IDENTIFIER, Tool, ToolTest, in_desktop
+from waiting import wait_for_exit
+
+WHOLE_RUN = ["Launch", "Start", "Stop", "Quit"]
+
+
+def launches(tool):
+    return [event["details"] for event in tool.events() if event["event"] == "Launch"]
+
+
+class Starts(ToolTest):
+    @in_desktop(HD, options=SERVICES)
+    def test_of_twelve_at_once_one_takes_the_photo_and_eleven_leave(self):
+        tool = Tool()
+        starts = [tool.start().process for _ in range(12)]
+        for process in starts:
+            self.assertEqual(wait_for_exit(process), 0, tool.log())
+        self.assert_one_photo(tool)
+        self.assertCountEqual(launches(tool), [{"Silent": True}] + 11 * [{"AnotherInstanceRunning": True}])
+        self.assertCountEqual(tool.names(), ["Start", "Stop"] + 12 * ["Launch", "Quit"])
+
+
+class DesktopCalls(ToolTest):
+    """What menus, file managers and shells ask of the program, over org.freedesktop.Application."""
+
+    def call(self, method, signature, *arguments):
+        return Client().call(APPLICATION, path_of(APPLICATION), "org.freedesktop.Application", method,
+                             signature + "a{sv}", (*arguments, dbus.Dictionary({}, signature="sv")))
+
+    def action(self, name, *parameters):
+        self.call("ActivateAction", "sav", name, dbus.Array(parameters, signature="v"))
+
+    def start_by_the_bus(self):
+        """The program as the bus starts it, before anybody has told it anything."""
+        Client().ask_bus("StartServiceByName", "su", APPLICATION, 0)
+
+    def wait_until_gone(self, tool):
+        turn_until(lambda: "Quit" in tool.names(), tool.state, what="the end")
+        Client().wait_until_unowned(APPLICATION)
+
+    @in_desktop(HD, options=SERVICES)
+    def test_activation_of_a_silent_run_takes_another_photo(self):
+        tool = Tool().start()
+        tool.wait_for_event("Start")
+        self.call("Activate", "")
+        self.assertEqual(tool.wait(), 0, tool.log())
+        self.assertEqual(tool.names().count("Start"), 2)
+        self.assertEqual(len(tool.photos()), 2)
+        self.assertEqual(launches(tool), [{"Silent": True}])
+
+    @in_desktop(HD, options=(*SERVICES, "--display"))
+    def test_neither_activation_nor_an_unknown_action_changes_a_preview(self):
+        tool = Tool(show_preview=True).start()
+        turn_until(lambda: windows_named("^Camera Shot$"), what="the window", retry=True)
+        self.call("Activate", "")
+        with self.assertRaises(dbus.DBusException):
+            self.action("self-destruct")
+        self.assertEqual(len(windows_named("^Camera Shot$")), 1)
+        self.assertEqual(tool.stop(), 0, tool.log())
+        self.assertEqual(tool.names(), ["Launch", "Quit"])
+
+    @in_desktop(HD, options=(*SERVICES, "--display"))
+    def test_a_file_with_the_tools_identifier_opens_the_preferences_and_no_other(self):
+        tool = Tool(show_preview=True).start()
+        turn_until(lambda: windows_named("^Camera Shot$"), what="the window", retry=True)
+        self.call("Open", "as", [f"file:///{TOOL_IDENTIFIER}.txt", "file:///photo.png"])
+        self.assertEqual(windows_named("Preferences$"), [])
+        self.call("Open", "as", [f"file:///folder/{TOOL_IDENTIFIER}"])
+        turn_until(lambda: windows_named("Preferences$"), what="the preferences", retry=True)
+        self.assertEqual(tool.stop(), 0, tool.log())
+
+    @in_desktop(HD, options=(*SERVICES, "--display"))
+    def test_the_action_of_the_menu_entry_launches_with_the_preferences(self):
+        tool = Tool()
+        self.action("preferences")
+        turn_until(lambda: windows_named("Preferences$"), what="the preferences", retry=True)
+        self.assertEqual(launches(tool), [{"Preferences": True}])
+        os.kill(Client().process_of(APPLICATION), signal.SIGTERM)
+        self.wait_until_gone(tool)
+        self.assertEqual(tool.photos(), [])
+
+    @in_desktop(HD, options=SERVICES)
+    def test_started_by_the_bus_the_first_call_decides_activation(self):
+        tool = Tool()
+        self.start_by_the_bus()
+        self.assertEqual(tool.names(), [])
+        self.call("Activate", "")
+        self.wait_until_gone(tool)
+        self.assertEqual(launches(tool), [{"Silent": True}])
+        self.assertEqual(len(tool.photos()), 1)
+
+    @in_desktop(HD, options=SERVICES)
+    def test_started_by_the_bus_the_first_call_decides_click(self):
+        tool = Tool()
+        files = ScriptedFileManager()
+        self.start_by_the_bus()
+        self.action("show-photo", "/a photo.png")
+        self.wait_until_gone(tool)
+        self.assertEqual(tool.names(), ["Launch", "Quit"])
+        self.assertEqual(launches(tool), [{"ClickOnNotification": True}])
+        self.assertEqual(files.shown, ["file:///a%20photo.png"])
+
+
+class Helper(ToolTest):
+    @in_desktop(options=SERVICES)
+    def test_killed_it_starts_anew_for_the_next_photo_and_then_replaces_again(self):
+        bus, daemon = Client(), ScriptedDaemon()
+        post_photo(bus, "Photo", "/1.png")
+        turn_until(lambda: daemon.order == [1], what="the first bubble")
+        os.kill(bus.process_of(NOTIFIER), signal.SIGKILL)
+        bus.wait_until_unowned(NOTIFIER)
+        post_photo(bus, "Photo", "/2.png")
+        post_photo(bus, "Photo", "/3.png")
+        turn_until(lambda: daemon.order == [1, 2, 2], what="the bubbles of the next photos")
+
+        daemon.close(1)
+        daemon.close(2)
+        bus.wait_until_unowned(NOTIFIER)
+
+
+class Missing(ToolTest):
+    """Whatever becomes of the notification, the run ends as any other."""
+
+    def assert_whole_run(self, tool):
+        self.assertEqual(tool.run(), 0, tool.log())
+        self.assertEqual(tool.names(), WHOLE_RUN)
+        self.assert_one_photo(tool)
+
+    @in_desktop(HD, options=SERVICES)
+    def test_no_notification_service(self):
+        self.assert_whole_run(Tool())
+        Client().wait_until_unowned(NOTIFIER)
+
+    @in_desktop(HD)
+    def test_no_helper(self):
+        self.assert_whole_run(Tool())
+
+    @in_desktop(HD, options=SERVICES)
+    def test_a_service_that_never_answers(self):
+        daemon = ScriptedDaemon()
+        daemon.silent = True
+        self.assert_whole_run(Tool())
+
+    @in_desktop(HD, options=SERVICES)
+    def test_a_service_that_dies_of_the_notification(self):
+        dying = ScriptedDaemon()
+        dying.dies_of_the_next = True
+        tool = Tool()
+        self.assert_whole_run(tool)
+        bus = Client()
+        bus.wait_until_unowned(NOTIFICATIONS)
+        daemon = ScriptedDaemon()
+        self.assertEqual(tool.run(), 0, tool.log())
+        turn_until(lambda: daemon.shown, what="the notification on the next service")
+
+    @in_desktop(HD, options=SERVICES)
+    def test_a_helper_that_hangs(self):
+        bus = Client()
+        bus.ask_bus("StartServiceByName", "su", NOTIFIER, 0)
+        helper = bus.process_of(NOTIFIER)
+        os.kill(helper, signal.SIGSTOP)
+        try:
+            self.assert_whole_run(Tool())
+        finally:
+            os.kill(helper, signal.SIGKILL)
+
+
+class DeletedPhoto(ToolTest):
+    @in_desktop(HD, options=SERVICES)
+    def test_a_click_is_passed_on_and_nothing_is_said(self):
+        monitor, daemon, files, tool = Monitor(), ScriptedDaemon(), ScriptedFileManager(), Tool()
+        self.assertEqual(tool.run(), 0, tool.log())
+        turn_until(lambda: daemon.shown, what="the bubble")
+        photo = self.assert_one_photo(tool)
+        photo.unlink()
+        daemon.click(1)
+        turn_until(lambda: files.shown, what="the file manager")
+        self.assertEqual(files.shown, [photo.as_uri()])
+        turn_until(lambda: tool.names()[-1] == "Quit" and len(tool.names()) > len(WHOLE_RUN), tool.state)
+        self.assertEqual(launches(tool), [{"Silent": True}, {"ClickOnNotification": True}])
+        self.assertEqual(len(monitor.calls("Notify")), 1)
+
+
+if __name__ == "__main__":
+    unittest.main()
