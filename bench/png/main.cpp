@@ -254,7 +254,7 @@ class Benchmark {
       const std::uint8_t* above = zeros.data();
       for (std::uint32_t y = 0; y < picture.height; ++y) {
         const std::uint8_t* row = picture.pixels.data() + y * picture.rowBytes();
-        platform_linux::filterRow(platform_linux::PngFilter::kPaeth, {row, picture.rowBytes()}, above,
+        platform_linux::filterRow({row, picture.rowBytes()}, above,
                                   copy.data() + y * (picture.rowBytes() + 1));
         above = row;
       }

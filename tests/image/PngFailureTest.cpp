@@ -28,8 +28,7 @@ class EmptySource final : public platform_linux::RowSource {
   std::uint32_t height_;
 };
 
-TEST(PngFailure, OfTheSinkEndsTheWriting) {
-  const Picture picture = photoPicture(700, 500, 1);
+void expectSinkFailures(const Picture& picture) {
   const std::size_t whole = encodePng(picture, 1).size();
   for (const unsigned threads : {1U, 2U, 3U}) {
     for (std::size_t capacity = 0; capacity < whole; capacity += 1 + whole / 61) {
@@ -45,6 +44,11 @@ TEST(PngFailure, OfTheSinkEndsTheWriting) {
     PictureSource again(picture);
     EXPECT_EQ(writePng(again, {}, tooSmall, {.threads = threads}), PngResult::kSinkFailed);
   }
+}
+
+TEST(PngFailure, OfTheSinkEndsTheWriting) {
+  expectSinkFailures(photoPicture(700, 500, 1));
+  expectSinkFailures(drawnPicture(700, 900, 2));
 }
 
 TEST(PngFailure, OfTheSourceEndsTheWriting) {

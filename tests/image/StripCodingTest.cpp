@@ -88,8 +88,10 @@ Bytes inflated(std::span<const std::uint8_t> coded, std::size_t size) {
 std::size_t codeAndCheck(const Bytes& data) {
   StripCoder coder(data.size());
   Bytes out(StripCoder::codedBound(data.size()));
-  const std::size_t size = coder.code(data, out);
-  EXPECT_EQ(inflated(std::span(out).first(size), data.size()), data);
+  const std::size_t size = coder.code(data, out).value_or(0);
+  if (size > 0) {
+    EXPECT_EQ(inflated(std::span(out).first(size), data.size()), data);
+  }
   return size;
 }
 

@@ -18,19 +18,10 @@ constexpr std::size_t kShortestRun = 5;
 // finds its middle from there.
 constexpr std::size_t kRememberedEnds = 32;
 
-// How each search goes about it; the figures were tried on photographs, screenshots and drawings.
-struct Effort {
-  std::size_t hashBytes;      // places agree in at least this many bytes
-  std::size_t shortestMatch;  // other than runs
-  int longestChain;           // places that are looked at
-  std::size_t goodLength;     // taken without looking further
-  bool looksAhead;            // whether a longer match one byte later is preferred
-};
-
-constexpr Effort effortOf(MatchSearch search) {
-  if (search == MatchSearch::kLong) return {8, 9, 2, 32, false};
-  return {4, 5, 16, 96, true};
-}
+// How the search goes about it; the figures were tried on clean and grey photographs.
+constexpr std::size_t kShortestSearched = 9;
+constexpr int kPlacesLookedAt = 2;
+constexpr std::size_t kGoodLength = 32;  // taken without looking further
 
 std::uint64_t wordAt(const std::uint8_t* at) {
   std::uint64_t word = 0;
@@ -38,10 +29,10 @@ std::uint64_t wordAt(const std::uint8_t* at) {
   return word;
 }
 
-template <std::size_t bytes>
-std::uint32_t hashOf(const std::uint8_t* at) {
+// Of the next kWordBytes bytes.
+std::uint32_t hashAt(const std::uint8_t* at) {
   constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15;  // 2^64 / golden ratio
-  return static_cast<std::uint32_t>((wordAt(at) << (64 - 8 * bytes)) * kFactor >> (64 - kHashBits));
+  return static_cast<std::uint32_t>(wordAt(at) * kFactor >> (64 - kHashBits));
 }
 
 std::size_t commonLength(const std::uint8_t* a, const std::uint8_t* b, std::size_t most) {
@@ -59,80 +50,60 @@ std::size_t commonLength(const std::uint8_t* a, const std::uint8_t* b, std::size
 
 MatchParser::MatchParser() : newest_(std::size_t{1} << kHashBits), older_(kLargestDistance) {}
 
-void MatchParser::parse(std::span<const std::uint8_t> data, MatchSearch search, DeflateTokens& tokens) {
-  tokens.clear();
-  data_ = data;
-  std::fill(newest_.begin(), newest_.end(), 0U);
-  if (search == MatchSearch::kLong) {
-    parseBy<MatchSearch::kLong>(tokens);
-  } else {
-    parseBy<MatchSearch::kThorough>(tokens);
-  }
-}
-
-template <MatchSearch search>
 void MatchParser::insert(std::size_t position) noexcept {
   if (position + kWordBytes > data_.size()) return;
-  std::uint32_t& newest = newest_[hashOf<effortOf(search).hashBytes>(data_.data() + position)];
+  std::uint32_t& newest = newest_[hashAt(data_.data() + position)];
   older_[position & kWindowMask] = newest;
   newest = static_cast<std::uint32_t>(position + 1);
 }
 
-// The longest match found, the nearest of equals; length 0 when none is longer than `longerThan`.
-template <MatchSearch search>
-MatchParser::Match MatchParser::findAt(std::size_t position, std::size_t longerThan) const noexcept {
-  constexpr Effort effort = effortOf(search);
+// The longest match found, the nearest of equals; length 0 when there is none.
+MatchParser::Match MatchParser::findAt(std::size_t position) const noexcept {
   const std::size_t most = std::min(kLongestMatch, data_.size() - position);
   const std::uint8_t* here = data_.data() + position;
-  Match best{longerThan, 0};
+  Match best;
   if (position > 0 && here[0] == here[-1]) {
     const std::size_t run = commonLength(here, here - 1, most);
-    if (run >= kShortestRun && run > best.length) best = {run, 1};
+    if (run >= kShortestRun) best = {run, 1};
   }
-  const bool searches =
-      position + kWordBytes <= data_.size() && best.length < std::min(most, effort.goodLength);
-  std::uint32_t candidate = searches ? newest_[hashOf<effort.hashBytes>(here)] : 0;
-  for (int left = effort.longestChain; candidate != 0 && left > 0; --left) {
+  const bool searches = position + kWordBytes <= data_.size() && best.length < std::min(most, kGoodLength);
+  std::uint32_t candidate = searches ? newest_[hashAt(here)] : 0;
+  for (int left = kPlacesLookedAt; candidate != 0 && left > 0; --left) {
     const std::size_t earlier = candidate - 1;
     const std::size_t distance = position - earlier;
     if (distance >= kLargestDistance) break;
     const std::uint8_t* there = data_.data() + earlier;
     if (there[best.length] == here[best.length]) {
       const std::size_t length = commonLength(here, there, most);
-      if (length > best.length && length >= effort.shortestMatch) best = {length, distance};
-      if (best.length >= std::min(most, effort.goodLength)) break;
+      if (length > best.length && length >= kShortestSearched) best = {length, distance};
+      if (best.length >= std::min(most, kGoodLength)) break;
     }
     candidate = older_[earlier & kWindowMask];
   }
-  return best.distance == 0 ? Match{} : best;
+  return best;
 }
 
-template <MatchSearch search>
-void MatchParser::parseBy(DeflateTokens& tokens) {
-  constexpr Effort effort = effortOf(search);
+void MatchParser::parse(std::span<const std::uint8_t> data, DeflateTokens& tokens) {
+  tokens.clear();
+  data_ = data;
+  std::fill(newest_.begin(), newest_.end(), 0U);
   std::size_t literalsFrom = 0;
   std::size_t at = 0;
   while (at < data_.size()) {
-    Match match = findAt<search>(at, 0);
-    insert<search>(at);
+    const Match match = findAt(at);
+    insert(at);
     if (match.length == 0) {
       ++at;
       continue;
-    }
-    while (effort.looksAhead && match.length < effort.goodLength && at + 1 < data_.size()) {
-      const Match later = findAt<search>(at + 1, match.length + 1);
-      if (later.length == 0) break;
-      insert<search>(++at);
-      match = later;
     }
     tokens.push_back({static_cast<std::uint32_t>(at - literalsFrom), static_cast<std::uint16_t>(match.length),
                       static_cast<std::uint16_t>(match.distance)});
     const std::size_t end = at + match.length;
     const bool isLong = match.length > 2 * kRememberedEnds;
     for (const std::size_t upTo = isLong ? at + kRememberedEnds : end; ++at < upTo;)
-      insert<search>(at);
+      insert(at);
     for (at = isLong ? end - kRememberedEnds : end; at < end; ++at)
-      insert<search>(at);
+      insert(at);
     literalsFrom = end;
   }
   tokens.push_back({static_cast<std::uint32_t>(data_.size() - literalsFrom), 0, 0});

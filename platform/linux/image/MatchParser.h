@@ -8,24 +8,16 @@
 
 namespace platform_linux {
 
-/// What to look for.
-enum class MatchSearch {
-  /// Long matches only, at the first glance: clean or grey photographs, whose bytes cost little as literals.
-  kLong,
-  /// Short matches too, with some patience: drawings.
-  kThorough,
-};
-
-/// Divides bytes into literals and matches by searching earlier places with the same beginning, for pictures
-/// where the photographs' short way leaves much to gain. Matches stay within the bytes given, so that pieces
-/// can be coded independently.
+/// Divides bytes into literals and long matches, found at the first glance, by searching earlier places with
+/// the same beginning: for clean or grey photographs, whose bytes cost little as literals. Matches stay
+/// within the bytes given, so that pieces can be coded independently.
 class MatchParser {
  public:
   /// Throws std::bad_alloc; nothing is allocated later.
   MatchParser();
 
   /// Replaces what is in `tokens`.
-  void parse(std::span<const std::uint8_t> data, MatchSearch search, DeflateTokens& tokens);
+  void parse(std::span<const std::uint8_t> data, DeflateTokens& tokens);
 
  private:
   struct Match {
@@ -33,11 +25,7 @@ class MatchParser {
     std::size_t distance = 0;
   };
 
-  template <MatchSearch search>
-  void parseBy(DeflateTokens& tokens);
-  template <MatchSearch search>
-  [[nodiscard]] Match findAt(std::size_t position, std::size_t longerThan) const noexcept;
-  template <MatchSearch search>
+  [[nodiscard]] Match findAt(std::size_t position) const noexcept;
   void insert(std::size_t position) noexcept;
 
   std::span<const std::uint8_t> data_;

@@ -1,6 +1,7 @@
 #include "platform/linux/image/PngChunks.h"
 
 #include <algorithm>
+#include <array>
 #include <ctime>
 
 #include <libdeflate.h>
@@ -16,6 +17,9 @@ constexpr std::array<std::uint8_t, 8> kSignature = {0x89, 'P', 'N', 'G', '\r', '
 constexpr std::uint8_t kBitsPerChannel = 8;
 constexpr std::uint8_t kTruecolour = 2;
 constexpr std::uint8_t kPerceptualIntent = 0;
+
+// The beginning of a zlib stream (RFC 1950, 2.2): deflate, 32 KB window, fastest level.
+constexpr std::array<std::uint8_t, 2> kZlibBeginning = {0x78, 0x01};
 
 // The only block of a deflate stream's end: last, of the fixed codes, empty.
 constexpr std::array<std::uint8_t, 2> kEmptyLastBlock = {0x03, 0x00};
@@ -79,6 +83,7 @@ Bytes pngBeginning(std::uint32_t width, std::uint32_t height, const PngMetadata&
     appendChunk("tIME", timeData(*metadata.captureTime), out);
     appendChunk("eXIf", ExifBlock{.orientation = {}, .captureTime = metadata.captureTime}.bytes(), out);
   }
+  appendChunk("IDAT", Bytes(kZlibBeginning.begin(), kZlibBeginning.end()), out);
   return out;
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <span>
 #include <string_view>
@@ -17,12 +16,10 @@ inline constexpr std::size_t kPngChunkTailBytes = 4;
 /// Completes a chunk in place: `chunk` holds room for the head, the data, and room for the tail.
 void finishPngChunk(std::string_view name, std::span<std::uint8_t> chunk) noexcept;
 
-/// All that precedes the pixels: signature, IHDR, sRGB, and what the metadata says.
+/// All that precedes the pixels: signature, IHDR, sRGB, what the metadata says, and the beginning of the
+/// pixels' zlib stream, in a chunk of its own because there are several ways to go on.
 [[nodiscard]] std::vector<std::uint8_t> pngBeginning(std::uint32_t width, std::uint32_t height,
                                                      const PngMetadata& metadata);
-
-/// The beginning of the zlib stream within the first pixel chunk: deflate, 32 KB window, fastest level.
-inline constexpr std::array<std::uint8_t, 2> kZlibBeginning = {0x78, 0x01};
 
 /// The end of the zlib stream, in a chunk of its own, and of the file. `adler` is that of all filtered rows.
 [[nodiscard]] std::vector<std::uint8_t> pngEnd(std::uint32_t adler);

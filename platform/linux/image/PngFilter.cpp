@@ -10,6 +10,10 @@
 namespace platform_linux {
 namespace {
 
+// The filters' numbers in the file.
+constexpr std::uint8_t kNone = 0;
+constexpr std::uint8_t kPaeth = 4;
+
 // The Paeth predictor of PNG (section 9.4), `left`, `above` and `aboveLeft` of the pixel to predict. The
 // distances to the estimate left + above - aboveLeft are taken without leaving 8 bits:
 //   left:      |above - aboveLeft|
@@ -58,26 +62,19 @@ void filterPaeth(std::span<const std::uint8_t> row, const std::uint8_t* previous
   }
 }
 
-void filterUp(std::span<const std::uint8_t> row, const std::uint8_t* previous, std::uint8_t* out) {
-  for (std::size_t i = 0; i < row.size(); ++i)
-    out[i] = static_cast<std::uint8_t>(row[i] - previous[i]);
+bool isBlack(std::span<const std::uint8_t> row) {
+  return std::all_of(row.begin(), row.end(), [](std::uint8_t value) { return value == 0; });
 }
 
 }  // namespace
 
-void filterRow(PngFilter filter, std::span<const std::uint8_t> row, const std::uint8_t* previous,
-               std::uint8_t* out) noexcept {
-  *out++ = static_cast<std::uint8_t>(filter);
-  switch (filter) {
-    case PngFilter::kNone:
-      std::copy(row.begin(), row.end(), out);
-      break;
-    case PngFilter::kUp:
-      filterUp(row, previous, out);
-      break;
-    case PngFilter::kPaeth:
-      filterPaeth(row, previous, out);
-      break;
+void filterRow(std::span<const std::uint8_t> row, const std::uint8_t* previous, std::uint8_t* out) noexcept {
+  if (isBlack(row)) {
+    *out++ = kNone;
+    std::fill_n(out, row.size(), std::uint8_t{0});
+  } else {
+    *out++ = kPaeth;
+    filterPaeth(row, previous, out);
   }
 }
 

@@ -7,6 +7,7 @@
 #include <libdeflate.h>
 
 #include "platform/linux/image/PngChunks.h"
+#include "platform/linux/image/PngFilter.h"
 
 namespace platform_linux {
 namespace {
@@ -18,10 +19,6 @@ constexpr std::size_t kStripBytes = std::size_t{112} * 1024;
 // Strips in memory for each thread: one in work, one waiting to be written or coded.
 constexpr unsigned kSlotsPerThread = 2;
 
-// A strip that comes out smaller than this part of its size is drawn or flat, where the best filter is not
-// always the photographs' one and trying others takes little.
-constexpr std::size_t kDrawnFraction = 16;
-
 std::uint32_t rowsPerStripOf(const RowSource& source) {
   const auto fitting = static_cast<std::uint32_t>(kStripBytes / source.rowBytes());
   return std::clamp(fitting, std::uint32_t{1}, source.height());
@@ -30,19 +27,18 @@ std::uint32_t rowsPerStripOf(const RowSource& source) {
 }  // namespace
 
 PngPipeline::Worker::Worker(std::size_t stripBytes)
-    : filtered(std::make_unique_for_overwrite<std::uint8_t[]>(stripBytes)),
-      alternative(std::make_unique_for_overwrite<std::uint8_t[]>(StripCoder::codedBound(stripBytes))),
-      coder(stripBytes) {}
+    : filtered(std::make_unique_for_overwrite<std::uint8_t[]>(stripBytes)), coder(stripBytes) {}
 
 PngPipeline::PngPipeline(RowSource& source, ByteSink& sink, unsigned threads)
     : source_(source),
       sink_(sink),
       rowBytes_(source.rowBytes()),
       rowsPerStrip_(rowsPerStripOf(source)),
-      strips_((source.height() + rowsPerStrip_ - 1) / rowsPerStrip_) {
+      strips_((source.height() + rowsPerStrip_ - 1) / rowsPerStrip_),
+      drawings_(sink) {
   const std::size_t filteredBytes = rowsPerStrip_ * (rowBytes_ + 1);
   const std::size_t chunkBytes =
-      kPngChunkHeadBytes + kZlibBeginning.size() + StripCoder::codedBound(filteredBytes) + kPngChunkTailBytes;
+      kPngChunkHeadBytes + StripCoder::codedBound(filteredBytes) + kPngChunkTailBytes;
   threads = std::min(threads, strips_);
   workers_.reserve(threads);
   for (unsigned i = 0; i < threads; ++i)
@@ -76,7 +72,7 @@ void PngPipeline::work(Worker& worker) noexcept {
   while (true) {
     switch (nextTask()) {
       case Task::kWrite:
-        write(lock);
+        write(worker, lock);
         break;
       case Task::kCode:
         code(worker, lock);
@@ -122,18 +118,18 @@ void PngPipeline::code(Worker& worker, std::unique_lock<std::mutex>& lock) noexc
   changed_.notify_all();
 }
 
-void PngPipeline::write(std::unique_lock<std::mutex>& lock) noexcept {
+void PngPipeline::write(Worker& worker, std::unique_lock<std::mutex>& lock) noexcept {
   writing_ = true;
-  Slot& slot = slotOf(written_);
-  const std::size_t filteredBytes = rowsIn(written_) * (rowBytes_ + 1);
-  adler_ = combineAdler(adler_, slot.adler, filteredBytes);
+  const std::uint32_t strip = written_;
+  Slot& slot = slotOf(strip);
+  adler_ = combineAdler(adler_, slot.adler, rowsIn(strip) * (rowBytes_ + 1));
   lock.unlock();
-  const bool accepted = sink_.write({slot.chunk.get(), slot.chunkBytes});
+  const PngResult result = writeStrip(strip, worker);
   lock.lock();
   writing_ = false;
   slot.coded = false;
   ++written_;
-  if (!accepted) stop(PngResult::kSinkFailed);
+  if (result != PngResult::kWritten) stop(result);
   changed_.notify_all();
 }
 
@@ -147,36 +143,32 @@ bool PngPipeline::readStrip(std::uint32_t strip) noexcept {
   return source_.readRows({above + rowBytes_, rowsIn(strip) * rowBytes_});
 }
 
-std::span<const std::uint8_t> PngPipeline::filterStrip(std::uint32_t strip, PngFilter filter,
-                                                       Worker& worker) noexcept {
+std::span<const std::uint8_t> PngPipeline::filterStrip(std::uint32_t strip, Worker& worker) noexcept {
   const std::uint8_t* row = slotOf(strip).rows.get();
   std::uint8_t* filtered = worker.filtered.get();
-  for (std::uint32_t i = 0; i < rowsIn(strip); ++i, row += rowBytes_, filtered += rowBytes_ + 1) {
-    filterRow(filter, {row + rowBytes_, rowBytes_}, row, filtered);
-  }
+  for (std::uint32_t i = 0; i < rowsIn(strip); ++i, row += rowBytes_, filtered += rowBytes_ + 1)
+    filterRow({row + rowBytes_, rowBytes_}, row, filtered);
   return {worker.filtered.get(), filtered};
 }
 
 void PngPipeline::codeStrip(std::uint32_t strip, Worker& worker) noexcept {
   Slot& slot = slotOf(strip);
-  std::uint8_t* out = slot.chunk.get() + kPngChunkHeadBytes;
-  if (strip == 0) out = std::copy(kZlibBeginning.begin(), kZlibBeginning.end(), out);
-  auto filtered = filterStrip(strip, PngFilter::kPaeth, worker);
+  const auto filtered = filterStrip(strip, worker);
   slot.adler = libdeflate_adler32(1, filtered.data(), filtered.size());
-  std::size_t size = worker.coder.code(filtered, {out, StripCoder::codedBound(filtered.size())});
-  if (size < filtered.size() / kDrawnFraction) {
-    for (const PngFilter filter : {PngFilter::kNone, PngFilter::kUp}) {
-      filtered = filterStrip(strip, filter, worker);
-      const std::size_t other =
-          worker.coder.code(filtered, {worker.alternative.get(), StripCoder::codedBound(filtered.size())});
-      if (other >= size) continue;
-      size = other;
-      std::copy_n(worker.alternative.get(), size, out);
-      slot.adler = libdeflate_adler32(1, filtered.data(), filtered.size());
-    }
-  }
-  slot.chunkBytes = static_cast<std::size_t>(out + size - slot.chunk.get()) + kPngChunkTailBytes;
-  finishPngChunk("IDAT", {slot.chunk.get(), slot.chunkBytes});
+  std::uint8_t* out = slot.chunk.get() + kPngChunkHeadBytes;
+  const auto size = worker.coder.code(filtered, {out, StripCoder::codedBound(filtered.size())});
+  slot.chunkBytes = size ? kPngChunkHeadBytes + *size + kPngChunkTailBytes : 0;
+  if (size) finishPngChunk("IDAT", {slot.chunk.get(), slot.chunkBytes});
+}
+
+PngResult PngPipeline::writeStrip(std::uint32_t strip, Worker& worker) noexcept {
+  const Slot& slot = slotOf(strip);
+  const bool isDrawn = slot.chunkBytes == 0;
+  PngResult result = isDrawn ? drawings_.append(filterStrip(strip, worker)) : drawings_.finish();
+  const bool isLast = strip + 1 == strips_;
+  if (result == PngResult::kWritten && isDrawn && isLast) result = drawings_.finish();
+  if (result != PngResult::kWritten || isDrawn) return result;
+  return sink_.write({slot.chunk.get(), slot.chunkBytes}) ? PngResult::kWritten : PngResult::kSinkFailed;
 }
 
 void PngPipeline::stop(PngResult result) noexcept {

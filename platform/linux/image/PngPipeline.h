@@ -6,7 +6,7 @@
 #include <mutex>
 #include <vector>
 
-#include "platform/linux/image/PngFilter.h"
+#include "platform/linux/image/DrawingCoder.h"
 #include "platform/linux/image/PngWriter.h"
 #include "platform/linux/image/StripCoder.h"
 
@@ -31,9 +31,9 @@ class PngPipeline {
 
   // A strip's place in memory; strips take the places in turn.
   struct Slot {
-    Buffer rows;   // the row above the strip, then the strip
-    Buffer chunk;  // the strip as a chunk
-    std::size_t chunkBytes = 0;
+    Buffer rows;                 // the row above the strip, then the strip
+    Buffer chunk;                // the strip as a chunk
+    std::size_t chunkBytes = 0;  // 0: drawn, to be coded in order
     std::uint32_t adler = 1;
     bool coded = false;
   };
@@ -41,7 +41,6 @@ class PngPipeline {
   struct Worker {
     explicit Worker(std::size_t stripBytes);
     Buffer filtered;
-    Buffer alternative;  // a strip coded in another way, to be compared
     StripCoder coder;
   };
   enum class Task { kRead, kCode, kWrite, kWait, kLeave };
@@ -50,11 +49,11 @@ class PngPipeline {
   [[nodiscard]] Task nextTask() const noexcept;
   void read(std::unique_lock<std::mutex>& lock) noexcept;
   void code(Worker& worker, std::unique_lock<std::mutex>& lock) noexcept;
-  void write(std::unique_lock<std::mutex>& lock) noexcept;
+  void write(Worker& worker, std::unique_lock<std::mutex>& lock) noexcept;
+  [[nodiscard]] PngResult writeStrip(std::uint32_t strip, Worker& worker) noexcept;
   [[nodiscard]] bool readStrip(std::uint32_t strip) noexcept;
   void codeStrip(std::uint32_t strip, Worker& worker) noexcept;
-  [[nodiscard]] std::span<const std::uint8_t> filterStrip(std::uint32_t strip, PngFilter filter,
-                                                          Worker& worker) noexcept;
+  [[nodiscard]] std::span<const std::uint8_t> filterStrip(std::uint32_t strip, Worker& worker) noexcept;
   void stop(PngResult result) noexcept;
 
   [[nodiscard]] Slot& slotOf(std::uint32_t strip) noexcept { return slots_[strip % slots_.size()]; }
@@ -67,6 +66,7 @@ class PngPipeline {
   const std::uint32_t strips_;
   std::vector<Slot> slots_;
   std::vector<Worker> workers_;
+  DrawingCoder drawings_;  // of the thread that writes
 
   // Guards what follows, and each slot's `coded`.
   std::mutex mutex_;

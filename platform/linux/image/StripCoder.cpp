@@ -1,7 +1,6 @@
 #include "platform/linux/image/StripCoder.h"
 
 #include <algorithm>
-#include <optional>
 
 #include "platform/linux/image/RunParser.h"
 
@@ -21,25 +20,26 @@ constexpr std::size_t kWriterSlack = 32;
 
 // When runs alone leave much to gain, told by what costs next to nothing. In smooth strips of photographs
 // each byte that differs from the one before it came to 5 to 6.5 bits, and a search gained nothing there.
-// Where that figure is above 9, or above 7 in strips that code to less than a bit a byte, it took a tenth off
-// drawings and a quarter and more off grey pictures. Below a third of a bit nearly everything repeats
-// something, and below the last figure only runs are left.
+// Where that figure is above 9 it took a quarter and more off grey pictures.
 constexpr double kSearchFromBitsPerChange = 9;
-constexpr double kDrawnFromBitsPerChange = 7;
-constexpr double kDrawnBelowBitsPerByte = 0.9;
-constexpr double kRepeatingBelowBitsPerByte = 0.3;
-constexpr double kFlatBelowBitsPerByte = 0.015;
 // Noise that no code shrinks has as many bits a change, but hardly a repetition.
 constexpr double kSearchFromRepetitions = 0.5;
 
-std::optional<MatchSearch> searchFor(double bitsPerByte, double repetitions) {
-  if (bitsPerByte < kFlatBelowBitsPerByte) return std::nullopt;
-  if (bitsPerByte < kRepeatingBelowBitsPerByte) return MatchSearch::kThorough;
-  if (repetitions < kSearchFromRepetitions) return std::nullopt;
-  const bool drawn = bitsPerByte < kDrawnBelowBitsPerByte;
-  const double least = drawn ? kDrawnFromBitsPerChange : kSearchFromBitsPerChange;
-  if (bitsPerByte < least * (1 - repetitions)) return std::nullopt;
-  return drawn ? MatchSearch::kThorough : MatchSearch::kLong;
+// Drawings: strips that code to less than a bit a byte and have above 7 bits a change, and those where nearly
+// everything repeats something.
+constexpr double kDrawnFromBitsPerChange = 7;
+constexpr double kDrawnBelowBitsPerByte = 0.9;
+constexpr double kRepeatingBelowBitsPerByte = 0.3;
+
+enum class Content { kPhoto, kGreyPhoto, kDrawing };
+
+Content contentOf(double bitsPerByte, double repetitions) {
+  if (bitsPerByte < kRepeatingBelowBitsPerByte) return Content::kDrawing;
+  if (repetitions < kSearchFromRepetitions) return Content::kPhoto;
+  const double bitsPerChange = bitsPerByte / (1 - repetitions);
+  if (bitsPerByte < kDrawnBelowBitsPerByte && bitsPerChange >= kDrawnFromBitsPerChange)
+    return Content::kDrawing;
+  return bitsPerChange >= kSearchFromBitsPerChange ? Content::kGreyPhoto : Content::kPhoto;
 }
 
 constexpr std::size_t storedBytes(std::size_t bytes) {
@@ -76,14 +76,17 @@ std::size_t StripCoder::codedBound(std::size_t stripBytes) noexcept {
   return std::max(storedBytes(stripBytes), kMostCodedPerByte * stripBytes) + kMostHeaderBytes + kWriterSlack;
 }
 
-std::size_t StripCoder::code(std::span<const std::uint8_t> strip, std::span<std::uint8_t> out) noexcept {
+std::optional<std::size_t> StripCoder::code(std::span<const std::uint8_t> strip,
+                                            std::span<std::uint8_t> out) noexcept {
   runParser_.parse(strip, tokens_);
   block_.plan(strip, tokens_);
   const DeflateBlock* block = &block_;
   const DeflateTokens* tokens = &tokens_;
   const double bitsPerByte = static_cast<double>(block_.bits()) / static_cast<double>(strip.size());
-  if (const auto search = searchFor(bitsPerByte, estimateRepetitions(strip))) {
-    matchParser_.parse(strip, *search, matchTokens_);
+  const Content content = contentOf(bitsPerByte, estimateRepetitions(strip));
+  if (content == Content::kDrawing) return std::nullopt;
+  if (content == Content::kGreyPhoto) {
+    matchParser_.parse(strip, matchTokens_);
     matchBlock_.plan(strip, matchTokens_);
     if (matchBlock_.bits() < block_.bits()) {
       block = &matchBlock_;

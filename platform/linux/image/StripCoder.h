@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -20,8 +21,10 @@ class StripCoder {
   /// The room that `code` needs for `stripBytes` bytes in the worst case.
   [[nodiscard]] static std::size_t codedBound(std::size_t stripBytes) noexcept;
 
-  /// Codes `strip` into `out`, which has codedBound(strip.size()) bytes; answers the bytes used.
-  [[nodiscard]] std::size_t code(std::span<const std::uint8_t> strip, std::span<std::uint8_t> out) noexcept;
+  /// Codes `strip` into `out`, which has codedBound(strip.size()) bytes; answers the bytes used. Nothing when
+  /// it is drawn or flat: then there is more to find than within one strip.
+  [[nodiscard]] std::optional<std::size_t> code(std::span<const std::uint8_t> strip,
+                                                std::span<std::uint8_t> out) noexcept;
 
  private:
   DeflateTokens tokens_;
