@@ -206,8 +206,29 @@ TEST_F(SandboxedCameras, GoAndComeBackWithTheDaemon) {
   EXPECT_EQ(portal_->countOf("AccessCamera"), 1);
 }
 
+TEST_F(SandboxedCameras, AreWaitedForWhenTheSessionManagerShowsThemLater) {
+  start();
+  request();
+  ASSERT_TRUE(portal_->waitFor("AccessCamera"));
+  portal_->respond(0);
+  ASSERT_TRUE(portal_->waitFor("OpenPipeWireRemote"));
+  plugIn("desk", "title=Desk camera");
+  EXPECT_THAT(answers_, IsEmpty());
+  ASSERT_TRUE(waitUntil([this] { return !answers_.empty(); }));
+  EXPECT_THAT(atAnswer_, ElementsAre("desk: Desk camera"));
+}
+
+TEST_F(SandboxedCameras, AreNotWaitedForLong) {
+  start();
+  request();
+  respond(0);
+  EXPECT_THAT(answers_, ElementsAre("asker may"));
+  EXPECT_THAT(atAnswer_, IsEmpty());
+}
+
 TEST_F(SandboxedCameras, AYesWithoutADaemonIsAYesWithoutCameras) {
   start();
+  portal_->setCameraPresent(false);
   portal_->openRemote = [] { return -1; };
   request();
   respond(0);

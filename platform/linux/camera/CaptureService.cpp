@@ -26,16 +26,16 @@ void CaptureService::shutDown() {
   worker_.stop();
 }
 
-void CaptureService::connect(std::function<void()> known) {
-  loop_.post([this, known = std::move(known)] {
-    known_ = known;
+void CaptureService::connect(Told told) {
+  loop_.post([this, told = std::move(told)] {
+    told_ = told;
     connection_->open();
   });
 }
 
-void CaptureService::connectThrough(std::function<void()> askForSocket, std::function<void()> known) {
-  loop_.post([this, askForSocket = std::move(askForSocket), known = std::move(known)] {
-    known_ = known;
+void CaptureService::connectThrough(std::function<void()> askForSocket, Told told) {
+  loop_.post([this, askForSocket = std::move(askForSocket), told = std::move(told)] {
+    told_ = told;
     connection_->openThrough(askForSocket);
   });
 }
@@ -80,7 +80,7 @@ void CaptureService::camerasChanged(std::vector<Camera> cameras) {
 
 void CaptureService::tellCameras() {
   list_->update(cameras_);
-  if (const auto known = std::exchange(known_, nullptr)) known();
+  if (told_) told_(!cameras_.empty());
 }
 
 void CaptureService::cameraFailed(std::uint64_t serial, int error) {

@@ -26,12 +26,13 @@ class CaptureService final : public PipeWireConnection::Client, public CameraReg
   CaptureService(platform::MainQueue& mainQueue, std::shared_ptr<CameraList> list);
   ~CaptureService() override;
 
-  /// Starts to connect and returns. `known` runs once, on the loop's thread, when `list` has been told all
-  /// cameras or that there are none. Once only, this or the next; thread-safe.
-  void connect(std::function<void()> known = {});
+  /// What runs on the loop's thread each time when `list` has been told all cameras or that there are none.
+  using Told = std::function<void(bool areThereCameras)>;
+  /// Starts to connect and returns. Once only, this or the next; thread-safe.
+  void connect(Told told = {});
   /// The same with sockets that somebody else opens: for each attempt, now and whenever the daemon was lost,
   /// `askForSocket` runs on the loop's thread, and `connectTo` is to follow.
-  void connectThrough(std::function<void()> askForSocket, std::function<void()> known);
+  void connectThrough(std::function<void()> askForSocket, Told told);
   /// A connected socket of the daemon, or none. Thread-safe.
   void connectTo(FileDescriptor socket);
 
@@ -71,7 +72,7 @@ class CaptureService final : public PipeWireConnection::Client, public CameraReg
   // The rest belongs to the loop's thread while that runs.
   std::optional<PipeWireConnection> connection_;
   std::optional<CameraRegistry> registry_;
-  std::function<void()> known_;  // empty once it ran
+  Told told_;
   std::vector<Camera> cameras_;
   std::set<std::shared_ptr<CaptureFlow>> flows_;
 };

@@ -75,12 +75,18 @@ void PortalCameraAccess::openRemote() {
   });
 }
 
-std::function<void()> PortalCameraAccess::settleLater(State state) {
-  const auto settleNow = [weakSelf = weak_from_this(), state] {
+std::function<void(bool)> PortalCameraAccess::settleLater(State state) {
+  mainQueue_.after(kFirstEnumeration, [weakSelf = weak_from_this(), state] {
     if (const auto self = weakSelf.lock()) self->settle(state);
+  });
+  return [&mainQueue = mainQueue_, weakSelf = weak_from_this(), state](bool areThereCameras) {
+    mainQueue.async([weakSelf, state, areThereCameras] {
+      const auto self = weakSelf.lock();
+      // The session manager opens the cameras to the new socket some time after that has been opened: none
+      // may mean not yet.
+      if (self && (areThereCameras || !self->portal_->isCameraPresent())) self->settle(state);
+    });
   };
-  mainQueue_.after(kFirstEnumeration, settleNow);
-  return [&mainQueue = mainQueue_, settleNow] { mainQueue.async(settleNow); };
 }
 
 void PortalCameraAccess::settle(State state) {

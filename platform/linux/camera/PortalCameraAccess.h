@@ -40,7 +40,7 @@ class PortalCameraAccess : public std::enable_shared_from_this<PortalCameraAcces
   void connectThroughPortal();
   void openRemote();
   /// Becomes `state` once the service knows the cameras; in any case after the time that takes.
-  std::function<void()> settleLater(State state);
+  std::function<void(bool)> settleLater(State state);
   void settle(State state);
 
   platform::MainQueue& mainQueue_;
