@@ -70,11 +70,21 @@ std::shared_ptr<platform::NSNotificationCenter> makeCenter() {
   return std::make_shared<platform_linux::NotificationCenter>();
 }
 
+std::shared_ptr<platform::NSNotificationCenter> makeFakeCenter() {
+  struct Made {
+    fakes::Journal journal;
+    fakes::FakeNotificationCenter center{journal};
+  };
+  const auto made = std::make_shared<Made>();
+  return {made, &made->center};
+}
+
 INSTANTIATE_TEST_SUITE_P(Linux, MainQueueContract, testing::Values(&make<RealMainQueue, MainQueueFactory>));
 INSTANTIATE_TEST_SUITE_P(Fake, MainQueueContract, testing::Values(&make<FakeMainQueue, MainQueueFactory>));
 INSTANTIATE_TEST_SUITE_P(Linux, NSRunLoopContract, testing::Values(&make<RealRunLoop, NSRunLoopFactory>));
 INSTANTIATE_TEST_SUITE_P(Fake, NSRunLoopContract, testing::Values(&make<FakeRunLoop, NSRunLoopFactory>));
 INSTANTIATE_TEST_SUITE_P(Linux, NSNotificationCenterContract, testing::Values(&makeCenter));
+INSTANTIATE_TEST_SUITE_P(Fake, NSNotificationCenterContract, testing::Values(&makeFakeCenter));
 
 }  // namespace
 

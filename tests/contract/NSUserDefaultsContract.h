@@ -41,8 +41,9 @@ TEST_P(NSUserDefaultsContract, ABooleanReadsAsOneOrZero) {
 }
 
 TEST_P(NSUserDefaultsContract, ATextReadsAsTheNumberThatItIs) {
-  for (const auto& [text, number] : {std::pair("256", 256), std::pair("-1", -1), std::pair("true", 1),
-                                     std::pair("false", 0), std::pair("a camera", 0)}) {
+  for (const auto& [text, number] :
+       {std::pair("256", 256), std::pair("-1", -1), std::pair("true", 1), std::pair("false", 0),
+        std::pair("a camera", 0), std::pair("12 cameras", 0)}) {
     defaults_->setObject(text, "Key");
     EXPECT_EQ(defaults_->integerForKey("Key"), number) << text;
     EXPECT_EQ(defaults_->stringForKey("Key"), text);

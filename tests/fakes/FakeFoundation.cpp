@@ -1,6 +1,7 @@
 #include "tests/fakes/FakeFoundation.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdlib>
 #include <ctime>
 
@@ -147,22 +148,30 @@ std::string FakeMainLoop::localText(TimePoint moment, const std::string& format)
 void FakeNotificationCenter::addObserver(const void* observer, const std::string& name,
                                          std::function<void()> handler) {
   journal_.add("center addObserver " + name);
-  observations_.push_back({observer, name, std::move(handler)});
+  observations_.push_back(std::make_shared<Observation>(Observation{observer, name, std::move(handler)}));
 }
 
 void FakeNotificationCenter::removeObserver(const void* observer) {
-  std::erase_if(observations_, [&](const Observation& each) { return each.observer == observer; });
+  std::erase_if(observations_, [&](const auto& each) {
+    if (each->observer != observer) return false;
+    each->removed = true;
+    return true;
+  });
 }
 
 void FakeNotificationCenter::postNotificationName(const std::string& name) {
   const auto observed = observations_;
   for (const auto& each : observed)
-    if (each.name == name) each.handler();
+    if (!each->removed && each->name == name) each->handler();
 }
 
 std::int64_t FakeUserDefaults::integerForKey(const std::string& key) const {
   const std::string value = stringForKey(key);
-  return value == "true" ? 1 : std::atoll(value.c_str());
+  if (value == "true") return 1;
+  std::int64_t number = 0;
+  const char* const end = value.data() + value.size();
+  const auto [after, error] = std::from_chars(value.data(), end, number);
+  return error == std::errc() && after == end ? number : 0;
 }
 
 std::string FakeUserDefaults::stringForKey(const std::string& key) const {

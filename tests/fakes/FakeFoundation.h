@@ -90,9 +90,10 @@ class FakeNotificationCenter : public platform::NSNotificationCenter {
     const void* observer;
     std::string name;
     std::function<void()> handler;
+    bool removed = false;
   };
   Journal& journal_;
-  std::vector<Observation> observations_;
+  std::vector<std::shared_ptr<Observation>> observations_;
 };
 
 class FakeUserDefaults : public platform::NSUserDefaults {
