@@ -104,33 +104,40 @@ void Daemon::find(FindHandler handler) {
     handler(known_);
     return;
   }
+  waiting_.push_back(std::move(handler));
+  if (waiting_.size() > 1) return;
   bus_.call(daemonCall(kService, "GetCapabilities", g_variant_new("()")),
-            [self = std::weak_ptr(self_), handler = std::move(handler)](GVariant* reply, const GError*) {
+            [self = std::weak_ptr(self_)](GVariant* reply, const GError*) {
               const auto daemon = self.lock();
               if (!daemon) return;
               if (hasType(reply, "(as)"))
-                (*daemon)->findName(readCapabilities(reply), handler);
+                (*daemon)->findName(readCapabilities(reply));
               else
-                handler(std::nullopt);
+                (*daemon)->found(std::nullopt);
             });
 }
 
-void Daemon::findName(Instance instance, FindHandler handler) {
-  bus_.call({kBus, kBusPath, kBus, "GetNameOwner", g_variant_new("(s)", kService)},
-            [self = std::weak_ptr(self_), instance = std::move(instance), handler = std::move(handler)](
-                GVariant* reply, const GError*) mutable {
-              const auto daemon = self.lock();
-              if (!daemon) return;
-              if (!hasType(reply, "(s)")) {
-                handler(std::nullopt);
-                return;
-              }
-              const char* name = nullptr;
-              g_variant_get(reply, "(&s)", &name);
-              instance.name = name;
-              (*daemon)->known_ = instance;
-              handler(instance);
-            });
+void Daemon::findName(Instance instance) {
+  bus_.call(
+      {kBus, kBusPath, kBus, "GetNameOwner", g_variant_new("(s)", kService)},
+      [self = std::weak_ptr(self_), instance = std::move(instance)](GVariant* reply, const GError*) mutable {
+        const auto daemon = self.lock();
+        if (!daemon) return;
+        if (!hasType(reply, "(s)")) {
+          (*daemon)->found(std::nullopt);
+          return;
+        }
+        const char* name = nullptr;
+        g_variant_get(reply, "(&s)", &name);
+        instance.name = name;
+        (*daemon)->found(std::move(instance));
+      });
+}
+
+void Daemon::found(const std::optional<Instance>& instance) {
+  known_ = instance;
+  for (const FindHandler& handler : std::exchange(waiting_, {}))
+    handler(instance);
 }
 
 void Daemon::notify(const Instance& instance, const std::string& applicationId, std::uint32_t replaces,

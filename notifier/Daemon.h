@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "notifier/Notification.h"
 #include "platform/linux/application/SessionBus.h"
@@ -48,7 +49,7 @@ class Daemon {
   Daemon& operator=(const Daemon&) = delete;
   ~Daemon();
 
-  /// Finds the service, starting it where the bus can.
+  /// Finds the service, starting it where the bus can. Handlers are called in the order of the questions.
   void find(FindHandler handler);
   /// Shows a bubble that stays until the user or the service removes it, in the place of `replaces` unless
   /// that is 0.
@@ -58,13 +59,15 @@ class Daemon {
   void close(const std::string& daemon, std::uint32_t id, std::function<void()> done);
 
  private:
-  void findName(Instance instance, FindHandler handler);
+  void findName(Instance instance);
+  void found(const std::optional<Instance>& instance);
   void onDaemonSignal(const std::string& sender, const std::string& signal, GVariant* parameters);
   void onOwnerChanged(GVariant* parameters);
 
   const platform_linux::SessionBus& bus_;
   DaemonListener& listener_;
   std::optional<Instance> known_;
+  std::vector<FindHandler> waiting_;  ///< for the answer to the one question under way
   guint signals_ = 0;
   guint owners_ = 0;
   /// Gone with this object: replies look at it.

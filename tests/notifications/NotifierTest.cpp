@@ -95,6 +95,17 @@ TEST_F(Notifier, OfSeveralAtOnceShowsTheNewestInOneBubble) {
     EXPECT_EQ(firstNumber(calls[index]), 1U);
 }
 
+TEST_F(Notifier, ShowsThoseOfSeveralIdentifiersInTheirOrder) {
+  // The first of them still asks who the service is when the others come.
+  const std::vector<std::string> titles{"One", "Two", "Three", "Four"};
+  for (const std::string& title : titles)
+    ASSERT_TRUE(post(service_->client(), "{'title': <'" + title + "'>}", title));
+  ASSERT_TRUE(waitForNotifications(titles.size()));
+  for (std::size_t i = 0; i < titles.size(); ++i)
+    EXPECT_THAT(service_->callsOf("Notify")[i], HasSubstr("'" + titles[i] + "'"));
+  EXPECT_THAT(service_->callsOf("GetCapabilities"), SizeIs(1));
+}
+
 TEST_F(Notifier, AClickRunsTheActionOfTheRunningApplicationAndRemovesTheBubble) {
   const auto application = makeApplication(bus_.address());
   ASSERT_TRUE(post(service_->client(), kPhoto));
