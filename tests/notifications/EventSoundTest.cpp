@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <iostream>
 #include <sstream>
 #include <string>
 
@@ -29,13 +30,13 @@ class SoundJournal {
     return waitUntil([&] { return read() == text; });
   }
 
- private:
   std::string read() const {
     std::ostringstream text;
     text << std::ifstream(path_).rdbuf();
     return text.str();
   }
 
+ private:
   const TemporaryFolder folder_;
   const std::string path_;
   const GObjectHandle<GFile> file_;
@@ -46,6 +47,26 @@ TEST(EventSound, PlaysTheFirstEventThatTheThemeHas) {
   const SoundJournal journal;
   platform_linux::playEventSound({"message-new-instant", "dialog-information", "bell"});
   EXPECT_TRUE(journal.waitFor("message-new-instant\ndialog-information\n"));
+}
+
+TEST(EventSound, IsOverWhenItsEndWasWaitedFor) {
+  const SoundJournal journal;
+  platform_linux::playEventSoundToItsEnd({"dialog-information"});
+  EXPECT_EQ(journal.read(), "dialog-information\n");
+}
+
+TEST(EventSoundDeathTest, IsSilenceForAUserWhoWantsNone) {
+  // In a process of its own: settings are looked up once.
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        const SoundJournal journal;
+        setenv("GSETTINGS_SCHEMA_DIR", SILENT_SCHEMAS, 1);
+        platform_linux::playEventSoundToItsEnd({"dialog-information"});
+        std::cerr << "heard: " << journal.read();
+        std::_Exit(EXIT_SUCCESS);
+      },
+      testing::ExitedWithCode(EXIT_SUCCESS), "^heard: $");
 }
 
 TEST(Sound, OutlivesTheObjectThatStartedIt) {

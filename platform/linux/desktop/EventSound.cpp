@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/linux/desktop/CanberraLibrary.h"
+#include "platform/linux/desktop/EventSoundSetting.h"
 
 namespace platform_linux {
 namespace {
@@ -38,19 +39,20 @@ bool playToItsEnd(const CanberraLibrary& library, const std::string& eventId) {
   return playing;
 }
 
-void playFirst(const std::vector<std::string>& eventIds) noexcept {
+}  // namespace
+
+void playEventSoundToItsEnd(const std::vector<std::string>& eventIds) noexcept {
+  if (!eventSoundsWanted()) return;
   const CanberraLibrary* const library = CanberraLibrary::load();
   if (!library) return;
   for (const std::string& eventId : eventIds)
     if (playToItsEnd(*library, eventId)) return;
 }
 
-}  // namespace
-
 void playEventSound(std::vector<std::string> eventIds) {
   try {
     // Detached: a sound server that never answers must not keep the process.
-    std::thread([events = std::move(eventIds)] { playFirst(events); }).detach();
+    std::thread([events = std::move(eventIds)] { playEventSoundToItsEnd(events); }).detach();
   } catch (const std::system_error&) {
     // No thread to be had: silence.
   }
