@@ -4,18 +4,12 @@
 #include <memory>
 
 #include "platform/linux/application/ApplicationInterface.h"
-#include "platform/linux/desktop/EventSound.h"
 
 namespace notifier {
 namespace {
 
 /// In milliseconds: a whole start of the application.
 constexpr int kApplicationPatience = 10000;
-
-/// The sound theme's word for a message that arrives, and the next best.
-void playDefaultSound() {
-  platform_linux::playEventSound({"message-new-instant", "dialog-information"});
-}
 
 /// What lets the application take the focus in answer to the click, under its names on Wayland and X11.
 /// Floating.
@@ -85,7 +79,7 @@ void Bubbles::sent(const Key& key, const std::string& daemon, std::uint32_t id,
   bubble.id = closedEarly_.contains({daemon, id}) ? 0 : id;
   bubble.shown = notification;
   bubble.activationToken.clear();
-  if (notification.sound) playDefaultSound();
+  if (notification.sound) sound_.play();
   settle(key);
 }
 

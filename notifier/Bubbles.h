@@ -10,6 +10,7 @@
 
 #include "notifier/Daemon.h"
 #include "notifier/Notification.h"
+#include "notifier/SoundProcess.h"
 
 namespace notifier {
 
@@ -64,6 +65,7 @@ class Bubbles : public DaemonListener {
   /// Bubbles that were closed before the answer that told their id: daemon and id.
   std::set<std::pair<std::string, std::uint32_t>> closedEarly_;
   int callsUnderWay_ = 0;
+  SoundProcess sound_;
   /// Last, so that its replies and signals end first.
   Daemon daemon_;
 };

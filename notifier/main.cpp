@@ -4,8 +4,10 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 
 #include "notifier/Service.h"
+#include "notifier/SoundProcess.h"
 #include "platform/linux/application/GLibHandles.h"
 #include "platform/linux/application/SessionBus.h"
 
@@ -19,7 +21,11 @@ void quit(GMainLoop* loop) noexcept {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
+  if (argc == 2 && std::string_view(argv[1]) == notifier::SoundProcess::kArgument) {
+    notifier::SoundProcess::run();
+    return EXIT_SUCCESS;
+  }
   const platform_linux::SessionBus bus;
   if (!bus.connection()) {
     std::fputs("quillo-camera-shot-notifier: there is no session bus\n", stderr);
