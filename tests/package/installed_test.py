@@ -21,7 +21,8 @@ SERVICES = ("--service-dir", f"{installation()}/share/dbus-1/services")
 class MenuEntry(ToolTest):
     @in_desktop(HD, options=SERVICES)
     def test_starts_the_program(self):
-        tool = Tool()  # its settings and its folder; the desktop starts the program itself
+        tool = Tool()  # its settings and its folder; the desktop starts the program itself, and has its log
+        tool.log_path.touch()
         entry = installation() / f"share/applications/{APPLICATION}.desktop"
         # An entry whose program is not in the path is none.
         environment = {**os.environ, "PATH": f"{installation()}/bin:{os.environ['PATH']}"}
