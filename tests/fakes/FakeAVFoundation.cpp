@@ -5,7 +5,14 @@
 namespace fakes {
 
 std::vector<std::shared_ptr<platform::AVCaptureConnection>> FakePhotoOutput::connections() const {
+  const auto session = session_.lock();
+  if (!session || !session->hasInput) return {};
   return {allConnections.begin(), allConnections.end()};
+}
+
+bool FakePhotoOutput::isRunning() const {
+  const auto session = session_.lock();
+  return session && session->running;
 }
 
 void FakePhotoOutput::capturePhotoWithSettings(
@@ -42,8 +49,9 @@ FakeAVFoundation::~FakeAVFoundation() {
 }
 
 std::vector<std::shared_ptr<platform::AVCaptureDevice>> FakeAVFoundation::devicesWithMediaType(
-    const std::string&) {
+    const std::string& mediaType) {
   journal_.add("cameras listed");
+  if (mediaType != platform::AVMediaTypeVideo) return {};
   return {devices.begin(), devices.end()};
 }
 
@@ -63,7 +71,8 @@ void FakeAVFoundation::requestAccessForMediaType(const std::string&,
 std::shared_ptr<platform::AVCaptureDeviceInput> FakeAVFoundation::deviceInputWithDevice(
     const std::shared_ptr<platform::AVCaptureDevice>& device, std::optional<platform::NSError>& error) {
   journal_.add("input " + device->uniqueID());
-  if (!inputFails) return std::make_shared<FakeDeviceInput>(device->uniqueID());
+  const bool isPresent = deviceWithUniqueID(device->uniqueID()) != nullptr;
+  if (!inputFails && isPresent) return std::make_shared<FakeDeviceInput>(device->uniqueID());
   error = platform::NSError{ENODEV, "the camera is gone"};
   return nullptr;
 }
@@ -75,7 +84,8 @@ std::shared_ptr<platform::AVCaptureSession> FakeAVFoundation::session() {
 
 std::shared_ptr<platform::AVCapturePhotoOutput> FakeAVFoundation::photoOutput() {
   auto made = std::make_shared<FakePhotoOutput>(journal_);
-  made->allConnections = nextConnections;
+  made->allConnections =
+      nextConnections.value_or(std::vector{std::make_shared<FakeConnection>(journal_, "photo connection")});
   outputs.push_back(made);
   return made;
 }

@@ -56,11 +56,16 @@ struct FakePhoto : platform::AVCapturePhoto {
   std::shared_ptr<platform::NSData> data;
 };
 
+class FakeSession;
+
 /// Keeps each request until the test answers it.
 class FakePhotoOutput : public platform::AVCapturePhotoOutput {
  public:
   explicit FakePhotoOutput(Journal& journal) : journal_(journal) {}
+  /// Those that the test gave, once it is in a session with an input.
   std::vector<std::shared_ptr<platform::AVCaptureConnection>> connections() const override;
+  void joinSession(std::weak_ptr<const FakeSession> session) { session_ = std::move(session); }
+  bool isRunning() const;
   void capturePhotoWithSettings(const platform::AVCapturePhotoSettings& settings,
                                 std::shared_ptr<platform::AVCapturePhotoCaptureDelegate> delegate) override;
 
@@ -79,6 +84,7 @@ class FakePhotoOutput : public platform::AVCapturePhotoOutput {
   void answer(std::shared_ptr<platform::AVCapturePhoto> photo, const std::optional<platform::NSError>& error);
 
   Journal& journal_;
+  std::weak_ptr<const FakeSession> session_;
   mutable std::mutex mutex_;
   std::vector<std::shared_ptr<platform::AVCapturePhotoCaptureDelegate>> delegates_;
 };
@@ -88,16 +94,19 @@ struct FakeDeviceInput : platform::AVCaptureDeviceInput {
   std::string cameraID;
 };
 
-class FakeSession : public platform::AVCaptureSession {
+class FakeSession : public platform::AVCaptureSession, public std::enable_shared_from_this<FakeSession> {
  public:
   explicit FakeSession(Journal& journal) : journal_(journal) {}
   void setSessionPreset(const std::string& preset) override { journal_.add("session preset " + preset); }
   void addInput(std::shared_ptr<platform::AVCaptureDeviceInput> input) override {
     journal_.add(input ? "session addInput" : "session addInput none");
+    hasInput = hasInput || input != nullptr;
     if (const auto known = std::dynamic_pointer_cast<FakeDeviceInput>(input)) cameraID = known->cameraID;
   }
-  void addOutput(std::shared_ptr<platform::AVCapturePhotoOutput>) override {
+  void addOutput(std::shared_ptr<platform::AVCapturePhotoOutput> output) override {
     journal_.add("session addOutput");
+    if (const auto known = std::dynamic_pointer_cast<FakePhotoOutput>(output))
+      known->joinSession(weak_from_this());
   }
   void startRunning() override {
     running = true;
@@ -109,6 +118,7 @@ class FakeSession : public platform::AVCaptureSession {
   }
 
   std::string cameraID;
+  bool hasInput = false;
   bool running = false;
 
  private:
@@ -128,7 +138,8 @@ class FakeAVFoundation : public platform::AVFoundation {
   explicit FakeAVFoundation(Journal& journal) : journal_(journal) {}
   /// The capture service's end: a delegate waits for its outcome no longer, and no longer holds its output.
   ~FakeAVFoundation() override;
-  std::vector<std::shared_ptr<platform::AVCaptureDevice>> devicesWithMediaType(const std::string&) override;
+  std::vector<std::shared_ptr<platform::AVCaptureDevice>> devicesWithMediaType(
+      const std::string& mediaType) override;
   std::shared_ptr<platform::AVCaptureDevice> deviceWithUniqueID(const std::string& uniqueID) override;
   platform::AVAuthorizationStatus authorizationStatusForMediaType(const std::string&) override {
     return authorization;
@@ -154,8 +165,8 @@ class FakeAVFoundation : public platform::AVFoundation {
   std::vector<std::shared_ptr<FakeSession>> sessions;
   std::vector<std::shared_ptr<FakePhotoOutput>> outputs;
   std::vector<std::shared_ptr<FakePreviewLayer>> layers;
-  /// The connections that the next photo output has.
-  std::vector<std::shared_ptr<FakeConnection>> nextConnections;
+  /// The connections that the next photo output has; by default one of its own.
+  std::optional<std::vector<std::shared_ptr<FakeConnection>>> nextConnections;
   bool inputFails = false;
   bool nextLayerIsMissing = false;
 

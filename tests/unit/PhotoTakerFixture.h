@@ -10,14 +10,16 @@ namespace camera_shot {
 
 /// A photo taker on its own, on a camera that can mirror; what it calls back stands in the journal.
 struct PhotoTakerFixture : fakes::FakePlatform {
-  PhotoTakerFixture() { avFoundation.nextConnections = {connection}; }
+  PhotoTakerFixture() {
+    avFoundation.nextConnections = {connection};
+    avFoundation.devices = {device};
+  }
 
   /// Made late, so that a test can first say what the camera is like.
   PhotoTaker& taker() {
     if (!made)
       made = PhotoTaker::make(
-          platform, suite, std::make_shared<fakes::FakeDevice>("desk", "Desk camera"),
-          [this](const std::string& path) { journal.add("onSuccess " + path); },
+          platform, suite, device, [this](const std::string& path) { journal.add("onSuccess " + path); },
           [this] { journal.add("onError"); });
     return *made;
   }
@@ -31,6 +33,7 @@ struct PhotoTakerFixture : fakes::FakePlatform {
     output().deliver(photo());
   }
 
+  std::shared_ptr<fakes::FakeDevice> device = std::make_shared<fakes::FakeDevice>("desk", "Desk camera");
   std::shared_ptr<fakes::FakeConnection> connection =
       std::make_shared<fakes::FakeConnection>(journal, "photo connection");
   std::shared_ptr<PhotoTaker> made;

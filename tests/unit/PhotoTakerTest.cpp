@@ -88,7 +88,7 @@ TEST(PhotoTaker, UsesTheFirstConnectionThatHasAVideoPort) {
 
 TEST(PhotoTaker, WithoutAVideoConnectionShootsUnmirroredAndReportsAFailureAtOnce) {
   PhotoTakerFixture desk;
-  desk.avFoundation.nextConnections = {};
+  desk.avFoundation.nextConnections.emplace();
   desk.taker().take();
   desk.output().fail(EIO);
   EXPECT_EQ(desk.journal.count(kCapture), 1);
@@ -195,7 +195,7 @@ TEST(PhotoTaker, LogsAnErrorCodeCutToItsLow32BitsAsASignedNumber) {
       {-11800, "-11800"}, {0x1'0000'0005, "5"}, {0xFFFF'FFFF, "-1"}, {0x8000'0000, "-2147483648"}};
   for (const auto& [code, text] : codes) {
     PhotoTakerFixture desk;
-    desk.avFoundation.nextConnections = {};
+    desk.avFoundation.nextConnections.emplace();
     desk.taker().take();
     desk.output().fail(code);
     EXPECT_THAT(desk.journal.of("log"), ElementsAre(diagnosticLine(text)));

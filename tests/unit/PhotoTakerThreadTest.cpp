@@ -14,7 +14,7 @@ using ::testing::SizeIs;
 
 TEST(CaptureThread, IsHeldUntilTheMainThreadHasHandledTheFailure) {
   PhotoTakerFixture desk;
-  desk.avFoundation.nextConnections = {};
+  desk.avFoundation.nextConnections.emplace();
   desk.taker().take();
   std::jthread camera([&desk] {
     desk.output().fail(EIO);
@@ -27,7 +27,7 @@ TEST(CaptureThread, IsHeldUntilTheMainThreadHasHandledTheFailure) {
 
 TEST(CaptureThread, IsReleasedWhenTheToolEndsInstead) {
   PhotoTakerFixture desk;
-  desk.avFoundation.nextConnections = {};
+  desk.avFoundation.nextConnections.emplace();
   desk.taker().take();
   std::jthread camera([&desk] { desk.output().fail(EIO); });
   desk.loop.end();
