@@ -4,10 +4,11 @@
 import os
 import signal
 import unittest
+from pathlib import Path
 
 import dbus
 
-from bubbles import APPLICATION, NOTIFICATIONS, NOTIFIER, SERVICES, path_of, post_photo, windows_named
+from bubbles import APPLICATION, NOTIFICATIONS, NOTIFIER, SERVICES, Notifications, path_of, post_photo, windows_named
 from scripted_services import ScriptedDaemon, ScriptedFileManager
 from session_bus import Client, Monitor, turn_until
 from tool import HD, TOOL_IDENTIFIER, Tool, ToolTest, in_desktop
@@ -175,6 +176,27 @@ class Missing(ToolTest):
             self.assert_whole_run(Tool())
         finally:
             os.kill(helper, signal.SIGKILL)
+
+
+class Sound(ToolTest):
+    """With a sound library that only notes what it is asked for; its theme has but the second of the events."""
+
+    def setUp(self):
+        recording = Path(os.environ["CAMERA_DESKTOP_PROGRAMS"]).parent / "notifications/recording"
+        self.assertTrue((recording / "libcanberra.so.0").exists(), "the build has no recording sound library")
+        self.library = str(recording)
+
+    @in_desktop(HD, options=SERVICES)
+    def test_is_the_helpers_and_nobody_elses(self):
+        journal = Path(os.environ["HOME"]) / "sounds"
+        bus, monitor, _daemon, tool = Client(), Monitor(), ScriptedDaemon(), Tool()
+        bus.ask_bus("UpdateActivationEnvironment", "a{ss}",
+                    {"LD_LIBRARY_PATH": self.library, "SOUND_JOURNAL": str(journal)})
+        self.assertEqual(tool.run(), 0, tool.log())
+        turn_until(lambda: journal.exists() and journal.read_text(encoding="utf-8").count("\n") == 2, journal.parent)
+        self.assertEqual(journal.read_text(encoding="utf-8"), "message-new-instant\ndialog-information\n")
+        shown, = Notifications(monitor).wait_for(1)
+        self.assertTrue(shown.hints["suppress-sound"])
 
 
 class DeletedPhoto(ToolTest):
