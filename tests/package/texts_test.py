@@ -120,6 +120,10 @@ class TextsTest(unittest.TestCase):
                         self.assertNotIn("_", text)
                     self.assertEqual(text, text.strip())
 
+    def test_french_marks_are_not_torn_off_at_the_end_of_a_line(self):
+        for text in self.tables["fr"].values():
+            self.assertNotRegex(text, "« | »| [:;!?]")
+
 
 if __name__ == "__main__":
     unittest.main()
