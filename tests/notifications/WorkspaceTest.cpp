@@ -138,6 +138,21 @@ TEST_F(Workspace, AFileThatIsGoneIsNobodysMatter) {
   EXPECT_THAT(opened(), IsEmpty());
 }
 
+TEST_F(Workspace, OfAFileThatIsGoneNotEvenTheFolderIsOpened) {
+  workspace_.selectFile(home_.folder() + "/gone.png", "");
+  ASSERT_TRUE(waitForRelease());
+  const auto files = makeFileManager(bus_.address(), [](const MockService::Call&) -> GVariant* {
+    throw std::runtime_error("org.gtk.GDBus.UnmappedGError.Quark._g_2dio_2derror_2dquark.Code1");
+  });
+  workspace_.selectFile(home_.folder() + "/gone.png", "");
+  ASSERT_TRUE(waitForRelease());
+  EXPECT_THAT(files->calls(), ::testing::SizeIs(1));
+  // Nothing before what is opened last.
+  workspace_.openFileURL(home_.photo());
+  ASSERT_TRUE(journal_->waitForCalls(1));
+  EXPECT_THAT(opened(), ElementsAre("('" + home_.photo() + "',)"));
+}
+
 TEST_F(Workspace, AnEmptyPathIsNoRequest) {
   const auto files = makeFileManager(bus_.address(), done);
   workspace_.selectFile("", "");

@@ -66,7 +66,9 @@ void Workspace::selectFile(const std::string& path, const std::string&) {
             [request](GVariant*, const GError* error) {
               if (!error) return;
               g_message("No file manager shows \"%s\": %s", request.path.c_str(), error->message);
-              if (!isLate(error)) openFolder(request);
+              // Where the file is gone, a file manager fails; its folder would tell the user nothing.
+              if (!isLate(error) && g_file_test(request.path.c_str(), G_FILE_TEST_EXISTS))
+                openFolder(request);
             });
 }
 

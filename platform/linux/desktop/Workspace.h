@@ -23,8 +23,8 @@ class Workspace : public platform::NSWorkspace {
   /// `bus` outlives the main loop's last turn.
   Workspace(const SessionBus& bus, TerminationHold holdTermination, ActivationToken activationToken);
 
-  /// Without a file manager that can select, the file's folder is opened. There is no root to choose here, so
-  /// `inFileViewerRootedAtPath` is not looked at.
+  /// Without a file manager that can select, the folder of a file that exists is opened. There is no root to
+  /// choose here, so `inFileViewerRootedAtPath` is not looked at.
   void selectFile(const std::string& path, const std::string& inFileViewerRootedAtPath) override;
   void openFileURL(const std::string& path) override;
 
