@@ -71,6 +71,24 @@ class ClickAfterTheRun(ToolTest):
         self.check_clicks_after_the_run("notification-daemon")
 
 
+class ClickOnADeletedPhoto(ToolTest):
+    @in_desktop(HD, options=desktop_with("dunst"))
+    def test_shows_nothing_and_says_nothing(self):
+        screen = Screen("dunst")
+        tool = Tool()
+        for number, click in enumerate((screen.bubble.click, screen.bubble.click_open), start=1):
+            self.assertEqual(tool.run(), 0, tool.log())
+            screen.notifications.wait_for(number)
+            newest(tool).unlink()
+            click()
+            turn_until(lambda number=number: launches(tool).count(CLICKED) == number and tool.names()[-1] == "Quit",
+                       tool.state, what="the end of the program that was started by the click")
+            screen.bus.wait_until_unowned(APPLICATION)
+        self.assertEqual(screen.files.windows(), {})
+        self.assertEqual(screen.viewer.opened(), [])
+        self.assertEqual(len(screen.notifications.all()), 2)  # those of the photos
+
+
 class ClickWhileItRuns(ToolTest):
     def check_clicks_while_it_runs(self, daemon):
         screen = Screen(daemon)

@@ -1,10 +1,18 @@
-"""A notification service and a file manager that do as the test says, without a display."""
+"""A notification service and a file manager that do as the test says, without a display.
+
+    scripted_services.py SECONDS FILE
+
+The file manager as a program that takes so long to start; it writes what it is asked to show to the file.
+"""
+
+import sys
+import time
 
 import dbus
 import dbus.service
 
 from bubbles import NOTIFICATIONS
-from session_bus import connect
+from session_bus import connect, turn_until
 
 FILE_MANAGER = "org.freedesktop.FileManager1"
 
@@ -73,3 +81,15 @@ class ScriptedFileManager(dbus.service.Object):
     @dbus.service.method(FILE_MANAGER, in_signature="ass", out_signature="")
     def ShowItems(self, files, _token):  # pylint: disable=invalid-name
         self.shown += map(str, files)
+
+
+def run_file_manager(seconds, path):
+    time.sleep(seconds)  # as a program from a cold disk does
+    file_manager = ScriptedFileManager()
+    turn_until(lambda: file_manager.shown, what="a file to show")
+    with open(path, "w", encoding="utf-8") as file:
+        file.write("\n".join(file_manager.shown))
+
+
+if __name__ == "__main__":
+    run_file_manager(float(sys.argv[1]), sys.argv[2])

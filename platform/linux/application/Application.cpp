@@ -192,8 +192,8 @@ std::string Application::takeActivationToken() {
   return std::exchange(activationToken_, {});
 }
 
-std::shared_ptr<void> Application::holdEnd() {
-  return departure_.hold();
+std::shared_ptr<void> Application::holdEnd(std::chrono::milliseconds patience) {
+  return departure_.hold(patience);
 }
 
 void Application::setUserInterfaceStarter(std::function<bool(std::string& whyNot)> starter) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -68,9 +69,9 @@ class Application : public platform::NSApplication {
   /// answers it; empty when there is none. It serves once.
   std::string takeActivationToken();
 
-  /// Keeps the process, once its end has begun, for as long as any copy of the answer lives, but two seconds
+  /// Keeps the process, once its end has begun, for as long as any copy of the answer lives, but `patience`
   /// at most: for calls to other programs that would be lost if the caller left before they are answered.
-  std::shared_ptr<void> holdEnd();
+  std::shared_ptr<void> holdEnd(std::chrono::milliseconds patience = std::chrono::seconds(2));
 
  private:
   void receive(DesktopCall call);

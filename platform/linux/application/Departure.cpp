@@ -1,5 +1,6 @@
 #include "platform/linux/application/Departure.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "platform/linux/application/ApplicationInterface.h"
@@ -8,8 +9,7 @@ namespace platform_linux {
 
 namespace {
 
-/// How long what must not be cut off is waited for, in milliseconds.
-constexpr guint kHoldPatience = 2000;
+using std::chrono::milliseconds;
 
 /// How long a call that was handed on may take, in milliseconds.
 constexpr int kHandOnPatience = 10000;
@@ -25,27 +25,18 @@ class Departure::Steps : public std::enable_shared_from_this<Departure::Steps> {
     if (deadline_) g_source_remove(deadline_);
   }
 
-  std::shared_ptr<void> hold() {
-    if (auto held = hold_.lock()) return held;
+  std::shared_ptr<void> hold(milliseconds patience) {
+    std::erase_if(holds_, [](const Hold& hold) { return hold.held.expired(); });
     std::shared_ptr<void> held(nullptr, [weak = weak_from_this()](void*) {
       if (const auto self = weak.lock()) self->advance();
     });
-    hold_ = held;
+    holds_.push_back({held, patience});
     return held;
   }
 
   void begin(std::function<void()> gone) {
     gone_ = std::move(gone);
-    deadline_ = g_timeout_add_full(
-        G_PRIORITY_DEFAULT, kHoldPatience,
-        [](gpointer data) noexcept -> gboolean {
-          auto* const self = static_cast<Steps*>(data);
-          self->deadline_ = 0;
-          self->holdsCount_ = false;
-          self->advance();
-          return G_SOURCE_REMOVE;
-        },
-        this, nullptr);
+    begun_ = std::chrono::steady_clock::now();
     // Every call that the bus sent us under a name is in our hands when it answers that the name is given
     // back.
     for (const std::string& name : names_)
@@ -62,6 +53,11 @@ class Departure::Steps : public std::enable_shared_from_this<Departure::Steps> {
   }
 
  private:
+  struct Hold {
+    std::weak_ptr<void> held;
+    milliseconds patience;
+  };
+
   void callBus(const char* method, GVariant* arguments) {
     if (!bus_.connection()) {
       const GVariantHandle dropped(g_variant_ref_sink(arguments));
@@ -101,9 +97,33 @@ class Departure::Steps : public std::enable_shared_from_this<Departure::Steps> {
       for (DesktopCall& call : std::exchange(waiting_, {}))
         send(std::move(call));
     }
-    const bool held = holdsCount_ && !hold_.expired();
-    if (underWay_ > 0 || held) return;
-    flush();
+    if (underWay_ > 0) return;
+    if (const milliseconds left = longestHold(); left > milliseconds::zero())
+      advanceAfter(left);
+    else
+      flush();
+  }
+
+  /// How long to wait still for what must not be cut off.
+  milliseconds longestHold() const {
+    const auto passed = std::chrono::floor<milliseconds>(std::chrono::steady_clock::now() - begun_);
+    milliseconds longest = milliseconds::zero();
+    for (const Hold& hold : holds_)
+      if (!hold.held.expired()) longest = std::max(longest, hold.patience - passed);
+    return longest;
+  }
+
+  void advanceAfter(milliseconds delay) {
+    if (deadline_) g_source_remove(deadline_);
+    deadline_ = g_timeout_add_full(
+        G_PRIORITY_DEFAULT, static_cast<guint>(delay.count()),
+        [](gpointer data) noexcept -> gboolean {
+          auto* const self = static_cast<Steps*>(data);
+          self->deadline_ = 0;
+          self->advance();
+          return G_SOURCE_REMOVE;
+        },
+        this, nullptr);
   }
 
   /// Sends what is still to be sent: the answers to the last calls and whatever others said.
@@ -125,8 +145,8 @@ class Departure::Steps : public std::enable_shared_from_this<Departure::Steps> {
   const SessionBus& bus_;
   const std::vector<std::string> names_;
   std::function<void()> gone_;  ///< set once the end has begun
-  std::weak_ptr<void> hold_;
-  bool holdsCount_ = true;
+  std::chrono::steady_clock::time_point begun_;
+  std::vector<Hold> holds_;
   bool namesReleased_ = false;
   bool flushing_ = false;
   int underWay_ = 0;  ///< our calls on the bus without an answer
@@ -139,8 +159,8 @@ Departure::Departure(const SessionBus& bus, std::vector<std::string> names)
 
 Departure::~Departure() = default;
 
-std::shared_ptr<void> Departure::hold() {
-  return steps_->hold();
+std::shared_ptr<void> Departure::hold(milliseconds patience) {
+  return steps_->hold(patience);
 }
 
 void Departure::begin(std::function<void()> gone) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -22,8 +23,8 @@ class Departure {
   ~Departure();
 
   /// Something that must not be cut off is under way for as long as any copy of the answer lives. Once the
-  /// end has begun, it is waited for two seconds at most.
-  std::shared_ptr<void> hold();
+  /// end has begun, it is waited for, for that long at most.
+  std::shared_ptr<void> hold(std::chrono::milliseconds patience);
 
   /// Begins the end; `gone` runs when nothing is left to do, perhaps before this returns.
   void begin(std::function<void()> gone);

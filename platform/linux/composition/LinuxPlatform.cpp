@@ -35,7 +35,7 @@ LinuxPlatform::LinuxPlatform(const ProgramIdentity& identity)
                 .quit = [this] { application_.terminate(); }}),
       appKit_(windows_, log_),
       workspace_(
-          bus_, [this] { return application_.holdEnd(); },
+          bus_, [this] { return application_.holdEnd(Workspace::kPatience); },
           [this] { return application_.takeActivationToken(); }),
       notifications_(bus_, {identity.identifier, bundle_.localizedStringForKey("Show"),
                             [this] { return application_.holdEnd(); }}),

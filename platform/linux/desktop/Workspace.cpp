@@ -12,9 +12,6 @@ namespace {
 
 constexpr const char* kFileManager = "org.freedesktop.FileManager1";
 constexpr const char* kFileManagerPath = "/org/freedesktop/FileManager1";
-/// In milliseconds: enough for a file manager that has to be started from a cold disk first.
-constexpr int kPatience = 10000;
-
 /// What is asked of the desktop, and what keeps the application alive meanwhile.
 struct Request {
   std::string path;
@@ -62,7 +59,8 @@ void Workspace::selectFile(const std::string& path, const std::string&) {
   const GStringHandle uri(g_file_get_uri(fileAt(path).get()));
   const std::array<const char*, 2> uris{uri.get(), nullptr};
   bus_.call({kFileManager, kFileManagerPath, kFileManager, "ShowItems",
-             g_variant_new("(^ass)", uris.data(), request.activationToken.c_str()), kPatience},
+             g_variant_new("(^ass)", uris.data(), request.activationToken.c_str()),
+             static_cast<int>(kPatience.count())},
             [request](GVariant*, const GError* error) {
               if (!error) return;
               g_message("No file manager shows \"%s\": %s", request.path.c_str(), error->message);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -19,6 +20,10 @@ class Workspace : public platform::NSWorkspace {
   /// The token by which the desktop lets a window come to the front in answer to the user's click; empty for
   /// none.
   using ActivationToken = std::function<std::string()>;
+
+  /// Enough for a file manager that has to be started from a cold disk first; what `holdTermination` must
+  /// allow.
+  static constexpr std::chrono::milliseconds kPatience{10000};
 
   /// `bus` outlives the main loop's last turn.
   Workspace(const SessionBus& bus, TerminationHold holdTermination, ActivationToken activationToken);
