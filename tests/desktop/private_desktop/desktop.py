@@ -42,7 +42,7 @@ class Desktop:
     def start(self):
         """Returns when everything answers."""
         if self._options.display:
-            self._display = start_display(self._surroundings)
+            self._display = start_display(self._surroundings, self._options.screen)
         if self._options.window_manager:
             start_window_manager(self._surroundings)
         if self._options.wayland:

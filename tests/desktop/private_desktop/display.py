@@ -6,10 +6,10 @@ import shlex
 from .processes import Child, ReadyPipe, start_reporting
 
 
-def start_display(surroundings):
-    """Starts an X server without a screen on a free display number and sets DISPLAY."""
+def start_display(surroundings, screen):
+    """Starts an X server without a screen on a free display number and sets DISPLAY; `screen`: WIDTHxHEIGHT."""
     server, number = start_reporting("Xvfb",
-                                     ["Xvfb", "-displayfd", "{ready}", "-screen", "0", "1280x1024x24", "-nolisten",
+                                     ["Xvfb", "-displayfd", "{ready}", "-screen", "0", screen + "x24", "-nolisten",
                                       "tcp", "-noreset"],
                                      surroundings.environment, surroundings.log("Xvfb"),
                                      "the display does not answer")

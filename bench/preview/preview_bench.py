@@ -1,0 +1,230 @@
+#!/usr/bin/env python3
+"""Compares the live preview with other programs' on the same virtual camera and display, in one run.
+
+    preview_bench.py [--build DIR] [--prefix DIR] [--seconds N] [--memory MINUTES] [--stutter]
+
+CPU: processor time of the program, and of the display server that it makes work, per picture that appears on the
+display; dropped: pictures that the camera sent and nobody saw. Peers, as far as installed: cheese, and the media
+framework's pipeline in one line (gst-launch-1.0), to a plain window and to one that OpenGL draws.
+--memory: resident memory of the preview over so many minutes. --stutter: the longest gap between two pictures
+while 12-megapixel photos are shot. Needs an otherwise quiet machine.
+"""
+
+import argparse
+import json
+import os
+import shutil
+import signal
+import subprocess
+import sys
+import time
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[2]
+CAMERAS = [("MJPG", "1920x1080"), ("MJPG", "3840x2160"), ("YUY2", "1920x1080")]
+VIEWS = os.environ.get("PB_VIEWS", "960x540 1920x1080").split()
+TICKS = os.sysconf("SC_CLK_TCK")
+SETTLING = 4  # seconds from the start of a program until it is measured
+
+
+def in_desktop(build, cameras, command):
+    """Runs a command in a private desktop with a display and returns its output."""
+    plugged = [word for spec in cameras for word in ("--camera", spec)]
+    done = subprocess.run(
+        [ROOT / "tests/desktop/run", "--programs", build / "tests/desktop", "--window-manager",
+         "--screen", "2560x1440", *plugged, "--", *command],
+        stdin=subprocess.DEVNULL, capture_output=True, text=True, check=False,
+    )
+    if done.returncode != 0:
+        raise RuntimeError(f"{command}: {done.stderr or done.stdout}")
+    return done.stdout
+
+
+def camera(pixel_format, size):
+    return f"name=desk,title=Desk camera,noise=6,modes={pixel_format}:{size}@30"
+
+
+# --- inside of a desktop ---------------------------------------------------------------------------------------------
+
+
+def processor_seconds(pid):
+    """What a process has used so far, its threads and ended children included."""
+    fields = Path(f"/proc/{pid}/stat").read_text(encoding="utf-8").rpartition(")")[2].split()
+    return sum(map(int, fields[11:15])) / TICKS
+
+
+def resident_megabytes(pid):
+    for line in Path(f"/proc/{pid}/status").read_text(encoding="utf-8").splitlines():
+        if line.startswith("VmRSS"):
+            return int(line.split()[1]) / 1024
+    return 0.0
+
+
+def frames_sent():
+    state = subprocess.run([ROOT / "tests/desktop/control", "camera", "1", "state"], check=True, capture_output=True,
+                           text=True).stdout
+    return int(dict(word.split("=") for word in state.split() if "=" in word)["total-frames"])
+
+
+def settings():
+    config = Path(os.environ["XDG_CONFIG_HOME"]) / "quillo"
+    config.mkdir(parents=True, exist_ok=True)
+    (config / "camera-shot.ini").write_text("[Defaults]\nShowPreview=true\n", encoding="utf-8")
+
+
+def commands(program, view, pixel_format, size):
+    """The contenders by name: the command, and whether its window has to be brought to the view's size."""
+    width, height = size.split("x")
+    caps = "image/jpeg" if pixel_format == "MJPG" else f"video/x-raw,format={pixel_format}"
+    decode = "jpegdec !" if pixel_format == "MJPG" else ""
+    scaled = "videoconvert ! videoscale ! video/x-raw,width={},height={}".format(*view.split("x"))
+    source = f"gst-launch-1.0 -q pipewiresrc target-object=desk ! {caps},width={width},height={height} ! {decode}"
+    return {
+        "ours": ([str(program)], True),
+        "cheese": (["cheese"], True),
+        "gst-launch, ximagesink": (f"{source} {scaled} ! ximagesink".split(), False),
+        "gst-launch, glimagesink": (f"{source} videoconvert ! glimagesink".split(), True),
+    }
+
+
+def resize(view):
+    """Brings the newest visible window to the view's size."""
+    found = subprocess.run(["xdotool", "search", "--sync", "--onlyvisible", "--name", "."], capture_output=True, text=True,
+                           check=False, timeout=20).stdout.split()
+    for window in found:
+        subprocess.run(["xdotool", "windowsize", window, *view.split("x")], check=False, stderr=subprocess.DEVNULL)
+
+
+def measure(counter, command, needs_size, view, seconds):
+    process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    try:
+        if needs_size:
+            resize(view)
+        time.sleep(SETTLING)
+        server = int(os.environ["XVFB_PID"])
+        sent, used, drawn = frames_sent(), processor_seconds(process.pid), processor_seconds(server)
+        width, height = map(int, view.split("x"))
+        told = subprocess.run([counter, str(seconds), str(width * height // 4)], check=True, capture_output=True, text=True)
+        shown = int(told.stdout.split()[0])
+        if process.poll() is not None or shown == 0:
+            return None
+        return {
+            "shown": shown, "sent": frames_sent() - sent, "gap": float(told.stdout.split()[2]),
+            "own": 1000 * (processor_seconds(process.pid) - used) / shown,
+            "server": 1000 * (processor_seconds(server) - drawn) / shown,
+            "memory": resident_megabytes(process.pid),
+        }
+    finally:
+        process.send_signal(signal.SIGTERM)
+        try:
+            process.wait(timeout=10)
+        except subprocess.TimeoutExpired:
+            process.kill()
+            process.wait()
+
+
+def compare_inside(counter, program, view, pixel_format, size, seconds):
+    settings()
+    results = {}
+    for name, (command, needs_size) in commands(program, view, pixel_format, size).items():
+        if shutil.which(command[0]):
+            results[name] = measure(counter, command, needs_size, view, seconds)
+    return results
+
+
+def memory_inside(program, minutes):
+    settings()
+    process = subprocess.Popen([program], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    time.sleep(SETTLING)
+    samples = [resident_megabytes(process.pid)]
+    for _ in range(minutes):
+        time.sleep(60)
+        samples.append(resident_megabytes(process.pid))
+    process.send_signal(signal.SIGTERM)
+    process.wait()
+    return samples
+
+
+def stutter_inside(counter, program, seconds):
+    """The longest gap between pictures: left alone, and with a shot under way all the time."""
+    settings()
+    process = subprocess.Popen([program], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    resize("960x540")
+    time.sleep(SETTLING)
+    gaps = []
+    for shooting in (False, True):
+        counting = subprocess.Popen([counter, str(seconds), str(960 * 540 // 4)], stdout=subprocess.PIPE, text=True)
+        end = time.monotonic() + seconds
+        while shooting and time.monotonic() < end - 1:
+            subprocess.run(["xdotool", "key", "space"], check=False)
+            time.sleep(0.5)
+        shown, _, gap = counting.communicate()[0].split()
+        gaps.append({"shown": int(shown), "gap": float(gap)})
+    process.send_signal(signal.SIGTERM)
+    process.wait()
+    photos = len(list(Path(os.environ["HOME"]).glob("**/*.png")))
+    return {"alone": gaps[0], "shooting": gaps[1], "photos": photos}
+
+
+# --- outside ---------------------------------------------------------------------------------------------------------
+
+
+def compare(build, prefix, seconds):
+    print(f"Live preview at 30 frames a second, {seconds} s each; milliseconds of processor time a shown picture\n")
+    print(f"{'camera':>15} {'view':>10}  {'program':<24} {'own':>7} {'server':>7} {'both':>7} {'ratio':>7} {'shown':>6} {'of':>5}"
+          f" {'dropped':>8} {'memory':>8}")
+    for pixel_format, size in CAMERAS:
+        for view in VIEWS:
+            told = in_desktop(build, [camera(pixel_format, size)], [
+                sys.executable, __file__, "--inside", "compare", build / "bench/preview/frame_counter",
+                prefix / "bin/quillo-camera-shot", view, pixel_format, size, str(seconds)])
+            results = json.loads(told)
+            ours = results["ours"]
+            for name, result in results.items():
+                if result is None:
+                    print(f"{pixel_format + ' ' + size:>15} {view:>10}  {name:<24} shows nothing here")
+                    continue
+                both = result["own"] + result["server"]
+                ratio = both / (ours["own"] + ours["server"]) if ours else float("nan")
+                print(f"{pixel_format + ' ' + size:>15} {view:>10}  {name:<24} {result['own']:7.1f} {result['server']:7.1f} {both:7.1f}"
+                      f" {ratio:6.1f}x {result['shown']:6d} {result['sent']:5d} {max(0, result['sent'] - result['shown']):8d}"
+                      f" {result['memory']:5.0f} MB", flush=True)
+    print()
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--build", type=Path, default=ROOT / "build/release", help="the build tree (build/release)")
+    parser.add_argument("--prefix", type=Path, default=ROOT / "build/stage", help="the installation (build/stage)")
+    parser.add_argument("--seconds", type=int, default=10, help="how long each program is looked at (10)")
+    parser.add_argument("--memory", type=int, metavar="MINUTES", help="only: memory over so many minutes")
+    parser.add_argument("--stutter", action="store_true", help="only: gaps between pictures while photos are shot")
+    parser.add_argument("--inside", nargs="+", help=argparse.SUPPRESS)
+    options = parser.parse_args()
+    program = options.prefix / "bin/quillo-camera-shot"
+    counter = options.build / "bench/preview/frame_counter"
+    if options.inside:
+        what, *words = options.inside
+        if what == "compare":
+            print(json.dumps(compare_inside(*words[:5], int(words[5]))))
+        elif what == "memory":
+            print(json.dumps(memory_inside(words[0], int(words[1]))))
+        else:
+            print(json.dumps(stutter_inside(words[0], words[1], int(words[2]))))
+    elif options.memory:
+        samples = json.loads(in_desktop(options.build, [camera("MJPG", "1920x1080")], [
+            sys.executable, __file__, "--inside", "memory", program, str(options.memory)]))
+        print("Resident memory of the preview, MB, a minute each: " + " ".join(f"{sample:.1f}" for sample in samples))
+    elif options.stutter:
+        told = json.loads(in_desktop(options.build, [camera("MJPG", "4000x3000")], [
+            sys.executable, __file__, "--inside", "stutter", counter, program, str(options.seconds)]))
+        print(f"Longest gap between two pictures of a 12-megapixel camera at 30 frames a second (two frame times: 67 ms):\n"
+              f"  left alone {told['alone']['gap']:.0f} ms ({told['alone']['shown']} shown), "
+              f"with photos shot all the time {told['shooting']['gap']:.0f} ms ({told['shooting']['shown']} shown, "
+              f"{told['photos']} photos)")
+    else:
+        compare(options.build, options.prefix, options.seconds)
+
+
+if __name__ == "__main__":
+    main()
