@@ -1,5 +1,6 @@
 // Layers as they come out on the screen: pixels are looked at.
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <thread>
 
@@ -232,6 +233,52 @@ TEST_F(LayerViewTest, BackgroundViewIsBlackToTheEdges) {
       for (const double y : {0.0, 0.5, 1.0})
         EXPECT_THAT(shot.at(x, y), Shows(kBlack));
   }
+}
+
+/// Draws as slowly as a busy machine without a graphics processor; the camera's next frame is there each
+/// time.
+class SlowDrawing {
+ public:
+  SlowDrawing(GtkWidget* view, std::shared_ptr<FakeCameraLayer> camera)
+      : camera_(std::move(camera)),
+        beforePaint_(gtk_widget_get_frame_clock(view), "before-paint",
+                     [this] { camera_->deliver(jpegFrame(400, 200, redLeftBlueRight)); }),
+        afterPaint_(gtk_widget_get_frame_clock(view), "after-paint", [this] { drawn(); }) {}
+
+  int drawings = 0;
+
+ private:
+  void drawn() {
+    ++drawings;
+    constexpr std::chrono::milliseconds kSlowness{50};  // longer than the time between two frames of a screen
+    const auto end = std::chrono::steady_clock::now() + kSlowness;
+    while (std::chrono::steady_clock::now() < end) {
+    }
+  }
+
+  const std::shared_ptr<FakeCameraLayer> camera_;
+  const SignalConnection beforePaint_;
+  const SignalConnection afterPaint_;
+};
+
+TEST_F(LayerViewTest, LeavesTimeForIdleWorkHoweverSlowDrawingIs) {
+  const auto camera = std::make_shared<FakeCameraLayer>();
+  show(camera);
+  camera->deliver(jpegFrame(400, 200, redLeftBlueRight));
+  ASSERT_TRUE(showsAt(0.9, 0.5, kRed));
+  const SlowDrawing slow(view_, camera);
+  gtk_widget_queue_draw(view_);
+  ASSERT_TRUE(runUntil([&slow] { return slow.drawings >= 3; }));
+  const int before = slow.drawings;
+  bool done = false;
+  g_idle_add(
+      [](gpointer data) noexcept -> gboolean {
+        *static_cast<bool*>(data) = true;
+        return G_SOURCE_REMOVE;
+      },
+      &done);
+  ASSERT_TRUE(runUntil([&done] { return done; }));
+  EXPECT_LE(slow.drawings - before, 2);
 }
 
 }  // namespace

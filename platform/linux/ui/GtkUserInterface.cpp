@@ -6,6 +6,7 @@
 #include <adwaita.h>
 
 #include "platform/linux/ui/NamedImage.h"
+#include "platform/linux/ui/Renderer.h"
 // Generated as C.
 extern "C" {
 #include "resources/CameraShotResources.h"
@@ -27,9 +28,10 @@ bool connectToDisplay(const std::string& applicationId) {
 }
 
 /// For the display, which stays for the rest of the process.
-void loadResources() {
+void setUpDisplay() {
   cameraShotResources_register_resource();
   GdkDisplay* const display = gdk_display_get_default();
+  chooseRenderer(display);
   const auto style = GObjectRef<GtkCssProvider>::adopt(gtk_css_provider_new());
   gtk_css_provider_load_from_resource(style.get(), resource("style.css").c_str());
   gtk_style_context_add_provider_for_display(display, GTK_STYLE_PROVIDER(style.get()),
@@ -45,8 +47,8 @@ std::unique_ptr<GtkUserInterface> GtkUserInterface::make(UserInterfaceHost host,
     return nullptr;
   }
   adw_init();
-  static std::once_flag loaded;
-  std::call_once(loaded, loadResources);
+  static std::once_flag isSetUp;
+  std::call_once(isSetUp, setUpDisplay);
   gtk_window_set_default_icon_name(host.applicationId.c_str());
   return std::unique_ptr<GtkUserInterface>(new GtkUserInterface(std::move(host)));
 }
