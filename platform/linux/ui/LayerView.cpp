@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "platform/linux/ui/ContainerWidget.h"
+#include "platform/linux/ui/MainLoop.h"
 #include "platform/linux/ui/Signals.h"
 #include "platform/linux/ui/ToplevelState.h"
 
@@ -11,8 +12,14 @@ namespace {
 
 /// The C++ side of the widget.
 struct LayerViewState {
-  explicit LayerViewState(GtkWidget* widget) : painter([widget] { gtk_widget_queue_draw(widget); }) {}
+  explicit LayerViewState(GtkWidget* widget)
+      : draw(G_PRIORITY_DEFAULT_IDLE, [widget] { gtk_widget_queue_draw(widget); }),
+        painter([this] { draw.schedule(); }) {}
 
+  /// When nothing else waits: pictures that come faster than they can be drawn (without a graphics processor,
+  /// on a busy machine) must not keep what the toolkit does at idle times, like telling screen readers, from
+  /// ever being done.
+  DeferredCall draw;
   LayerTreePainter painter;
   SignalConnection windowState;  ///< while mapped
 };
