@@ -18,13 +18,11 @@ BLUE = "name=blue,title=Blue camera,modes=MJPG:640x480@30,tint=5050d0"
 _WITH_PREFERENCES = ["sh", "-c", f'exec "$@" {TOOL_IDENTIFIER}', "sh"]
 
 
-def colour_of(picture, x, y):
-    """Which of the cameras the picture comes from, as its background there tells: "red", "green" or "blue"."""
-    pixel = picture.at(x, y)
+def camera_of(pixel):
+    """Which of the cameras has such a background: "red", "green" or "blue"; None for no camera of these."""
     strongest = max(range(3), key=lambda channel: pixel[channel])
     rest = max(value for channel, value in enumerate(pixel) if channel != strongest)
-    assert pixel[strongest] > rest + 40, f"{pixel} is no camera's colour"
-    return ("red", "green", "blue")[strongest]
+    return ("red", "green", "blue")[strongest] if pixel[strongest] > rest + 40 else None
 
 
 def call_tool(method, *arguments):
@@ -83,24 +81,24 @@ class WindowTest(ToolTest):
     def _is_camera_title(each):
         return each.role == "label" and each.window == PREFERENCES and " camera" in each.name
 
-    def preview_colour(self):
-        """The camera whose picture the preview shows, or None."""
-        x, y, width, height = self.windows.screen.frame(PREVIEW)
-        picture = self.windows.screen.picture()
-        try:
-            return colour_of(picture, (x + 0.3 * width) / picture.width, (y + 0.3 * height) / picture.height)
-        except AssertionError:
-            return None
+    def wait_for_pixel(self, x, y, expected):
+        """Looks at a place of the preview, given in parts of its width and height, until its colour is as expected:
+        pictures tell nobody of their change. Returns the condition's answer."""
+        deadline = time.monotonic() + BOUND
+        while True:
+            left, top, width, height = self.windows.screen.frame(PREVIEW)
+            pixel = self.windows.screen.pixel(int(left + x * width), int(top + y * height))
+            if answer := expected(pixel):
+                return answer
+            if time.monotonic() > deadline:
+                self.fail(f"the pixel at {x}, {y} of the preview stays {pixel}")
 
     def wait_for_preview_colour(self, colour):
-        """Looks at the screen until the camera's picture is there: pictures tell nobody of their change."""
-        deadline = time.monotonic() + BOUND
-        while (seen := self.preview_colour()) != colour:
-            if time.monotonic() > deadline:
-                self.fail(f"the preview shows {seen}, not {colour}")
+        """Waits until the preview shows that camera's picture."""
+        self.wait_for_pixel(0.3, 0.3, lambda pixel: camera_of(pixel) == colour)
 
     def photo_colour(self, path):
-        return colour_of(pixels.decode_png(path), 0.3, 0.3)
+        return camera_of(pixels.decode_png(path).at(0.3, 0.3))
 
     def wait_for_photos(self, tool, count):
         """All the photos, once there are that many and each is whole."""

@@ -5,11 +5,9 @@ import json
 import os
 import select
 import subprocess
-import tempfile
 import time
 from pathlib import Path
 
-import pixels
 from tool import in_desktop, installation
 from waiting import BOUND
 from wayland_input import WaylandInput
@@ -36,7 +34,7 @@ def in_windowed_desktop(*cameras, options=()):
 
 
 class X11Screen:
-    """Keys and clicks by the X server's test extension; pictures of the whole screen."""
+    """Keys and clicks by the X server's test extension; looks at the screen."""
 
     @staticmethod
     def key(chord):
@@ -63,10 +61,10 @@ class X11Screen:
                               text=True).stdout.strip()
 
     def minimize(self, title):
-        subprocess.run(["xdotool", "windowminimize", "--sync", self._window(title)], check=True)
-
-    def restore(self, title):
-        subprocess.run(["xdotool", "windowmap", "--sync", self._window(title)], check=True)
+        """Returns what brings the window back."""
+        window = self._window(title)
+        subprocess.run(["xdotool", "windowminimize", "--sync", window], check=True)
+        return lambda: subprocess.run(["xdotool", "windowactivate", "--sync", window], check=True)
 
     @staticmethod
     def _window(title):
@@ -76,14 +74,15 @@ class X11Screen:
         return found.split()[-1]
 
     @staticmethod
-    def picture():
-        with tempfile.NamedTemporaryFile(suffix=".png") as file:
-            subprocess.run(["import", "-window", "root", file.name], check=True)
-            return pixels.decode_png(file.name)
+    def pixel(x, y):
+        """Red, green and blue of a place on the screen."""
+        done = subprocess.run(["import", "-silent", "-window", "root", "-crop", f"1x1+{x}+{y}", "-depth", "8", "rgb:-"],
+                              check=True, capture_output=True)
+        return tuple(done.stdout[-3:])
 
 
 class WaylandScreen:
-    """Keys and clicks by a virtual keyboard and pointer of the compositor; pictures of the whole screen."""
+    """Keys and clicks by a virtual keyboard and pointer of the compositor; looks at the screen."""
 
     _SIZE = (1280, 1024)
 
@@ -113,10 +112,10 @@ class WaylandScreen:
         return nodes
 
     @staticmethod
-    def picture():
-        with tempfile.NamedTemporaryFile(suffix=".png") as file:
-            subprocess.run(["grim", file.name], check=True)
-            return pixels.decode_png(file.name)
+    def pixel(x, y):
+        """Red, green and blue of a place on the screen."""
+        done = subprocess.run(["grim", "-t", "ppm", "-g", f"{x},{y} 1x1", "-"], check=True, capture_output=True)
+        return tuple(done.stdout[-3:])
 
 
 class Object:

@@ -1,0 +1,186 @@
+#!/usr/bin/env python3
+"""The preview window: the live picture, shots, cameras that come and go, and the ways out."""
+
+import os
+import re
+import subprocess
+import unittest
+from pathlib import Path
+
+from tool import Tool, control
+from waiting import wait_until
+from window_case import GREEN, RED, WindowTest
+from windows import PREFERENCES, PREVIEW, in_windowed_desktop
+
+DESK = "name=desk,title=Desk camera,modes=MJPG:1280x720@30"  # of the window's shape: no bars beside the picture
+NO_CAMERA = "No camera found"
+NOT_ALLOWED = "The tool is not allowed to access the camera."
+
+
+def is_red(pixel):
+    return pixel[0] > 180 and max(pixel[1:]) < 80
+
+
+def is_blue(pixel):
+    return pixel[2] > 180 and max(pixel[:2]) < 80
+
+
+class Preview:
+    """What holds on every kind of display."""
+
+    def wait_for_mirrored_picture(self):
+        """The camera has red at its left edge and blue at its right one."""
+        self.wait_for_pixel(0.95, 0.5, is_red)
+        self.wait_for_pixel(0.05, 0.5, is_blue)
+
+    def assert_may_shoot(self, may):
+        self.windows.wait_until(
+            lambda objects: [each for each in objects if each.name == "Take a photo"
+                             and ("sensitive" in each.states) == may], f"the shoot button, enabled: {may}")
+
+    @in_windowed_desktop(DESK)
+    def test_a_click_space_and_return_each_take_a_photo(self):
+        tool = self.open_preview()
+        self.wait_for_mirrored_picture()
+        self.windows.click("Take a photo", PREVIEW)
+        self.wait_for_photos(tool, 1)
+        self.windows.key("space")
+        self.wait_for_photos(tool, 2)
+        self.windows.key("Return")
+        self.wait_for_photos(tool, 3)
+        self.assertEqual(tool.names(), ["Launch", *3 * ["Start", "Stop"]])
+        self.assertEqual(self.windows.titles(), {PREVIEW})
+
+    @in_windowed_desktop(DESK)
+    def test_the_close_key_ends_the_tool(self):
+        tool = self.open_preview()
+        self.windows.key("ctrl+w")
+        self.assertEqual(tool.wait(), 0, tool.log())
+        self.assertEqual(tool.names(), ["Launch", "Quit"])
+
+    @in_windowed_desktop(DESK)
+    def test_the_quit_key_ends_the_tool(self):
+        tool = self.open_preview()
+        self.windows.key("ctrl+q")
+        self.assertEqual(tool.wait(), 0, tool.log())
+        self.assertEqual(tool.names(), ["Launch", "Quit"])
+
+    @in_windowed_desktop(DESK)
+    def test_a_shot_that_is_under_way_when_the_window_closes_is_saved(self):
+        tool = self.open_preview()
+        self.wait_for_mirrored_picture()
+        self.windows.key("space")
+        self.windows.key("ctrl+w")
+        self.assertEqual(tool.wait(), 0, tool.log())
+        self.assert_one_photo(tool)
+        self.assertEqual(tool.names(), ["Launch", "Start", "Stop", "Quit"])
+
+    @in_windowed_desktop()
+    def test_without_a_camera_the_panel_says_so_until_one_is_plugged(self):
+        tool = self.open_preview()
+        self.windows.find(NO_CAMERA, PREVIEW)
+        self.assert_may_shoot(False)
+        self.windows.key("space")
+        control("add-camera", DESK)
+        self.wait_for_mirrored_picture()
+        self.assert_may_shoot(True)
+        self.assertNotIn(NO_CAMERA, [each.name for each in self.windows.objects()])
+        self.windows.key("space")
+        self.wait_for_photos(tool, 1)
+        self.assertEqual(tool.names(), ["Launch", "Start", "Stop"])
+
+    @in_windowed_desktop(RED, GREEN)
+    def test_another_camera_takes_over_and_the_panel_comes_with_the_last_one_gone(self):
+        tool = self.open_preview(settings="[Defaults]\nShowPreview=true\nVideoSourceID=green\n")
+        self.wait_for_preview_colour("green")
+        control("camera", "2", "unplug")
+        self.wait_for_preview_colour("red")
+        self.assert_may_shoot(True)
+        control("camera", "1", "unplug")
+        self.windows.find(NO_CAMERA, PREVIEW)
+        self.assert_may_shoot(False)
+        control("camera", "1", "plug")
+        self.wait_for_preview_colour("red")
+        control("camera", "2", "plug")
+        self.wait_for_preview_colour("green")
+        self.windows.key("space")
+        self.assertEqual(self.photo_colour(self.wait_for_photos(tool, 1)[0]), "green")
+
+    @in_windowed_desktop(DESK)
+    def test_access_that_is_taken_away_and_given_back_while_the_window_is_open(self):
+        # The right to use cameras is the right to open PipeWire's socket. Root has it whatever the file's mode says,
+        # unless it has given that power up.
+        powerless = ["setpriv", "--bounding-set", "-dac_override,-dac_read_search"] if os.geteuid() == 0 else []
+        socket = Path(os.environ["XDG_RUNTIME_DIR"]) / "pipewire-0"
+        self.open_preview(command=powerless)
+        self.wait_for_mirrored_picture()
+        mode = socket.stat().st_mode
+        socket.chmod(0)
+        self.windows.find(NOT_ALLOWED, PREVIEW)
+        self.windows.wait_until(lambda objects: any(each.name.startswith("Please open") for each in objects),
+                                "what to do about it")
+        self.assert_may_shoot(False)
+        socket.chmod(mode)
+        self.wait_for_mirrored_picture()
+        self.assert_may_shoot(True)
+
+
+class OnX11(Preview, WindowTest):
+    @in_windowed_desktop(DESK)
+    def test_a_minimised_window_lets_the_camera_rest(self):
+        self.open_preview()
+        self.wait_for_mirrored_picture()
+        restore = self.windows.screen.minimize(PREVIEW)
+        control("camera", "1", "wait-idle")
+        restore()
+        control("camera", "1", "wait-streaming")
+        self.wait_for_mirrored_picture()
+
+    @in_windowed_desktop(DESK)
+    def test_the_close_button_ends_the_tool(self):
+        tool = self.open_preview()
+        self.windows.click("Close", PREVIEW)
+        self.assertEqual(tool.wait(), 0, tool.log())
+
+    @in_windowed_desktop(DESK, options=["--notifications", "dunst"])
+    def test_quick_shots_give_a_file_each_and_one_notification_which_the_next_shot_replaces(self):
+        bus = Path(os.environ["CAMERA_DESKTOP_DIR"]) / "bus"
+        bus.mkdir()
+        with open(bus / "notify", "wb") as calls:
+            listening = subprocess.Popen(
+                ["stdbuf", "-oL", "dbus-monitor", "--session", "interface='org.freedesktop.Notifications',member='Notify'"],
+                stdout=calls)
+        self.addCleanup(listening.wait)
+        self.addCleanup(listening.terminate)
+
+        def replaced():
+            """Which notification each one replaces, by the service's number; 0 for none."""
+            return re.findall(r'member=Notify\n   string "Camera Shot"\n   uint32 (\d+)\n', (bus / "notify").read_text())
+
+        tool = self.open_preview()
+        self.wait_for_mirrored_picture()
+        self.windows.key("space")
+        self.windows.key("space")
+        self.wait_for_photos(tool, 2)
+        wait_until(lambda: tool.names() == ["Launch", "Start", "Start", "Stop", "Stop"], tool.state, what="both shots")
+        # One request that waits makes room for the next; so it may have been one notification or two.
+        first = wait_until(replaced, bus, what="the notification")
+        self.assertEqual(first[0], "0")
+        self.windows.key("space")
+        self.wait_for_photos(tool, 3)
+        wait_until(lambda: len(replaced()) > len(first), bus, what="the next notification")
+        self.assertNotIn("0", replaced()[1:])
+
+
+class OnWayland(Preview, WindowTest):
+    display = "wayland"
+
+    @in_windowed_desktop(DESK)
+    def test_the_preferences_key_opens_the_preferences(self):
+        self.open_preview()
+        self.windows.key("ctrl+comma")
+        self.windows.wait_for_window(PREFERENCES)
+
+
+if __name__ == "__main__":
+    unittest.main()
