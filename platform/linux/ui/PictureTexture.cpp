@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/linux/ui/MainLoop.h"
+#include "platform/linux/ui/Renderer.h"
 
 namespace platform_linux {
 namespace {
@@ -14,6 +15,13 @@ struct LentPixels {
   std::shared_ptr<PixelBufferPool> pool;
   PixelBufferPool::Buffer pixels;
 };
+
+/// All pixels are opaque, so both formats have the same bytes. A graphics processor takes the first as it is;
+/// where GTK draws by itself, older versions (4.8) have a quick way from the second one only.
+GdkMemoryFormat pixelFormat() {
+  static const bool kDrawnByGraphicsProcessor = hasGraphicsProcessor();
+  return kDrawnByGraphicsProcessor ? GDK_MEMORY_B8G8R8A8_PREMULTIPLIED : GDK_MEMORY_B8G8R8A8;
+}
 
 GObjectRef<GdkTexture> makeTexture(DecodedPicture picture, std::shared_ptr<PixelBufferPool> pool) {
   const PixelSize size = picture.size;
@@ -26,9 +34,8 @@ GObjectRef<GdkTexture> makeTexture(DecodedPicture picture, std::shared_ptr<Pixel
         done->pool->giveBack(std::move(done->pixels));
       },
       lent.release());
-  auto texture = GObjectRef<GdkTexture>::adopt(
-      gdk_memory_texture_new(size.width, size.height, GDK_MEMORY_B8G8R8A8_PREMULTIPLIED, bytes,
-                             static_cast<std::size_t>(size.width) * 4));
+  auto texture = GObjectRef<GdkTexture>::adopt(gdk_memory_texture_new(
+      size.width, size.height, pixelFormat(), bytes, static_cast<std::size_t>(size.width) * 4));
   g_bytes_unref(bytes);
   return texture;
 }
