@@ -10,7 +10,7 @@ from pathlib import Path
 import dbus
 
 from bubbles import APPLICATION, NOTIFICATIONS, NOTIFIER, SERVICES, Notifications, path_of, post_photo, windows_named
-from scripted_services import ScriptedDaemon, ScriptedFileManager
+from scripted_services import ScriptedDaemon, ScriptedFileManager, ScriptedShell
 from session_bus import Client, Monitor, turn_until
 from tool import HD, TOOL_IDENTIFIER, Tool, ToolTest, in_desktop
 from waiting import wait_for_exit
@@ -36,8 +36,8 @@ class Starts(ToolTest):
         self.assertCountEqual(tool.names(), ["Start", "Stop"] + 12 * ["Launch", "Quit"])
 
 
-class DesktopCalls(ToolTest):
-    """What menus, file managers and shells ask of the program, over org.freedesktop.Application."""
+class CallingTest(ToolTest):
+    """Tests that call the program over org.freedesktop.Application."""
 
     def call(self, method, signature, *arguments):
         return Client().call(APPLICATION, path_of(APPLICATION), "org.freedesktop.Application", method,
@@ -53,6 +53,10 @@ class DesktopCalls(ToolTest):
     def wait_until_gone(self, tool):
         turn_until(lambda: "Quit" in tool.names(), tool.state, what="the end")
         Client().wait_until_unowned(APPLICATION)
+
+
+class DesktopCalls(CallingTest):
+    """What menus, file managers and shells ask of the program."""
 
     @in_desktop(HD, options=SERVICES)
     def test_activation_of_a_silent_run_takes_another_photo(self):
@@ -132,6 +136,27 @@ class Helper(ToolTest):
         daemon.close(1)
         daemon.close(2)
         bus.wait_until_unowned(NOTIFIER)
+
+
+class Shell(CallingTest):
+    """A shell that starts programs for clicks by itself gets the notification, not the helper."""
+
+    @in_desktop(HD, options=SERVICES)
+    def test_its_clicks_show_the_photo(self):
+        shell, daemon, files, tool = ScriptedShell(), ScriptedDaemon(), ScriptedFileManager(), Tool()
+        tool.start()
+        turn_until(lambda: shell.kept, what="the notification")
+        self.assertEqual(tool.wait(), 0, tool.log())
+        (key, notification), = shell.kept.items()
+        self.assertEqual(key, (APPLICATION, "Photo_Taken_Notification"))
+        self.assertEqual(daemon.order, [])
+        self.assertFalse(Client().has_owner(NOTIFIER))
+
+        self.assertEqual(notification["default-action"], "app.show-photo")
+        self.action("show-photo", notification["default-action-target"])
+        self.wait_until_gone(tool)
+        self.assertEqual(launches(tool), [{"Silent": True}, {"ClickOnNotification": True}])
+        self.assertEqual(files.shown, [self.assert_one_photo(tool).as_uri()])
 
 
 class Missing(ToolTest):

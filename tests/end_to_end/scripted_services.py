@@ -15,6 +15,7 @@ from bubbles import NOTIFICATIONS
 from session_bus import connect, turn_until
 
 FILE_MANAGER = "org.freedesktop.FileManager1"
+SHELL = "org.gtk.Notifications"
 
 
 class ScriptedDaemon(dbus.service.Object):
@@ -67,6 +68,20 @@ class ScriptedDaemon(dbus.service.Object):
         """The user puts the bubble away."""
         del self.shown[identifier]
         self.NotificationClosed(identifier, 2)
+
+
+class ScriptedShell(dbus.service.Object):
+    """A desktop's shell that keeps notifications of programs that may have gone."""
+
+    def __init__(self):
+        connection = connect()
+        self._owned_name = dbus.service.BusName(SHELL, connection, do_not_queue=True)
+        super().__init__(connection, "/org/gtk/Notifications")
+        self.kept = {}  # dictionaries by the program's identifier and the notification's
+
+    @dbus.service.method(SHELL, in_signature="ssa{sv}", out_signature="")
+    def AddNotification(self, application, identifier, notification):  # pylint: disable=invalid-name
+        self.kept[(str(application), str(identifier))] = notification
 
 
 class ScriptedFileManager(dbus.service.Object):
