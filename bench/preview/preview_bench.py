@@ -22,7 +22,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 CAMERAS = [("MJPG", "1920x1080"), ("MJPG", "3840x2160"), ("YUY2", "1920x1080")]
-VIEWS = os.environ.get("PB_VIEWS", "960x540 1920x1080").split()
+VIEWS = ["960x540", "1920x1080"]
 TICKS = os.sysconf("SC_CLK_TCK")
 SETTLING = 4  # seconds from the start of a program until it is measured
 
@@ -89,8 +89,8 @@ def commands(program, view, pixel_format, size):
 
 def resize(view):
     """Brings the newest visible window to the view's size."""
-    found = subprocess.run(["xdotool", "search", "--sync", "--onlyvisible", "--name", "."], capture_output=True, text=True,
-                           check=False, timeout=20).stdout.split()
+    found = subprocess.run(["timeout", "30", "xdotool", "search", "--sync", "--onlyvisible", "--name", "."],
+                           capture_output=True, text=True, check=False).stdout.split()
     for window in found:
         subprocess.run(["xdotool", "windowsize", window, *view.split("x")], check=False, stderr=subprocess.DEVNULL)
 
