@@ -133,7 +133,7 @@ class BrokenLayoutsTest : public testing::Test {
   std::string load(const std::string& name, platform::NSActions actions = {}) {
     platform_linux::DecodeThread decodeThread;
     platform_linux::WindowFrames frames("/nowhere");
-    platform_linux::WindowList windows([] {});
+    platform_linux::WindowList windows([] {}, [] { return std::string(); });
     const platform_linux::NibLoader loader(windows, frames, decodeThread, {});
     std::string whyNot;
     return loader.load(name, std::move(actions), whyNot) ? "" : whyNot;

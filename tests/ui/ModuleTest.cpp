@@ -24,7 +24,7 @@ bool hasDisplay() {
 }
 
 UserInterfaceHost host() {
-  return {"com.verrano.quillo.CameraShot", testing::TempDir(), [] {}, [] {}};
+  return {"com.verrano.quillo.CameraShot", testing::TempDir(), [] {}, [] {}, [] { return std::string(); }};
 }
 
 platform::NSActions actions() {

@@ -259,6 +259,15 @@ TEST_F(WindowTest, ActivationBringsTheShownWindowsToTheFront) {
   EXPECT_TRUE(runUntil([&] { return other->window()->isVisible(); }));
 }
 
+TEST_F(WindowTest, TheFirstWindowToBeShownUsesTheDesktopsActivationToken) {
+  ui_.activationToken = "token_TIME0";
+  show();
+  EXPECT_EQ(ui_.activationToken, "");
+  ui_.activationToken = "another_TIME0";
+  ui_->activate();
+  EXPECT_EQ(ui_.activationToken, "");
+}
+
 class WindowListTest : public testing::Test {
  protected:
   GtkWindow* open(const char* title) {
@@ -271,13 +280,13 @@ class WindowListTest : public testing::Test {
   }
 
   TestUserInterface ui_;
-  platform_linux::WindowList list_{[] {}};
+  platform_linux::WindowList list_{[] {}, [] { return std::string(); }};
 };
 
 TEST_F(WindowListTest, AWindowAskedToTheFrontIsCurrentBeforeItHasTheKeyboard) {
   GtkWindow* const first = open("first");
   GtkWindow* const second = open("second");
-  list_.broughtToFront(first);
+  list_.turnedTo(first);
   ASSERT_TRUE(gtk_window_is_active(second));
   EXPECT_EQ(list_.current(), first);
   list_.activate();

@@ -89,7 +89,8 @@ void TestUserInterface::restart() {
   ui_.reset();
   std::string whyNot;
   ui_ = platform_linux::GtkUserInterface::make(
-      {"com.verrano.quillo.CameraShot", stateFolder_, [this] { ++lastWindowClosed; }, [this] { ++quits; }},
+      {"com.verrano.quillo.CameraShot", stateFolder_, [this] { ++lastWindowClosed; }, [this] { ++quits; },
+       [this] { return std::exchange(activationToken, {}); }},
       whyNot);
   if (!ui_) throw std::runtime_error(whyNot);
 }

@@ -31,6 +31,7 @@ class TestUserInterface {
 
   int lastWindowClosed = 0;
   int quits = 0;
+  std::string activationToken;  ///< what the desktop's latest call came with
   const std::string& stateFolder() const { return stateFolder_; }
 
  private:
