@@ -258,6 +258,14 @@ class WaysIn(WindowTest):
         self.assertEqual(self.windows.titles(), {PREVIEW})
 
 
+    @in_windowed_desktop(RED)
+    def test_the_window_uses_the_right_to_come_to_the_front_that_the_desktop_gives(self):
+        self.open_preview()
+        call_tool("ActivateAction", "preferences", "[]", "{'desktop-startup-id': <'desktop-7_TIME0'>}")
+        self.windows.wait_for_window(PREFERENCES)
+        self.assertEqual(self.windows.screen.startup_identifier(PREFERENCES), "desktop-7_TIME0")
+
+
 class WaysOut(WindowTest):
     @in_windowed_desktop(RED)
     def test_escape_ends_a_run_that_shows_nothing_else(self):
@@ -320,6 +328,13 @@ class OnWayland(WindowTest):
         tool = self.open_preferences()
         self.windows.key("Escape")
         self.assertEqual(tool.wait(), 0, tool.log())
+
+    @in_windowed_desktop(RED)
+    def test_the_window_uses_the_right_to_come_to_the_front_that_the_desktop_gives(self):
+        tool = self.open_preview(environment={"WAYLAND_DEBUG": "client"})
+        call_tool("ActivateAction", "preferences", "[]", "{'activation-token': <'token-of-the-desktop'>}")
+        self.windows.wait_for_window(PREFERENCES)
+        self.assertRegex(tool.log(), r'xdg_activation_v1@\d+\.activate\("token-of-the-desktop"')
 
 
 if __name__ == "__main__":

@@ -60,6 +60,12 @@ class X11Screen:
         return subprocess.run(["xdotool", "getactivewindow", "getwindowname"], check=False, capture_output=True,
                               text=True).stdout.strip()
 
+    def startup_identifier(self, title):
+        """By which request of the desktop the window says that it was opened."""
+        told = subprocess.run(["xprop", "-id", self._window(title), "_NET_STARTUP_ID"], check=True, capture_output=True,
+                              text=True).stdout
+        return told.split('"')[1] if '"' in told else None
+
     def minimize(self, title):
         """Returns what brings the window back."""
         window = self._window(title)

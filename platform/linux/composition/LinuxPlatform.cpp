@@ -32,7 +32,8 @@ LinuxPlatform::LinuxPlatform(const ProgramIdentity& identity)
       windows_({.applicationId = identity.identifier,
                 .stateFolder = suiteFolder(g_get_user_state_dir()),
                 .lastWindowClosed = [this] { application_.lastWindowClosed(); },
-                .quit = [this] { application_.terminate(); }}),
+                .quit = [this] { application_.terminate(); },
+                .takeActivationToken = [this] { return application_.takeActivationToken(); }}),
       appKit_(windows_, log_),
       workspace_(
           bus_, [this] { return application_.holdEnd(Workspace::kPatience); },

@@ -55,7 +55,7 @@ std::unique_ptr<GtkUserInterface> GtkUserInterface::make(UserInterfaceHost host,
 
 GtkUserInterface::GtkUserInterface(UserInterfaceHost host)
     : frames_(host.stateFolder),
-      windows_(std::move(host.lastWindowClosed)),
+      windows_(std::move(host.lastWindowClosed), std::move(host.takeActivationToken)),
       openPanel_(windows_),
       nibs_(windows_, frames_, decodeThread_, {{"quit", std::move(host.quit)}}) {}
 

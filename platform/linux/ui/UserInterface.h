@@ -17,6 +17,9 @@ struct UserInterfaceHost {
   /// The user closed the last window on the screen. Comes on a turn of the main loop of its own.
   std::function<void()> lastWindowClosed;
   std::function<void()> quit;  ///< the user asked for the end of the program
+  /// The right to come to the front that the desktop gave with its latest call, for the window that answers
+  /// it; empty for none. It serves once.
+  std::function<std::string()> takeActivationToken;
 };
 
 /// The program's windows: everything that needs a display. No toolkit in this header, because the toolkit is

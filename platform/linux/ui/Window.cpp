@@ -35,8 +35,7 @@ Window::~Window() {
 void Window::makeKeyAndOrderFront() {
   gtk_widget_realize(GTK_WIDGET(window_.get()));
   if (positionToRestore_) moveTo(window_.get(), *positionToRestore_);
-  gtk_window_present(window_.get());
-  windows_.broughtToFront(window_.get());
+  windows_.bringToFront(window_.get());
 }
 
 void Window::orderOut() {
@@ -101,7 +100,7 @@ void Window::tellOcclusion() {
 
 void Window::tellKey() {
   if (!gtk_window_is_active(window_.get())) return;
-  windows_.broughtToFront(window_.get());
+  windows_.turnedTo(window_.get());
   if (const auto delegate = delegate_.lock()) delegate->windowDidBecomeKey();
 }
 

@@ -1,7 +1,9 @@
 #include "platform/linux/ui/WindowList.h"
 
 #include <algorithm>
+#include <string>
 
+#include "platform/linux/ui/ActivationToken.h"
 #include "platform/linux/ui/ToplevelState.h"
 
 namespace platform_linux {
@@ -18,7 +20,14 @@ bool isOnScreen(GtkWindow* window) {
   return isShown(window) && !isMinimized(gtk_native_get_surface(GTK_NATIVE(window)));
 }
 
-void WindowList::broughtToFront(GtkWindow* window) {
+void WindowList::bringToFront(GtkWindow* window) {
+  const std::string token = takeActivationToken_();
+  if (!token.empty()) useActivationToken(window, token);
+  gtk_window_present(window);
+  turnedTo(window);
+}
+
+void WindowList::turnedTo(GtkWindow* window) {
   const auto place = std::find(windows_.begin(), windows_.end(), window);
   if (place != windows_.end()) std::rotate(place, place + 1, windows_.end());
 }
@@ -32,9 +41,11 @@ GtkWindow* WindowList::current() const {
   return front != windows_.rend() ? *front : nullptr;
 }
 
-void WindowList::activate() const {
+void WindowList::activate() {
+  GtkWindow* const front = current();
   for (GtkWindow* const window : windows_)
-    if (isShown(window)) gtk_window_present(window);
+    if (isShown(window) && window != front) gtk_window_present(window);
+  if (front) bringToFront(front);
 }
 
 void WindowList::windowClosed() const {

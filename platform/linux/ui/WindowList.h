@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -14,18 +15,22 @@ bool isOnScreen(GtkWindow* window);
 /// The program's windows, on the screen or not. Main thread only.
 class WindowList {
  public:
-  explicit WindowList(std::function<void()> lastWindowClosed)
-      : lastWindowClosed_(std::move(lastWindowClosed)) {}
+  /// `takeActivationToken` as UserInterfaceHost says.
+  WindowList(std::function<void()> lastWindowClosed, std::function<std::string()> takeActivationToken)
+      : lastWindowClosed_(std::move(lastWindowClosed)),
+        takeActivationToken_(std::move(takeActivationToken)) {}
 
   void add(GtkWindow* window) { windows_.push_back(window); }
   void remove(GtkWindow* window) { std::erase(windows_, window); }
 
-  /// From now on the window lies before all others: it was asked to the front, or the user has turned to it.
-  void broughtToFront(GtkWindow* window);
+  /// Shows the window before all others, with the keyboard where the desktop allows that.
+  void bringToFront(GtkWindow* window);
+  /// The user has turned to the window: it lies before all others.
+  void turnedTo(GtkWindow* window);
 
   bool anyShown() const;
   /// Brings the shown windows to the front, and leaves their order as it is.
-  void activate() const;
+  void activate();
   /// Of the shown windows the one before all others: that in which the user works, or is about to; null
   /// without one. A window that was just asked to the front may not have the keyboard yet.
   GtkWindow* current() const;
@@ -34,6 +39,7 @@ class WindowList {
 
  private:
   const std::function<void()> lastWindowClosed_;
+  const std::function<std::string()> takeActivationToken_;
   std::vector<GtkWindow*> windows_;  ///< from back to front
 };
 
