@@ -67,7 +67,7 @@ class Workspace : public testing::Test {
  protected:
   platform_linux::TerminationHold holder() {
     return [this] {
-      const auto held = std::make_shared<int>(0);
+      std::shared_ptr<void> held = std::make_shared<int>(0);
       hold_ = held;
       return held;
     };
