@@ -15,7 +15,7 @@ GREEN = "name=green,title=Green camera,modes=MJPG:640x480@30,tint=50d050"
 BLUE = "name=blue,title=Blue camera,modes=MJPG:640x480@30,tint=5050d0"
 
 # Starts the program with an argument, which opens the preferences.
-_WITH_PREFERENCES = ["sh", "-c", f'exec "$@" {TOOL_IDENTIFIER}', "sh"]
+WITH_PREFERENCES = ["sh", "-c", f'exec "$@" {TOOL_IDENTIFIER}', "sh"]
 
 
 def camera_of(pixel):
@@ -44,7 +44,7 @@ class WindowTest(ToolTest):
 
     def open_preferences(self, mount_read_only=None, **options):
         """A run that only shows the preferences; on request it finds that folder read-only."""
-        command = _WITH_PREFERENCES
+        command = WITH_PREFERENCES
         if mount_read_only:
             namespace = ["unshare", "--mount"] if os.geteuid() == 0 else ["unshare", "--mount", "--map-root-user"]
             mount = 'mount -t tmpfs -o ro none "$0" && exec "$@"'
