@@ -31,6 +31,7 @@ struct UNNotificationAction {
   unsigned options = 0;
 
   bool operator==(const UNNotificationAction&) const = default;
+  // NOLINTNEXTLINE(modernize-use-nullptr): clang-tidy 14 takes its comparisons with 0 for ones with a pointer.
   auto operator<=>(const UNNotificationAction&) const = default;
 };
 
@@ -42,6 +43,7 @@ struct UNNotificationCategory {
   unsigned options = 0;
 
   bool operator==(const UNNotificationCategory&) const = default;
+  // NOLINTNEXTLINE(modernize-use-nullptr): the same.
   auto operator<=>(const UNNotificationCategory&) const = default;
 };
 
