@@ -1,5 +1,6 @@
 // Draws every window in every look that matters and writes the pictures: for people to look at.
-//     ui_screenshots FOLDER
+//     ui_screenshots FOLDER LOCALE-FOLDER [LANGUAGE]
+// The locale folder is that of a build tree or an installation; without a language it is English.
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -7,6 +8,7 @@
 #include <string>
 
 #include <adwaita.h>
+#include <glib/gi18n.h>
 
 #include "platform/linux/layers/PictureImage.h"
 #include "tests/ui/support/FakeCameraLayer.h"
@@ -43,6 +45,11 @@ void apply(const Look& look) {
                "gtk-enable-animations", FALSE, nullptr);
 }
 
+/// As the program's string table has it.
+std::string localized(const char* text) {
+  return dgettext("quillo-camera-shot", text);
+}
+
 /// Titles as long as some languages make them.
 void lengthen(GtkWidget* widget) {
   if (ADW_IS_PREFERENCES_ROW(widget)) {
@@ -68,7 +75,7 @@ class Studio {
     const auto nib = open("PreviewWindowController", look);
     useCamera(*nib);
     waitForPicture();
-    shoot("Camera Shot", "preview-" + look.name);
+    shoot(localized("Camera Shot"), "preview-" + look.name);
   }
 
   void warning(const Look& look, bool denied) {
@@ -83,11 +90,13 @@ class Studio {
     button->setEnabled(false);
     const auto text = outlet<platform::NSTextField>(*nib, "warningText");
     const auto description = outlet<platform::NSTextField>(*nib, "warningDescription");
-    text->setStringValue(denied ? "The tool is not allowed to access the camera." : "No camera found");
+    text->setStringValue(
+        localized(denied ? "The tool is not allowed to access the camera." : "No camera found"));
     description->setHidden(!denied);
     description->setStringValue(
-        "Please open Settings > Privacy > Camera and allow \"Verrano Quillo\" to access the camera.");
-    shoot("Camera Shot", std::string(denied ? "denied-" : "no-camera-") + look.name);
+        localized("Please open the macOS System Preferences > Security & Privacy > Privacy and allow "
+                  "\"Verrano Quillo\" to access the camera."));
+    shoot(localized("Camera Shot"), std::string(denied ? "denied-" : "no-camera-") + look.name);
   }
 
   void preferences(const Look& look) {
@@ -102,15 +111,34 @@ class Studio {
     outlet<platform::NSButton>(*nib, "outputLocation")
         ->setTitle(look.longTexts ? "~/Documents/Projects/Photographs of things/Camera shots of this year"
                                   : "~/Pictures");
-    shoot("Camera Shot Preferences", "preferences-" + look.name);
+    shoot(localized("Camera Shot Preferences"), "preferences-" + look.name);
+  }
+
+  void preferencesWithoutCamera(const Look& look) {
+    const auto nib = open("PreferencesWindowController", look);
+    const auto cameras = outlet<platform::NSPopUpButton>(*nib, "videoSource");
+    cameras->addItem({localized("No camera")});
+    cameras->setEnabled(false);
+    outlet<platform::NSButton>(*nib, "outputLocation")->setTitle("~/Pictures");
+    shoot(localized("Camera Shot Preferences"), "preferences-without-camera-" + look.name);
+  }
+
+  void refusedFolder(const Look& look) {
+    const auto nib = open("PreferencesWindowController", look);
+    outlet<platform::NSButton>(*nib, "outputLocation")->setTitle("~/Pictures");
+    ui_->openPanel().showMessage(localized("Photos cannot be saved in this folder.") +
+                                 "\n~/Documents/Projects");
+    GtkWindow* const dialog = GTK_WINDOW(toplevelOfType(ADW_TYPE_MESSAGE_DIALOG));
+    shoot(GTK_WIDGET(dialog), "refused-folder-" + look.name);
+    gtk_window_destroy(dialog);
   }
 
  private:
   std::unique_ptr<platform::NSNib> open(const char* name, const Look& look) {
     apply(look);
     auto nib = ui_->loadNibNamed(name, silentActions());
-    const auto title =
-        std::string(name) == "PreviewWindowController" ? "Camera Shot" : "Camera Shot Preferences";
+    const std::string title =
+        localized(std::string(name) == "PreviewWindowController" ? "Camera Shot" : "Camera Shot Preferences");
     gtk_window_set_default_size(GTK_WINDOW(window(title)), look.width, look.height);
     if (look.longTexts) lengthen(window(title));
     nib->window()->makeKeyAndOrderFront();
@@ -129,7 +157,7 @@ class Studio {
 
   /// The picture is decoded beside the main thread, and drawn when it is there.
   void waitForPicture() {
-    GtkWidget* const view = widgetById(window("Camera Shot"), "captureView");
+    GtkWidget* const view = widgetById(window(localized("Camera Shot")), "captureView");
     constexpr int kDrawings = 300;
     for (int i = 0; i < kDrawings; ++i)
       if (Screenshot(view).at(0.5, 0.5).green > 0) return;
@@ -138,8 +166,19 @@ class Studio {
 
   GtkWidget* window(const std::string& title) { return GTK_WIDGET(toplevelWithTitle(title)); }
 
-  void shoot(const std::string& title, const std::string& name) {
-    GtkWidget* const shown = window(title);
+  static GtkWidget* toplevelOfType(GType type) {
+    GListModel* const toplevels = gtk_window_get_toplevels();
+    for (guint i = 0; i < g_list_model_get_n_items(toplevels); ++i) {
+      const auto window = platform_linux::GObjectRef<GtkWidget>::adopt(
+          static_cast<GtkWidget*>(g_list_model_get_item(toplevels, i)));
+      if (G_TYPE_CHECK_INSTANCE_TYPE(window.get(), type)) return window.get();  // the list keeps it alive
+    }
+    throw std::runtime_error("a window does not open");
+  }
+
+  void shoot(const std::string& title, const std::string& name) { shoot(window(title), name); }
+
+  void shoot(GtkWidget* shown, const std::string& name) {
     runUntil([shown] { return gtk_window_is_active(GTK_WINDOW(shown)); });
     const Screenshot warmUp(shown);  // the first drawing may come before the last layout
     Screenshot(shown).save((folder_ / (name + ".png")).string());
@@ -150,8 +189,7 @@ class Studio {
   TestUserInterface ui_;
 };
 
-void shootAll(const std::filesystem::path& folder) {
-  Studio studio(folder);
+void shootAll(Studio& studio) {
   for (const bool dark : {false, true}) {
     const std::string shade = dark ? "-dark" : "-light";
     const Look wide{"wide" + shade, 960, 540, dark};
@@ -161,7 +199,9 @@ void shootAll(const std::filesystem::path& folder) {
       studio.warning(look, false);
       studio.warning(look, true);
       studio.preferences(look);
+      studio.preferencesWithoutCamera(look);
     }
+    studio.refusedFolder(wide);
   }
   studio.preview({"close-at-left", 640, 480, false, false, false, "close,minimize:"});
   studio.preview({"right-to-left", 640, 480, false, true, false});
@@ -170,13 +210,38 @@ void shootAll(const std::filesystem::path& folder) {
   studio.preferences({"very-wide", 1300, 440, true, false, false});
 }
 
+void shootLanguage(Studio& studio, const std::string& language) {
+  const bool rightToLeft = language == "ar";
+  for (const Look& look : {Look{"wide-" + language, 960, 540, false, rightToLeft},
+                           Look{"narrow-" + language, 360, 560, true, rightToLeft}}) {
+    studio.preview(look);
+    studio.warning(look, false);
+    studio.warning(look, true);
+    studio.preferences(look);
+    studio.preferencesWithoutCamera(look);
+    studio.refusedFolder(look);
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc < 3) {
+    std::fprintf(stderr, "Usage: ui_screenshots FOLDER LOCALE-FOLDER [LANGUAGE]\n");
+    return 64;
+  }
   try {
-    const std::filesystem::path folder = argc > 1 ? argv[1] : "screenshots";
+    const std::filesystem::path folder = argv[1];
     std::filesystem::create_directories(folder);
-    shootAll(folder);
+    bindtextdomain("quillo-camera-shot", argv[2]);
+    bind_textdomain_codeset("quillo-camera-shot", "UTF-8");
+    const std::string language = argc > 3 ? argv[3] : "";
+    g_setenv("LANGUAGE", language.empty() ? "en" : language.c_str(), TRUE);
+    Studio studio(folder);
+    if (language.empty())
+      shootAll(studio);
+    else
+      shootLanguage(studio, language);
     return 0;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "screenshots: %s\n", error.what());
