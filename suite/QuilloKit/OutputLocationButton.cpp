@@ -33,10 +33,10 @@ void OutputLocationButton::folderChosen(const std::string& folder, const Complet
   // Events name the folder as people read it: a home folder's name is nobody's business.
   const std::string shown = files_.abbreviatingWithTilde(folder);
   if (const int why = files_.whyNotWritableDirectory(folder); why != 0) {
-    const std::string message =
-        bundle_.localizedStringForKey("Photos cannot be saved in this folder.") + " " + shown;
-    panel_.showMessage(message);
-    completion(false, why, message, {{"Changed", false}, {"Folder", shown}});
+    const std::string reason = bundle_.localizedStringForKey("Photos cannot be saved in this folder.");
+    // A line of its own for the folder: it may run in the other direction than the sentence.
+    panel_.showMessage(reason + "\n" + shown);
+    completion(false, why, reason + " " + shown, {{"Changed", false}, {"Folder", shown}});
     return;
   }
   const bool stored = locations_.setLocationForCurrentTool(folder);

@@ -218,7 +218,7 @@ TEST(OutputLocation, RefusedIsLoggedAndThenReported) {
   desk.journal.clear();
   desk.panel.pending("/root");
   EXPECT_THAT(desk.journal.lines(),
-              ElementsAre("panel message Photos cannot be saved in this folder. /root",
+              ElementsAre("panel message Photos cannot be saved in this folder.\n/root",
                           "log Photos cannot be saved in this folder. /root",
                           "event \"event\":\"OutputLocation\",\"prefs\":null,\"details\":{\"Changed\":false,"
                           "\"Folder\":\"/root\"}}"));

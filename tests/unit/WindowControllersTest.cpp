@@ -171,7 +171,7 @@ TEST(OutputLocationButton, RefusesAFolderThatCannotBeWrittenTo) {
   FolderControl desk;
   desk.files.notWritable["/etc"] = EACCES;
   desk.choose("/etc");
-  EXPECT_TRUE(desk.journal.inOrder({"panel message Photos cannot be saved in this folder. /etc",
+  EXPECT_TRUE(desk.journal.inOrder({"panel message Photos cannot be saved in this folder.\n/etc",
                                     "completed NO 13 Photos cannot be saved in this folder. /etc"}));
   EXPECT_EQ(desk.told, (Dictionary{{"Changed", false}, {"Folder", "/etc"}}));
   EXPECT_EQ(desk.suite.locationManager.locationForCurrentTool(), "/home/ada/Pictures");
