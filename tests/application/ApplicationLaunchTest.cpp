@@ -4,6 +4,8 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include <gmock/gmock.h>
+
 #include "platform/linux/storage/FileDescriptor.h"
 #include "tests/application/ProbeFixture.h"
 
@@ -87,6 +89,28 @@ TEST_F(ApplicationLaunch, AClickOnANotificationLaunchesItWithTheClick) {
                "shouldTerminate", "willTerminate", "ended 0"});
   EXPECT_EQ(activateAction("open-photo", "/another.png"), "");
   expectLines({"willFinishLaunching", "launched by Photo_Taken_Notification OPEN_ACTION /another.png"});
+}
+
+// Whoever was launched by a click answers clicks and nothing else before it leaves: the rest is for the next
+// process.
+TEST_F(ApplicationLaunch, OtherCallsThatReachAProcessLaunchedByAClickAreHandedOn) {
+  bus();
+  EXPECT_EQ(activateAction("show-photo", "/stay"), "");
+  expectLines({"willFinishLaunching",
+               "launched by Photo_Taken_Notification UNNotificationDefaultActionIdentifier /stay"});
+  const int clicked = journal_.teller();
+  g_dbus_connection_call(connection(), kProbeIdentifier, "/com/example/Probe", "org.freedesktop.Application",
+                         "Activate", g_variant_new("(a{sv})", nullptr), nullptr, G_DBUS_CALL_FLAGS_NONE, -1,
+                         nullptr, nullptr, nullptr);
+  EXPECT_EQ(activateAction("open-photo", "/another.png"), "");
+  expectLines({"clicked Photo_Taken_Notification OPEN_ACTION /another.png"});
+  ::kill(clicked, SIGTERM);
+  expectLines({"shouldTerminate", "willTerminate"});
+  for (std::string line; line != "didFinishLaunching" && line != "(nothing came)";) {
+    line = journal_.next();
+    EXPECT_THAT(line, testing::AnyOf("ended 0", "willFinishLaunching", "didFinishLaunching"));
+  }
+  EXPECT_NE(journal_.teller(), clicked);
 }
 
 TEST_F(ApplicationLaunch, AnUnknownActionIsRefusedAndLaunchesNothing) {

@@ -50,7 +50,8 @@ class ProbeDelegate : public platform::NSApplicationDelegate {
   void applicationDidFinishLaunching(const platform::NSApplicationLaunchNotification& notification) override {
     const auto& click = notification.launchUserNotification;
     tell(click ? "launched by " + describe(*click) : "didFinishLaunching");
-    if (click) return application_.terminate();
+    if (click && click->notification.request.content.userInfo.at("Path") != "/stay")
+      return application_.terminate();
     const std::string then = variable("PROBE_THEN");
     if (then == "leave") application_.terminate();
     if (then == "leave twice") leaveTwice();

@@ -30,6 +30,20 @@ class Session(ToolTest):
         self.assert_no_photo(tool)
 
     @in_desktop(HD)
+    def test_preferences_that_cannot_be_shown_do_not_cost_a_silent_run_its_photo(self):
+        tool = Tool().start()
+        tool.wait_for_event("Start")
+        asked = subprocess.run(
+            ["gdbus", "call", "--session", "--dest", "com.verrano.quillo.CameraShot", "--object-path",
+             "/com/verrano/quillo/CameraShot", "--method", "org.freedesktop.Application.ActivateAction", "preferences", "[]", "{}"],
+            capture_output=True, text=True, check=False)
+        self.assertEqual(asked.returncode, 0, asked.stderr)
+        tool.wait_for_event("Stop")
+        self.assert_one_photo(tool)
+        self.assertIn("display", tool.log())
+        tool.stop()
+
+    @in_desktop(HD)
     def test_of_two_starts_at_once_one_takes_the_photo_and_the_other_leaves(self):
         tool = Tool()
         both = [tool.start().process, tool.start().process]

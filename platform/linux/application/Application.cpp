@@ -96,14 +96,24 @@ void Application::launch(const std::vector<std::string>& files,
                          const platform::NSApplicationLaunchNotification& notification) {
   if (stage_ != Stage::Waiting) return;
   stage_ = Stage::Launched;
+  launchedByClick_ = notification.launchUserNotification.has_value();
+  isLaunching_ = true;
   delegate_->applicationWillFinishLaunching();
   for (const std::string& file : files)
     if (stage_ == Stage::Launched) delegate_->applicationOpenFile(file);
   if (stage_ == Stage::Launched) delegate_->applicationDidFinishLaunching(notification);
+  isLaunching_ = false;
+}
+
+bool Application::isForTheNextProcess(const DesktopCall& call) const {
+  if (stage_ >= Stage::Leaving) return true;
+  if (!launchedByClick_) return false;
+  const auto* const action = std::get_if<DesktopCall::ActivateAction>(&call.request());
+  return !action || !notificationResponseFor(action->name, action->target);
 }
 
 void Application::receive(DesktopCall call) {
-  if (stage_ >= Stage::Leaving) {
+  if (isForTheNextProcess(call)) {
     departure_.handOn(std::move(call));
     return;
   }
@@ -149,6 +159,8 @@ void Application::setActivationPolicy(platform::NSApplicationActivationPolicy po
   std::string whyNot = "this program was built without windows";
   if (startUserInterface_ && startUserInterface_(whyNot)) return;
   log_.log("Cannot show windows: " + whyNot);
+  // Asked for later on, windows are no reason to break off what is under way without any.
+  if (!isLaunching_) return;
   status_ = EXIT_FAILURE;
   mainQueue_.async([this] { end(); });
 }

@@ -75,6 +75,8 @@ class Application : public platform::NSApplication {
 
  private:
   void receive(DesktopCall call);
+  /// The end has begun; or a click launched this process, which then answers clicks alone before it leaves.
+  bool isForTheNextProcess(const DesktopCall& call) const;
   bool handle(const DesktopCall::Activate& request);
   bool handle(const DesktopCall::Open& request);
   bool handle(const DesktopCall::ActivateAction& request);
@@ -94,6 +96,8 @@ class Application : public platform::NSApplication {
 
   platform::NSApplicationDelegate* delegate_ = nullptr;
   enum class Stage { Waiting, Launched, Leaving, Gone } stage_ = Stage::Waiting;
+  bool isLaunching_ = false;
+  bool launchedByClick_ = false;
   bool askedWhetherToEnd_ = false;
   int status_ = 0;
   bool userInterfaceAsked_ = false;
