@@ -10,8 +10,10 @@ using platform_linux::GVariantHandle;
 NotifyWatch::NotifyWatch(const std::string& address) : client_(address) {
   filter_ = g_dbus_connection_add_filter(
       client_.connection(),
-      [](GDBusConnection*, GDBusMessage* message, gboolean incoming, gpointer self) noexcept
-      -> GDBusMessage* { return incoming ? static_cast<NotifyWatch*>(self)->onMessage(message) : message; },
+      [](GDBusConnection* connection, GDBusMessage* message, gboolean incoming,
+         gpointer self) noexcept -> GDBusMessage* {
+        return incoming ? static_cast<NotifyWatch*>(self)->onMessage(connection, message) : message;
+      },
       this, nullptr);
   const std::array<const char*, 2> rules{"type='method_return'", nullptr};
   const GVariantHandle reply(g_dbus_connection_call_sync(
@@ -35,10 +37,10 @@ std::vector<std::uint32_t> NotifyWatch::ids() const {
   return ids_;
 }
 
-GDBusMessage* NotifyWatch::onMessage(GDBusMessage* message) {
+GDBusMessage* NotifyWatch::onMessage(GDBusConnection* connection, GDBusMessage* message) {
   const char* const sender = g_dbus_message_get_sender(message);
   const char* const receiver = g_dbus_message_get_destination(message);
-  const char* const self = g_dbus_connection_get_unique_name(client_.connection());
+  const char* const self = g_dbus_connection_get_unique_name(connection);
   if (!receiver || !self || g_str_equal(receiver, self)) return message;
   GVariant* const body = g_dbus_message_get_body(message);
   // On a private desktop nobody else answers with one number; the bus itself does.

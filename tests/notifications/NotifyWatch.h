@@ -23,7 +23,7 @@ class NotifyWatch {
 
  private:
   std::vector<std::uint32_t> ids() const;
-  GDBusMessage* onMessage(GDBusMessage* message);
+  GDBusMessage* onMessage(GDBusConnection* connection, GDBusMessage* message);
 
   const BusClient client_;
   guint filter_ = 0;
