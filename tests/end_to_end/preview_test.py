@@ -48,7 +48,7 @@ class Preview:
         self.wait_for_photos(tool, 2)
         self.windows.key("Return")
         self.wait_for_photos(tool, 3)
-        self.assertEqual(tool.names(), ["Launch", *3 * ["Start", "Stop"]])
+        tool.wait_for_names(["Launch", *3 * ["Start", "Stop"]])
         self.assertEqual(self.windows.titles(), {PREVIEW})
 
     @in_windowed_desktop(DESK)
@@ -87,7 +87,7 @@ class Preview:
         self.assertNotIn(NO_CAMERA, [each.name for each in self.windows.objects()])
         self.windows.key("space")
         self.wait_for_photos(tool, 1)
-        self.assertEqual(tool.names(), ["Launch", "Start", "Stop"])
+        tool.wait_for_names(["Launch", "Start", "Stop"])
 
     @in_windowed_desktop(RED, GREEN)
     def test_another_camera_takes_over_and_the_panel_comes_with_the_last_one_gone(self):
@@ -162,7 +162,7 @@ class OnX11(Preview, WindowTest):
         self.windows.key("space")
         self.windows.key("space")
         self.wait_for_photos(tool, 2)
-        wait_until(lambda: tool.names() == ["Launch", "Start", "Start", "Stop", "Stop"], tool.state, what="both shots")
+        tool.wait_for_names(["Launch", "Start", "Start", "Stop", "Stop"])
         # One request that waits makes room for the next; so it may have been one notification or two.
         first = wait_until(replaced, bus, what="the notification")
         self.assertEqual(first[0], "0")

@@ -109,6 +109,10 @@ class Tool:
     def wait_for_event(self, name):
         wait_until(lambda: name in self.names(), self.state, what=f'the event "{name}"')
 
+    def wait_for_names(self, names):
+        """The events are told after the photo is there."""
+        wait_until(lambda: self.names() == names, self.state, what=f"the events {names}")
+
     def photos(self):
         return sorted(self.photo_folder.glob("*.png"))
 
