@@ -117,8 +117,11 @@ TEST_F(StillFailure, OfCamerasThatSendNothingUsable) {
   for (const auto& rig : rigs)
     awaitOutcomes(rig, 1);
   for (std::size_t i = 0; i < faults.size(); ++i) {
-    EXPECT_EQ(rigs[i].delegate->outcomes()[0].error, ETIMEDOUT) << faults[i];
-    EXPECT_EQ(take(rigs[i]).error, ETIMEDOUT) << faults[i];
+    // PipeWire 0.3 keeps a refusal to itself, PipeWire 1 tells it.
+    std::vector<std::int64_t> expected{ETIMEDOUT};
+    if (faults[i] == "fault=busy") expected.push_back(EIO);
+    EXPECT_THAT(expected, testing::Contains(rigs[i].delegate->outcomes()[0].error)) << faults[i];
+    EXPECT_THAT(expected, testing::Contains(take(rigs[i]).error)) << faults[i];
     EXPECT_EQ(rigs[i].copied(), 0U) << faults[i];
   }
   // One that comes to its senses takes photos again.

@@ -9,6 +9,13 @@ METAINFO = BUILD / f"resources/metainfo/{APPLICATION}.metainfo.xml"
 ENTRY = BUILD / f"resources/desktop/{APPLICATION}.desktop"
 LANGUAGE = "{http://www.w3.org/XML/1998/namespace}lang"
 
+# What is to be remarked: the application's name is what it is on the bus, capitals and all; there is no home page; and
+# the element for the developer is the one that the readers of Debian 12 know, which AppStream 1.0 would have replaced.
+REMARKS = {"cid-contains-uppercase-letter", "url-homepage-missing", "developer-name-tag-deprecated",
+           "developer-info-missing"}
+# From gettext 0.23 on the tables' languages are named in metainfo as the web names them.
+WEB_NAMES = {"pt-BR": "pt_BR", "zh-Hans-CN": "zh_CN"}
+
 
 def languages():
     lines = (SOURCE / "po/LINGUAS").read_text(encoding="utf-8").split("\n")
@@ -17,15 +24,15 @@ def languages():
 
 class EntriesTest(unittest.TestCase):
     def test_the_metainfo_is_valid(self):
-        status, output = run("appstreamcli", "validate", "--pedantic", "--no-net", METAINFO)
-        self.assertEqual(status, 0, output)
-        # The application's name is what it is on the bus, capitals and all; nothing else is to be remarked.
-        remarks = [line for line in output.split("\n") if line[:2] in ("E:", "W:", "I:", "P:")]
-        self.assertEqual([line.split()[2] for line in remarks], ["cid-contains-uppercase-letter"], output)
+        _, output = run("appstreamcli", "validate", "--pedantic", "--no-net", METAINFO)
+        remarks = {line.split()[2] for line in output.split("\n") if line[:2] in ("E:", "W:", "I:", "P:")}
+        self.assertLessEqual(remarks, REMARKS, output)
+        self.assertIn("cid-contains-uppercase-letter", remarks, output)  # so it was read
 
     def test_the_metainfo_speaks_every_language(self):
         root = ElementTree.parse(METAINFO).getroot()
-        self.assertEqual({node.get(LANGUAGE) for node in root.findall("summary")} - {None}, languages())
+        spoken = {node.get(LANGUAGE) for node in root.findall("summary")} - {None}
+        self.assertEqual({WEB_NAMES.get(language, language) for language in spoken}, languages())
         paragraphs = root.find("description").findall("p")
         self.assertEqual(len(paragraphs), 3 * (1 + len(languages())))
 
