@@ -10,6 +10,7 @@
 
 #include "platform/linux/storage/FileManager.h"
 #include "tests/storage/ChildProcess.h"
+#include "tests/storage/LockHolder.h"
 #include "tests/storage/TemporaryFolder.h"
 
 namespace storage_tests {
@@ -115,6 +116,29 @@ TEST(AppendLine, ALineThatDoesNotFitLeavesNothingBehind) {
   });
   EXPECT_EQ(status, 0);
   EXPECT_EQ(contentOf(folder / "events"), "whole\nfits\n");
+}
+
+TEST(AppendLine, AForeignLockHoldsNoLineBack) {
+  const TemporaryFolder folder;
+  makeFile(folder / "events", "whole\nhal");
+  const LockHolder holder(folder / "events");
+  EXPECT_TRUE(FileManager().appendLine(folder / "events", "next"));
+  EXPECT_EQ(contentOf(folder / "events"), "whole\nhal\nnext\n");
+}
+
+TEST(AppendLine, ALineThatDoesNotFitIsNotTakenBackWithoutTheLock) {
+  const TemporaryFolder folder;
+  makeFile(folder / "events", "whole\n");
+  const LockHolder holder(folder / "events");
+  const int status = inChild([&] {
+    const rlimit limit{20, 20};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    ::signal(SIGXFSZ, SIG_IGN);
+    return FileManager().appendLine(folder / "events", std::string(100, 'x')) ? 1 : 0;
+  });
+  EXPECT_EQ(status, 0);
+  // Cutting the file could cut off what others have added meanwhile.
+  EXPECT_EQ(contentOf(folder / "events"), "whole\n" + std::string(14, 'x'));
 }
 
 TEST(AppendLine, ADeviceIsWrittenToAsItIs) {

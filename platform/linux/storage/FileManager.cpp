@@ -1,9 +1,9 @@
 #include "platform/linux/storage/FileManager.h"
 
 #include <cerrno>
+#include <chrono>
 #include <fcntl.h>
 #include <filesystem>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <tuple>
 #include <unistd.h>
@@ -11,6 +11,7 @@
 #include <glib.h>
 
 #include "platform/linux/storage/FileDescriptor.h"
+#include "platform/linux/storage/FileLock.h"
 #include "platform/linux/storage/PrivateFolders.h"
 
 namespace platform_linux {
@@ -52,6 +53,10 @@ std::optional<std::string> FileManager::picturesDirectory() {
 
 namespace {
 
+/// How long a line waits for others. They hold the lock for microseconds; whoever keeps it longer is none of
+/// ours. Several lines a run are written on the main thread, and all of them together must not be noticed.
+constexpr std::chrono::milliseconds kLockPatience{50};
+
 /// Whether the file's last line lacks its end, as a power cut leaves it.
 bool endsInsideALine(int file, off_t size) {
   char last = '\n';
@@ -69,13 +74,12 @@ bool writeAtOnce(int file, const std::string& text) {
 
 bool appendToRegularFile(int file, const std::string& line) {
   // Held for the microseconds of one write, so that a short write can be taken back before others append.
-  while (::flock(file, LOCK_EX) != 0 && errno == EINTR) {
-  }
+  const bool locked = lockWithin(file, kLockPatience) == 0;
   struct stat status {};
   if (::fstat(file, &status) != 0) return false;
   const std::string text = (endsInsideALine(file, status.st_size) ? "\n" : "") + line + "\n";
   if (writeAtOnce(file, text)) return true;
-  std::ignore = ::ftruncate(file, status.st_size);
+  if (locked) std::ignore = ::ftruncate(file, status.st_size);
   return false;
 }
 
