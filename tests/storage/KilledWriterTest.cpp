@@ -8,6 +8,9 @@
 
 #include "platform/linux/storage/AtomicFile.h"
 #include "platform/linux/storage/FileDescriptor.h"
+#include "platform/linux/storage/KeyFileDefaults.h"
+#include "tests/fakes/FakeFoundation.h"
+#include "tests/storage/ChildProcess.h"
 #include "tests/storage/TemporaryFolder.h"
 
 namespace storage_tests {
@@ -73,6 +76,47 @@ TEST(KilledWriter, TheOldFileStaysWhole) {
     const std::string content = contentOf(path);
     EXPECT_TRUE(content == "old" || content.size() == whole) << content.size();
   }
+}
+
+TEST(KilledWriter, OfSettingsLeavesNothingPastTheNextWrite) {
+  const TemporaryFolder folder;
+  fakes::Journal journal;
+  fakes::FakeLog log(journal);
+  const std::string path = folder / "settings.ini";
+  makeFile(path, "[Defaults]\nShowPreview=true\n");
+  const int status = inChild([&]() -> int {
+    int error = 0;
+    const auto file = AtomicFile::open(path, error);
+    // Ends as a kill does: nothing is tidied up.
+    std::_Exit(file && file->write(kPiece) ? 0 : 1);
+  });
+  ASSERT_EQ(status, 0);
+  ASSERT_EQ(folder.names().size(), 2U);
+
+  platform_linux::KeyFileDefaults defaults(path, "Defaults", log);
+  EXPECT_TRUE(defaults.synchronize());
+  EXPECT_EQ(folder.names().size(), 2U) << "nothing had changed, nothing was to be written";
+  defaults.setBool(false, "ShowPreview");
+  EXPECT_TRUE(defaults.synchronize());
+  EXPECT_THAT(folder.names(), testing::ElementsAre("settings.ini"));
+  EXPECT_EQ(contentOf(path), "[Defaults]\nShowPreview=false\n");
+}
+
+TEST(KilledWriter, IsClearedAwayAfterWithoutHarmToTheLiving) {
+  const TemporaryFolder folder;
+  const pid_t test = ::getpid();
+  const pid_t cleaner = ::fork();
+  while (cleaner == 0 && ::getppid() == test)
+    platform_linux::removeLeftovers(folder.path());
+  if (cleaner == 0) std::_Exit(0);
+  for (int i = 0; i < 100; ++i) {
+    int error = 0;
+    const auto file = AtomicFile::open(folder / "photo.png", error);
+    EXPECT_TRUE(file && file->write(kPiece) && file->commit()) << i << ": " << error;
+  }
+  ::kill(cleaner, SIGKILL);
+  ::waitpid(cleaner, nullptr, 0);
+  EXPECT_THAT(folder.names(), testing::ElementsAre("photo.png"));
 }
 
 }  // namespace

@@ -26,11 +26,10 @@ std::pair<std::string, std::string> splitPath(const std::string& path) {
 }
 
 /// Marks the file as one whose writer lives: the lock goes with the process, however it ends. Answers whether
-/// the file is still there: a clean-up that met it between its creation and its lock has removed it. A file
-/// system without locks does without: there nothing is ever taken for a leftover.
+/// the file can be used: a clean-up that met it between its creation and its lock holds it or has removed it.
+/// A file system without locks does without: there nothing is ever taken for a leftover.
 bool claim(int file) {
-  while (::flock(file, LOCK_EX) != 0 && errno == EINTR) {
-  }
+  if (::flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) return false;
   struct stat status {};
   return ::fstat(file, &status) == 0 && status.st_nlink > 0;
 }
@@ -66,6 +65,7 @@ std::unique_ptr<AtomicFile> AtomicFile::open(const std::string& path, int& error
     if (mode) std::ignore = ::fchmod(file.get(), *mode);
     if (claim(file.get()))
       return std::unique_ptr<AtomicFile>(new AtomicFile(std::move(file), temporary, path));
+    ::unlink(temporary.c_str());
   }
   return nullptr;
 }

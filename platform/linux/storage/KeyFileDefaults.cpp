@@ -3,17 +3,18 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
 #include <span>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <utility>
 
 #include "platform/linux/storage/AtomicFile.h"
 #include "platform/linux/storage/FileDescriptor.h"
+#include "platform/linux/storage/FileLock.h"
 #include "platform/linux/storage/KeyFileText.h"
 #include "platform/linux/storage/PrivateFolders.h"
 
@@ -26,6 +27,9 @@ namespace fs = std::filesystem;
 /// How long a chain of links is followed, as the kernel does (path_resolution(7)).
 constexpr int kMostLinks = 40;
 
+/// How long a write waits for others, which hold the lock for some milliseconds.
+constexpr std::chrono::milliseconds kLockPatience{250};
+
 /// The file behind `path`, whether it exists or not: the end of the links.
 std::string linkTarget(const std::string& path) {
   fs::path target = path;
@@ -33,15 +37,6 @@ std::string linkTarget(const std::string& path) {
   for (int i = 0; i < kMostLinks && fs::is_symlink(target, none); ++i)
     target = target.parent_path() / fs::read_symlink(target, none);
   return target;
-}
-
-/// One process at a time reads, changes and writes a settings file: the lock is on its folder, because the
-/// file itself is replaced. Held for some milliseconds; where locks do not exist, the last writer wins.
-FileDescriptor lockFolder(const fs::path& folder) {
-  FileDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  while (descriptor && ::flock(descriptor.get(), LOCK_EX) != 0 && errno == EINTR) {
-  }
-  return descriptor;
 }
 
 std::string nowForFileName() {
@@ -130,10 +125,19 @@ bool KeyFileDefaults::synchronize() {
   if (!current) return false;
   for (const auto& [key, value] : changes_)
     g_key_file_set_value(current.get(), group_.c_str(), key.c_str(), value.c_str());
-  if (!write(current.get())) return false;
+  const bool written = write(current.get());
+  removeLeftovers(folder);
+  if (!written) return false;
   file_ = std::move(current);
   changes_.clear();
   return true;
+}
+
+FileDescriptor KeyFileDefaults::lockFolder(const std::string& folder) const {
+  FileDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (descriptor && lockWithin(descriptor.get(), kLockPatience) == EWOULDBLOCK)
+    log_.log("Another program keeps " + folder + " locked; the settings there are written all the same");
+  return descriptor;
 }
 
 bool KeyFileDefaults::write(GKeyFile* file) const {

@@ -8,16 +8,18 @@
 #include "platform/Foundation/NSLog.h"
 #include "platform/Foundation/NSUserDefaults.h"
 #include "platform/linux/application/GLibHandles.h"
+#include "platform/linux/storage/FileDescriptor.h"
 
 namespace platform_linux {
 
-/// The settings in one group of a key file, e.g. `[CameraShot]` in `~/.config/quillo/camera-shot.ini`.
+/// The settings in one group of a key file, e.g. `[Defaults]` in `~/.config/quillo/camera-shot.ini`.
 /// Thread-safe.
 ///
 /// The file is read once, when the object is made, and written by `synchronize` alone, which carries over
 /// just the keys that were set here: comments, unknown keys and what other processes changed meanwhile stay.
 /// A symbolic link is followed, so that a file kept elsewhere and linked to stays linked; the permissions
-/// stay as they are, 0600 for a new file and 0700 for a new folder.
+/// stay as they are, 0600 for a new file and 0700 for a new folder. Writing also clears away what killed
+/// writers have left in the folder.
 ///
 /// A file that cannot be understood, or that the user may not read, is set aside as
 /// `<name>.damaged-<date-time>` and named in the log, and all values count as absent. Where it cannot be set
@@ -44,6 +46,10 @@ class KeyFileDefaults : public platform::NSUserDefaults {
   /// The file as it is now, empty when there is none; nothing when it must not be written over.
   GKeyFileHandle load() const;
   bool setAside(const std::string& target, const std::string& why) const;
+  /// One process at a time reads, changes and writes a settings file: the lock, given back with the answer,
+  /// is on its folder, because the file itself is replaced. Where there is none to be had, the last writer
+  /// wins.
+  FileDescriptor lockFolder(const std::string& folder) const;
   bool write(GKeyFile* file) const;
 
   const std::string path_;
