@@ -156,6 +156,9 @@ class Folder(WindowTest):
         self.windows.click("Save Photos In", PREFERENCES)
         self.windows.wait_for_window(CHOOSER)
         self.windows.screen.type(str(folder))
+        # The entry proposes how the path goes on, also while one is still typing.
+        self.windows.key("shift+End")
+        self.windows.key("Delete")
         self.windows.key("Return")
         self.windows.wait_until_gone(CHOOSER)
 
