@@ -1,14 +1,27 @@
 #!/usr/bin/env python3
-"""Damaged settings, difficult folders, taken names, and runs that are killed while they save."""
+"""Damaged settings, difficult folders, taken names, foreign locks, and runs that are ended while they save."""
 
+import contextlib
 import datetime
+import fcntl
 import os
 import signal
 import unittest
 from pathlib import Path
 
+from saves import LARGE, LARGE_BYTES, Save
 from tool import HD, Tool, ToolTest, in_desktop
-from waiting import wait_until
+
+
+@contextlib.contextmanager
+def locked(path):
+    """Holds the lock of a file or folder, as any program may."""
+    descriptor = os.open(path, os.O_RDONLY)
+    try:
+        fcntl.flock(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        yield
+    finally:
+        os.close(descriptor)
 
 
 class Settings(ToolTest):
@@ -121,45 +134,60 @@ class Folders(ToolTest):
 class Killed(ToolTest):
     """A save that is interrupted leaves a whole photo or none, and no rubbish for long."""
 
-    def kill_while_saving(self, tool, signal_number, after_changes):
-        """Sends the signal once the folder has changed so many times; more changes than there are: after the run."""
-        tool.start()
-        seen = 0
-        known = {}
+    ATTEMPTS = 5
 
-        def enough():
-            nonlocal seen, known
-            now = {path.name: path.stat().st_size for path in tool.photo_folder.iterdir() if path.exists()}
-            seen += now != known
-            known = now
-            return seen > after_changes or tool.process.poll() is not None or "Quit" in tool.names()
+    def interrupt_save(self, tool, signal_number, size):
+        """Sends the signal once so many bytes are written, surely before the photo has its name.
 
-        wait_until(enough, tool.photo_folder, tool.state, what="the save")
-        tool.process.send_signal(signal_number)
-        tool.wait()
+        Returns the exit status and the names of the run's events.
+        """
+        for _ in range(self.ATTEMPTS):
+            save = Save(tool.photo_folder)
+            earlier = len(tool.events())
+            tool.start()
+            save.wait_for(size)
+            tool.process.send_signal(signal_number)
+            being_written = save.size() is not None
+            status = tool.wait()
+            self.assert_no_part_under_a_final_name(tool)
+            if being_written:
+                return status, tool.names()[earlier:]
+        return self.fail(f"all of {self.ATTEMPTS} saves were over before the signal")
 
     def assert_no_part_under_a_final_name(self, tool):
         for photo in tool.photos():
             self.assert_whole_png(photo)
 
-    @in_desktop("name=desk,modes=MJPG:1920x1080@30,noise=20")
-    def test_by_sigkill_at_many_moments_of_a_save(self):
+    @in_desktop(LARGE)
+    def test_by_sigkill_at_many_moments(self):
         tool = Tool()
-        for moment in range(8):
-            self.kill_while_saving(tool, signal.SIGKILL, moment)
-            self.assert_no_part_under_a_final_name(tool)
+        for size in (0, 1, LARGE_BYTES // 8, LARGE_BYTES // 4, LARGE_BYTES // 2, LARGE_BYTES * 3 // 4):
+            status, _ = self.interrupt_save(tool, signal.SIGKILL, size)
+            self.assertEqual(status, -signal.SIGKILL)
+            self.assertNotEqual(tool.leftovers(), [])
         # The next whole run clears away what the killed ones left.
         self.assertEqual(tool.run(), 0, tool.log())
         self.assertEqual(tool.leftovers(), [])
 
-    @in_desktop("name=desk,modes=MJPG:1920x1080@30,noise=20")
-    def test_by_sigterm_during_a_save_the_photo_is_whole_or_absent_and_nothing_is_left(self):
+    @in_desktop(LARGE)
+    def test_by_sigkill_as_soon_as_the_photo_has_its_name(self):
         tool = Tool()
-        for moment in range(4):
-            self.kill_while_saving(tool, signal.SIGTERM, moment)
-            self.assert_no_part_under_a_final_name(tool)
+        save = Save(tool.photo_folder)
+        tool.start()
+        save.wait_for_name()
+        tool.process.kill()
+        self.assertEqual(tool.wait(), -signal.SIGKILL)
+        self.assert_one_photo(tool)
+
+    @in_desktop(LARGE)
+    def test_by_sigterm_the_photo_is_whole_or_absent_and_nothing_is_left(self):
+        tool = Tool()
+        for size in (0, 1, LARGE_BYTES // 4, LARGE_BYTES // 2):
+            status, names = self.interrupt_save(tool, signal.SIGTERM, size)
+            self.assertEqual(status, 0, tool.log())
             self.assertEqual(tool.leftovers(), [])
-            self.assertEqual(tool.names()[-1], "Quit")
+            self.assertIn("Start", names)
+            self.assertEqual(names[-1], "Quit")
 
 
 class SomeoneElsesFiles(ToolTest):
@@ -167,10 +195,33 @@ class SomeoneElsesFiles(ToolTest):
     def test_are_left_alone(self):
         tool = Tool()
         foreign = [tool.photo_folder / name for name in (".hidden", "notes.txt", ".other.quillo-part")]
-        for path in foreign:
+        # Named as a photo of ours on its way; whoever writes it lives and so holds its lock.
+        being_written = tool.photo_folder / ".Camera shot 2026-11-21 12.00.00.png.a1b2c3.quillo-part"
+        for path in (*foreign, being_written):
             path.write_text("mine", encoding="utf-8")
-        tool.run()
-        self.assertEqual([path.read_text(encoding="utf-8") for path in foreign[:2]], ["mine", "mine"])
+        with locked(being_written):
+            self.assertEqual(tool.run(), 0, tool.log())
+        self.assertEqual(len(tool.photos()), 1)
+        for path in (*foreign, being_written):
+            self.assertEqual(path.read_text(encoding="utf-8"), "mine", path)
+
+
+class ForeignLocks(ToolTest):
+    @in_desktop(HD)
+    def test_hold_no_run_back(self):
+        tool = Tool()
+        events = [tool.state / name for name in ("usage-events.jsonl", "analytics-events.jsonl")]
+        for path in events:
+            path.touch()
+        with contextlib.ExitStack() as locks:
+            for path in (*events, tool.state, tool.config):
+                locks.enter_context(locked(path))
+            self.assertEqual(tool.run(), 0, tool.log())
+        self.assert_one_photo(tool)
+        self.assertEqual(tool.names(), ["Launch", "Start", "Stop", "Quit"])
+        self.assertEqual(events[1].read_text(encoding="utf-8").count("\n"), 1)
+        self.assertTrue((tool.state / "last-runs.ini").exists())
+        self.assertIn(f"{tool.state} locked", tool.log())
 
 
 class EventLog(ToolTest):
