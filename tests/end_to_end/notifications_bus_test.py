@@ -11,7 +11,7 @@ import dbus
 
 from bubbles import APPLICATION, NOTIFICATIONS, NOTIFIER, SERVICES, Notifications, path_of, post_photo, windows_named
 from scripted_services import ScriptedDaemon, ScriptedFileManager, ScriptedShell
-from session_bus import Client, Monitor, turn_until
+from session_bus import Client, Monitor, turn_until, turn_until_exit
 from tool import HD, TOOL_IDENTIFIER, Tool, ToolTest, in_desktop
 from waiting import wait_for_exit
 
@@ -163,7 +163,7 @@ class Missing(ToolTest):
     """Whatever becomes of the notification, the run ends as any other."""
 
     def assert_whole_run(self, tool):
-        self.assertEqual(tool.run(), 0, tool.log())
+        self.assertEqual(turn_until_exit(tool.start().process), 0, tool.log())
         self.assertEqual(tool.names(), WHOLE_RUN)
         self.assert_one_photo(tool)
 
@@ -181,6 +181,8 @@ class Missing(ToolTest):
         daemon = ScriptedDaemon()
         daemon.silent = True
         self.assert_whole_run(Tool())
+        self.assertEqual(daemon.asked, 1)
+        self.assertEqual(daemon.shown, {})
 
     @in_desktop(HD, options=SERVICES)
     def test_a_service_that_dies_of_the_notification(self):
@@ -188,10 +190,10 @@ class Missing(ToolTest):
         dying.dies_of_the_next = True
         tool = Tool()
         self.assert_whole_run(tool)
-        bus = Client()
-        bus.wait_until_unowned(NOTIFICATIONS)
+        self.assertEqual(dying.asked, 1)
+        self.assertFalse(Client().has_owner(NOTIFICATIONS))
         daemon = ScriptedDaemon()
-        self.assertEqual(tool.run(), 0, tool.log())
+        self.assertEqual(turn_until_exit(tool.start().process), 0, tool.log())
         turn_until(lambda: daemon.shown, what="the notification on the next service")
 
     @in_desktop(HD, options=SERVICES)

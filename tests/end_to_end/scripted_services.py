@@ -27,6 +27,7 @@ class ScriptedDaemon(dbus.service.Object):
         super().__init__(self._bus_connection, "/org/freedesktop/Notifications")
         self.shown = {}  # texts by identifier
         self.order = []  # identifiers in the order of the calls
+        self.asked = 0  # how many notifications it has been asked for, whatever became of them
         self.silent = False  # calls get no answer
         self.dies_of_the_next = False  # is gone from the bus instead of answering
 
@@ -38,6 +39,7 @@ class ScriptedDaemon(dbus.service.Object):
     @dbus.service.method(NOTIFICATIONS, in_signature="susssasa{sv}i", out_signature="u",
                          async_callbacks=("answer", "_refuse"))
     def Notify(self, _application, replaces, _icon, title, body, _actions, _hints, _lifetime, answer, _refuse):
+        self.asked += 1
         if self.dies_of_the_next:
             self._bus_connection.close()
             return

@@ -39,6 +39,18 @@ def turn_until(condition, *folders, what="the awaited event", bound=BOUND, retry
                 GLib.source_remove(source)
 
 
+def turn_until_exit(process):
+    """Turns the main loop until a subprocess ends, so that services on it answer meanwhile; returns its exit status."""
+    descriptor = os.pidfd_open(process.pid)
+    source = GLib.unix_fd_add_full(GLib.PRIORITY_DEFAULT, descriptor, GLib.IOCondition.IN, lambda *_: True)
+    try:
+        turn_until(lambda: process.poll() is not None, what="the end of the process")
+    finally:
+        GLib.source_remove(source)
+        os.close(descriptor)
+    return process.returncode
+
+
 def _clear(_descriptor, _condition, watch):
     watch.wait(0)
     return True
