@@ -5,10 +5,14 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/layers/Layer.h"
+#include "platform/linux/ui/GraphicsProcessor.h"
 #include "platform/linux/ui/UserInterfaceModule.h"
 #include "tests/ui/support/FakeCameraLayer.h"
 
 namespace {
+
+// As the program does first of all.
+const platform_linux::ToolkitWithoutGraphicsProcessor kToolkitSettings;
 
 using platform_linux::UserInterface;
 using platform_linux::UserInterfaceHost;

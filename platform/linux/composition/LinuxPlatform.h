@@ -23,6 +23,7 @@
 #include "platform/linux/notifications/UserNotificationCenter.h"
 #include "platform/linux/storage/FileManager.h"
 #include "platform/linux/storage/KeyFileDefaults.h"
+#include "platform/linux/ui/GraphicsProcessor.h"
 
 namespace platform_linux {
 
@@ -67,6 +68,8 @@ class LinuxPlatform {
   void connect();
   std::unique_ptr<Cameras> makeCameras();
 
+  /// First of all: before there are threads.
+  const ToolkitWithoutGraphicsProcessor toolkitSettings_;
   const ProgramIdentity identity_;
   SystemLog log_;
   MainLoopQueue mainQueue_;

@@ -1,12 +1,13 @@
 #include "platform/linux/ui/GtkUserInterface.h"
 
+#include <malloc.h>
 #include <mutex>
 #include <utility>
 
 #include <adwaita.h>
 
+#include "platform/linux/ui/GraphicsProcessor.h"
 #include "platform/linux/ui/NamedImage.h"
-#include "platform/linux/ui/Renderer.h"
 // Generated as C.
 extern "C" {
 #include "resources/CameraShotResources.h"
@@ -27,11 +28,19 @@ bool connectToDisplay(const std::string& applicationId) {
   return gdk_display_get_default() != nullptr;
 }
 
+/// Pictures that GTK draws by itself are allocated and freed each time: by default each goes back to the
+/// system and is cleared anew. A 4K picture is 32 MB, the largest that malloc can be told to keep.
+void keepPictureMemory() {
+  constexpr int kKeptBytes = 32 * 1024 * 1024;
+  mallopt(M_MMAP_THRESHOLD, kKeptBytes);
+  mallopt(M_TRIM_THRESHOLD, kKeptBytes);
+}
+
 /// For the display, which stays for the rest of the process.
 void setUpDisplay() {
   cameraShotResources_register_resource();
   GdkDisplay* const display = gdk_display_get_default();
-  chooseRenderer(display);
+  if (!hasGraphicsProcessor()) keepPictureMemory();
   const auto style = GObjectRef<GtkCssProvider>::adopt(gtk_css_provider_new());
   gtk_css_provider_load_from_resource(style.get(), resource("style.css").c_str());
   gtk_style_context_add_provider_for_display(display, GTK_STYLE_PROVIDER(style.get()),

@@ -4,8 +4,8 @@
 #include <span>
 #include <utility>
 
+#include "platform/linux/ui/GraphicsProcessor.h"
 #include "platform/linux/ui/MainLoop.h"
-#include "platform/linux/ui/Renderer.h"
 
 namespace platform_linux {
 namespace {

@@ -1,5 +1,7 @@
 #include "tests/ui/support/TestWindows.h"
 
+#include "platform/linux/ui/GraphicsProcessor.h"
+
 #include <cstddef>
 #include <filesystem>
 #include <stdexcept>
@@ -7,6 +9,9 @@
 
 namespace ui_test {
 namespace {
+
+// As the program does first of all.
+const platform_linux::ToolkitWithoutGraphicsProcessor kToolkitSettings;
 
 using platform_linux::GObjectRef;
 

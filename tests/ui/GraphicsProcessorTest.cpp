@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/ui/Renderer.h"
+#include "platform/linux/ui/GraphicsProcessor.h"
 
 namespace {
 
