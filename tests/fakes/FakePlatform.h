@@ -26,7 +26,7 @@ struct FakePlatform {
   FakeAppKit appKit{journal, files};
   FakeAVFoundation avFoundation{journal};
   FakeQuartzCore quartzCore{journal};
-  FakeUserNotificationCenter notifications{journal};
+  FakeUserNotificationCenter notifications{journal, loop};
 
   platform::Platform platform{loop,   loop,         center,      defaults,     files,     bundle,
                               loop,   log,          application, application,  workspace, panel,

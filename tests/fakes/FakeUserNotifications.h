@@ -1,47 +1,62 @@
 #pragma once
 
+#include <functional>
+#include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "platform/UserNotifications/UNUserNotificationCenter.h"
+#include "tests/fakes/FakeFoundation.h"
 #include "tests/fakes/Journal.h"
 
 namespace fakes {
 
+/// A desktop that answers and shows when a test says so, by the given clock.
 class FakeUserNotificationCenter : public platform::UNUserNotificationCenter {
  public:
-  explicit FakeUserNotificationCenter(Journal& journal) : journal_(journal) {}
+  using Answer = std::function<void(bool granted, const std::optional<platform::NSError>& error)>;
 
-  void setDelegate(std::weak_ptr<platform::UNUserNotificationCenterDelegate> value) override {
-    delegate = std::move(value);
-    journal_.add("notifications setDelegate");
-  }
-  void requestAuthorizationWithOptions(
-      unsigned options,
-      std::function<void(bool granted, const std::optional<platform::NSError>& error)> completion) override {
-    journal_.add("notifications requestAuthorization " + std::to_string(options));
-    authorizationCompletion = std::move(completion);
-  }
-  void setNotificationCategories(std::set<platform::UNNotificationCategory> value) override {
-    categories = std::move(value);
-    journal_.add("notifications setCategories");
-  }
-  void addNotificationRequest(const platform::UNNotificationRequest& request) override {
-    requests.push_back(request);
-    std::string body = request.content.body;
-    for (std::size_t at = body.find('\n'); at != std::string::npos; at = body.find('\n', at))
-      body.replace(at, 1, "\\n");
-    journal_.add("notify " + request.identifier + ": " + body);
-  }
+  /// A notification as the user sees it.
+  struct Shown {
+    std::string body;
+    std::vector<std::string> buttons;
+    bool hasSound = false;
+  };
+
+  FakeUserNotificationCenter(Journal& journal, const platform::NSDate& clock)
+      : journal_(journal), clock_(clock) {}
+  void setDelegate(std::weak_ptr<platform::UNUserNotificationCenterDelegate> value) override;
+  void requestAuthorizationWithOptions(unsigned options, Answer completionHandler) override;
+  void setNotificationCategories(std::set<platform::UNNotificationCategory> value) override;
+  void addNotificationRequest(const platform::UNNotificationRequest& request) override;
+
+  /// Answers every question for authorisation that is still open.
+  void answerAuthorization(bool granted, const std::optional<platform::NSError>& error = {});
+  /// Shows the requests whose triggers have come by now, in the order of their triggers, as the delegate
+  /// says.
+  void deliver();
+  /// The user acts on a notification.
+  void act(const platform::UNNotificationResponse& response) const;
 
   std::weak_ptr<platform::UNUserNotificationCenterDelegate> delegate;
-  std::function<void(bool, const std::optional<platform::NSError>&)> authorizationCompletion;
+  std::vector<Answer> questions;  ///< the open ones
   std::set<platform::UNNotificationCategory> categories;
-  std::vector<platform::UNNotificationRequest> requests;
+  std::vector<platform::UNNotificationRequest> requests;  ///< all that were added
+  std::map<std::string, Shown> shown;                     ///< by identifier
 
  private:
+  struct Waiting {
+    platform::NSDate::TimePoint due;
+    platform::UNNotificationRequest request;
+  };
+  void present(const platform::UNNotificationRequest& request);
+  void show(const platform::UNNotificationRequest& request, unsigned presentationOptions);
+
   Journal& journal_;
+  const platform::NSDate& clock_;
+  std::vector<Waiting> waiting_;
 };
 
 }  // namespace fakes

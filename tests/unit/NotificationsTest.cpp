@@ -149,6 +149,23 @@ TEST(Notifications, InFrontAreSoundedListedAndShownAsABannerAtOnce) {
   }
 }
 
+TEST(Notifications, AreOnTheScreenATenthOfASecondLaterTheNewestOfAKindInPlaceOfTheOthers) {
+  ToolFixture tool;
+  tool.launch();
+  tool.files.existing.insert(kPath);
+  tool.controller().showNotificationForPath("/home/ada/Pictures/gone.png");
+  tool.controller().showNotificationForPath(kPath);
+  tool.notifications.deliver();
+  EXPECT_THAT(tool.notifications.shown, IsEmpty());
+  tool.loop.advance(100ms);
+  tool.notifications.deliver();
+  ASSERT_EQ(tool.notifications.shown.size(), 1U);
+  const auto& shown = tool.notifications.shown.at("Photo_Taken_Notification");
+  EXPECT_EQ(shown.body, "Camera shot taken.\nClick here to show in Finder.");
+  EXPECT_THAT(shown.buttons, ElementsAre("Open"));
+  EXPECT_TRUE(shown.hasSound);
+}
+
 TEST(NotificationClick, OnTheBodyRevealsTheFileWhetherOrNotItIsStillThere) {
   ToolFixture tool;
   tool.launch();
