@@ -2,7 +2,6 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
-#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,6 +12,7 @@
 #include "platform/linux/application/SystemDate.h"
 #include "platform/linux/application/SystemLog.h"
 #include "platform/linux/storage/FileDescriptor.h"
+#include "tests/application/CatalogFile.h"
 #include "tests/application/ProbeFixture.h"
 
 namespace application_tests {
@@ -23,75 +23,21 @@ using platform_linux::Bundle;
 using platform_linux::MessageCatalog;
 using testing::ElementsAre;
 
-/// A compiled catalog of the given texts, which must be sorted.
-std::string makeCatalog(const std::vector<std::pair<std::string, std::string>>& texts, bool swapped = false) {
-  const auto number = [swapped](std::size_t value) {
-    std::string bytes;
-    for (int byte = 0; byte < 4; ++byte)
-      bytes += static_cast<char>(value >> (8 * (swapped ? 3 - byte : byte)));
-    return bytes;
-  };
-  constexpr std::size_t kHeader = 28;
-  const std::size_t strings = kHeader + texts.size() * 16;
-  std::string keys;
-  std::string translations;
-  std::string all;
-  const auto add = [&](std::string& table, const std::string& text) {
-    table += number(text.size()) + number(strings + all.size());
-    all += text + '\0';
-  };
-  for (const auto& [key, translation] : texts) {
-    add(keys, key);
-    add(translations, translation);
-  }
-  return number(0x950412de) + number(0) + number(texts.size()) + number(kHeader) +
-         number(kHeader + texts.size() * 8) + number(0) + number(0) + keys + translations + all;
-}
-
 class Texts : public testing::Test {
  protected:
-  void install(const std::string& language, const std::string& table,
-               const std::vector<std::pair<std::string, std::string>>& texts) {
-    const auto folder = folder_.path() / language / "LC_MESSAGES";
-    std::filesystem::create_directories(folder);
-    std::ofstream(folder / (table + ".mo"), std::ios::binary) << makeCatalog(texts);
-  }
-  std::string text(const std::vector<std::string>& languages, const std::string& key,
-                   const std::string& value = {}, const std::string& table = {}) {
-    return Bundle("id", "main", folder_.path(), languages).localizedStringForKey(key, value, table);
+  std::string text(const std::vector<std::string>& languages, const std::string& key) {
+    return Bundle("id", "main", folder_.path(), languages).localizedStringForKey(key);
   }
 
   TemporaryFolder folder_;
 };
 
-TEST_F(Texts, WithoutATranslationTheKeyOrTheGivenValueIsShown) {
-  EXPECT_EQ(text({"de"}, "Camera shot"), "Camera shot");
-  EXPECT_EQ(text({"de"}, "Camera shot", "value"), "value");
-}
-
 TEST_F(Texts, ComeFromTheFirstLanguageThatHasThem) {
-  install("de", "main", {{"", "header"}, {"Camera shot", "Aufnahme"}});
-  install("fr", "main", {{"Camera shot", "Photo"}, {"Open", "Ouvrir"}});
+  installCatalog(folder_.path(), "de", "main", {{"", "header"}, {"Camera shot", "Aufnahme"}});
+  installCatalog(folder_.path(), "fr", "main", {{"Camera shot", "Photo"}, {"Open", "Ouvrir"}});
   EXPECT_EQ(text({"de_AT", "de", "fr"}, "Camera shot"), "Aufnahme");
   EXPECT_EQ(text({"de_AT", "de", "fr"}, "Open"), "Ouvrir");
   EXPECT_EQ(text({"de_AT", "de", "fr"}, "Done"), "Done");
-}
-
-TEST_F(Texts, ATableOfItsOwnMayBeAskedFor) {
-  install("de", "other", {{"Open", "Auf"}});
-  EXPECT_EQ(text({"de"}, "Open"), "Open");
-  EXPECT_EQ(text({"de"}, "Open", {}, "other"), "Auf");
-}
-
-TEST_F(Texts, AreTheSameForManyThreads) {
-  install("de", "main", {{"Camera shot", "Aufnahme"}});
-  const Bundle bundle("id", "main", folder_.path(), {"de"});
-  std::vector<std::thread> threads;
-  threads.reserve(4);
-  for (int i = 0; i < 4; ++i)
-    threads.emplace_back([&] { EXPECT_EQ(bundle.localizedStringForKey("Camera shot"), "Aufnahme"); });
-  for (std::thread& thread : threads)
-    thread.join();
 }
 
 std::vector<std::string> languagesFor(const std::string& language, const std::string& locale) {

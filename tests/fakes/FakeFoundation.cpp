@@ -215,9 +215,13 @@ bool FakeFileManager::appendLine(const std::string& path, const std::string& lin
 }
 
 std::string FakeBundle::localizedStringForKey(const std::string& key, const std::string& value,
-                                              const std::string&) const {
-  const auto found = translations.find(key);
-  if (found != translations.end()) return found->second;
+                                              const std::string& table) const {
+  static const Table kNoTexts;
+  const auto other = otherTables.find(table);
+  const Table& otherTexts = other == otherTables.end() ? kNoTexts : other->second;
+  const Table& texts = table.empty() ? translations : otherTexts;
+  const auto found = texts.find(key);
+  if (found != texts.end() && !found->second.empty()) return found->second;
   return value.empty() ? key : value;
 }
 

@@ -135,11 +135,14 @@ class FakeFileManager : public platform::NSFileManager {
 
 class FakeBundle : public platform::NSBundle {
  public:
+  using Table = std::map<std::string, std::string>;
+
   std::string bundleIdentifier() const override { return "com.verrano.quillo.CameraShot"; }
   std::string localizedStringForKey(const std::string& key, const std::string& value = {},
                                     const std::string& table = {}) const override;
 
-  std::map<std::string, std::string> translations;
+  Table translations;  ///< of the main table
+  std::map<std::string, Table> otherTables;
 };
 
 class FakeLog : public platform::NSLog {

@@ -61,6 +61,8 @@ std::string_view MessageCatalog::text(std::uint32_t table, std::uint32_t index) 
 }
 
 std::optional<std::string> MessageCatalog::translation(std::string_view key) const {
+  // The text of the empty key is about the catalog itself.
+  if (key.empty()) return std::nullopt;
   std::uint32_t low = 0;
   std::uint32_t high = count_;
   while (low < high) {
