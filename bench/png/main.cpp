@@ -274,7 +274,7 @@ class Benchmark {
     auto& [overlapped, waited] = files_[measured.sample.kind];
     overlapped.push_back(written / decoding);
     waited.push_back(synced / decoding);
-    if (measured.sample.picture.pixels.size() > 30'000'000)
+    if (measured.sample.kind == "photo" && measured.sample.picture.pixels.size() > 30'000'000)
       memory_ = std::max(memory_, processMemory(jpeg, path));
     fs::remove(path);
   }

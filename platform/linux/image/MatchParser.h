@@ -8,7 +8,7 @@
 
 namespace platform_linux {
 
-/// Divides bytes into literals and long matches, found at the first glance, by searching earlier places with
+/// Divides bytes into literals and long matches, found by searching earlier places with
 /// the same beginning: for clean or grey photographs, whose bytes cost little as literals. Matches stay
 /// within the bytes given, so that pieces can be coded independently.
 class MatchParser {
