@@ -59,8 +59,8 @@ class NSRunningApplication {
  public:
   virtual ~NSRunningApplication() = default;
 
-  /// How many processes run the application with that identifier, this one included: of several that start at
-  /// the same time exactly one counts 1.
+  /// How many processes of the application with that identifier run: this one and those that asked before it,
+  /// where 2 may stand for more. Of several that start at the same time exactly one counts 1.
   virtual int runningApplicationsWithBundleIdentifier(const std::string& bundleIdentifier) = 0;
 };
 

@@ -33,17 +33,22 @@ TemporaryFolder::~TemporaryFolder() {
   std::filesystem::remove_all(path_, error);
 }
 
-ProbeTest::ProbeTest() : journal_(folder_.path() / "journal") {
-  environment_ = {{"PROBE_JOURNAL", (folder_.path() / "journal").string()},
-                  {"PROBE_LIFELINE", (folder_.path() / "lifeline").string()},
-                  {"XDG_RUNTIME_DIR", folder_.path().string()},
-                  {"HOME", folder_.path().string()}};
+Environment probeEnvironment(const std::filesystem::path& folder) {
+  Environment environment{{"PROBE_JOURNAL", (folder / "journal").string()},
+                          {"PROBE_LIFELINE", (folder / "lifeline").string()},
+                          {"XDG_RUNTIME_DIR", folder.string()},
+                          {"HOME", folder.string()}};
+  // Sanitizers' options reach the probes as well.
+  for (const char* const name : {"ASAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"})
+    if (const char* const value = std::getenv(name)) environment[name] = value;
+  return environment;
+}
+
+ProbeTest::ProbeTest()
+    : journal_(folder_.path() / "journal"), environment_(probeEnvironment(folder_.path())) {
   ::mkfifo(environment_["PROBE_LIFELINE"].c_str(), 0600);
   lifeline_ =
       platform_linux::FileDescriptor(::open(environment_["PROBE_LIFELINE"].c_str(), O_RDWR | O_CLOEXEC));
-  // Sanitizers' options reach the probes as well.
-  for (const char* const name : {"ASAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"})
-    if (const char* const value = std::getenv(name)) environment_[name] = value;
 }
 
 ProbeTest::~ProbeTest() = default;

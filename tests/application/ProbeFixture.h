@@ -31,6 +31,10 @@ class TemporaryFolder {
   std::filesystem::path path_;
 };
 
+/// What a probe needs to know of a test that keeps everything in `folder`: its journal, its lifeline (a pipe;
+/// a probe without one lives on) and the user's folders.
+Environment probeEnvironment(const std::filesystem::path& folder);
+
 /// Probe applications on a private bus, and a desktop that calls them.
 class ProbeTest : public testing::Test {
  public:

@@ -57,7 +57,8 @@ class ProbeDelegate : public platform::NSApplicationDelegate {
     if (then == "leave twice") leaveTwice();
     if (then == "leave from thread") std::thread([this] { application_.terminate(); }).detach();
     if (then == "regular") application_.setActivationPolicy(platform::NSApplicationActivationPolicy::Regular);
-    if (then == "count") count();
+    if (then == "count" && count() >= 2) application_.terminate();
+    if (then == "count and stay") count();
     if (then == "hold for ever") holdForEver();
     if (then == "hold for a reply") holdForReply();
     if (then == "leave busy") leaveBusy();
@@ -86,10 +87,10 @@ class ProbeDelegate : public platform::NSApplicationDelegate {
   bool applicationShouldTerminateAfterLastWindowClosed() override { return true; }
 
  private:
-  void count() {
+  int count() {
     const int running = instances_.runningApplicationsWithBundleIdentifier(kIdentifier);
     tell("count " + std::to_string(running));
-    if (running >= 2) application_.terminate();
+    return running;
   }
   void leaveTwice() {
     application_.lastWindowClosed();

@@ -77,7 +77,7 @@ void FakeApplication::terminate() {
 
 int FakeApplication::runningApplicationsWithBundleIdentifier(const std::string& bundleIdentifier) {
   journal_.add("running applications " + bundleIdentifier);
-  return instances;
+  return bundleIdentifier == "com.verrano.quillo.CameraShot" ? instances : 1;
 }
 
 void FakeView::setHidden(bool value) {

@@ -27,6 +27,7 @@ class FakeApplication : public platform::NSApplication, public platform::NSRunni
   int runningApplicationsWithBundleIdentifier(const std::string& bundleIdentifier) override;
 
   platform::NSApplicationDelegate* delegate = nullptr;
+  /// How many processes of "com.verrano.quillo.CameraShot" run, this one included.
   int instances = 1;
   bool ended = false;
 
