@@ -113,10 +113,11 @@ void CaptureFlow::checkSilence() {
 
 bool CaptureFlow::anyFeedWants() {
   std::erase_if(feeds_, [](auto& feed) { return feed.expired(); });
-  return std::any_of(feeds_.begin(), feeds_.end(), [](auto& weakFeed) {
+  isWatched_ = std::any_of(feeds_.begin(), feeds_.end(), [](auto& weakFeed) {
     const auto feed = weakFeed.lock();
     return feed && feed->isWanted();
   });
+  return isWatched_;
 }
 
 void CaptureFlow::pictureArrived(const FrameBuffer& picture) {

@@ -48,6 +48,8 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   void requestStill(StillAnswer answer);
   /// Frames go to `feed`, too, as long as it lives.
   void addFeed(const std::shared_ptr<FrameFeed>& feed);
+  /// Whether somebody watches the live picture.
+  [[nodiscard]] bool isWatched() const { return isWatched_; }
   /// Over all runs.
   [[nodiscard]] Counts counts() const { return {arrived_, copied_}; }
 
@@ -86,6 +88,7 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   StillSchedule schedule_;
   std::vector<StillAnswer> waiting_;
   std::vector<std::weak_ptr<FrameFeed>> feeds_;
+  std::atomic<bool> isWatched_ = false;
   std::uint64_t serial_ = 0;
   std::uint64_t sequence_ = 0;
   bool isStarted_ = false;

@@ -1,19 +1,26 @@
 #include "platform/linux/camera/DeliveryWorker.h"
 
+#include <sys/resource.h>
 #include <utility>
 
 namespace platform_linux {
+namespace {
 
-void DeliveryWorker::deliver(std::function<void()> call) {
+/// A third of the processor's time where another thread wants all of it, too.
+constexpr int kGivingWay = 5;
+
+}  // namespace
+
+void DeliveryWorker::deliver(std::function<void()> call, bool givesWay) {
   const std::scoped_lock lock(mutex_);
   if (isStopped_) return;
-  calls_.push_back(std::move(call));
+  calls_.push_back({std::move(call), givesWay});
   if (!thread_.joinable()) thread_ = std::thread([this] { run(); });
   changed_.notify_one();
 }
 
 void DeliveryWorker::stop() {
-  std::deque<std::function<void()>> dropped;
+  std::deque<Call> dropped;
   {
     const std::scoped_lock lock(mutex_);
     isStopped_ = true;
@@ -32,8 +39,10 @@ void DeliveryWorker::run() {
     auto call = std::move(calls_.front());
     calls_.pop_front();
     lock.unlock();
-    call();
-    mainQueue_.async([letGo = std::move(call)] {});
+    if (call.givesWay && ::getpriority(PRIO_PROCESS, 0) < kGivingWay)
+      ::setpriority(PRIO_PROCESS, 0, kGivingWay);  // of this thread, on Linux
+    call.work();
+    mainQueue_.async([letGo = std::move(call.work)] {});
     lock.lock();
   }
 }

@@ -46,10 +46,12 @@ void PhotoOutput::deliver(std::shared_ptr<platform::AVCapturePhotoCaptureDelegat
     photo = std::make_shared<CapturedPhoto>(std::move(frame), connection_->isVideoMirrored());
   else
     failure = platform::NSError{error, std::generic_category().message(error)};
+  const auto session = flow();
   service_->worker().deliver(
       [self = shared_from_this(), delegate = std::move(delegate), photo = std::move(photo), failure] {
         delegate->captureOutputDidFinishProcessingPhoto(*self, photo, failure);
-      });
+      },
+      session && session->isWatched());
 }
 
 }  // namespace platform_linux
