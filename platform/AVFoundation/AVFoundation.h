@@ -26,8 +26,8 @@ class AVFoundation {
   virtual std::shared_ptr<AVCaptureDevice> deviceWithUniqueID(const std::string& uniqueID) = 0;
 
   virtual AVAuthorizationStatus authorizationStatusForMediaType(const std::string& mediaType) = 0;
-  /// Asks the user, once however often it is called while the answer is open; the `completion` of the last call
-  /// runs on any thread once the answer is there.
+  /// Asks the user, once however often it is called while the answer is open; the `completion` of the last
+  /// call runs on any thread once the answer is there.
   virtual void requestAccessForMediaType(const std::string& mediaType,
                                          std::function<void(bool granted)> completion) = 0;
 

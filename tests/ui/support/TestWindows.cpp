@@ -1,11 +1,11 @@
 #include "tests/ui/support/TestWindows.h"
 
-#include "platform/linux/ui/GraphicsProcessor.h"
-
 #include <cstddef>
 #include <filesystem>
 #include <stdexcept>
 #include <utility>
+
+#include "platform/linux/ui/GraphicsProcessor.h"
 
 namespace ui_test {
 namespace {
