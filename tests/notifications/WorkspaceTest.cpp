@@ -1,6 +1,3 @@
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -9,59 +6,13 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/desktop/Workspace.h"
-#include "tests/notifications/MockService.h"
-#include "tests/notifications/TestBus.h"
+#include "tests/notifications/WorkspaceFixture.h"
 
 namespace camera_shot_tests {
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-const std::string kFileManager = "org.freedesktop.FileManager1";
-
-/// A home in which pictures and folders have a default application: it reports the URI that it gets to the
-/// test.
-class Home {
- public:
-  Home() {
-    std::filesystem::create_directories(folder_.path() / "applications");
-    std::ofstream(folder_.path() / "applications" / "reporter.desktop")
-        << "[Desktop Entry]\nType=Application\nName=Reporter\n"
-           "Exec=gdbus call --session --dest com.example.Journal --object-path /com/example/Journal "
-           "--method com.example.Journal.Write %f\n";
-    std::ofstream(folder_.path() / "mimeapps.list")
-        << "[Default Applications]\nimage/png=reporter.desktop\ninode/directory=reporter.desktop\n";
-    std::ofstream(photo()) << "a photo";
-    for (const char* variable : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME"})
-      setenv(variable, folder_.path().c_str(), 1);
-    unsetenv("XDG_CURRENT_DESKTOP");
-  }
-
-  std::string photo() const { return (folder_.path() / "A shot.png").string(); }
-  std::string photoUri() const { return "file://" + (folder_.path() / "A%20shot.png").string(); }
-  std::string folder() const { return folder_.path().string(); }
-
- private:
-  const TemporaryFolder folder_;
-};
-
-/// One for all tests: the library asks for the user's folders once in a process.
-const Home& home() {
-  static const Home theHome;
-  return theHome;
-}
-
-std::unique_ptr<MockService> makeFileManager(const std::string& address, MockService::Answer answer) {
-  return std::make_unique<MockService>(
-      address, kFileManager,
-      "<method name='ShowItems'><arg type='as' direction='in'/><arg type='s' direction='in'/></method>",
-      std::move(answer));
-}
-
-GVariant* done(const MockService::Call&) {
-  return g_variant_new("()");
-}
 
 class Workspace : public testing::Test {
  protected:
@@ -80,9 +31,7 @@ class Workspace : public testing::Test {
 
   const Home& home_ = home();
   TestBus bus_;
-  std::unique_ptr<MockService> journal_ =
-      std::make_unique<MockService>(bus_.address(), "com.example.Journal",
-                                    "<method name='Write'><arg type='s' direction='in'/></method>", done);
+  std::unique_ptr<MockService> journal_ = makeOpeningJournal(bus_.address());
   platform_linux::SessionBus session_;
   std::weak_ptr<void> hold_;
   platform_linux::Workspace workspace_{session_, holder(), [] { return std::string("token-7"); }};
@@ -154,7 +103,7 @@ TEST_F(Workspace, OfAFileThatIsGoneNotEvenTheFolderIsOpened) {
 }
 
 TEST_F(Workspace, AnEmptyPathIsNoRequest) {
-  const auto files = makeFileManager(bus_.address(), done);
+  const auto files = makeFileManager(bus_.address());
   workspace_.selectFile("", "");
   workspace_.openFileURL("");
   EXPECT_TRUE(hold_.expired());

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "tests/notifications/TestBus.h"
+
+namespace camera_shot_tests {
+
+/// The file to which the library writes, and what it has written.
+class SoundJournal {
+ public:
+  SoundJournal() : path_((folder_.path() / "journal").string()), file_(g_file_new_for_path(path_.c_str())) {
+    setenv("SOUND_JOURNAL", path_.c_str(), 1);
+    // Each change is a turn of the main loop.
+    monitor_.reset(g_file_monitor_file(file_.get(), G_FILE_MONITOR_NONE, nullptr, nullptr));
+  }
+
+  bool waitFor(const std::string& text) const {
+    return waitUntil([&] { return read() == text; });
+  }
+
+  std::string read() const {
+    std::ostringstream text;
+    text << std::ifstream(path_).rdbuf();
+    return text.str();
+  }
+
+ private:
+  const TemporaryFolder folder_;
+  const std::string path_;
+  const platform_linux::GObjectHandle<GFile> file_;
+  platform_linux::GObjectHandle<GFileMonitor> monitor_;
+};
+
+}  // namespace camera_shot_tests

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "tests/notifications/MockService.h"
+#include "tests/notifications/TestBus.h"
+
+namespace camera_shot_tests {
+
+/// A home in which pictures and folders have a default application: it reports the file that it gets to the
+/// test.
+class Home {
+ public:
+  Home();
+
+  std::string photo() const { return (folder_.path() / "A shot.png").string(); }
+  std::string photoUri() const { return "file://" + (folder_.path() / "A%20shot.png").string(); }
+  std::string folder() const { return folder_.path().string(); }
+
+ private:
+  const TemporaryFolder folder_;
+};
+
+/// One for all tests: the library asks for the user's folders once in a process.
+const Home& home();
+
+/// What the default applications of that home report to, as calls of "Write".
+std::unique_ptr<MockService> makeOpeningJournal(const std::string& address);
+
+/// A file manager that can select; without `answer` it answers every call at once with nothing.
+std::unique_ptr<MockService> makeFileManager(const std::string& address, MockService::Answer answer = {});
+
+}  // namespace camera_shot_tests
