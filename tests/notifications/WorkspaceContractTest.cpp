@@ -55,7 +55,7 @@ class RealWorkspace : public NSWorkspaceFactory {
     return path ? path.get() : uri;
   }
   std::shared_ptr<void> hold() {
-    const std::shared_ptr<void> held = std::make_shared<int>(0);
+    std::shared_ptr<void> held = std::make_shared<int>(0);
     hold_ = held;
     return held;
   }
