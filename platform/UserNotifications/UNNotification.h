@@ -31,8 +31,7 @@ struct UNNotificationAction {
   unsigned options = 0;
 
   bool operator==(const UNNotificationAction&) const = default;
-  // NOLINTNEXTLINE(modernize-use-nullptr): clang-tidy 14 takes its comparisons with 0 for ones with a
-  // pointer.
+  // NOLINTNEXTLINE(modernize-use-nullptr): its comparisons with 0 are taken for ones with a pointer.
   auto operator<=>(const UNNotificationAction&) const = default;
 };
 
