@@ -202,10 +202,15 @@ class Windows:
         self.screen.key(chord)
 
     def click(self, name, window):
-        """Clicks in the middle of an object."""
+        """Clicks in the middle of an object, or near it: GTK since 4.10 leaves the padding of the boxes around an object
+        out of the place that it tells. That of a header bar, the widest, is less than half a button."""
         found = self.find(name, window)
         toplevel = next(each for each in self.objects() if each.is_window and each.name == window)
         x, y, width, height = self.screen.frame(window)
-        # What the toolkit draws around a window, the same on each side, belongs to its frame on the screen.
-        border_x, border_y = (width - toplevel.width) // 2, (height - toplevel.height) // 2
-        self.screen.click(x + border_x + found.x + found.width // 2, y + border_y + found.y + found.height // 2)
+        # What the toolkit draws around a window, the same on each side, belongs to its frame on the screen. Of a border
+        # GTK before 4.10 tells nothing: the window is what lies inside. Later the border belongs to the window, which
+        # begins that much before its inside, at a negative place; and all places in it are told from there.
+        inside_x = x + (width - toplevel.width) // 2 - toplevel.x
+        inside_y = y + (height - toplevel.height) // 2 - toplevel.y
+        self.screen.click(inside_x + found.x - toplevel.x + found.width // 2,
+                          inside_y + found.y - toplevel.y + found.height // 2)
