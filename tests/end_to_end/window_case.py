@@ -1,6 +1,7 @@
 """What the tests of the windows have in common."""
 
 import os
+import re
 import subprocess
 import time
 
@@ -30,6 +31,12 @@ def call_tool(method, *arguments):
     path = "/" + APPLICATION.replace(".", "/")
     subprocess.run(["gdbus", "call", "--session", "--dest", APPLICATION, "--object-path", path, "--method",
                     f"org.freedesktop.Application.{method}", *arguments], check=True, stdout=subprocess.DEVNULL)
+
+
+def wayland_activations(log):
+    """The requests to come to the front, as (token, surface), that a log of the Wayland protocol tells of."""
+    # libwayland 1.21 writes its objects with "@", 1.23 with "#".
+    return re.findall(r'xdg_activation_v1[@#]\d+\.activate\("([^"]*)", wl_surface[@#](\d+)\)', log)
 
 
 class WindowTest(ToolTest):

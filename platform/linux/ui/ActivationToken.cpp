@@ -6,7 +6,8 @@ namespace platform_linux {
 
 void useActivationToken(GtkWindow* window, const std::string& token) {
   gtk_window_set_startup_id(window, token.c_str());
-  // On Wayland, GTK before 4.10 looks for the token at the display only.
+  // On Wayland, GTK looks for the token at the display: before 4.10 there only, later before it asks the
+  // compositor for one of its own, which is no leave of the user's, and turns to that of the window.
   G_GNUC_BEGIN_IGNORE_DEPRECATIONS
   GdkDisplay* const display = gtk_widget_get_display(GTK_WIDGET(window));
   if (GDK_IS_WAYLAND_DISPLAY(display))

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
+
+#include <gdk/wayland/gdkwayland.h>
 
 #include "platform/linux/ui/ActivationToken.h"
 #include "platform/linux/ui/ToplevelState.h"
@@ -20,14 +23,30 @@ bool isOnScreen(GtkWindow* window) {
   return isShown(window) && !isMinimized(gtk_native_get_surface(GTK_NATIVE(window)));
 }
 
+void WindowList::remove(GtkWindow* window) {
+  std::erase(windows_, window);
+  if (awaited_ == window) awaited_ = nullptr;
+}
+
 void WindowList::bringToFront(GtkWindow* window) {
-  const std::string token = takeActivationToken_();
-  if (!token.empty()) useActivationToken(window, token);
+  if (std::string token = takeActivationToken_(); !token.empty()) {
+    awaited_ = window;
+    awaitedToken_ = std::move(token);
+  }
+  // Asked again with nothing in hand, desktops would take the request for a mere call for attention, and
+  // forget the leave that they gave before.
+  if (awaited_ == window) useActivationToken(window, awaitedToken_);
+  if (gtk_window_is_active(window)) awaited_ = nullptr;
   gtk_window_present(window);
-  turnedTo(window);
+  putBeforeOthers(window);
 }
 
 void WindowList::turnedTo(GtkWindow* window) {
+  if (awaited_ == window) awaited_ = nullptr;
+  putBeforeOthers(window);
+}
+
+void WindowList::putBeforeOthers(GtkWindow* window) {
   const auto place = std::find(windows_.begin(), windows_.end(), window);
   if (place != windows_.end()) std::rotate(place, place + 1, windows_.end());
 }
@@ -43,9 +62,12 @@ GtkWindow* WindowList::current() const {
 
 void WindowList::activate() {
   GtkWindow* const front = current();
-  for (GtkWindow* const window : windows_)
-    if (isShown(window) && window != front) gtk_window_present(window);
-  if (front) bringToFront(front);
+  if (!front) return;
+  // A Wayland compositor's leave is for one window; of any other it would tell the user that it wants them.
+  if (!GDK_IS_WAYLAND_DISPLAY(gtk_widget_get_display(GTK_WIDGET(front))))
+    for (GtkWindow* const window : windows_)
+      if (isShown(window) && window != front) gtk_window_present(window);
+  bringToFront(front);
 }
 
 void WindowList::windowClosed() const {

@@ -21,15 +21,16 @@ class WindowList {
         takeActivationToken_(std::move(takeActivationToken)) {}
 
   void add(GtkWindow* window) { windows_.push_back(window); }
-  void remove(GtkWindow* window) { std::erase(windows_, window); }
+  void remove(GtkWindow* window);
 
   /// Shows the window before all others, with the keyboard where the desktop allows that.
   void bringToFront(GtkWindow* window);
-  /// The user has turned to the window: it lies before all others.
+  /// The user has turned to the window, which now has the keyboard: it lies before all others.
   void turnedTo(GtkWindow* window);
 
   bool anyShown() const;
-  /// Brings the shown windows to the front, and leaves their order as it is.
+  /// Brings the shown windows to the front, and leaves their order as it is. Where the desktop lets only one
+  /// come, on Wayland, that is the current one.
   void activate();
   /// Of the shown windows the one before all others: that in which the user works, or is about to; null
   /// without one. A window that was just asked to the front may not have the keyboard yet.
@@ -38,9 +39,14 @@ class WindowList {
   void windowClosed() const;
 
  private:
+  void putBeforeOthers(GtkWindow* window);
+
   const std::function<void()> lastWindowClosed_;
   const std::function<std::string()> takeActivationToken_;
   std::vector<GtkWindow*> windows_;  ///< from back to front
+  /// The window for which the desktop's latest leave was used, until it has the keyboard; then null.
+  GtkWindow* awaited_ = nullptr;
+  std::string awaitedToken_;
 };
 
 }  // namespace platform_linux
