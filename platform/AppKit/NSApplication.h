@@ -29,6 +29,7 @@ class NSApplicationDelegate {
 
   virtual void applicationWillFinishLaunching() = 0;
   virtual void applicationDidFinishLaunching(const NSApplicationLaunchNotification& notification) = 0;
+  /// The user has started the running application again; the windows that are shown have come to the front.
   /// Answers whether the platform may show a window of its own accord.
   virtual bool applicationShouldHandleReopen(bool hasVisibleWindows) = 0;
   /// Answers whether the file was accepted. May come before launching has finished.

@@ -36,6 +36,12 @@ TEST_F(ApplicationRunning, TheDesktopsCallsReachIt) {
                "clicked Photo_Taken_Notification OPEN_ACTION /p"});
 }
 
+TEST_F(ApplicationRunning, StartedAgainItsWindowsComeToTheFront) {
+  const auto probe = running("show windows");
+  EXPECT_EQ(activate(), "");
+  expectLines({"windows to the front", "reopen with windows token ''"});
+}
+
 TEST_F(ApplicationRunning, ASecondProcessDoesNotDisturbTheFirst) {
   const auto first = running();
   const auto second = start();

@@ -57,6 +57,7 @@ class ProbeDelegate : public platform::NSApplicationDelegate {
     if (then == "leave twice") leaveTwice();
     if (then == "leave from thread") std::thread([this] { application_.terminate(); }).detach();
     if (then == "regular") application_.setActivationPolicy(platform::NSApplicationActivationPolicy::Regular);
+    if (then == "show windows") showWindows();
     if (then == "count" && count() >= 2) application_.terminate();
     if (then == "count and stay") count();
     if (then == "hold for ever") holdForEver();
@@ -91,6 +92,10 @@ class ProbeDelegate : public platform::NSApplicationDelegate {
     const int running = instances_.runningApplicationsWithBundleIdentifier(kIdentifier);
     tell("count " + std::to_string(running));
     return running;
+  }
+  void showWindows() {
+    application_.setVisibleWindowsHandler([] { return true; });
+    application_.setActivationHandler([] { tell("windows to the front"); });
   }
   void leaveTwice() {
     application_.lastWindowClosed();

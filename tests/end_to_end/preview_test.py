@@ -9,7 +9,7 @@ from pathlib import Path
 
 from tool import Tool, control
 from waiting import wait_until
-from window_case import GREEN, RED, WindowTest
+from window_case import GREEN, RED, WindowTest, call_tool, wayland_activations
 from windows import PREFERENCES, PREVIEW, in_windowed_desktop
 
 DESK = "name=desk,title=Desk camera,modes=MJPG:1280x720@30"  # of the window's shape: no bars beside the picture
@@ -137,6 +137,18 @@ class OnX11(Preview, WindowTest):
         self.wait_for_mirrored_picture()
 
     @in_windowed_desktop(DESK)
+    def test_starting_the_tool_again_brings_its_window_before_another_programs(self):
+        tool = self.open_preview()
+        # With the first photo the start is over, which asks its window to the front by itself.
+        self.windows.key("space")
+        tool.wait_for_names(["Launch", "Start", "Stop"])
+        other = self.windows.screen.open_other_program()
+        self.addCleanup(other.wait)
+        self.addCleanup(other.terminate)
+        call_tool("Activate", "{}")
+        self.windows.wait_for_window(PREVIEW)
+
+    @in_windowed_desktop(DESK)
     def test_the_close_button_ends_the_tool(self):
         tool = self.open_preview()
         self.windows.click("Close", PREVIEW)
@@ -174,6 +186,16 @@ class OnX11(Preview, WindowTest):
 
 class OnWayland(Preview, WindowTest):
     display = "wayland"
+
+    @in_windowed_desktop(DESK)
+    def test_starting_the_tool_again_uses_the_right_to_come_to_the_front_that_the_desktop_gives(self):
+        tool = self.open_preview(environment={"WAYLAND_DEBUG": "client"})
+        # With the first photo the start is over, which asks its window to the front by itself.
+        self.windows.key("space")
+        tool.wait_for_names(["Launch", "Start", "Stop"])
+        call_tool("Activate", "{'activation-token': <'token-of-the-desktop'>}")
+        wait_until(lambda: "token-of-the-desktop" in dict(wayland_activations(tool.log())), tool.state,
+                   what="the request with the desktop's token")
 
     @in_windowed_desktop(DESK)
     def test_the_preferences_key_opens_the_preferences(self):

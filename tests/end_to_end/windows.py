@@ -66,6 +66,14 @@ class X11Screen:
                               text=True).stdout
         return told.split('"')[1] if '"' in told else None
 
+    @staticmethod
+    def open_other_program():
+        """Another program's window with the keyboard; returns its process."""
+        process = subprocess.Popen(["xev"], stdout=subprocess.DEVNULL)
+        search = ["xdotool", "search", "--sync", "--onlyvisible", "--name", "^Event Tester$"]
+        subprocess.run([*search, "windowactivate", "--sync"], check=True, timeout=BOUND)
+        return process
+
     def minimize(self, title):
         """Returns what brings the window back."""
         window = self._window(title)

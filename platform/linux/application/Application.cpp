@@ -125,10 +125,14 @@ void Application::receive(DesktopCall call) {
 }
 
 bool Application::handle(const DesktopCall::Activate&) {
-  if (stage_ == Stage::Waiting)
+  if (stage_ == Stage::Waiting) {
     launch({}, {});
-  else
-    delegate_->applicationShouldHandleReopen(hasVisibleWindows_ && hasVisibleWindows_());
+    return true;
+  }
+  // Bringing what is there to the front is the platform's part; the delegate decides about all else.
+  const bool hasVisibleWindows = hasVisibleWindows_ && hasVisibleWindows_();
+  if (hasVisibleWindows && onActivate_) onActivate_();
+  delegate_->applicationShouldHandleReopen(hasVisibleWindows);
   return true;
 }
 
