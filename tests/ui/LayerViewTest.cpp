@@ -138,6 +138,51 @@ TEST_F(LayerViewTest, PutsAStillOnTopAndTakesItAwayAgain) {
   EXPECT_TRUE(showsAt(0.9, 0.5, kWhite));
 }
 
+TEST_F(LayerViewTest, AsksForNoFramesWhileAStillCoversTheLivePicture) {
+  const auto camera = std::make_shared<FakeCameraLayer>(true);
+  show(camera);
+  camera->deliver(jpegFrame(400, 200, white));
+  ASSERT_TRUE(showsAt(0.5, 0.5, kWhite));
+  const auto still = std::make_shared<Layer>();
+  still->setContents(std::make_shared<PictureImage>(photoOf(jpegFrame(800, 400, redLeftBlueRight), true)));
+  still->setFrame(camera->bounds());
+  camera->addSublayer(still);
+  EXPECT_TRUE(camera->isListenedTo()) << "the still is not there yet";
+  ASSERT_TRUE(showsAt(0.9, 0.5, kRed));
+  EXPECT_FALSE(camera->isListenedTo());
+  const Screenshot again(view_);
+  EXPECT_FALSE(camera->isListenedTo()) << "drawing once more changes nothing";
+  const auto before = decoded();
+  camera->deliver(jpegFrame(400, 200, redLeftBlueRight));
+  EXPECT_EQ(decoded(), before);
+  camera->deliver(jpegFrame(400, 200, white));
+
+  still->removeFromSuperlayer();
+  EXPECT_TRUE(showsAt(0.9, 0.5, kWhite));
+  EXPECT_TRUE(camera->isListenedTo());
+}
+
+TEST_F(LayerViewTest, GoesOnUnderAStillOfAnotherShapeOrPlace) {
+  const auto camera = std::make_shared<FakeCameraLayer>(false);
+  show(camera);
+  camera->deliver(jpegFrame(400, 200, white));
+  ASSERT_TRUE(showsAt(0.1, 0.5, kWhite));
+  const auto square = std::make_shared<Layer>();
+  square->setContents(std::make_shared<PictureImage>(photoOf(jpegFrame(200, 200, redLeftBlueRight), false)));
+  square->setFrame(camera->bounds());
+  camera->addSublayer(square);
+  ASSERT_TRUE(showsAt(0.3, 0.5, kRed));
+  EXPECT_TRUE(camera->isListenedTo()) << "it is seen on both sides of the square";
+  square->removeFromSuperlayer();
+
+  const auto half = std::make_shared<Layer>();
+  half->setContents(std::make_shared<PictureImage>(photoOf(jpegFrame(400, 200, redLeftBlueRight), false)));
+  half->setFrame({0, 0, 200, 200});
+  camera->addSublayer(half);
+  ASSERT_TRUE(showsAt(0.05, 0.5, kRed));
+  EXPECT_TRUE(camera->isListenedTo()) << "it is seen beside the half";
+}
+
 TEST_F(LayerViewTest, TheRootLayerFollowsTheView) {
   const auto camera = std::make_shared<FakeCameraLayer>();
   show(camera);

@@ -46,18 +46,17 @@ TEST_F(PictureTextureTest, DecodesNothingBeforeTheSizeIsKnown) {
 TEST_F(PictureTextureTest, DecodesForTheSizeThatIsDrawn) {
   texture_.setDrawable(true);
   texture_.setFrame(frame());
-  EXPECT_EQ(texture_.draw(kView), nullptr);
+  EXPECT_EQ(texture_.draw(kView, false), nullptr);
   ASSERT_TRUE(waitUntilReady(2));
-  GdkTexture* const drawn = texture_.draw(kView);
+  const Texture* const drawn = texture_.draw(kView, false);
   ASSERT_TRUE(drawn);
-  EXPECT_EQ(gdk_texture_get_width(drawn), kView.width);
-  EXPECT_EQ(gdk_texture_get_height(drawn), kView.height);
+  EXPECT_EQ(drawn->size(), kView);
 }
 
 TEST_F(PictureTextureTest, NeverRunsAheadOfTheScreen) {
   texture_.setDrawable(true);
   texture_.setFrame(frame());
-  texture_.draw(kView);
+  texture_.draw(kView, false);
   ASSERT_TRUE(waitUntilReady(2));
   for (int i = 0; i < 5; ++i)
     texture_.setFrame(frame());
@@ -65,52 +64,54 @@ TEST_F(PictureTextureTest, NeverRunsAheadOfTheScreen) {
   texture_.setFrame(newest);
   EXPECT_EQ(decoded(), 1U) << "the rest waits for a drawing";
 
-  texture_.draw(kView);
+  texture_.draw(kView, false);
   ASSERT_TRUE(waitUntilReady(3));
-  texture_.draw(kView);
+  texture_.draw(kView, false);
   EXPECT_EQ(decoded(), 2U) << "of the frames that came meanwhile only the newest";
   EXPECT_EQ(texture_.frame(), newest);
 }
 
 TEST_F(PictureTextureTest, DecodesNothingWhileItIsNotDrawable) {
   texture_.setFrame(frame());
-  texture_.draw(kView);
+  texture_.draw(kView, false);
   EXPECT_EQ(decoded(), 0U);
   texture_.setDrawable(true);
   ASSERT_TRUE(waitUntilReady(2));
   EXPECT_EQ(decoded(), 1U);
 }
 
-TEST_F(PictureTextureTest, DecodesAgainForALargerViewOnly) {
+TEST_F(PictureTextureTest, DecodesAgainForAnotherView) {
   texture_.setDrawable(true);
   texture_.setFrame(frame());
-  texture_.draw(kView);
+  texture_.draw(kView, false);
   ASSERT_TRUE(waitUntilReady(2));
-  texture_.draw({160, 120});
-  EXPECT_EQ(decoded(), 1U);
-  texture_.draw({640, 480});
+  EXPECT_EQ(texture_.draw({160, 120}, false)->size(), kView) << "the old one until the new one is there";
   ASSERT_TRUE(waitUntilReady(3));
-  EXPECT_EQ(gdk_texture_get_width(texture_.draw({640, 480})), 640);
+  EXPECT_EQ(texture_.draw({160, 120}, false)->size(), (PixelSize{160, 120}));
+  texture_.draw({160, 120}, true);
+  ASSERT_TRUE(waitUntilReady(4)) << "mirrored it is another picture";
+  texture_.draw({160, 120}, true);
+  EXPECT_EQ(decoded(), 3U);
 }
 
 TEST_F(PictureTextureTest, KeepsTheLastGoodFrameWhenOneIsDamaged) {
   texture_.setDrawable(true);
   texture_.setFrame(frame());
-  texture_.draw(kView);
+  texture_.draw(kView, false);
   ASSERT_TRUE(waitUntilReady(2));
-  GdkTexture* const good = texture_.draw(kView);
+  const Texture* const good = texture_.draw(kView, false);
   auto damaged = std::make_shared<Frame>(*frame());
   damaged->bytes.resize(damaged->bytes.size() / 2);
   texture_.setFrame(damaged);
   EXPECT_EQ(decoded(), 2U);
-  EXPECT_EQ(texture_.draw(kView), good);
+  EXPECT_EQ(texture_.draw(kView, false), good);
   texture_.setFrame(frame());
   ASSERT_TRUE(waitUntilReady(3)) << "and goes on with the next";
 }
 
 TEST_F(PictureTextureTest, MayGoWhileAFrameIsBeingDecoded) {
   auto leaving = std::make_unique<PictureTexture>(thread_, [] { FAIL() << "nobody is there to be told"; });
-  leaving->draw(kView);
+  leaving->draw(kView, false);
   leaving->setDrawable(true);
   leaving->setFrame(frame());
   leaving.reset();

@@ -13,8 +13,9 @@ class LivePicture {
   virtual ~LivePicture() = default;
 
   /// From now on calls `onFrame` after each new frame, on a thread of the camera; it must not wait. None
-  /// stops that, and once this returns the old one runs no more. Frames are copied out of the camera's
-  /// buffers only while there is somebody to tell or a still to take. Main thread only.
+  /// stops that and forgets the newest frame, and once this returns the old one runs no more. Frames are
+  /// copied out of the camera's buffers only while there is somebody to tell or a still to take. Main thread
+  /// only.
   virtual void setFrameListener(std::function<void()> onFrame) = 0;
 
   /// The newest whole frame, or nothing while there is none. Thread-safe.

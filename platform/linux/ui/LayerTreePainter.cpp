@@ -28,23 +28,16 @@ PixelSize pixelSize(const platform::CGRect& bounds, int scale) {
           static_cast<int>(std::ceil(bounds.height * scale))};
 }
 
-/// Draws `texture` in the middle of `bounds`, as large as its shape fits. The shape is the frame's: a decoded
-/// picture's is rounded to whole pixels.
-void drawFitted(GtkSnapshot* snapshot, GdkTexture* texture, const Frame& frame,
-                const platform::CGRect& bounds, bool mirrored) {
-  const double factor = std::min(bounds.width / frame.width, bounds.height / frame.height);
-  const double width = frame.width * factor;
-  const double height = frame.height * factor;
+/// Draws `texture` in the middle of the view, as large as the shape of `frame` fits, on whole pixels: a
+/// texture of that size is copied as it is.
+void drawFitted(GtkSnapshot* snapshot, const Texture& texture, const Frame& frame, PixelSize view,
+                int scale) {
+  const PixelSize fitted = aspectFit({frame.width, frame.height}, view);
+  const auto logical = [scale](int pixels) { return static_cast<double>(pixels) / scale; };
   const graphene_rect_t area =
-      rectangle((bounds.width - width) / 2, (bounds.height - height) / 2, width, height);
-  gtk_snapshot_save(snapshot);
-  if (mirrored) {
-    const graphene_point_t right{static_cast<float>(bounds.width), 0};
-    gtk_snapshot_translate(snapshot, &right);
-    gtk_snapshot_scale(snapshot, -1, 1);
-  }
-  gtk_snapshot_append_texture(snapshot, texture, &area);
-  gtk_snapshot_restore(snapshot);
+      rectangle(logical((view.width - fitted.width) / 2), logical((view.height - fitted.height) / 2),
+                logical(fitted.width), logical(fitted.height));
+  texture.append(snapshot, area);
 }
 
 void collectContents(const Layer& layer, std::set<const platform::CGImage*>& contents) {
@@ -57,7 +50,8 @@ void collectContents(const Layer& layer, std::set<const platform::CGImage*>& con
 
 void LayerTreePainter::setLayer(std::shared_ptr<Layer> layer) {
   if (layer == root_) return;
-  listenToLivePicture(false);
+  stopListening();
+  covered_ = false;
   if (root_) root_->setChangeListener(nullptr);
   live_.reset();
   stills_.clear();
@@ -67,7 +61,7 @@ void LayerTreePainter::setLayer(std::shared_ptr<Layer> layer) {
     root_->setFrame({0, 0, width_, height_});
     root_->setChangeListener([this] { treeChanged(); });
   }
-  if (drawable_) listenToLivePicture(true);
+  listenToLivePicture();
   redraw_();
 }
 
@@ -80,7 +74,7 @@ void LayerTreePainter::setSize(double width, double height) {
 void LayerTreePainter::setDrawable(bool drawable) {
   if (drawable == drawable_) return;
   drawable_ = drawable;
-  listenToLivePicture(drawable);
+  listenToLivePicture();
   if (live_) live_->setDrawable(drawable);
   for (auto& [image, still] : stills_)
     still->setDrawable(drawable);
@@ -96,13 +90,16 @@ void LayerTreePainter::treeChanged() {
   redraw_();
 }
 
-void LayerTreePainter::listenToLivePicture(bool listen) {
-  if (bell_) {
-    livePicture_->setFrameListener(nullptr);
-    bell_->painter = nullptr;
-    bell_ = nullptr;
-  }
-  if (!listen || !livePicture_ || !decodeThread_) return;
+void LayerTreePainter::stopListening() {
+  if (!bell_) return;
+  livePicture_->setFrameListener(nullptr);
+  bell_->painter = nullptr;
+  bell_ = nullptr;
+}
+
+void LayerTreePainter::listenToLivePicture() {
+  stopListening();
+  if (!drawable_ || covered_ || !livePicture_ || !decodeThread_) return;
   bell_ = std::make_shared<FrameBell>();
   bell_->painter = this;
   livePicture_->setFrameListener([bell = bell_] {
@@ -128,11 +125,32 @@ void LayerTreePainter::takeNewestFrame() {
 
 void LayerTreePainter::drawLivePicture(GtkSnapshot* snapshot, const platform::CGRect& bounds, int scale) {
   fill(snapshot, kBlack, bounds);
+  const PixelSize view = pixelSize(bounds, scale);
+  setLivePictureCovered(isLivePictureCovered(bounds, view));
+  if (covered_) return;
   if (bell_) takeNewestFrame();
   if (!live_) return;
-  if (GdkTexture* const texture = live_->draw(pixelSize(bounds, scale)))
-    drawFitted(snapshot, texture, *live_->frame(), bounds, livePicture_->mirrored());
+  if (const Texture* const texture = live_->draw(view, livePicture_->mirrored()))
+    drawFitted(snapshot, *texture, *live_->frame(), view, scale);
   if (bell_) bell_->rung = live_->isBusy();
+}
+
+void LayerTreePainter::setLivePictureCovered(bool covered) {
+  if (covered == covered_) return;
+  covered_ = covered;
+  listenToLivePicture();
+}
+
+bool LayerTreePainter::isLivePictureCovered(const platform::CGRect& bounds, PixelSize view) const {
+  if (!live_) return false;
+  const PixelSize shown = aspectFit({live_->frame()->width, live_->frame()->height}, view);
+  const auto covers = [&](const std::shared_ptr<Layer>& layer) {
+    const auto still = stills_.find(layer->contents().get());
+    if (still == stills_.end() || !still->second->hasTexture() || layer->frame() != bounds) return false;
+    const auto& frame = still->second->frame();
+    return aspectFit({frame->width, frame->height}, view) == shown;
+  };
+  return std::any_of(root_->sublayers().begin(), root_->sublayers().end(), covers);
 }
 
 void LayerTreePainter::snapshot(GtkSnapshot* snapshot, int scale) {
@@ -161,10 +179,10 @@ void LayerTreePainter::drawStill(GtkSnapshot* snapshot, const Layer& layer, int 
   const platform::CGRect bounds = layer.bounds();
   PictureTexture* const still = stillOf(layer);
   if (!still || bounds.width <= 0 || bounds.height <= 0) return;
-  if (GdkTexture* const texture = still->draw(pixelSize(bounds, scale))) {
-    const auto& picture = static_cast<const PictureImage&>(*layer.contents()).picture();
-    drawFitted(snapshot, texture, picture->frame(), bounds, picture->mirrored());
-  }
+  const auto& picture = static_cast<const PictureImage&>(*layer.contents()).picture();
+  const PixelSize view = pixelSize(bounds, scale);
+  if (const Texture* const texture = still->draw(view, picture->mirrored()))
+    drawFitted(snapshot, *texture, picture->frame(), view, scale);
 }
 
 PictureTexture* LayerTreePainter::stillOf(const Layer& layer) {

@@ -14,7 +14,9 @@
 namespace platform_linux {
 
 /// Draws a layer tree: the live picture, fitted and mirrored, on black; then backgrounds, contents and
-/// sublayers, each at its frame. Main thread only.
+/// sublayers, each at its frame. While a still covers the live picture, as the photo does after a shot, no
+/// frames are asked for: nobody would see them, and saving the photo has the processor to itself. Main thread
+/// only.
 class LayerTreePainter {
  public:
   /// `redraw` asks the toolkit for a new drawing.
@@ -50,7 +52,10 @@ class LayerTreePainter {
 
   void treeChanged();
   void takeNewestFrame();
-  void listenToLivePicture(bool listen);
+  void listenToLivePicture();
+  void stopListening();
+  void setLivePictureCovered(bool covered);
+  bool isLivePictureCovered(const platform::CGRect& bounds, PixelSize view) const;
   void drawLayer(GtkSnapshot* snapshot, const Layer& layer, int scale);
   void drawLivePicture(GtkSnapshot* snapshot, const platform::CGRect& bounds, int scale);
   void drawStill(GtkSnapshot* snapshot, const Layer& layer, int scale);
@@ -67,6 +72,7 @@ class LayerTreePainter {
   double width_ = 0;
   double height_ = 0;
   bool drawable_ = false;
+  bool covered_ = false;  ///< the live picture, by a still
 };
 
 }  // namespace platform_linux

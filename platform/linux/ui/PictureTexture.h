@@ -3,11 +3,9 @@
 #include <functional>
 #include <memory>
 
-#include <gtk/gtk.h>
-
 #include "platform/linux/ui/DecodeThread.h"
-#include "platform/linux/ui/GObjectRef.h"
 #include "platform/linux/ui/PreviewDecoder.h"
+#include "platform/linux/ui/Texture.h"
 
 namespace platform_linux {
 
@@ -36,12 +34,18 @@ class PictureTexture {
   /// next frame is taken up.
   bool isBusy() const { return decoding_ || awaitsDrawing_; }
 
-  /// The texture to draw now in a view of that size in pixels; null while there is none yet.
-  GdkTexture* draw(PixelSize view);
+  /// Whether there is something to draw.
+  bool hasTexture() const { return texture_ != nullptr; }
+
+  /// The texture to draw now in a view of that size in pixels; null while there is none yet. It is mirrored
+  /// already, and has the size that the picture takes in the view, or is smaller where a graphics processor
+  /// enlarges it. Right after a change of the view's size it is still as the old one wanted it.
+  const Texture* draw(PixelSize view, bool mirrored);
 
  private:
   void decodeIfNeeded();
-  void delivered(std::shared_ptr<const Frame> frame, GObjectRef<GdkTexture> texture);
+  void delivered(std::shared_ptr<const Frame> frame, const PictureRequest& request,
+                 std::shared_ptr<const Texture> texture);
   bool isUpToDate() const;
 
   DecodeThread& decodeThread_;
@@ -52,8 +56,9 @@ class PictureTexture {
 
   std::shared_ptr<const Frame> frame_;
   std::shared_ptr<const Frame> decodedFrame_;  ///< what texture_ shows, or what could not be decoded
-  GObjectRef<GdkTexture> texture_;
-  PixelSize view_;
+  PictureRequest decodedRequest_;              ///< and what for
+  std::shared_ptr<const Texture> texture_;
+  PictureRequest request_;
   bool drawable_ = false;
   bool decoding_ = false;
   bool awaitsDrawing_ = false;

@@ -3,13 +3,16 @@
 #include <algorithm>
 #include <utility>
 
+#include <libyuv.h>
+
+#include "platform/linux/ui/PixelRows.h"
 #include "platform/linux/ui/ScaledJpeg.h"
 #include "platform/linux/ui/ScaledRaw.h"
 
 namespace platform_linux {
 namespace {
 
-constexpr std::size_t kBuffersKept = 3;
+constexpr std::size_t kBuffersKept = 4;
 /// No camera sends more; a header that claims more is damaged.
 constexpr int kLargestSide = 32767;
 
@@ -19,6 +22,29 @@ bool isSane(PixelSize size) {
 
 int ceilDivide(std::int64_t value, std::int64_t divisor) {
   return static_cast<int>((value + divisor - 1) / divisor);
+}
+
+std::size_t bytesOf(PixelSize size) {
+  return std::size_t{4} * static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
+}
+
+/// The smallest size that is cheap to reach and still covers `covered`; never larger than the picture.
+PixelSize cheapSize(const Frame& frame, PixelSize covered) {
+  const PixelSize picture{frame.width, frame.height};
+  return frame.format == PixelFormat::MJPG ? scaledJpegSize(picture, covered)
+                                           : scaledRawSize(picture, covered);
+}
+
+std::optional<DecodedPicture> decodeCovering(const Frame& frame, PixelSize covered, bool mirrored,
+                                             PixelBufferPool& pool) {
+  const PixelSize size = cheapSize(frame, covered);
+  DecodedPicture picture{size, pool.take(bytesOf(size))};
+  PixelRows rows(*picture.pixels, size, mirrored);
+  const bool decoded =
+      frame.format == PixelFormat::MJPG ? decodeScaledJpeg(frame, rows) : decodeScaledRaw(frame, rows);
+  if (decoded) return picture;
+  pool.giveBack(std::move(picture.pixels));
+  return {};
 }
 
 }  // namespace
@@ -57,25 +83,25 @@ PixelSize aspectFit(PixelSize picture, PixelSize view) {
                    : PixelSize{ceilDivide(viewHeight * picture.width, picture.height), view.height};
 }
 
-PixelSize decodedSize(const Frame& frame, PixelSize view) {
+PixelSize decodedSize(const Frame& frame, const PictureRequest& request) {
   const PixelSize picture{frame.width, frame.height};
-  const PixelSize covered = aspectFit(picture, view);
-  if (!isSane(picture) || covered == PixelSize{}) return {};
-  return frame.format == PixelFormat::MJPG ? scaledJpegSize(picture, covered)
-                                           : scaledRawSize(picture, covered);
+  const PixelSize fitted = aspectFit(picture, request.view);
+  if (!isSane(picture) || fitted == PixelSize{}) return {};
+  return fitted.width > picture.width && !request.mayEnlarge ? picture : fitted;
 }
 
-std::optional<DecodedPicture> decodeForView(const Frame& frame, PixelSize view, PixelBufferPool& pool) {
-  const PixelSize size = decodedSize(frame, view);
+std::optional<DecodedPicture> decodeForView(const Frame& frame, const PictureRequest& request,
+                                            PixelBufferPool& pool) {
+  const PixelSize size = decodedSize(frame, request);
   if (size == PixelSize{}) return {};
-  auto pixels = pool.take(std::size_t{4} * size.width * size.height);
-  const bool decoded = frame.format == PixelFormat::MJPG ? decodeScaledJpeg(frame, size, *pixels)
-                                                         : decodeScaledRaw(frame, size, *pixels);
-  if (!decoded) {
-    pool.giveBack(std::move(pixels));
-    return {};
-  }
-  return DecodedPicture{size, std::move(pixels)};
+  auto decoded = decodeCovering(frame, size, request.mirrored, pool);
+  if (!decoded || decoded->size == size) return decoded;
+  DecodedPicture picture{size, pool.take(bytesOf(size))};
+  libyuv::ARGBScale(decoded->pixels->data(), decoded->size.width * 4, decoded->size.width,
+                    decoded->size.height, picture.pixels->data(), size.width * 4, size.width, size.height,
+                    libyuv::kFilterBox);
+  pool.giveBack(std::move(decoded->pixels));
+  return picture;
 }
 
 }  // namespace platform_linux

@@ -8,15 +8,9 @@
 #include <vector>
 
 #include "platform/linux/image/Frame.h"
+#include "platform/linux/ui/PixelSize.h"
 
 namespace platform_linux {
-
-struct PixelSize {
-  int width = 0;
-  int height = 0;
-
-  bool operator==(const PixelSize&) const = default;
-};
 
 /// Pixel memory that is used again, so that a running preview allocates nothing. Thread-safe.
 class PixelBufferPool {
@@ -25,8 +19,8 @@ class PixelBufferPool {
 
   /// A buffer of exactly `size` bytes, contents undefined.
   Buffer take(std::size_t size);
-  /// Gives a buffer back. The pool keeps as many as a view has in use at a time: shown, next and being
-  /// decoded.
+  /// Gives a buffer back. The pool keeps as many as a view has in use at a time: shown, next, being
+  /// decoded, and decoded but not yet scaled.
   void giveBack(Buffer buffer);
   /// Frees what lies unused.
   void clear();
@@ -36,7 +30,8 @@ class PixelBufferPool {
   std::vector<Buffer> unused_;
 };
 
-/// Pixels in memory order blue, green, red, 255; rows follow one another without gaps.
+/// Pixels in memory order blue, green, red, opacity; rows follow one another without gaps. All are opaque;
+/// interpolation rounds down and may leave 253 for 255.
 struct DecodedPicture {
   PixelSize size;
   PixelBufferPool::Buffer pixels;
@@ -46,13 +41,24 @@ struct DecodedPicture {
 /// is.
 PixelSize aspectFit(PixelSize picture, PixelSize view);
 
-/// The size to which decodeForView decodes: the smallest one that is cheap to reach and still covers the part
-/// of `view` that the picture takes; never larger than the picture.
-PixelSize decodedSize(const Frame& frame, PixelSize view);
+/// How a view wants its picture: ready to be copied to the screen, so that the main thread, which draws it,
+/// has nothing to compute.
+struct PictureRequest {
+  PixelSize view;  ///< in device pixels
+  bool mirrored = false;
+  /// Whether a picture that is smaller than the view is enlarged too. A graphics processor does that better.
+  bool mayEnlarge = false;
 
-/// Decodes a frame for a view of that size in pixels, unmirrored. JPEG is scaled while it is decoded, raw
-/// pictures are averaged down by a whole factor. Nothing when the frame is damaged, absurd or of no size.
-/// Thread-safe.
-std::optional<DecodedPicture> decodeForView(const Frame& frame, PixelSize view, PixelBufferPool& pool);
+  bool operator==(const PictureRequest&) const = default;
+};
+
+/// The size to which decodeForView decodes; empty when the frame's or the view's is empty or absurd.
+PixelSize decodedSize(const Frame& frame, const PictureRequest& request);
+
+/// Decodes a frame for a view. JPEG is scaled by eighths while it is decoded, raw pictures are averaged down
+/// by a whole factor; what is left to the view's size is interpolated. Nothing when the frame is damaged,
+/// absurd or of no size. Thread-safe.
+std::optional<DecodedPicture> decodeForView(const Frame& frame, const PictureRequest& request,
+                                            PixelBufferPool& pool);
 
 }  // namespace platform_linux

@@ -49,15 +49,18 @@ void onMessage(j_common_ptr decoder, int level) {
   if (level < 0 && (code == JWRN_JPEG_EOF || code == JWRN_HIT_MARKER)) managerOf(decoder).truncated = true;
 }
 
-void readPixels(jpeg_decompress_struct& decoder, std::uint8_t* pixels) {
+void readPixels(jpeg_decompress_struct& decoder, PixelRows& rows) {
   while (decoder.output_scanline < decoder.output_height) {
-    JSAMPROW row = pixels + std::size_t{decoder.output_scanline} * decoder.output_width * 4;
-    jpeg_read_scanlines(&decoder, &row, 1);
+    const int row = static_cast<int>(decoder.output_scanline);
+    JSAMPROW pixels = rows.strip(row);
+    jpeg_read_scanlines(&decoder, &pixels, 1);
+    rows.written(row, 1);
   }
 }
 
 /// Everything between the library's setjmp and longjmp: only plain data here, so that nothing is jumped over.
-bool decode(const Frame& frame, PixelSize size, std::uint8_t* pixels) {
+bool decode(const Frame& frame, PixelRows& rows) {
+  const PixelSize size = rows.size();
   jpeg_decompress_struct decoder{};
   ErrorManager errors{};
   decoder.err = jpeg_std_error(&errors.base);
@@ -79,7 +82,7 @@ bool decode(const Frame& frame, PixelSize size, std::uint8_t* pixels) {
                           decoder.output_height == static_cast<unsigned>(size.height);
   if (asExpected) {
     jpeg_start_decompress(&decoder);
-    readPixels(decoder, pixels);
+    readPixels(decoder, rows);
     jpeg_finish_decompress(&decoder);
   }
   jpeg_destroy_decompress(&decoder);
@@ -92,9 +95,8 @@ PixelSize scaledJpegSize(PixelSize picture, PixelSize covered) {
   return scaledBy(picture, smallestScale(picture, covered));
 }
 
-bool decodeScaledJpeg(const Frame& frame, PixelSize size, std::span<std::uint8_t> pixels) {
-  if (pixels.size() < std::size_t{4} * size.width * size.height) return false;
-  return decode(frame, size, pixels.data());
+bool decodeScaledJpeg(const Frame& frame, PixelRows& rows) {
+  return decode(frame, rows);
 }
 
 }  // namespace platform_linux

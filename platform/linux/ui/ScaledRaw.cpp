@@ -9,9 +9,8 @@
 namespace platform_linux {
 namespace {
 
-/// Rows made at a time, so that the full-size pixels of a large frame stay in the processor's cache. Even,
-/// because two rows share their colour in 4:2:0 formats.
-constexpr int kStripRows = 16;
+/// Rows made at a time, so that the full-size pixels of a large frame stay in the processor's cache.
+constexpr int kStripRows = PixelRows::kStripRows;
 
 /// The library's factors have eight bits: saturated blue of BT.709 in limited range comes out up to 9 levels
 /// too dark. For a preview that will do.
@@ -155,27 +154,26 @@ PixelSize scaledRawSize(PixelSize picture, PixelSize covered) {
   return {picture.width / factor, picture.height / factor};
 }
 
-bool decodeScaledRaw(const Frame& frame, PixelSize size, std::span<std::uint8_t> pixels) {
-  if (!isComplete(frame) || pixels.size() < std::size_t{4} * size.width * size.height) return false;
+bool decodeScaledRaw(const Frame& frame, PixelRows& rows) {
+  if (!isComplete(frame)) return false;
+  const PixelSize size = rows.size();
   const int factor = factorFor({frame.width, frame.height}, size);
-  const int outStride = size.width * 4;
-  const int stripStride = frame.width * 4;
+  const int fullStride = frame.width * 4;
   PackedRows packed(frame);
-  // A strip as high as several output rows: the rows that one output row averages lie in it together.
-  const int stripRows = kStripRows * factor;
-  std::vector<std::uint8_t> strip(factor > 1 ? static_cast<std::size_t>(stripStride) * stripRows : 0);
-  for (int outRow = 0; outRow < size.height; outRow += kStripRows) {
-    const int outRows = std::min(kStripRows, size.height - outRow);
-    std::uint8_t* const out = pixels.data() + static_cast<std::size_t>(outRow) * outStride;
+  // As high as a strip of the picture: the rows that one row of it averages lie in it together.
+  std::vector<std::uint8_t> full(factor > 1 ? static_cast<std::size_t>(fullStride) * kStripRows * factor : 0);
+  for (int row = 0; row < size.height; row += kStripRows) {
+    const int stripRows = std::min(kStripRows, size.height - row);
     if (factor == 1) {
-      convertRows(frame, outRow, outRows, packed, out, outStride);
-      continue;
+      convertRows(frame, row, stripRows, packed, rows.strip(row), rows.stride());
+    } else {
+      for (int fullRow = 0; fullRow < stripRows * factor; fullRow += kStripRows)
+        convertRows(frame, row * factor + fullRow, std::min(kStripRows, stripRows * factor - fullRow), packed,
+                    full.data() + static_cast<std::size_t>(fullRow) * fullStride, fullStride);
+      libyuv::ARGBScale(full.data(), fullStride, size.width * factor, stripRows * factor, rows.strip(row),
+                        rows.stride(), size.width, stripRows, libyuv::kFilterBox);
     }
-    for (int row = 0; row < outRows * factor; row += kStripRows)
-      convertRows(frame, outRow * factor + row, std::min(kStripRows, outRows * factor - row), packed,
-                  strip.data() + static_cast<std::size_t>(row) * stripStride, stripStride);
-    libyuv::ARGBScale(strip.data(), stripStride, size.width * factor, outRows * factor, out, outStride,
-                      size.width, outRows, libyuv::kFilterBox);
+    rows.written(row, stripRows);
   }
   return true;
 }

@@ -18,6 +18,7 @@ class FakeCameraLayer : public platform_linux::Layer, public platform_linux::Liv
   void setFrameListener(std::function<void()> onFrame) override {
     const std::lock_guard lock(mutex_);
     onFrame_ = std::move(onFrame);
+    if (!onFrame_) latest_ = nullptr;
   }
 
   std::shared_ptr<const platform_linux::Frame> latestFrame() const override {
