@@ -1,14 +1,15 @@
 // Counts the pictures that appear on the X display for a while, whoever draws them: whatever is drawn within
-// a few milliseconds is one picture. Prints "shown SECONDS LONGEST_GAP_MS", once the time is over.
+// a few milliseconds is one picture. Prints, once the time is over, how many, the
+// seconds, and the milliseconds from each to the next.
 //   frame_counter SECONDS LEAST_PIXELS      LEAST_PIXELS: what is smaller is no picture but a button, say
 
 #include <X11/Xlib.h>
 #include <X11/extensions/Xdamage.h>
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <poll.h>
+#include <vector>
 
 namespace {
 
@@ -33,21 +34,20 @@ class Counter {
     if (!wasCounted && pixels_ >= leastPixels_) count();
   }
 
-  [[nodiscard]] int shown() const { return shown_; }
-  [[nodiscard]] double longestGap() const { return longestGap_; }
+  void print(double seconds) const {
+    std::printf("%zu %.3f", shown_.size(), seconds);
+    for (std::size_t i = 1; i < shown_.size(); ++i)
+      std::printf(" %.1f", Milliseconds(shown_[i] - shown_[i - 1]).count());
+    std::printf("\n");
+  }
 
  private:
-  void count() {
-    if (shown_++ > 0) longestGap_ = std::max(longestGap_, Milliseconds(begun_ - last_).count());
-    last_ = begun_;
-  }
+  void count() { shown_.push_back(begun_); }
 
   const double leastPixels_;
   Clock::time_point begun_;
   double pixels_ = 0;
-  Clock::time_point last_;
-  int shown_ = 0;
-  double longestGap_ = 0;
+  std::vector<Clock::time_point> shown_;
 };
 
 }  // namespace
@@ -80,7 +80,6 @@ int main(int argc, char** argv) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
     if (left > 0) ::poll(&connection, 1, static_cast<int>(left));
   }
-  std::printf("%d %.3f %.1f\n", counter.shown(), Milliseconds(Clock::now() - begin).count() / 1000,
-              counter.longestGap());
+  counter.print(Milliseconds(Clock::now() - begin).count() / 1000);
   XCloseDisplay(display);
 }

@@ -6,15 +6,17 @@
 CPU: processor time of the program, and of the display server that it makes work, per picture that appears on the
 display; dropped: pictures that the camera sent and nobody saw. Peers, as far as installed: cheese, and the media
 framework's pipeline in one line (gst-launch-1.0), to a plain window and to one that OpenGL draws.
---memory: resident memory of the preview over so many minutes. --stutter: the longest gap between two pictures
-while 12-megapixel photos are shot. Needs an otherwise quiet machine.
+--memory: resident memory of the preview over so many minutes. --stutter: the longest gap between two pictures, and
+the longest turns of the main loop, while photos are shot. Needs an otherwise quiet machine.
 """
 
 import argparse
 import json
+import mmap
 import os
 import shutil
 import signal
+import struct
 import subprocess
 import sys
 import time
@@ -24,6 +26,7 @@ ROOT = Path(__file__).resolve().parents[2]
 CAMERAS = [("MJPG", "1920x1080"), ("MJPG", "3840x2160"), ("YUY2", "1920x1080")]
 VIEWS = ["960x540", "1920x1080"]
 TICKS = os.sysconf("SC_CLK_TCK")
+STILL = 900  # milliseconds; a second less what passes until the photo is drawn
 SETTLING = 4  # seconds from the start of a program until it is measured
 
 
@@ -105,11 +108,11 @@ def measure(counter, command, needs_size, view, seconds):
         sent, used, drawn = frames_sent(), processor_seconds(process.pid), processor_seconds(server)
         width, height = map(int, view.split("x"))
         told = subprocess.run([counter, str(seconds), str(width * height // 4)], check=True, capture_output=True, text=True)
-        shown = int(told.stdout.split()[0])
+        shown = len(told.stdout.split()) - 1
         if process.poll() is not None or shown == 0:
             return None
         return {
-            "shown": shown, "sent": frames_sent() - sent, "gap": float(told.stdout.split()[2]),
+            "shown": shown, "sent": frames_sent() - sent,
             "own": 1000 * (processor_seconds(process.pid) - used) / shown,
             "server": 1000 * (processor_seconds(server) - drawn) / shown,
             "memory": resident_megabytes(process.pid),
@@ -145,25 +148,50 @@ def memory_inside(program, minutes):
     return samples
 
 
-def stutter_inside(counter, program, seconds):
-    """The longest gap between pictures: left alone, and with a shot under way all the time."""
+class Turns:
+    """The turns of a program's main loop, as turn_clock measures them."""
+
+    FIELDS = struct.Struct("4Q")
+
+    def __init__(self, clock):
+        self.file = Path(os.environ["XDG_RUNTIME_DIR"]) / "turns"
+        self.file.write_bytes(bytes(mmap.PAGESIZE))
+        self.environment = dict(os.environ, LD_PRELOAD=str(clock), TURN_CLOCK_FILE=str(self.file))
+        with self.file.open("r+b") as file:
+            self.shared = mmap.mmap(file.fileno(), mmap.PAGESIZE)
+
+    def take(self):
+        """Those since the last call."""
+        count, stalls, longest, worked = self.FIELDS.unpack_from(self.shared)
+        self.shared[:self.FIELDS.size] = bytes(self.FIELDS.size)
+        return {"turns": count, "stalls": stalls, "longest": longest / 1000, "worked": worked / 1000}
+
+
+def stutter_inside(counter, clock, program, view, seconds):
+    """The longest gap between pictures and the longest turns: left alone, and with a shot every other second."""
     settings()
-    process = subprocess.Popen([program], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-    resize("960x540")
+    turns = Turns(clock)
+    process = subprocess.Popen([program], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                               env=turns.environment)
+    resize(view)
     time.sleep(SETTLING)
-    gaps = []
+    width, height = map(int, view.split("x"))
+    results = []
     for shooting in (False, True):
-        counting = subprocess.Popen([counter, str(seconds), str(960 * 540 // 4)], stdout=subprocess.PIPE, text=True)
+        counting = subprocess.Popen([counter, str(seconds), str(width * height // 4)], stdout=subprocess.PIPE, text=True)
+        turns.take()
         end = time.monotonic() + seconds
         while shooting and time.monotonic() < end - 1:
             subprocess.run(["xdotool", "key", "space"], check=False)
-            time.sleep(0.5)
-        shown, _, gap = counting.communicate()[0].split()
-        gaps.append({"shown": int(shown), "gap": float(gap)})
+            time.sleep(2)
+        gaps = [float(gap) for gap in counting.communicate()[0].split()[2:]]
+        # After a shot the photo stands still for a second, as it should.
+        moving = [gap for gap in gaps if gap < STILL]
+        results.append({"shown": len(gaps) + 1, "stills": len(gaps) - len(moving), "gap": max(moving), **turns.take()})
     process.send_signal(signal.SIGTERM)
     process.wait()
     photos = len(list(Path(os.environ["HOME"]).glob("**/*.png")))
-    return {"alone": gaps[0], "shooting": gaps[1], "photos": photos}
+    return {"left alone": results[0], f"{photos} photos shot": results[1]}
 
 
 # --- outside ---------------------------------------------------------------------------------------------------------
@@ -192,6 +220,21 @@ def compare(build, prefix, seconds):
     print()
 
 
+def stutter(build, program, seconds):
+    print("Longest gap between two pictures at 30 frames a second (two frame times: 67 ms), the second after a shot in which\n"
+          "the photo is shown left out; and turns of the main loop\n")
+    for size in ("1920x1080", "4000x3000"):
+        for view in VIEWS:
+            told = in_desktop(build, [camera("MJPG", size)], [
+                sys.executable, __file__, "--inside", "stutter", build / "bench/preview/frame_counter",
+                build / "bench/preview/libturn_clock.so", program, view, str(seconds)])
+            for name, result in json.loads(told).items():
+                print(f"{'MJPG ' + size:>15} {view:>10}  {name:<16} gap {result['gap']:3.0f} ms, {result['shown']} shown, {result['stills']} stills; "
+                      f"{result['turns']} turns, {result['stalls']} above 20 ms, longest {result['longest']:.1f} ms "
+                      f"({result['worked']:.1f} ms of work)", flush=True)
+    print()
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--build", type=Path, default=ROOT / "build/release", help="the build tree (build/release)")
@@ -210,18 +253,13 @@ def main():
         elif what == "memory":
             print(json.dumps(memory_inside(words[0], int(words[1]))))
         else:
-            print(json.dumps(stutter_inside(words[0], words[1], int(words[2]))))
+            print(json.dumps(stutter_inside(*words[:4], int(words[4]))))
     elif options.memory:
         samples = json.loads(in_desktop(options.build, [camera("MJPG", "1920x1080")], [
             sys.executable, __file__, "--inside", "memory", program, str(options.memory)]))
         print("Resident memory of the preview, MB, a minute each: " + " ".join(f"{sample:.1f}" for sample in samples))
     elif options.stutter:
-        told = json.loads(in_desktop(options.build, [camera("MJPG", "4000x3000")], [
-            sys.executable, __file__, "--inside", "stutter", counter, program, str(options.seconds)]))
-        print(f"Longest gap between two pictures of a 12-megapixel camera at 30 frames a second (two frame times: 67 ms):\n"
-              f"  left alone {told['alone']['gap']:.0f} ms ({told['alone']['shown']} shown), "
-              f"with photos shot all the time {told['shooting']['gap']:.0f} ms ({told['shooting']['shown']} shown, "
-              f"{told['photos']} photos)")
+        stutter(options.build, program, options.seconds)
     else:
         compare(options.build, options.prefix, options.seconds)
 
