@@ -8,7 +8,7 @@ namespace camera_shot {
 std::shared_ptr<PhotoTaker> PhotoTaker::make(const platform::Platform& platform, suite::Suite& suite,
                                              const std::shared_ptr<platform::AVCaptureDevice>& device,
                                              OnSuccess onSuccess, OnError onError) {
-  const std::shared_ptr<PhotoTaker> taker(
+  std::shared_ptr<PhotoTaker> taker(
       new PhotoTaker(platform, suite, std::move(onSuccess), std::move(onError)));
   taker->build(device);
   return taker;

@@ -7,7 +7,7 @@ namespace camera_shot {
 std::shared_ptr<PreferencesWindowController> PreferencesWindowController::make(
     const platform::Platform& platform, suite::Suite& suite, std::string windowNibName,
     std::weak_ptr<ClientProviderProtocol> clientProvider, std::function<void()> onPrefChanged) {
-  const std::shared_ptr<PreferencesWindowController> controller(new PreferencesWindowController(
+  std::shared_ptr<PreferencesWindowController> controller(new PreferencesWindowController(
       platform, suite, std::move(windowNibName), std::move(clientProvider), std::move(onPrefChanged)));
   controller->loadSettings();
   controller->observeCameras();

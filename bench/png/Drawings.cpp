@@ -91,11 +91,13 @@ Picture screenPicture(std::uint32_t width, std::uint32_t height, std::uint32_t s
     return 0x204060U + (static_cast<std::uint32_t>(80 * y / height) * 0x010101U);
   });
   const std::uint32_t windows = width / 480;
+  const auto below = [&random](std::uint32_t end) {
+    return static_cast<std::uint32_t>(random()) % std::max(1U, end);
+  };
   for (std::uint32_t i = 0; i < windows; ++i) {
-    const std::uint32_t windowWidth = width / 3 + static_cast<std::uint32_t>(random()) % (width / 3);
-    const std::uint32_t windowHeight = height / 3 + static_cast<std::uint32_t>(random()) % (height / 2);
-    drawWindow(canvas, random, static_cast<std::uint32_t>(random()) % (width / 2),
-               static_cast<std::uint32_t>(random()) % (height / 2), windowWidth, windowHeight);
+    const std::uint32_t windowWidth = width / 3 + below(width / 3);
+    const std::uint32_t windowHeight = height / 3 + below(height / 2);
+    drawWindow(canvas, random, below(width / 2), below(height / 2), windowWidth, windowHeight);
   }
   return canvas.take();
 }

@@ -171,6 +171,7 @@ void blur(LinearImage& image, double deviation) {
     kernel.push_back(static_cast<float>(std::exp(-i * i / (2 * deviation * deviation))));
     sum += kernel.back();
   }
+  const float* const center = kernel.data() + reach;
   for (float& weight : kernel)
     weight /= sum;
   LinearImage between = image;
@@ -182,7 +183,7 @@ void blur(LinearImage& image, double deviation) {
           const int fromX = std::clamp(x + i * stepX, 0, static_cast<int>(from.width) - 1);
           const int fromY = std::clamp(y + i * stepY, 0, static_cast<int>(from.height) - 1);
           const float* pixel = from.at(static_cast<std::uint32_t>(fromX), static_cast<std::uint32_t>(fromY));
-          const float weight = kernel[static_cast<std::size_t>(i + reach)];
+          const float weight = center[i];
           for (int channel = 0; channel < 3; ++channel)
             total[channel] += weight * pixel[channel];
         }

@@ -26,7 +26,7 @@ ROOT = Path(__file__).resolve().parents[2]
 CAMERAS = [("MJPG", "1920x1080"), ("MJPG", "3840x2160"), ("YUY2", "1920x1080")]
 VIEWS = ["960x540", "1920x1080"]
 TICKS = os.sysconf("SC_CLK_TCK")
-STILL = 900  # milliseconds; a second less what passes until the photo is drawn
+STILL = 500  # milliseconds; a photo stands for a second, less what passes until it is drawn
 SETTLING = 4  # seconds from the start of a program until it is measured
 
 

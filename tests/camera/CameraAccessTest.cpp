@@ -19,7 +19,7 @@ using testing::ElementsAre;
 
 // A runtime folder of its own; the environment is put back by the next test's.
 class CameraAccessTest : public testing::Test {
- protected:
+ public:
   CameraAccessTest() {
     for (const char* name : {"PIPEWIRE_REMOTE", "PIPEWIRE_RUNTIME_DIR", "USERPROFILE"})
       ::unsetenv(name);
@@ -32,6 +32,7 @@ class CameraAccessTest : public testing::Test {
     std::filesystem::remove_all(folder_);
   }
 
+ protected:
   void makeSocket(mode_t mode) {
     const std::string path = folder_ + "/pipewire-0";
     ASSERT_EQ(::mknod(path.c_str(), S_IFSOCK | 0600, 0), 0);

@@ -60,9 +60,10 @@ struct Rig {
 
 /// The adapter in a private desktop, with a main loop that the test turns.
 class CameraFixture : public testing::Test {
- protected:
+ public:
   ~CameraFixture() override;
 
+ protected:
   /// Starts the adapter.
   void start();
   /// Ends the main loop and the adapter.

@@ -12,9 +12,10 @@ using platform_linux::hasGraphicsProcessor;
 
 /// A folder of devices.
 class GraphicsProcessor : public testing::Test {
- protected:
+ public:
   ~GraphicsProcessor() override { std::filesystem::remove_all(folder_); }
 
+ protected:
   void addDevice(const std::string& name) { std::ofstream(folder_ + "/" + name).put('x'); }
 
   std::string folder_ = [] {

@@ -34,7 +34,7 @@ Rgb white(double, double) {
 }
 
 class LayerViewTest : public testing::Test {
- protected:
+ public:
   LayerViewTest() {
     window_ = GTK_WINDOW(gtk_window_new());
     gtk_window_set_decorated(window_, FALSE);
@@ -45,6 +45,7 @@ class LayerViewTest : public testing::Test {
 
   ~LayerViewTest() override { gtk_window_destroy(window_); }
 
+ protected:
   void show(std::shared_ptr<Layer> layer) {
     painterOf(view_).setLayer(std::move(layer));
     gtk_window_present(window_);

@@ -11,10 +11,11 @@ using platform_linux::WindowFrame;
 using platform_linux::WindowFrames;
 
 class WindowFramesTest : public testing::Test {
- protected:
+ public:
   WindowFramesTest() : folder_(testing::TempDir() + "/camera-shot-frames-" + std::to_string(getpid())) {}
   ~WindowFramesTest() override { std::filesystem::remove_all(folder_); }
 
+ protected:
   void write(const std::string& text) {
     std::filesystem::create_directories(folder_);
     std::ofstream(folder_ + "/windows.ini") << text;

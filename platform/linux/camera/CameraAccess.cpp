@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <unistd.h>
 
 namespace platform_linux {
@@ -25,12 +26,12 @@ std::vector<std::string> daemonSocketPaths() {
   if (name.front() == '/') return {name};
   std::vector<std::string> paths;
   for (const char* variable : {"PIPEWIRE_RUNTIME_DIR", "XDG_RUNTIME_DIR", "USERPROFILE"}) {
-    const std::string folder = environment(variable);
+    const std::filesystem::path folder = environment(variable);
     if (folder.empty()) continue;
-    paths.push_back(folder + "/" + name);
+    paths.push_back(folder / name);
     break;
   }
-  paths.push_back(std::string(kSystemFolder) + "/" + name);
+  paths.push_back(std::filesystem::path(kSystemFolder) / name);
   return paths;
 }
 

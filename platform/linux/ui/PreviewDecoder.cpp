@@ -38,12 +38,12 @@ PixelSize cheapSize(const Frame& frame, PixelSize covered) {
 std::optional<DecodedPicture> decodeCovering(const Frame& frame, PixelSize covered, bool mirrored,
                                              PixelBufferPool& pool) {
   const PixelSize size = cheapSize(frame, covered);
-  DecodedPicture picture{size, pool.take(bytesOf(size))};
-  PixelRows rows(*picture.pixels, size, mirrored);
+  auto pixels = pool.take(bytesOf(size));
+  PixelRows rows(*pixels, size, mirrored);
   const bool decoded =
       frame.format == PixelFormat::MJPG ? decodeScaledJpeg(frame, rows) : decodeScaledRaw(frame, rows);
-  if (decoded) return picture;
-  pool.giveBack(std::move(picture.pixels));
+  if (decoded) return DecodedPicture{size, std::move(pixels)};
+  pool.giveBack(std::move(pixels));
   return {};
 }
 
@@ -96,12 +96,12 @@ std::optional<DecodedPicture> decodeForView(const Frame& frame, const PictureReq
   if (size == PixelSize{}) return {};
   auto decoded = decodeCovering(frame, size, request.mirrored, pool);
   if (!decoded || decoded->size == size) return decoded;
-  DecodedPicture picture{size, pool.take(bytesOf(size))};
+  auto pixels = pool.take(bytesOf(size));
   libyuv::ARGBScale(decoded->pixels->data(), decoded->size.width * 4, decoded->size.width,
-                    decoded->size.height, picture.pixels->data(), size.width * 4, size.width, size.height,
+                    decoded->size.height, pixels->data(), size.width * 4, size.width, size.height,
                     libyuv::kFilterBox);
   pool.giveBack(std::move(decoded->pixels));
-  return picture;
+  return DecodedPicture{size, std::move(pixels)};
 }
 
 }  // namespace platform_linux

@@ -39,7 +39,7 @@ cairo_surface_t* makeImage(PixelSize size, std::unique_ptr<LentPixels> lent) {
                                                                      size.width, size.height, strideOf(size));
   const auto kept = cairo_surface_set_user_data(image, &kLentPixels, lent.get(), giveBack);
   // Without memory for the note the image is in its error state too, and draws nothing.
-  if (kept == CAIRO_STATUS_SUCCESS) lent.release();
+  if (kept == CAIRO_STATUS_SUCCESS) static_cast<void>(lent.release());
   return image;
 }
 
