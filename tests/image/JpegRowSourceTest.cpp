@@ -9,7 +9,6 @@
 namespace camera_shot_test {
 namespace {
 
-using platform_linux::ExifBlock;
 using platform_linux::JpegRowSource;
 using platform_linux::Orientation;
 using testing::IsEmpty;

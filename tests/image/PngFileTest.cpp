@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <gdk-pixbuf/gdk-pixbuf.h>
 #include <memory>
 
@@ -63,9 +64,9 @@ Picture decodeByGdkPixbuf(const TemporaryFile& file) {
 
 TEST(PngFile, HasItsChunksInOrder) {
   const auto chunks = parsePng(encodeDated(photoPicture(640, 480, 1))).value();
-  std::vector<std::string> names;
-  for (const PngChunk& chunk : chunks)
-    names.push_back(chunk.name);
+  std::vector<std::string> names(chunks.size());
+  std::transform(chunks.begin(), chunks.end(), names.begin(),
+                 [](const PngChunk& chunk) { return chunk.name; });
   ASSERT_GE(names.size(), 7U);
   EXPECT_THAT(std::vector(names.begin(), names.begin() + 4),
               testing::ElementsAre("IHDR", "sRGB", "tIME", "eXIf"));

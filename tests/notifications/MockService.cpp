@@ -13,10 +13,10 @@ using platform_linux::GErrorHandle;
 using platform_linux::GStringHandle;
 
 MockService::MockService(const std::string& address, std::string name, const std::string& methods,
-                         Answer answer, std::string interfaceName)
+                         Answer answer, const std::string& interfaceName)
     : client_(address),
       name_(std::move(name)),
-      interface_(interfaceName.empty() ? name_ : std::move(interfaceName)),
+      interface_(interfaceName.empty() ? name_ : interfaceName),
       path_(platform_linux::applicationObjectPath(name_)),
       answer_(std::move(answer)) {
   const std::string xml = "<node><interface name='" + interface_ + "'>" + methods + "</interface></node>";

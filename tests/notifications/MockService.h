@@ -25,7 +25,7 @@ class MockService {
   /// the name of the service, or `interfaceName` where that differs. The object's path is the name with
   /// slashes.
   MockService(const std::string& address, std::string name, const std::string& methods, Answer answer,
-              std::string interfaceName = {});
+              const std::string& interfaceName = {});
   MockService(const MockService&) = delete;
   MockService& operator=(const MockService&) = delete;
   ~MockService();

@@ -38,10 +38,11 @@ struct KeptLog : platform::NSLog {
 };
 
 class Photo : public ::testing::Test {
- protected:
+ public:
   Photo() { std::filesystem::create_directories(folder_); }
   ~Photo() override { std::filesystem::remove_all(folder_); }
 
+ protected:
   std::string path(const std::string& name) const { return folder_ / name; }
   std::vector<std::string> names() const {
     std::vector<std::string> found;
