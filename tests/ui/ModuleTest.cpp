@@ -14,7 +14,6 @@ namespace {
 // As the program does first of all.
 const platform_linux::ToolkitWithoutGraphicsProcessor kToolkitSettings;
 
-using platform_linux::UserInterface;
 using platform_linux::UserInterfaceHost;
 
 class RecordingDelegate : public platform::NSWindowDelegate {
