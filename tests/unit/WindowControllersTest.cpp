@@ -10,7 +10,6 @@
 namespace suite {
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 const std::string kMain = "PreviewWindowController";
