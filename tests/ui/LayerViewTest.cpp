@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <thread>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -61,6 +62,16 @@ class LayerViewTest : public testing::Test {
 
   bool showsAt(double x, double y, const Rgb& color) {
     return looks([&](const Screenshot& shot) { return testing::Value(shot.at(x, y), Shows(color)); });
+  }
+
+  /// Puts a photo over the live picture.
+  static std::shared_ptr<Layer> addStill(FakeCameraLayer& camera, std::shared_ptr<const Frame> frame,
+                                         bool mirrored, const platform::CGRect& place) {
+    auto still = std::make_shared<Layer>();
+    still->setContents(std::make_shared<PictureImage>(photoOf(std::move(frame), mirrored)));
+    still->setFrame(place);
+    camera.addSublayer(still);
+    return still;
   }
 
   std::uint64_t decoded() {
@@ -130,10 +141,7 @@ TEST_F(LayerViewTest, PutsAStillOnTopAndTakesItAwayAgain) {
   show(camera);
   camera->deliver(jpegFrame(400, 200, white));
   ASSERT_TRUE(showsAt(0.5, 0.5, kWhite));
-  const auto still = std::make_shared<Layer>();
-  still->setContents(std::make_shared<PictureImage>(photoOf(jpegFrame(800, 400, redLeftBlueRight), true)));
-  still->setFrame(camera->bounds());
-  camera->addSublayer(still);
+  const auto still = addStill(*camera, jpegFrame(800, 400, redLeftBlueRight), true, camera->bounds());
   ASSERT_TRUE(showsAt(0.9, 0.5, kRed)) << "mirrored, as the photo is";
   still->removeFromSuperlayer();
   EXPECT_TRUE(showsAt(0.9, 0.5, kWhite));
@@ -144,10 +152,7 @@ TEST_F(LayerViewTest, AsksForNoFramesWhileAStillCoversTheLivePicture) {
   show(camera);
   camera->deliver(jpegFrame(400, 200, white));
   ASSERT_TRUE(showsAt(0.5, 0.5, kWhite));
-  const auto still = std::make_shared<Layer>();
-  still->setContents(std::make_shared<PictureImage>(photoOf(jpegFrame(800, 400, redLeftBlueRight), true)));
-  still->setFrame(camera->bounds());
-  camera->addSublayer(still);
+  const auto still = addStill(*camera, jpegFrame(800, 400, redLeftBlueRight), true, camera->bounds());
   EXPECT_TRUE(camera->isListenedTo()) << "the still is not there yet";
   ASSERT_TRUE(showsAt(0.9, 0.5, kRed));
   EXPECT_FALSE(camera->isListenedTo());
@@ -168,18 +173,12 @@ TEST_F(LayerViewTest, GoesOnUnderAStillOfAnotherShapeOrPlace) {
   show(camera);
   camera->deliver(jpegFrame(400, 200, white));
   ASSERT_TRUE(showsAt(0.1, 0.5, kWhite));
-  const auto square = std::make_shared<Layer>();
-  square->setContents(std::make_shared<PictureImage>(photoOf(jpegFrame(200, 200, redLeftBlueRight), false)));
-  square->setFrame(camera->bounds());
-  camera->addSublayer(square);
+  const auto square = addStill(*camera, jpegFrame(200, 200, redLeftBlueRight), false, camera->bounds());
   ASSERT_TRUE(showsAt(0.3, 0.5, kRed));
   EXPECT_TRUE(camera->isListenedTo()) << "it is seen on both sides of the square";
   square->removeFromSuperlayer();
 
-  const auto half = std::make_shared<Layer>();
-  half->setContents(std::make_shared<PictureImage>(photoOf(jpegFrame(400, 200, redLeftBlueRight), false)));
-  half->setFrame({0, 0, 200, 200});
-  camera->addSublayer(half);
+  addStill(*camera, jpegFrame(400, 200, redLeftBlueRight), false, {0, 0, 200, 200});
   ASSERT_TRUE(showsAt(0.05, 0.5, kRed));
   EXPECT_TRUE(camera->isListenedTo()) << "it is seen beside the half";
 }
