@@ -23,14 +23,6 @@ void PictureTexture::setDrawable(bool drawable) {
   decodeIfNeeded();
 }
 
-void PictureTexture::clear() {
-  frame_ = nullptr;
-  decodedFrame_ = nullptr;
-  texture_ = nullptr;
-  awaitsDrawing_ = false;
-  pool_->clear();
-}
-
 const Texture* PictureTexture::draw(PixelSize view, bool mirrored) {
   request_ = {.view = view, .mirrored = mirrored, .mayEnlarge = !isDrawnByGraphicsProcessor()};
   awaitsDrawing_ = false;
@@ -59,7 +51,6 @@ void PictureTexture::decodeIfNeeded() {
 void PictureTexture::delivered(std::shared_ptr<const Frame> frame, const PictureRequest& request,
                                std::shared_ptr<const Texture> texture) {
   decoding_ = false;
-  if (!frame_) return;  // cleared meanwhile
   decodedFrame_ = std::move(frame);
   decodedRequest_ = request;
   // A damaged frame is left out: the last good one stays.

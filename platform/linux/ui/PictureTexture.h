@@ -27,8 +27,6 @@ class PictureTexture {
 
   /// While it is not drawable nothing is decoded.
   void setDrawable(bool drawable);
-  /// Forgets frame and texture and frees their memory.
-  void clear();
 
   /// Whether a frame is being decoded, or is decoded and waits to be drawn. Once it is not, and drawn, the
   /// next frame is taken up.

@@ -69,11 +69,6 @@ void PixelBufferPool::giveBack(Buffer buffer) {
   if (unused_.size() < kBuffersKept) unused_.push_back(std::move(buffer));
 }
 
-void PixelBufferPool::clear() {
-  const std::lock_guard lock(mutex_);
-  unused_.clear();
-}
-
 PixelSize aspectFit(PixelSize picture, PixelSize view) {
   if (picture.width <= 0 || picture.height <= 0 || view.width <= 0 || view.height <= 0) return {};
   const std::int64_t viewWidth = view.width;

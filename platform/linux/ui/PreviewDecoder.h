@@ -22,8 +22,6 @@ class PixelBufferPool {
   /// Gives a buffer back. The pool keeps as many as a view has in use at a time: shown, next, being
   /// decoded, and decoded but not yet scaled.
   void giveBack(Buffer buffer);
-  /// Frees what lies unused.
-  void clear();
 
  private:
   std::mutex mutex_;

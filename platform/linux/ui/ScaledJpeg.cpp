@@ -58,8 +58,14 @@ void readPixels(jpeg_decompress_struct& decoder, PixelRows& rows) {
   }
 }
 
-/// Everything between the library's setjmp and longjmp: only plain data here, so that nothing is jumped over.
-bool decode(const Frame& frame, PixelRows& rows) {
+}  // namespace
+
+PixelSize scaledJpegSize(PixelSize picture, PixelSize covered) {
+  return scaledBy(picture, smallestScale(picture, covered));
+}
+
+// Only plain data between the library's setjmp and longjmp, so that nothing is jumped over.
+bool decodeScaledJpeg(const Frame& frame, PixelRows& rows) {
   const PixelSize size = rows.size();
   jpeg_decompress_struct decoder{};
   ErrorManager errors{};
@@ -87,16 +93,6 @@ bool decode(const Frame& frame, PixelRows& rows) {
   }
   jpeg_destroy_decompress(&decoder);
   return asExpected && !errors.truncated;
-}
-
-}  // namespace
-
-PixelSize scaledJpegSize(PixelSize picture, PixelSize covered) {
-  return scaledBy(picture, smallestScale(picture, covered));
-}
-
-bool decodeScaledJpeg(const Frame& frame, PixelRows& rows) {
-  return decode(frame, rows);
 }
 
 }  // namespace platform_linux
