@@ -9,6 +9,13 @@ if(NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE RelWithDebInfo)
 endif()
 
+# A compiler cache, where there is one, makes a second build a matter of seconds.
+find_program(CCACHE ccache)
+if(CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_C_COMPILER_LAUNCHER "${CCACHE}")
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE}")
+endif()
+
 option(CAMERA_SHOT_WERROR "Treat warnings as errors" OFF)
 set(CAMERA_SHOT_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
 option(CAMERA_SHOT_COVERAGE "Instrument for coverage" OFF)
