@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "notifier/Notification.h"
-#include "platform/linux/application/SessionBus.h"
+#include "platform/linux/bus/SessionBus.h"
 
 namespace notifier {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/application/GLibHandles.h"
+#include "platform/linux/base/GLibHandles.h"
 
 namespace notifier {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "notifier/Bubbles.h"
-#include "platform/linux/application/SessionBus.h"
+#include "platform/linux/bus/SessionBus.h"
 
 namespace notifier {
 

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "platform/linux/application/GLibHandles.h"
+#include "platform/linux/base/GLibHandles.h"
 #include "platform/linux/desktop/EventSound.h"
 
 namespace notifier {

@@ -8,8 +8,8 @@
 
 #include "notifier/Service.h"
 #include "notifier/SoundProcess.h"
-#include "platform/linux/application/GLibHandles.h"
-#include "platform/linux/application/SessionBus.h"
+#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/bus/SessionBus.h"
 
 namespace {
 

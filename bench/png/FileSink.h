@@ -5,12 +5,12 @@
 #include <string>
 #include <unistd.h>
 
-#include "platform/linux/image/ByteSink.h"
+#include "picture/ByteSink.h"
 
 namespace camera_shot_bench {
 
 /// Writes a new file.
-class FileSink final : public platform_linux::ByteSink {
+class FileSink final : public picture::ByteSink {
  public:
   explicit FileSink(const std::string& path)
       : file_(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644)) {}

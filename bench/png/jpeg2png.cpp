@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "bench/png/FileSink.h"
-#include "platform/linux/image/JpegRowSource.h"
-#include "platform/linux/image/PngWriter.h"
+#include "picture/JpegRowSource.h"
+#include "picture/png/PngWriter.h"
 
 namespace {
 
@@ -43,16 +43,16 @@ int main(int argc, char** argv) {
   }
   const auto jpeg = readFile(argv[1]);
   std::string failure;
-  const auto source = platform_linux::JpegRowSource::open(jpeg, failure);
+  const auto source = picture::JpegRowSource::open(jpeg, failure);
   if (!source) {
     std::fprintf(stderr, "%s: %s\n", argv[1], failure.c_str());
     return 1;
   }
   camera_shot_bench::FileSink sink(argv[2]);
   const unsigned threads = argc > 3 ? static_cast<unsigned>(std::atoi(argv[3])) : 0;
-  const auto result = platform_linux::writePng(*source, {.captureTime = std::chrono::system_clock::now()},
-                                               sink, {.threads = threads});
-  if (result != platform_linux::PngResult::kWritten) {
+  const auto result = picture::writePng(*source, {.captureTime = std::chrono::system_clock::now()}, sink,
+                                        {.threads = threads});
+  if (result != picture::PngResult::kWritten) {
     std::fprintf(stderr, "%s: failed. %s\n", argv[2], source->failure().c_str());
     return 1;
   }

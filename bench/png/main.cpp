@@ -21,9 +21,9 @@
 #include "bench/png/FileSink.h"
 #include "bench/png/Peers.h"
 #include "bench/png/Samples.h"
-#include "platform/linux/image/JpegRowSource.h"
-#include "platform/linux/image/PngFilter.h"
-#include "platform/linux/image/PngWriter.h"
+#include "picture/JpegRowSource.h"
+#include "picture/png/PngFilter.h"
+#include "picture/png/PngWriter.h"
 
 namespace camera_shot_bench {
 namespace {
@@ -32,7 +32,7 @@ namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
 /// A picture in memory as a source.
-class PictureSource final : public platform_linux::RowSource {
+class PictureSource final : public picture::RowSource {
  public:
   explicit PictureSource(const Picture& picture) : picture_(picture) {}
   std::uint32_t width() const noexcept override { return picture_.width; }
@@ -49,7 +49,7 @@ class PictureSource final : public platform_linux::RowSource {
   std::size_t at_ = 0;
 };
 
-class MemorySink final : public platform_linux::ByteSink {
+class MemorySink final : public picture::ByteSink {
  public:
   explicit MemorySink(std::size_t expected) { bytes_.reserve(expected); }
   bool write(std::span<const std::uint8_t> bytes) noexcept override {
@@ -87,8 +87,8 @@ double shortestTime(int runs, const std::function<void()>& work) {
 std::size_t encodeByOurs(const Picture& picture, unsigned threads) {
   PictureSource source(picture);
   MemorySink sink(picture.pixels.size());
-  const auto result = platform_linux::writePng(source, {}, sink, {.threads = threads});
-  return result == platform_linux::PngResult::kWritten ? sink.size() : 0;
+  const auto result = picture::writePng(source, {}, sink, {.threads = threads});
+  return result == picture::PngResult::kWritten ? sink.size() : 0;
 }
 
 /// One contender's figures over some pictures, as ratios to the reference on the same picture.
@@ -254,8 +254,7 @@ class Benchmark {
       const std::uint8_t* above = zeros.data();
       for (std::uint32_t y = 0; y < picture.height; ++y) {
         const std::uint8_t* row = picture.pixels.data() + y * picture.rowBytes();
-        platform_linux::filterRow({row, picture.rowBytes()}, above,
-                                  copy.data() + y * (picture.rowBytes() + 1));
+        picture::filterRow({row, picture.rowBytes()}, above, copy.data() + y * (picture.rowBytes() + 1));
         above = row;
       }
     });
@@ -282,7 +281,7 @@ class Benchmark {
   // Decoding as the converter does it: a few rows at a time into the same memory.
   static void decodeStripwise(const Bytes& jpeg) {
     std::string failure;
-    const auto source = platform_linux::JpegRowSource::open(jpeg, failure);
+    const auto source = picture::JpegRowSource::open(jpeg, failure);
     constexpr std::uint32_t kRows = 16;
     Bytes rows(source->rowBytes() * kRows);
     for (std::uint32_t y = 0; y < source->height(); y += kRows) {
@@ -303,10 +302,10 @@ class Benchmark {
 
   static void writeFile(const Bytes& jpeg, const std::string& path, bool sync) {
     std::string failure;
-    const auto source = platform_linux::JpegRowSource::open(jpeg, failure);
+    const auto source = picture::JpegRowSource::open(jpeg, failure);
     FileSink sink(path + ".part");
-    const auto result = platform_linux::writePng(*source, {}, sink, {.threads = 2});
-    if (result != platform_linux::PngResult::kWritten || (sync && !sink.sync())) std::abort();
+    const auto result = picture::writePng(*source, {}, sink, {.threads = 2});
+    if (result != picture::PngResult::kWritten || (sync && !sink.sync())) std::abort();
     fs::rename(path + ".part", path);
   }
 

@@ -6,7 +6,7 @@
 
 #include <gmock/gmock.h>
 
-#include "platform/linux/storage/FileDescriptor.h"
+#include "platform/linux/base/FileDescriptor.h"
 #include "tests/application/ProbeFixture.h"
 
 namespace application_tests {

@@ -1,7 +1,7 @@
 // The promises of the main loop's ports, kept by the real adapters and by the fakes alike.
-#include "platform/linux/application/MainLoopQueue.h"
 #include "platform/linux/application/NotificationCenter.h"
 #include "platform/linux/application/RunLoop.h"
+#include "platform/linux/base/MainQueue.h"
 #include "tests/application/GLibLoop.h"
 #include "tests/contract/MainQueueContract.h"
 #include "tests/contract/NSNotificationCenterContract.h"
@@ -23,7 +23,7 @@ class RealMainQueue : public MainQueueFactory {
   void end() override { queue_.end(); }
 
  private:
-  platform_linux::MainLoopQueue queue_;
+  platform_linux::MainQueue queue_;
 };
 
 class RealRunLoop : public NSRunLoopFactory {

@@ -7,19 +7,19 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/application/MainLoopQueue.h"
 #include "platform/linux/application/RunLoop.h"
+#include "platform/linux/base/MainQueue.h"
 #include "tests/application/GLibLoop.h"
 
 namespace application_tests {
 
 namespace {
 
-using platform_linux::MainLoopQueue;
+using platform_linux::MainQueue;
 using platform_linux::RunLoop;
 
-TEST(MainLoopQueue, SyncFromAnotherThreadRunsOnTheMainThreadAndReturnsAfterwards) {
-  MainLoopQueue queue;
+TEST(MainQueue, SyncFromAnotherThreadRunsOnTheMainThreadAndReturnsAfterwards) {
+  MainQueue queue;
   std::thread::id ranOn;
   bool ranBeforeTheReturn = false;
   auto other = std::async(std::launch::async, [&] {
@@ -37,8 +37,8 @@ TEST(MainLoopQueue, SyncFromAnotherThreadRunsOnTheMainThreadAndReturnsAfterwards
   EXPECT_TRUE(ranBeforeTheReturn);
 }
 
-TEST(MainLoopQueue, WorkOfOneThreadKeepsItsOrder) {
-  MainLoopQueue queue;
+TEST(MainQueue, WorkOfOneThreadKeepsItsOrder) {
+  MainQueue queue;
   constexpr int kThreads = 4;
   constexpr int kPieces = 500;
   std::vector<std::vector<int>> ran(kThreads);
@@ -60,8 +60,8 @@ TEST(MainLoopQueue, WorkOfOneThreadKeepsItsOrder) {
   }
 }
 
-TEST(MainLoopQueue, TheEndReleasesWhoeverWaits) {
-  MainLoopQueue queue;
+TEST(MainQueue, TheEndReleasesWhoeverWaits) {
+  MainQueue queue;
   constexpr int kThreads = 8;
   std::atomic<int> ran = 0;
   std::vector<std::future<void>> waiting;
@@ -74,8 +74,8 @@ TEST(MainLoopQueue, TheEndReleasesWhoeverWaits) {
   EXPECT_EQ(ran, 0);
 }
 
-TEST(MainLoopQueue, TheEndReleasesWhatDroppedWorkHolds) {
-  MainLoopQueue queue;
+TEST(MainQueue, TheEndReleasesWhatDroppedWorkHolds) {
+  MainQueue queue;
   const auto held = std::make_shared<int>(1);
   queue.async([held] {});
   queue.after(std::chrono::hours(1), [held] {});

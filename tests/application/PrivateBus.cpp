@@ -10,7 +10,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include "platform/linux/storage/FileDescriptor.h"
+#include "platform/linux/base/FileDescriptor.h"
 
 namespace application_tests {
 

@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/application/GLibHandles.h"
-#include "platform/linux/storage/FileDescriptor.h"
+#include "platform/linux/base/FileDescriptor.h"
+#include "platform/linux/base/GLibHandles.h"
 #include "tests/application/PrivateBus.h"
 #include "tests/application/ProbeJournal.h"
 #include "tests/application/ProcessUnderTest.h"

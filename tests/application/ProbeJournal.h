@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/storage/FileDescriptor.h"
+#include "platform/linux/base/FileDescriptor.h"
 
 namespace application_tests {
 

@@ -7,11 +7,11 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/application/Bundle.h"
+#include "platform/linux/application/Date.h"
+#include "platform/linux/application/Log.h"
 #include "platform/linux/application/MessageCatalog.h"
-#include "platform/linux/application/NotificationActions.h"
-#include "platform/linux/application/SystemDate.h"
-#include "platform/linux/application/SystemLog.h"
-#include "platform/linux/storage/FileDescriptor.h"
+#include "platform/linux/base/FileDescriptor.h"
+#include "platform/linux/notifications/NotificationActions.h"
 #include "tests/application/CatalogFile.h"
 #include "tests/application/ProbeFixture.h"
 
@@ -84,8 +84,8 @@ TEST(MessageCatalog, BrokenBytesAreNoCatalog) {
   }
 }
 
-TEST(SystemDate, LaysOutTheLocalTime) {
-  const platform_linux::SystemDate dates;
+TEST(Date, LaysOutTheLocalTime) {
+  const platform_linux::Date dates;
   const auto moment = platform::NSDate::TimePoint(std::chrono::seconds(1795262400));
   ::setenv("TZ", "UTC0", 1);
   EXPECT_EQ(dates.localText(moment, "%Y-%m-%d %H.%M.%S"), "2026-11-21 12.00.00");
@@ -95,7 +95,7 @@ TEST(SystemDate, LaysOutTheLocalTime) {
   EXPECT_EQ(dates.localText(moment, std::string(5000, '-')), std::string(5000, '-'));
 }
 
-TEST(SystemLog, WritesTheLineAsItStands) {
+TEST(Log, WritesTheLineAsItStands) {
   const TemporaryFolder folder;
   const std::string path = folder.path() / "errors";
   const platform_linux::FileDescriptor before(::dup(STDERR_FILENO));
@@ -103,7 +103,7 @@ TEST(SystemLog, WritesTheLineAsItStands) {
     const platform_linux::FileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
     ::dup2(file.get(), STDERR_FILENO);
   }
-  platform_linux::SystemLog().log("100 % of the line: ünïcode");
+  platform_linux::Log().log("100 % of the line: ünïcode");
   ::dup2(before.get(), STDERR_FILENO);
   std::ifstream file(path);
   std::string line;

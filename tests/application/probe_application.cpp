@@ -9,11 +9,11 @@
 #include <thread>
 
 #include "platform/linux/application/Application.h"
-#include "platform/linux/application/InstanceCount.h"
-#include "platform/linux/application/MainLoopQueue.h"
+#include "platform/linux/application/Log.h"
 #include "platform/linux/application/RunLoop.h"
-#include "platform/linux/application/SessionBus.h"
-#include "platform/linux/application/SystemLog.h"
+#include "platform/linux/application/RunningApplications.h"
+#include "platform/linux/base/MainQueue.h"
+#include "platform/linux/bus/SessionBus.h"
 #include "tests/application/ProbeJournal.h"
 
 namespace {
@@ -37,8 +37,8 @@ std::string describe(const platform::UNNotificationResponse& response) {
 
 class ProbeDelegate : public platform::NSApplicationDelegate {
  public:
-  ProbeDelegate(platform_linux::Application& application, platform_linux::InstanceCount& instances,
-                platform_linux::MainLoopQueue& queue, platform_linux::RunLoop& runLoop,
+  ProbeDelegate(platform_linux::Application& application, platform_linux::RunningApplications& instances,
+                platform_linux::MainQueue& queue, platform_linux::RunLoop& runLoop,
                 const platform_linux::SessionBus& bus)
       : application_(application), instances_(instances), queue_(queue), runLoop_(runLoop), bus_(bus) {}
 
@@ -121,8 +121,8 @@ class ProbeDelegate : public platform::NSApplicationDelegate {
   }
 
   platform_linux::Application& application_;
-  platform_linux::InstanceCount& instances_;
-  platform_linux::MainLoopQueue& queue_;
+  platform_linux::RunningApplications& instances_;
+  platform_linux::MainQueue& queue_;
   platform_linux::RunLoop& runLoop_;
   const platform_linux::SessionBus& bus_;
   std::shared_ptr<void> held_;
@@ -143,11 +143,11 @@ void followTheTest() {
 
 int main(int argc, char** argv) {
   followTheTest();
-  platform_linux::SystemLog log;
-  platform_linux::MainLoopQueue queue;
+  platform_linux::Log log;
+  platform_linux::MainQueue queue;
   platform_linux::RunLoop runLoop;
   const platform_linux::SessionBus bus;
-  platform_linux::InstanceCount instances(bus);
+  platform_linux::RunningApplications instances(bus);
   platform_linux::Application application({kIdentifier, "the-preferences"}, bus, queue, runLoop, log);
   application.setNotificationResponseHandler(
       [](const platform::UNNotificationResponse& response) { tell("clicked " + describe(response)); });

@@ -7,7 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/linux/camera/CameraAccess.h"
+#include "platform/linux/camera/pipewire/CameraAccess.h"
 
 namespace camera_test {
 namespace {

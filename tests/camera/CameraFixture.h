@@ -11,7 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/camera/Cameras.h"
-#include "platform/linux/image/PictureData.h"
+#include "platform/linux/photo/PictureData.h"
 #include "tests/camera/PrivateDesktop.h"
 #include "tests/fakes/FakeFoundation.h"
 #include "tests/fakes/Journal.h"

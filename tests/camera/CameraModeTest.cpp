@@ -10,7 +10,7 @@ namespace {
 using platform_linux::CameraMode;
 using platform_linux::FrameRate;
 using platform_linux::highQualityMode;
-using enum platform_linux::PixelFormat;
+using enum picture::PixelFormat;
 
 CameraMode best(std::vector<CameraMode> modes) {
   return highQualityMode(modes).value();

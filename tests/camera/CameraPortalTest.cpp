@@ -7,7 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/linux/camera/CameraPortal.h"
+#include "platform/linux/camera/pipewire/CameraPortal.h"
 #include "tests/camera/MockPortal.h"
 #include "tests/notifications/TestBus.h"
 

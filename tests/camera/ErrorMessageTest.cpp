@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/camera/ErrorMessage.h"
+#include "platform/linux/camera/pipewire/ErrorMessage.h"
 
 namespace camera_test {
 namespace {

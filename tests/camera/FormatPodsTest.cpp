@@ -6,18 +6,18 @@
 #include <gtest/gtest.h>
 #include <spa/param/video/format-utils.h>
 
-#include "platform/linux/camera/FormatPods.h"
+#include "platform/linux/camera/pipewire/FormatPods.h"
 
 namespace camera_test {
 namespace {
 
+using picture::ColorMatrix;
+using picture::ColorRange;
 using platform_linux::agreedFormatOfPod;
 using platform_linux::CameraMode;
-using platform_linux::ColorMatrix;
-using platform_linux::ColorRange;
 using platform_linux::FrameRate;
 using platform_linux::modesOfFormatPod;
-using enum platform_linux::PixelFormat;
+using enum picture::PixelFormat;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -165,9 +165,9 @@ TEST(AgreedFormat, TakesTheColoursOfTheDefinitionWhenNoneAreStated) {
     return agreedFormatOfPod(format.pod());
   };
   ASSERT_TRUE(colours(576));
-  EXPECT_EQ(colours(576)->matrix, ColorMatrix::BT601);
-  EXPECT_EQ(colours(577)->matrix, ColorMatrix::BT709);
-  EXPECT_EQ(colours(576)->range, ColorRange::Limited);
+  EXPECT_EQ(colours(576)->matrix, picture::ColorMatrix::BT601);
+  EXPECT_EQ(colours(577)->matrix, picture::ColorMatrix::BT709);
+  EXPECT_EQ(colours(576)->range, picture::ColorRange::Limited);
 }
 
 TEST(AgreedFormat, TakesTheColoursThatAreStated) {
@@ -182,8 +182,8 @@ TEST(AgreedFormat, TakesTheColoursThatAreStated) {
   EXPECT_EQ(agreed->format, NV12);
   EXPECT_EQ(agreed->width, 1920U);
   EXPECT_EQ(agreed->height, 1080U);
-  EXPECT_EQ(agreed->matrix, ColorMatrix::BT601);
-  EXPECT_EQ(agreed->range, ColorRange::Full);
+  EXPECT_EQ(agreed->matrix, picture::ColorMatrix::BT601);
+  EXPECT_EQ(agreed->range, picture::ColorRange::Full);
 }
 
 TEST(AgreedFormat, IsNoneOfWhatWasNotAskedFor) {

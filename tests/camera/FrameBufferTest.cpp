@@ -4,14 +4,14 @@
 #include <gtest/gtest.h>
 #include <spa/buffer/meta.h>
 
-#include "platform/linux/camera/FrameBuffer.h"
+#include "platform/linux/camera/pipewire/FrameBuffer.h"
 
 namespace camera_test {
 namespace {
 
 using platform_linux::AgreedFormat;
 using platform_linux::FrameBuffer;
-using enum platform_linux::PixelFormat;
+using enum picture::PixelFormat;
 
 // A buffer as the daemon hands it over, of as many blocks of memory as are added.
 class TestBuffer {

@@ -1,4 +1,4 @@
-#include "platform/linux/layers/LivePicture.h"
+#include "platform/linux/photo/LivePicture.h"
 #include "tests/camera/CameraFixture.h"
 
 namespace camera_test {
@@ -76,7 +76,7 @@ TEST_F(Preview, ChoosesTheLargestSmoothMode) {
   const Rig rig = runningRig("desk");
   const auto picture = take(rig).picture;
   ASSERT_NE(picture, nullptr);
-  EXPECT_EQ(picture->frame().format, platform_linux::PixelFormat::MJPG);
+  EXPECT_EQ(picture->frame().format, picture::PixelFormat::MJPG);
   EXPECT_EQ(picture->frame().width, 1280);
 }
 

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/camera/Sandbox.h"
+#include "platform/linux/camera/pipewire/Sandbox.h"
 #include "tests/notifications/TestBus.h"
 
 namespace camera_test {

@@ -12,9 +12,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/linux/application/MainLoopQueue.h"
 #include "platform/linux/application/NotificationCenter.h"
-#include "platform/linux/application/SessionBus.h"
+#include "platform/linux/base/MainQueue.h"
+#include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/camera/Cameras.h"
 #include "tests/camera/CameraFixture.h"
 #include "tests/camera/MockPortal.h"
@@ -99,7 +99,7 @@ class SandboxedCameras : public testing::Test {
     ASSERT_TRUE(waitUntil([this] { return !answers_.empty(); }));
   }
 
-  platform_linux::MainLoopQueue queue_;
+  platform_linux::MainQueue queue_;
   platform_linux::NotificationCenter center_;
   SessionBus bus_;
   std::optional<MockPortal> portal_;

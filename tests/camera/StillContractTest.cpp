@@ -11,8 +11,8 @@
 namespace camera_test {
 namespace {
 
-using platform_linux::Frame;
-using platform_linux::PixelFormat;
+using picture::Frame;
+using picture::PixelFormat;
 using ::testing::Contains;
 
 class Still : public CameraFixture {
@@ -52,8 +52,8 @@ TEST_F(Still, IsTheCamerasOwnPicture) {
   const Outcome outcome = take(rig);
   ASSERT_EQ(outcome.error, 0);
   EXPECT_FALSE(outcome.onMainThread);
-  const Frame& frame = outcome.picture->frame();
-  EXPECT_EQ(frame.format, PixelFormat::MJPG);
+  const picture::Frame& frame = outcome.picture->frame();
+  EXPECT_EQ(frame.format, picture::PixelFormat::MJPG);
   EXPECT_EQ(frame.width, 1280);
   EXPECT_EQ(frame.height, 720);
   EXPECT_TRUE(isADeliveredFrame(frame.bytes, camera));
@@ -64,11 +64,11 @@ TEST_F(Still, OfARawCameraIsItsPixels) {
   start();
   const Outcome outcome = take(runningRig("desk"));
   ASSERT_EQ(outcome.error, 0);
-  const Frame& frame = outcome.picture->frame();
-  EXPECT_EQ(frame.format, PixelFormat::YUY2);
+  const picture::Frame& frame = outcome.picture->frame();
+  EXPECT_EQ(frame.format, picture::PixelFormat::YUY2);
   EXPECT_EQ(frame.stride, 1280);
-  EXPECT_EQ(frame.matrix, platform_linux::ColorMatrix::BT601);
-  EXPECT_EQ(frame.range, platform_linux::ColorRange::Limited);
+  EXPECT_EQ(frame.matrix, picture::ColorMatrix::BT601);
+  EXPECT_EQ(frame.range, picture::ColorRange::Limited);
   EXPECT_TRUE(isADeliveredFrame(frame.bytes, camera));
 }
 
@@ -77,8 +77,8 @@ TEST_F(Still, OfAHighDefinitionRawCameraHasThatStandardsColours) {
   start();
   const Outcome outcome = take(runningRig("desk"));
   ASSERT_EQ(outcome.error, 0);
-  EXPECT_EQ(outcome.picture->frame().format, PixelFormat::NV12);
-  EXPECT_EQ(outcome.picture->frame().matrix, platform_linux::ColorMatrix::BT709);
+  EXPECT_EQ(outcome.picture->frame().format, picture::PixelFormat::NV12);
+  EXPECT_EQ(outcome.picture->frame().matrix, picture::ColorMatrix::BT709);
   EXPECT_TRUE(isADeliveredFrame(outcome.picture->frame().bytes, camera));
 }
 

@@ -1,6 +1,6 @@
 #include <cerrno>
 
-#include "platform/linux/layers/LivePicture.h"
+#include "platform/linux/photo/LivePicture.h"
 #include "tests/camera/CameraFixture.h"
 
 namespace camera_test {

@@ -3,8 +3,8 @@
 
     include_arrows.py [TREE]     the tree to read, by default the one this file lies in
 
-Storeys, from the ground up: the ports (platform/<Framework>), their Linux implementation (platform/linux), the suite, and
-the tool's folders. A storey that is not named as allowed below is forbidden.
+Storeys, from the ground up: the ports (platform/<Framework>), pictures (picture), the ports' Linux implementation
+(platform/linux), the suite, and the tool's folders. A storey that is not named as allowed below is forbidden.
 """
 
 import re
@@ -13,12 +13,14 @@ from pathlib import Path
 
 PORTS = "ports"
 LINUX = "platform/linux"
+PICTURE = "picture"
 TOOL_FOLDERS = ["app", "capture", "preferences", "preview", "notifications", "events"]
 
 # Who may include whom. A file's own storey is always allowed.
 ALLOWED = {
     PORTS: [],
-    LINUX: [PORTS],
+    PICTURE: [],
+    LINUX: [PORTS, PICTURE],
     "suite": [PORTS],
     "capture": ["suite", PORTS],
     "preferences": ["suite", PORTS],

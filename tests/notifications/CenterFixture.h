@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/application/SessionBus.h"
+#include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/notifications/UserNotificationCenter.h"
 #include "tests/notifications/MockService.h"
 #include "tests/notifications/TestBus.h"

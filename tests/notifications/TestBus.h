@@ -6,7 +6,7 @@
 #include <string>
 #include <sys/types.h>
 
-#include "platform/linux/application/GLibHandles.h"
+#include "platform/linux/base/GLibHandles.h"
 
 namespace camera_shot_tests {
 

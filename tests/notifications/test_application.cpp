@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/linux/application/ApplicationInterface.h"
-#include "platform/linux/application/GLibHandles.h"
+#include "platform/linux/base/GLibHandles.h"
 
 using platform_linux::GDBusNodeInfoHandle;
 using platform_linux::GMainLoopHandle;

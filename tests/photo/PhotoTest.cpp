@@ -8,11 +8,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/linux/image/BitmapImageRep.h"
-#include "platform/linux/layers/PictureImage.h"
-#include "tests/image/PngReading.h"
-#include "tests/image/TestJpegs.h"
-#include "tests/image/TestPictures.h"
+#include "platform/linux/photo/BitmapImageRep.h"
+#include "platform/linux/photo/PictureImage.h"
+#include "tests/picture/PngReading.h"
+#include "tests/picture/TestJpegs.h"
+#include "tests/picture/TestPictures.h"
 
 namespace platform_linux {
 namespace {
@@ -23,11 +23,11 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 struct CapturedPicture : PictureData {
-  const Frame& frame() const override { return taken; }
+  const picture::Frame& frame() const override { return taken; }
   bool mirrored() const override { return isMirrored; }
   bool writeToFile(const std::string&, bool) const override { return false; }
 
-  Frame taken;
+  picture::Frame taken;
   bool isMirrored = true;
 };
 
@@ -68,7 +68,7 @@ class Photo : public ::testing::Test {
 
 std::shared_ptr<CapturedPicture> rgbFrame(const Picture& picture) {
   auto captured = std::make_shared<CapturedPicture>();
-  captured->taken.format = PixelFormat::RGB;
+  captured->taken.format = picture::PixelFormat::RGB;
   captured->taken.width = static_cast<int>(picture.width);
   captured->taken.height = static_cast<int>(picture.height);
   captured->taken.stride = static_cast<int>(picture.width * 3);

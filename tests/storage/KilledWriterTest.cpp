@@ -6,9 +6,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/linux/base/FileDescriptor.h"
 #include "platform/linux/storage/AtomicFile.h"
-#include "platform/linux/storage/FileDescriptor.h"
-#include "platform/linux/storage/KeyFileDefaults.h"
+#include "platform/linux/storage/UserDefaults.h"
 #include "tests/fakes/FakeFoundation.h"
 #include "tests/storage/ChildProcess.h"
 #include "tests/storage/TemporaryFolder.h"
@@ -93,7 +93,7 @@ TEST(KilledWriter, OfSettingsLeavesNothingPastTheNextWrite) {
   ASSERT_EQ(status, 0);
   ASSERT_EQ(folder.names().size(), 2U);
 
-  platform_linux::KeyFileDefaults defaults(path, "Defaults", log);
+  platform_linux::UserDefaults defaults(path, "Defaults", log);
   EXPECT_TRUE(defaults.synchronize());
   EXPECT_EQ(folder.names().size(), 2U) << "nothing had changed, nothing was to be written";
   defaults.setBool(false, "ShowPreview");

@@ -11,7 +11,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/storage/FileDescriptor.h"
+#include "platform/linux/base/FileDescriptor.h"
 
 namespace storage_tests {
 

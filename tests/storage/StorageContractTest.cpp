@@ -1,6 +1,6 @@
 // The promises of the storage ports, kept by the real adapters and by the fakes alike.
 #include "platform/linux/storage/FileManager.h"
-#include "platform/linux/storage/KeyFileDefaults.h"
+#include "platform/linux/storage/UserDefaults.h"
 #include "tests/contract/NSFileManagerContract.h"
 #include "tests/contract/NSUserDefaultsContract.h"
 #include "tests/fakes/FakeFoundation.h"
@@ -48,8 +48,8 @@ class FakeFiles : public NSFileManagerFactory {
 class RealDefaults : public NSUserDefaultsFactory {
  public:
   std::unique_ptr<platform::NSUserDefaults> open() override {
-    return std::make_unique<platform_linux::KeyFileDefaults>(folder_ / "quillo/settings.ini", "CameraShot",
-                                                             log_);
+    return std::make_unique<platform_linux::UserDefaults>(folder_ / "quillo/settings.ini", "CameraShot",
+                                                          log_);
   }
 
  private:

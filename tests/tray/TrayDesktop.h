@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/application/GLibHandles.h"
-#include "platform/linux/tray/ExportedInterface.h"
+#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/bus/ExportedInterface.h"
 
 /// A session bus of the test's own, with whoever else is on it: the desktop, on a connection apart from the
 /// program's.

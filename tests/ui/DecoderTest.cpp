@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/linux/ui/PreviewDecoder.h"
+#include "picture/PreviewDecoder.h"
 #include "tests/ui/support/TestFrames.h"
 
 namespace {
@@ -16,7 +16,7 @@ using namespace ui_test;         // NOLINT(google-build-using-namespace)
 /// Interpolating rounds down, by two levels at most.
 constexpr int kOpaque = 253;
 
-Rgb pixelAt(const DecodedPicture& picture, double x, double y) {
+Rgb pixelAt(const picture::DecodedPicture& picture, double x, double y) {
   const auto column = static_cast<std::size_t>(x * picture.size.width);
   const auto line = static_cast<std::size_t>(y * picture.size.height);
   const std::size_t at = (line * static_cast<std::size_t>(picture.size.width) + column) * 4;
@@ -35,18 +35,18 @@ constexpr int kRawTolerance = 4;
 constexpr int kCoarseBlueTolerance = 12;  // 9 of the conversion, see ScaledRaw.cpp, and 2 of interpolating
 
 TEST(AspectFit, TakesTheWholeWidthOrTheWholeHeight) {
-  EXPECT_EQ(aspectFit({1920, 1080}, {960, 960}), (PixelSize{960, 540}));
-  EXPECT_EQ(aspectFit({1920, 1080}, {4000, 540}), (PixelSize{960, 540}));
-  EXPECT_EQ(aspectFit({640, 480}, {640, 480}), (PixelSize{640, 480}));
+  EXPECT_EQ(picture::aspectFit({1920, 1080}, {960, 960}), (picture::PixelSize{960, 540}));
+  EXPECT_EQ(picture::aspectFit({1920, 1080}, {4000, 540}), (picture::PixelSize{960, 540}));
+  EXPECT_EQ(picture::aspectFit({640, 480}, {640, 480}), (picture::PixelSize{640, 480}));
 }
 
 TEST(AspectFit, IsEmptyWhereThereIsNothingToFit) {
-  EXPECT_EQ(aspectFit({0, 1080}, {960, 960}), PixelSize{});
-  EXPECT_EQ(aspectFit({1920, 1080}, {960, 0}), PixelSize{});
+  EXPECT_EQ(picture::aspectFit({0, 1080}, {960, 960}), picture::PixelSize{});
+  EXPECT_EQ(picture::aspectFit({1920, 1080}, {960, 0}), picture::PixelSize{});
 }
 
-Frame frameOf(PixelFormat format, int width, int height) {
-  Frame frame;
+picture::Frame frameOf(picture::PixelFormat format, int width, int height) {
+  picture::Frame frame;
   frame.format = format;
   frame.width = width;
   frame.height = height;
@@ -54,34 +54,35 @@ Frame frameOf(PixelFormat format, int width, int height) {
 }
 
 TEST(Preview, IsDecodedToTheSizeThatItTakesInTheView) {
-  for (const PixelFormat format : {PixelFormat::MJPG, PixelFormat::NV12}) {
-    const Frame camera = frameOf(format, 1920, 1080);
-    EXPECT_EQ(decodedSize(camera, {.view = {240, 135}}), (PixelSize{240, 135}));
-    EXPECT_EQ(decodedSize(camera, {.view = {241, 200}}), (PixelSize{241, 136}));
-    EXPECT_EQ(decodedSize(camera, {.view = {960, 2000}}), (PixelSize{960, 540}));
-    EXPECT_EQ(decodedSize(camera, {.view = {3000, 1079}}), (PixelSize{1919, 1079}));
-    EXPECT_EQ(decodedSize(camera, {.view = {1920, 1080}}), (PixelSize{1920, 1080}));
+  for (const picture::PixelFormat format : {picture::PixelFormat::MJPG, picture::PixelFormat::NV12}) {
+    const picture::Frame camera = frameOf(format, 1920, 1080);
+    EXPECT_EQ(picture::decodedSize(camera, {.view = {240, 135}}), (picture::PixelSize{240, 135}));
+    EXPECT_EQ(picture::decodedSize(camera, {.view = {241, 200}}), (picture::PixelSize{241, 136}));
+    EXPECT_EQ(picture::decodedSize(camera, {.view = {960, 2000}}), (picture::PixelSize{960, 540}));
+    EXPECT_EQ(picture::decodedSize(camera, {.view = {3000, 1079}}), (picture::PixelSize{1919, 1079}));
+    EXPECT_EQ(picture::decodedSize(camera, {.view = {1920, 1080}}), (picture::PixelSize{1920, 1080}));
   }
 }
 
 TEST(Preview, IsEnlargedOnlyWhereThatIsWanted) {
-  const Frame camera = frameOf(PixelFormat::MJPG, 640, 480);
-  EXPECT_EQ(decodedSize(camera, {.view = {1920, 960}}), (PixelSize{640, 480}));
-  EXPECT_EQ(decodedSize(camera, {.view = {1920, 960}, .mayEnlarge = true}), (PixelSize{1280, 960}));
+  const picture::Frame camera = frameOf(picture::PixelFormat::MJPG, 640, 480);
+  EXPECT_EQ(picture::decodedSize(camera, {.view = {1920, 960}}), (picture::PixelSize{640, 480}));
+  EXPECT_EQ(picture::decodedSize(camera, {.view = {1920, 960}, .mayEnlarge = true}),
+            (picture::PixelSize{1280, 960}));
 }
 
 TEST(Preview, HasNoSizeWithoutAView) {
-  EXPECT_EQ(decodedSize(frameOf(PixelFormat::MJPG, 640, 480), {}), PixelSize{});
+  EXPECT_EQ(picture::decodedSize(frameOf(picture::PixelFormat::MJPG, 640, 480), {}), picture::PixelSize{});
 }
 
 TEST(JpegPreview, ShowsThePicture) {
   const auto frame = jpegFrame(1280, 720, redLeftBlueRight);
-  for (const PixelSize view :
-       {PixelSize{1280, 720}, PixelSize{1279, 2000}, PixelSize{500, 500}, PixelSize{90, 60}}) {
-    PixelBufferPool pool;
-    const auto picture = decodeForView(*frame, {.view = view}, pool);
+  for (const picture::PixelSize view : {picture::PixelSize{1280, 720}, picture::PixelSize{1279, 2000},
+                                        picture::PixelSize{500, 500}, picture::PixelSize{90, 60}}) {
+    picture::PixelBufferPool pool;
+    const auto picture = picture::decodeForView(*frame, {.view = view}, pool);
     ASSERT_TRUE(picture);
-    EXPECT_EQ(picture->size, decodedSize(*frame, {.view = view}));
+    EXPECT_EQ(picture->size, picture::decodedSize(*frame, {.view = view}));
     EXPECT_THAT(pixelAt(*picture, 0.1, 0.5), Near(kRed, kJpegTolerance));
     EXPECT_THAT(pixelAt(*picture, 0.5, 0.5), Near(kGrey, kJpegTolerance));
     EXPECT_THAT(pixelAt(*picture, 0.9, 0.5), Near(kBlue, kJpegTolerance));
@@ -90,10 +91,11 @@ TEST(JpegPreview, ShowsThePicture) {
 
 TEST(JpegPreview, IsMirroredAtEveryScale) {
   const auto frame = jpegFrame(1281, 721, redLeftBlueRight);
-  for (const PixelSize view :
-       {PixelSize{1281, 721}, PixelSize{500, 500}, PixelSize{91, 61}, PixelSize{1501, 901}}) {
-    PixelBufferPool pool;
-    const auto picture = decodeForView(*frame, {.view = view, .mirrored = true, .mayEnlarge = true}, pool);
+  for (const picture::PixelSize view : {picture::PixelSize{1281, 721}, picture::PixelSize{500, 500},
+                                        picture::PixelSize{91, 61}, picture::PixelSize{1501, 901}}) {
+    picture::PixelBufferPool pool;
+    const auto picture =
+        picture::decodeForView(*frame, {.view = view, .mirrored = true, .mayEnlarge = true}, pool);
     ASSERT_TRUE(picture);
     EXPECT_THAT(pixelAt(*picture, 0, 0.5), Near(kBlue, kJpegTolerance));
     EXPECT_THAT(pixelAt(*picture, 0.1, 0.99), Near(kBlue, kJpegTolerance));
@@ -104,9 +106,9 @@ TEST(JpegPreview, IsMirroredAtEveryScale) {
 
 TEST(JpegPreview, MirroredIsExactlyTheOtherWayRound) {
   const auto frame = jpegFrame(323, 243, landscape);
-  PixelBufferPool pool;
-  const auto upright = decodeForView(*frame, {.view = {323, 243}}, pool);
-  const auto mirrored = decodeForView(*frame, {.view = {323, 243}, .mirrored = true}, pool);
+  picture::PixelBufferPool pool;
+  const auto upright = picture::decodeForView(*frame, {.view = {323, 243}}, pool);
+  const auto mirrored = picture::decodeForView(*frame, {.view = {323, 243}, .mirrored = true}, pool);
   ASSERT_TRUE(upright && mirrored);
   for (const double y : {0.0, 0.3, 0.999}) {
     for (int x = 0; x < 323; ++x)
@@ -120,44 +122,46 @@ TEST(JpegPreview, NeedsNoHuffmanTablesInTheFrame) {
   const auto whole = jpegFrame(320, 240, redLeftBlueRight);
   const auto stripped = withoutHuffmanTables(*whole);
   ASSERT_LT(stripped->bytes.size(), whole->bytes.size());
-  PixelBufferPool pool;
-  const auto picture = decodeForView(*stripped, {.view = {320, 240}}, pool);
+  picture::PixelBufferPool pool;
+  const auto picture = picture::decodeForView(*stripped, {.view = {320, 240}}, pool);
   ASSERT_TRUE(picture);
   EXPECT_THAT(pixelAt(*picture, 0.1, 0.5), Near(kRed, kJpegTolerance));
 }
 
 TEST(JpegPreview, LeavesOutFramesThatEndEarly) {
-  PixelBufferPool pool;
+  picture::PixelBufferPool pool;
   const auto frame = jpegFrame(320, 240, landscape);
   for (const std::size_t kept : {std::size_t{0}, std::size_t{1}, std::size_t{100}, frame->bytes.size() / 2}) {
-    Frame damaged = *frame;
+    picture::Frame damaged = *frame;
     damaged.bytes.resize(kept);
-    EXPECT_FALSE(decodeForView(damaged, {.view = {320, 240}}, pool)) << kept << " bytes";
+    EXPECT_FALSE(picture::decodeForView(damaged, {.view = {320, 240}}, pool)) << kept << " bytes";
   }
 }
 
 TEST(JpegPreview, LeavesOutFramesOfAnotherSizeThanAnnounced) {
-  PixelBufferPool pool;
-  Frame other = *jpegFrame(320, 240, landscape);
+  picture::PixelBufferPool pool;
+  picture::Frame other = *jpegFrame(320, 240, landscape);
   other.width = 640;
   other.height = 480;
-  EXPECT_FALSE(decodeForView(other, {.view = {640, 480}}, pool));
+  EXPECT_FALSE(picture::decodeForView(other, {.view = {640, 480}}, pool));
 }
 
 TEST(Preview, LeavesOutAbsurdSizes) {
-  PixelBufferPool pool;
-  EXPECT_FALSE(decodeForView(frameOf(PixelFormat::MJPG, 0, 0), {.view = {640, 480}}, pool));
-  EXPECT_FALSE(decodeForView(frameOf(PixelFormat::YUY2, -5, 10), {.view = {640, 480}}, pool));
-  EXPECT_FALSE(decodeForView(frameOf(PixelFormat::MJPG, 40000, 40000), {.view = {640, 480}}, pool));
+  picture::PixelBufferPool pool;
+  EXPECT_FALSE(picture::decodeForView(frameOf(picture::PixelFormat::MJPG, 0, 0), {.view = {640, 480}}, pool));
+  EXPECT_FALSE(
+      picture::decodeForView(frameOf(picture::PixelFormat::YUY2, -5, 10), {.view = {640, 480}}, pool));
+  EXPECT_FALSE(
+      picture::decodeForView(frameOf(picture::PixelFormat::MJPG, 40000, 40000), {.view = {640, 480}}, pool));
 }
 
 /// Luma and colour differences of a colour, by the matrix's own definition.
 struct Yuv {
-  Yuv(const Rgb& color, const Frame& frame) {
-    const double redPart = frame.matrix == ColorMatrix::BT709 ? 0.2126 : 0.299;
-    const double bluePart = frame.matrix == ColorMatrix::BT709 ? 0.0722 : 0.114;
+  Yuv(const Rgb& color, const picture::Frame& frame) {
+    const double redPart = frame.matrix == picture::ColorMatrix::BT709 ? 0.2126 : 0.299;
+    const double bluePart = frame.matrix == picture::ColorMatrix::BT709 ? 0.0722 : 0.114;
     const double luma = redPart * color.red + (1 - redPart - bluePart) * color.green + bluePart * color.blue;
-    const bool full = frame.range == ColorRange::Full;
+    const bool full = frame.range == picture::ColorRange::Full;
     const double chroma = full ? 255.0 : 224.0;
     y = byte(full ? luma : 16 + luma * 219 / 255);
     u = byte(128 + (color.blue - luma) / (1 - bluePart) / 2 * chroma / 255);
@@ -172,11 +176,14 @@ struct Yuv {
 };
 
 /// Left half red, right half blue, in the frame's format; the stride is wider than the picture.
-void paintHalves(Frame& frame) {
+void paintHalves(picture::Frame& frame) {
   constexpr int kPadding = 64;
-  const bool packed = frame.format == PixelFormat::YUY2 || frame.format == PixelFormat::UYVY;
-  const bool planar = frame.format == PixelFormat::NV12 || frame.format == PixelFormat::I420;
-  const bool threeBytes = frame.format == PixelFormat::RGB || frame.format == PixelFormat::BGR;
+  const bool packed =
+      frame.format == picture::PixelFormat::YUY2 || frame.format == picture::PixelFormat::UYVY;
+  const bool planar =
+      frame.format == picture::PixelFormat::NV12 || frame.format == picture::PixelFormat::I420;
+  const bool threeBytes =
+      frame.format == picture::PixelFormat::RGB || frame.format == picture::PixelFormat::BGR;
   const int pixelBytes = planar ? 1 : packed ? 2 : threeBytes ? 3 : 4;
   frame.stride = frame.width * pixelBytes + kPadding;
   const auto stride = static_cast<std::size_t>(frame.stride);
@@ -196,37 +203,37 @@ void paintHalves(Frame& frame) {
       std::uint8_t* const pixel =
           frame.bytes.data() + row * stride + column * static_cast<std::size_t>(pixelBytes);
       switch (frame.format) {
-        case PixelFormat::YUY2:
+        case picture::PixelFormat::YUY2:
           pixel[0] = yuv.y;
           pixel[1] = x % 2 ? yuv.v : yuv.u;
           break;
-        case PixelFormat::UYVY:
+        case picture::PixelFormat::UYVY:
           pixel[0] = x % 2 ? yuv.v : yuv.u;
           pixel[1] = yuv.y;
           break;
-        case PixelFormat::NV12:
+        case picture::PixelFormat::NV12:
           pixel[0] = yuv.y;
           frame.bytes[chromaStart + row / 2 * stride + column / 2 * 2] = yuv.u;
           frame.bytes[chromaStart + row / 2 * stride + column / 2 * 2 + 1] = yuv.v;
           break;
-        case PixelFormat::I420:
+        case picture::PixelFormat::I420:
           pixel[0] = yuv.y;
           frame.bytes[chromaStart + row / 2 * (stride / 2) + column / 2] = yuv.u;
           frame.bytes[chromaStart + (chromaRows + row / 2) * (stride / 2) + column / 2] = yuv.v;
           break;
-        case PixelFormat::RGB:
-        case PixelFormat::RGBx:
+        case picture::PixelFormat::RGB:
+        case picture::PixelFormat::RGBx:
           pixel[0] = red;
           pixel[1] = green;
           pixel[2] = blue;
           break;
-        case PixelFormat::BGR:
-        case PixelFormat::BGRx:
+        case picture::PixelFormat::BGR:
+        case picture::PixelFormat::BGRx:
           pixel[0] = blue;
           pixel[1] = green;
           pixel[2] = red;
           break;
-        case PixelFormat::MJPG:
+        case picture::PixelFormat::MJPG:
           break;
       }
     }
@@ -234,35 +241,37 @@ void paintHalves(Frame& frame) {
 }
 
 struct RawCase {
-  PixelFormat format;
-  ColorMatrix matrix = ColorMatrix::BT601;
-  ColorRange range = ColorRange::Limited;
+  picture::PixelFormat format;
+  picture::ColorMatrix matrix = picture::ColorMatrix::BT601;
+  picture::ColorRange range = picture::ColorRange::Limited;
 };
 
 std::string nameOf(const testing::TestParamInfo<RawCase>& info) {
   static const char* const kFormats[] = {"MJPG", "YUY2", "UYVY", "NV12", "I420",
                                          "RGB",  "BGR",  "RGBx", "BGRx"};
   return std::string(kFormats[static_cast<int>(info.param.format)]) +
-         (info.param.matrix == ColorMatrix::BT709 ? "Bt709" : "Bt601") +
-         (info.param.range == ColorRange::Full ? "Full" : "Limited");
+         (info.param.matrix == picture::ColorMatrix::BT709 ? "Bt709" : "Bt601") +
+         (info.param.range == picture::ColorRange::Full ? "Full" : "Limited");
 }
 
 class RawPreview : public testing::TestWithParam<RawCase> {};
 
 TEST_P(RawPreview, ShowsTheColorsAtEveryScale) {
-  Frame frame = frameOf(GetParam().format, 322, 242);
+  picture::Frame frame = frameOf(GetParam().format, 322, 242);
   frame.matrix = GetParam().matrix;
   frame.range = GetParam().range;
   paintHalves(frame);
-  const bool coarseBlue = frame.matrix == ColorMatrix::BT709 && frame.range == ColorRange::Limited;
-  for (const PixelSize view : {PixelSize{322, 242}, PixelSize{600, 601}, PixelSize{200, 300},
-                               PixelSize{150, 150}, PixelSize{33, 25}}) {
-    PixelBufferPool pool;
+  const bool coarseBlue =
+      frame.matrix == picture::ColorMatrix::BT709 && frame.range == picture::ColorRange::Limited;
+  for (const picture::PixelSize view :
+       {picture::PixelSize{322, 242}, picture::PixelSize{600, 601}, picture::PixelSize{200, 300},
+        picture::PixelSize{150, 150}, picture::PixelSize{33, 25}}) {
+    picture::PixelBufferPool pool;
     for (const bool mirrored : {false, true}) {
-      const PictureRequest request{.view = view, .mirrored = mirrored, .mayEnlarge = true};
-      const auto picture = decodeForView(frame, request, pool);
+      const picture::PictureRequest request{.view = view, .mirrored = mirrored, .mayEnlarge = true};
+      const auto picture = picture::decodeForView(frame, request, pool);
       ASSERT_TRUE(picture);
-      EXPECT_EQ(picture->size, decodedSize(frame, request));
+      EXPECT_EQ(picture->size, picture::decodedSize(frame, request));
       for (const double y : {0.02, 0.5, 0.98}) {
         EXPECT_THAT(pixelAt(*picture, mirrored ? 0.8 : 0.2, y), Near(kRed, kRawTolerance));
         EXPECT_THAT(pixelAt(*picture, mirrored ? 0.2 : 0.8, y),
@@ -273,28 +282,30 @@ TEST_P(RawPreview, ShowsTheColorsAtEveryScale) {
 }
 
 TEST_P(RawPreview, LeavesOutFramesWithTooFewBytes) {
-  Frame frame = frameOf(GetParam().format, 322, 242);
+  picture::Frame frame = frameOf(GetParam().format, 322, 242);
   paintHalves(frame);
-  PixelBufferPool pool;
+  picture::PixelBufferPool pool;
   frame.bytes.resize(frame.bytes.size() - static_cast<std::size_t>(frame.stride));
-  EXPECT_FALSE(decodeForView(frame, {.view = {322, 242}}, pool));
+  EXPECT_FALSE(picture::decodeForView(frame, {.view = {322, 242}}, pool));
   frame.bytes.clear();
-  EXPECT_FALSE(decodeForView(frame, {.view = {322, 242}}, pool));
+  EXPECT_FALSE(picture::decodeForView(frame, {.view = {322, 242}}, pool));
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, RawPreview,
-                         testing::Values(RawCase{PixelFormat::YUY2}, RawCase{PixelFormat::UYVY},
-                                         RawCase{PixelFormat::NV12}, RawCase{PixelFormat::I420},
-                                         RawCase{PixelFormat::RGB}, RawCase{PixelFormat::BGR},
-                                         RawCase{PixelFormat::RGBx}, RawCase{PixelFormat::BGRx},
-                                         RawCase{PixelFormat::YUY2, ColorMatrix::BT709},
-                                         RawCase{PixelFormat::NV12, ColorMatrix::BT709},
-                                         RawCase{PixelFormat::YUY2, ColorMatrix::BT601, ColorRange::Full},
-                                         RawCase{PixelFormat::NV12, ColorMatrix::BT709, ColorRange::Full}),
-                         nameOf);
+INSTANTIATE_TEST_SUITE_P(
+    Formats, RawPreview,
+    testing::Values(
+        RawCase{picture::PixelFormat::YUY2}, RawCase{picture::PixelFormat::UYVY},
+        RawCase{picture::PixelFormat::NV12}, RawCase{picture::PixelFormat::I420},
+        RawCase{picture::PixelFormat::RGB}, RawCase{picture::PixelFormat::BGR},
+        RawCase{picture::PixelFormat::RGBx}, RawCase{picture::PixelFormat::BGRx},
+        RawCase{picture::PixelFormat::YUY2, picture::ColorMatrix::BT709},
+        RawCase{picture::PixelFormat::NV12, picture::ColorMatrix::BT709},
+        RawCase{picture::PixelFormat::YUY2, picture::ColorMatrix::BT601, picture::ColorRange::Full},
+        RawCase{picture::PixelFormat::NV12, picture::ColorMatrix::BT709, picture::ColorRange::Full}),
+    nameOf);
 
 TEST(PixelBuffers, AreUsedAgain) {
-  PixelBufferPool pool;
+  picture::PixelBufferPool pool;
   auto buffer = pool.take(1000);
   const auto* const memory = buffer->data();
   pool.giveBack(std::move(buffer));
@@ -302,7 +313,7 @@ TEST(PixelBuffers, AreUsedAgain) {
 }
 
 TEST(PixelBuffers, OfAnotherSizeAreFreed) {
-  PixelBufferPool pool;
+  picture::PixelBufferPool pool;
   pool.giveBack(pool.take(1000));
   EXPECT_EQ(pool.take(2000)->size(), 2000U);
   EXPECT_EQ(pool.take(1000)->size(), 1000U);

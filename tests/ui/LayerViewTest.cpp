@@ -8,7 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/linux/layers/PictureImage.h"
+#include "platform/linux/photo/PictureImage.h"
 #include "platform/linux/ui/BackgroundView.h"
 #include "platform/linux/ui/LayerView.h"
 #include "platform/linux/ui/MainLoop.h"
@@ -65,7 +65,7 @@ class LayerViewTest : public testing::Test {
   }
 
   /// Puts a photo over the live picture.
-  static std::shared_ptr<Layer> addStill(FakeCameraLayer& camera, std::shared_ptr<const Frame> frame,
+  static std::shared_ptr<Layer> addStill(FakeCameraLayer& camera, std::shared_ptr<const picture::Frame> frame,
                                          bool mirrored, const platform::CGRect& place) {
     auto still = std::make_shared<Layer>();
     still->setContents(std::make_shared<PictureImage>(photoOf(std::move(frame), mirrored)));

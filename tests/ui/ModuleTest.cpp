@@ -4,7 +4,7 @@
 #include <glib.h>
 #include <gtest/gtest.h>
 
-#include "platform/linux/layers/Layer.h"
+#include "platform/linux/photo/Layer.h"
 #include "platform/linux/ui/GraphicsProcessor.h"
 #include "platform/linux/ui/UserInterfaceModule.h"
 #include "tests/ui/support/FakeCameraLayer.h"

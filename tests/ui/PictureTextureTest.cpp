@@ -10,7 +10,7 @@ namespace {
 using namespace platform_linux;  // NOLINT(google-build-using-namespace)
 using namespace ui_test;         // NOLINT(google-build-using-namespace)
 
-constexpr PixelSize kView{320, 240};
+constexpr picture::PixelSize kView{320, 240};
 
 class PictureTextureTest : public testing::Test {
  protected:
@@ -26,7 +26,7 @@ class PictureTextureTest : public testing::Test {
     return thread_.startedJobs() - ++flushes_;
   }
 
-  std::shared_ptr<const Frame> frame(const Painter& painter = landscape) {
+  std::shared_ptr<const picture::Frame> frame(const Painter& painter = landscape) {
     return jpegFrame(640, 480, painter);
   }
 
@@ -87,7 +87,7 @@ TEST_F(PictureTextureTest, DecodesAgainForAnotherView) {
   ASSERT_TRUE(waitUntilReady(2));
   EXPECT_EQ(texture_.draw({160, 120}, false)->size(), kView) << "the old one until the new one is there";
   ASSERT_TRUE(waitUntilReady(3));
-  EXPECT_EQ(texture_.draw({160, 120}, false)->size(), (PixelSize{160, 120}));
+  EXPECT_EQ(texture_.draw({160, 120}, false)->size(), (picture::PixelSize{160, 120}));
   texture_.draw({160, 120}, true);
   ASSERT_TRUE(waitUntilReady(4)) << "mirrored it is another picture";
   texture_.draw({160, 120}, true);
@@ -100,7 +100,7 @@ TEST_F(PictureTextureTest, KeepsTheLastGoodFrameWhenOneIsDamaged) {
   texture_.draw(kView, false);
   ASSERT_TRUE(waitUntilReady(2));
   const Texture* const good = texture_.draw(kView, false);
-  auto damaged = std::make_shared<Frame>(*frame());
+  auto damaged = std::make_shared<picture::Frame>(*frame());
   damaged->bytes.resize(damaged->bytes.size() / 2);
   texture_.setFrame(damaged);
   EXPECT_EQ(decoded(), 2U);

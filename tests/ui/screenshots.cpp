@@ -10,7 +10,7 @@
 #include <adwaita.h>
 #include <glib/gi18n.h>
 
-#include "platform/linux/layers/PictureImage.h"
+#include "platform/linux/photo/PictureImage.h"
 #include "tests/ui/support/FakeCameraLayer.h"
 #include "tests/ui/support/TestFrames.h"
 #include "tests/ui/support/TestWindows.h"

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/linux/application/InstanceCount.h"
-#include "platform/linux/application/NotificationActions.h"
+#include "platform/linux/application/RunningApplications.h"
+#include "platform/linux/notifications/NotificationActions.h"
 
 namespace platform_linux {
 
@@ -53,7 +53,7 @@ class TerminationSignals {
 
 }  // namespace
 
-Application::Application(ApplicationIdentity identity, const SessionBus& bus, MainLoopQueue& mainQueue,
+Application::Application(ApplicationIdentity identity, const SessionBus& bus, MainQueue& mainQueue,
                          RunLoop& runLoop, platform::NSLog& log)
     : identity_(std::move(identity)),
       bus_(bus),

@@ -12,9 +12,9 @@
 #include "platform/Foundation/NSLog.h"
 #include "platform/linux/application/ApplicationInterface.h"
 #include "platform/linux/application/Departure.h"
-#include "platform/linux/application/MainLoopQueue.h"
 #include "platform/linux/application/RunLoop.h"
-#include "platform/linux/application/SessionBus.h"
+#include "platform/linux/base/MainQueue.h"
+#include "platform/linux/bus/SessionBus.h"
 
 namespace platform_linux {
 
@@ -37,7 +37,7 @@ struct ApplicationIdentity {
 class Application : public platform::NSApplication {
  public:
   /// The references outlive this.
-  Application(ApplicationIdentity identity, const SessionBus& bus, MainLoopQueue& mainQueue, RunLoop& runLoop,
+  Application(ApplicationIdentity identity, const SessionBus& bus, MainQueue& mainQueue, RunLoop& runLoop,
               platform::NSLog& log);
   ~Application() override;
 
@@ -88,7 +88,7 @@ class Application : public platform::NSApplication {
 
   const ApplicationIdentity identity_;
   const SessionBus& bus_;
-  MainLoopQueue& mainQueue_;
+  MainQueue& mainQueue_;
   RunLoop& runLoop_;
   platform::NSLog& log_;
   const std::thread::id mainThread_;

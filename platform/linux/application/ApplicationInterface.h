@@ -3,8 +3,8 @@
 #include <functional>
 #include <string>
 
-#include "platform/linux/application/DesktopCall.h"
-#include "platform/linux/application/SessionBus.h"
+#include "platform/linux/bus/DesktopCall.h"
+#include "platform/linux/bus/SessionBus.h"
 
 namespace platform_linux {
 

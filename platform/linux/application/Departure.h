@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/application/DesktopCall.h"
-#include "platform/linux/application/SessionBus.h"
+#include "platform/linux/bus/DesktopCall.h"
+#include "platform/linux/bus/SessionBus.h"
 
 namespace platform_linux {
 

@@ -14,7 +14,7 @@ std::uint64_t pixels(const CameraMode& mode) {
 }
 
 // Formats are listed in the order of preference.
-std::strong_ordering compareFormats(PixelFormat a, PixelFormat b) {
+std::strong_ordering compareFormats(picture::PixelFormat a, picture::PixelFormat b) {
   return static_cast<int>(b) <=> static_cast<int>(a);
 }
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <span>
 
-#include "platform/linux/image/Frame.h"
+#include "picture/Frame.h"
 
 namespace platform_linux {
 
@@ -23,7 +23,7 @@ struct FrameRate {
 
 /// One way in which a camera can deliver pictures, of a format that can be decoded here.
 struct CameraMode {
-  PixelFormat format = PixelFormat::MJPG;
+  picture::PixelFormat format = picture::PixelFormat::MJPG;
   std::uint32_t width = 0;   ///< pixels
   std::uint32_t height = 0;  ///< pixels
   FrameRate rate;

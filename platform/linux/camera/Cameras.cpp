@@ -5,11 +5,11 @@
 #include <utility>
 
 #include "platform/linux/camera/CameraList.h"
+#include "platform/linux/camera/CapturePhotoOutput.h"
 #include "platform/linux/camera/CaptureService.h"
 #include "platform/linux/camera/CaptureSession.h"
-#include "platform/linux/camera/PhotoOutput.h"
-#include "platform/linux/camera/PortalCameraAccess.h"
-#include "platform/linux/camera/PreviewLayer.h"
+#include "platform/linux/camera/CaptureVideoPreviewLayer.h"
+#include "platform/linux/camera/pipewire/PortalCameraAccess.h"
 
 namespace platform_linux {
 
@@ -46,13 +46,13 @@ std::vector<std::shared_ptr<platform::AVCaptureDevice>> Cameras::devicesWithMedi
   if (portalAccess_) portalAccess_->ask();
   std::vector<std::shared_ptr<platform::AVCaptureDevice>> devices;
   for (auto& camera : cameras())
-    devices.push_back(std::make_shared<Device>(std::move(camera)));
+    devices.push_back(std::make_shared<CaptureDevice>(std::move(camera)));
   return devices;
 }
 
 std::shared_ptr<platform::AVCaptureDevice> Cameras::deviceWithUniqueID(const std::string& uniqueID) {
   for (auto& camera : cameras())
-    if (camera.name == uniqueID) return std::make_shared<Device>(std::move(camera));
+    if (camera.name == uniqueID) return std::make_shared<CaptureDevice>(std::move(camera));
   return nullptr;
 }
 
@@ -67,11 +67,11 @@ void Cameras::requestAccessForMediaType(const std::string&, std::function<void(b
 
 std::shared_ptr<platform::AVCaptureDeviceInput> Cameras::deviceInputWithDevice(
     const std::shared_ptr<platform::AVCaptureDevice>& device, std::optional<platform::NSError>& error) {
-  const auto ours = std::dynamic_pointer_cast<Device>(device);
+  const auto ours = std::dynamic_pointer_cast<CaptureDevice>(device);
   const auto cameras = list_->cameras();
   const bool isPresent = ours && std::any_of(cameras.begin(), cameras.end(),
                                              [&](auto& each) { return each.name == ours->camera().name; });
-  if (isPresent) return std::make_shared<DeviceInput>(ours->camera());
+  if (isPresent) return std::make_shared<CaptureDeviceInput>(ours->camera());
   error = platform::NSError{ENODEV, "The camera is not there"};
   return nullptr;
 }
@@ -81,12 +81,12 @@ std::shared_ptr<platform::AVCaptureSession> Cameras::session() {
 }
 
 std::shared_ptr<platform::AVCapturePhotoOutput> Cameras::photoOutput() {
-  return std::make_shared<PhotoOutput>(service_);
+  return std::make_shared<CapturePhotoOutput>(service_);
 }
 
 std::shared_ptr<platform::AVCaptureVideoPreviewLayer> Cameras::previewLayerWithSession(
     const std::shared_ptr<platform::AVCaptureSession>& session) {
-  return std::make_shared<PreviewLayer>(std::static_pointer_cast<CaptureSession>(session));
+  return std::make_shared<CaptureVideoPreviewLayer>(std::static_pointer_cast<CaptureSession>(session));
 }
 
 }  // namespace platform_linux

@@ -10,7 +10,7 @@
 #include "platform/Foundation/MainQueue.h"
 #include "platform/Foundation/NSNotificationCenter.h"
 #include "platform/linux/camera/Camera.h"
-#include "platform/linux/camera/CameraAccess.h"
+#include "platform/linux/camera/pipewire/CameraAccess.h"
 
 namespace platform_linux {
 

@@ -91,7 +91,7 @@ void CaptureFlow::request(StillAnswer answer) {
   armTimer();
 }
 
-void CaptureFlow::answerAll(const std::shared_ptr<const Frame>& frame, int error) {
+void CaptureFlow::answerAll(const std::shared_ptr<const picture::Frame>& frame, int error) {
   for (auto& answer : std::exchange(waiting_, {}))
     answer(frame, error);
 }
@@ -125,7 +125,7 @@ void CaptureFlow::pictureArrived(const FrameBuffer& picture) {
   const std::uint64_t sequence = sequence_++;
   const bool answersStills = schedule_.frameArrived(steady_clock::now());
   if (!answersStills && !anyFeedWants()) return;
-  const std::shared_ptr<const Frame> frame = picture.copy(sequence);
+  const std::shared_ptr<const picture::Frame> frame = picture.copy(sequence);
   ++copied_;
   if (answersStills) {
     silenceTimer_->stop();

@@ -9,16 +9,16 @@
 #include <vector>
 
 #include "platform/linux/camera/Camera.h"
-#include "platform/linux/camera/CaptureLoop.h"
 #include "platform/linux/camera/CaptureService.h"
 #include "platform/linux/camera/FrameFeed.h"
-#include "platform/linux/camera/FrameStream.h"
 #include "platform/linux/camera/StillSchedule.h"
+#include "platform/linux/camera/pipewire/CaptureLoop.h"
+#include "platform/linux/camera/pipewire/FrameStream.h"
 
 namespace platform_linux {
 
 /// Called once, on the camera's thread, which it must not hold: with the frame, or with none and an `errno`.
-using StillAnswer = std::function<void(std::shared_ptr<const Frame> frame, int error)>;
+using StillAnswer = std::function<void(std::shared_ptr<const picture::Frame> frame, int error)>;
 
 /// What a session does on the loop's thread: its stream, the stills that wait and the previews that look. The
 /// public operations are thread-safe and return at once.
@@ -67,7 +67,7 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   void startNow();
   void stopNow(int error);
   void request(StillAnswer answer);
-  void answerAll(const std::shared_ptr<const Frame>& frame, int error);
+  void answerAll(const std::shared_ptr<const picture::Frame>& frame, int error);
   void checkSilence();
   void armTimer();
   [[nodiscard]] bool anyFeedWants();

@@ -8,11 +8,11 @@
 #include <utility>
 #include <vector>
 
+#include "platform/linux/base/DeliveryWorker.h"
 #include "platform/linux/camera/CameraList.h"
-#include "platform/linux/camera/CameraRegistry.h"
-#include "platform/linux/camera/CaptureLoop.h"
-#include "platform/linux/camera/DeliveryWorker.h"
-#include "platform/linux/camera/PipeWireConnection.h"
+#include "platform/linux/camera/pipewire/CameraRegistry.h"
+#include "platform/linux/camera/pipewire/CaptureLoop.h"
+#include "platform/linux/camera/pipewire/PipeWireConnection.h"
 
 namespace platform_linux {
 

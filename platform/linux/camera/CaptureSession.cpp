@@ -1,6 +1,6 @@
 #include "platform/linux/camera/CaptureSession.h"
 
-#include "platform/linux/camera/PhotoOutput.h"
+#include "platform/linux/camera/CapturePhotoOutput.h"
 
 namespace platform_linux {
 
@@ -14,11 +14,12 @@ CaptureSession::~CaptureSession() {
 void CaptureSession::setSessionPreset(const std::string&) {}
 
 void CaptureSession::addInput(std::shared_ptr<platform::AVCaptureDeviceInput> input) {
-  if (const auto ours = std::dynamic_pointer_cast<DeviceInput>(input)) flow_->setCamera(ours->camera());
+  if (const auto ours = std::dynamic_pointer_cast<CaptureDeviceInput>(input))
+    flow_->setCamera(ours->camera());
 }
 
 void CaptureSession::addOutput(std::shared_ptr<platform::AVCapturePhotoOutput> output) {
-  if (const auto ours = std::dynamic_pointer_cast<PhotoOutput>(output)) ours->attach(flow_);
+  if (const auto ours = std::dynamic_pointer_cast<CapturePhotoOutput>(output)) ours->attach(flow_);
 }
 
 }  // namespace platform_linux

@@ -10,9 +10,9 @@
 namespace platform_linux {
 
 /// One camera as it was when it was asked for.
-class Device final : public platform::AVCaptureDevice {
+class CaptureDevice final : public platform::AVCaptureDevice {
  public:
-  explicit Device(Camera camera) : camera_(std::move(camera)) {}
+  explicit CaptureDevice(Camera camera) : camera_(std::move(camera)) {}
 
   std::string uniqueID() const override { return camera_.name; }
   std::string localizedName() const override { return camera_.title; }
@@ -23,9 +23,9 @@ class Device final : public platform::AVCaptureDevice {
 };
 
 /// A camera bound into a session.
-class DeviceInput final : public platform::AVCaptureDeviceInput {
+class CaptureDeviceInput final : public platform::AVCaptureDeviceInput {
  public:
-  explicit DeviceInput(Camera camera) : camera_(std::move(camera)) {}
+  explicit CaptureDeviceInput(Camera camera) : camera_(std::move(camera)) {}
 
   const Camera& camera() const { return camera_; }
 

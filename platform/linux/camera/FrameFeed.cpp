@@ -11,12 +11,12 @@ void FrameFeed::setListener(std::function<void()> onFrame) {
   if (!onFrame_) clear();
 }
 
-std::shared_ptr<const Frame> FrameFeed::latest() const {
+std::shared_ptr<const picture::Frame> FrameFeed::latest() const {
   const std::scoped_lock lock(frameMutex_);
   return latest_;
 }
 
-void FrameFeed::publish(const std::shared_ptr<const Frame>& frame) {
+void FrameFeed::publish(const std::shared_ptr<const picture::Frame>& frame) {
   const std::scoped_lock lock(listenerMutex_);
   if (!onFrame_) return;
   {

@@ -5,7 +5,7 @@
 #include <memory>
 #include <mutex>
 
-#include "platform/linux/image/Frame.h"
+#include "picture/Frame.h"
 
 namespace platform_linux {
 
@@ -19,10 +19,10 @@ class FrameFeed {
   /// Whether somebody listens, so that frames are worth copying.
   [[nodiscard]] bool isWanted() const { return isWanted_; }
   /// The newest frame, or nothing.
-  [[nodiscard]] std::shared_ptr<const Frame> latest() const;
+  [[nodiscard]] std::shared_ptr<const picture::Frame> latest() const;
 
   /// For the camera: here is a frame. Dropped when nobody listens.
-  void publish(const std::shared_ptr<const Frame>& frame);
+  void publish(const std::shared_ptr<const picture::Frame>& frame);
   /// For the camera: what was shown is over.
   void clear();
 
@@ -31,7 +31,7 @@ class FrameFeed {
   std::mutex listenerMutex_;  // held while the listener runs, which may ask for the latest frame
   std::function<void()> onFrame_;
   mutable std::mutex frameMutex_;
-  std::shared_ptr<const Frame> latest_;
+  std::shared_ptr<const picture::Frame> latest_;
 };
 
 }  // namespace platform_linux

@@ -2,7 +2,7 @@
 
 #include <glib.h>
 
-#include "platform/linux/camera/Sandbox.h"
+#include "platform/linux/camera/pipewire/Sandbox.h"
 
 namespace platform_linux {
 namespace {
@@ -74,12 +74,12 @@ int LinuxPlatform::run(int argc, char** argv, platform::NSApplicationDelegate& d
 
 std::unique_ptr<platform::NSUserDefaults> LinuxPlatform::sharedSettings(const std::string& file,
                                                                         const std::string& group) {
-  return std::make_unique<KeyFileDefaults>(configurationPath(file), group, log_);
+  return std::make_unique<UserDefaults>(configurationPath(file), group, log_);
 }
 
 std::unique_ptr<platform::NSUserDefaults> LinuxPlatform::rememberedValues(const std::string& file,
                                                                           const std::string& group) {
-  return std::make_unique<KeyFileDefaults>(statePath(file), group, log_);
+  return std::make_unique<UserDefaults>(statePath(file), group, log_);
 }
 
 }  // namespace platform_linux

@@ -7,22 +7,22 @@
 #include "platform/Platform.h"
 #include "platform/linux/application/Application.h"
 #include "platform/linux/application/Bundle.h"
-#include "platform/linux/application/InstanceCount.h"
-#include "platform/linux/application/MainLoopQueue.h"
+#include "platform/linux/application/Date.h"
+#include "platform/linux/application/Log.h"
 #include "platform/linux/application/NotificationCenter.h"
 #include "platform/linux/application/RunLoop.h"
-#include "platform/linux/application/SessionBus.h"
-#include "platform/linux/application/SystemDate.h"
-#include "platform/linux/application/SystemLog.h"
+#include "platform/linux/application/RunningApplications.h"
+#include "platform/linux/base/MainQueue.h"
+#include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/camera/Cameras.h"
-#include "platform/linux/composition/DesktopAppKit.h"
+#include "platform/linux/composition/AppKit.h"
 #include "platform/linux/composition/ToolPresence.h"
 #include "platform/linux/composition/Windows.h"
 #include "platform/linux/desktop/Workspace.h"
-#include "platform/linux/layers/Layer.h"
 #include "platform/linux/notifications/UserNotificationCenter.h"
+#include "platform/linux/photo/Layer.h"
 #include "platform/linux/storage/FileManager.h"
-#include "platform/linux/storage/KeyFileDefaults.h"
+#include "platform/linux/storage/UserDefaults.h"
 #include "platform/linux/ui/GraphicsProcessor.h"
 
 namespace platform_linux {
@@ -71,21 +71,21 @@ class LinuxPlatform {
   /// First of all: before there are threads.
   const ToolkitWithoutGraphicsProcessor toolkitSettings_;
   const ProgramIdentity identity_;
-  SystemLog log_;
-  MainLoopQueue mainQueue_;
+  Log log_;
+  MainQueue mainQueue_;
   RunLoop runLoop_;
   NotificationCenter notificationCenter_;
   /// Made before the rest, so that the cameras are known by the time somebody asks.
   std::unique_ptr<Cameras> cameras_;
   SessionBus bus_;
-  InstanceCount instances_;
+  RunningApplications instances_;
   Bundle bundle_;
-  SystemDate dates_;
+  Date dates_;
   FileManager files_;
-  KeyFileDefaults defaults_;
+  UserDefaults defaults_;
   Application application_;
   Windows windows_;
-  DesktopAppKit appKit_;
+  AppKit appKit_;
   Layers layers_;
   Workspace workspace_;
   UserNotificationCenter notifications_;

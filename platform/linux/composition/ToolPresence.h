@@ -4,7 +4,7 @@
 #include <string>
 
 #include "platform/Foundation/NSBundle.h"
-#include "platform/linux/application/SessionBus.h"
+#include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/tray/StatusNotifierItem.h"
 #include "platform/linux/tray/ToolInterface.h"
 

@@ -4,7 +4,7 @@
 
 #include <gio/gio.h>
 
-#include "platform/linux/application/GLibHandles.h"
+#include "platform/linux/base/GLibHandles.h"
 
 namespace platform_linux {
 namespace {

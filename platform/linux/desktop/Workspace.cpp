@@ -4,8 +4,8 @@
 #include <memory>
 #include <utility>
 
-#include "platform/linux/application/GLibHandles.h"
-#include "platform/linux/desktop/LateReply.h"
+#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/bus/LateReply.h"
 
 namespace platform_linux {
 namespace {

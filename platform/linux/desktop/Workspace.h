@@ -6,8 +6,8 @@
 #include <string>
 
 #include "platform/AppKit/NSWorkspace.h"
-#include "platform/linux/application/SessionBus.h"
-#include "platform/linux/desktop/TerminationHold.h"
+#include "platform/linux/bus/SessionBus.h"
+#include "platform/linux/bus/TerminationHold.h"
 
 namespace platform_linux {
 

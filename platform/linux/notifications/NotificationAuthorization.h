@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/Foundation/NSError.h"
-#include "platform/linux/application/SessionBus.h"
+#include "platform/linux/bus/SessionBus.h"
 
 namespace platform_linux {
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/linux/desktop/LateReply.h"
+#include "platform/linux/bus/LateReply.h"
 #include "platform/linux/notifications/NotificationServices.h"
 
 namespace platform_linux {

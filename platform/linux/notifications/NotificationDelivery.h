@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/linux/application/SessionBus.h"
+#include "platform/linux/bus/SessionBus.h"
 
 namespace platform_linux {
 

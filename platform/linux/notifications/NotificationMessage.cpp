@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/linux/application/NotificationActions.h"
+#include "platform/linux/notifications/NotificationActions.h"
 
 namespace platform_linux {
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "platform/UserNotifications/UNNotification.h"
-#include "platform/linux/application/GLibHandles.h"
+#include "platform/linux/base/GLibHandles.h"
 
 namespace platform_linux {
 

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "platform/linux/application/ApplicationInterface.h"
-#include "platform/linux/application/SessionBus.h"
+#include "platform/linux/bus/SessionBus.h"
 
 namespace platform_linux {
 

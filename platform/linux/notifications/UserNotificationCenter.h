@@ -8,8 +8,8 @@
 #include <string>
 
 #include "platform/UserNotifications/UNUserNotificationCenter.h"
-#include "platform/linux/application/SessionBus.h"
-#include "platform/linux/desktop/TerminationHold.h"
+#include "platform/linux/bus/SessionBus.h"
+#include "platform/linux/bus/TerminationHold.h"
 
 namespace platform_linux {
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <sys/types.h>
 
-#include "platform/linux/image/ByteSink.h"
-#include "platform/linux/storage/FileDescriptor.h"
+#include "picture/ByteSink.h"
+#include "platform/linux/base/FileDescriptor.h"
 
 namespace platform_linux {
 
@@ -18,7 +18,7 @@ namespace platform_linux {
 ///
 /// Whatever had the name is replaced in one step; a symbolic link of that name is replaced itself, what it
 /// leads to stays untouched. Any thread, one at a time; every operation may wait for the disk.
-class AtomicFile final : public ByteSink {
+class AtomicFile final : public picture::ByteSink {
  public:
   /// Starts a file that is to be called `path`, in a folder that exists. Without `mode` the process's umask
   /// decides who may read it, with one it gets exactly those permission bits. Nothing, and the cause's errno

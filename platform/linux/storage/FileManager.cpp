@@ -10,7 +10,7 @@
 
 #include <glib.h>
 
-#include "platform/linux/storage/FileDescriptor.h"
+#include "platform/linux/base/FileDescriptor.h"
 #include "platform/linux/storage/FileLock.h"
 #include "platform/linux/storage/PrivateFolders.h"
 

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "platform/Foundation/NSBundle.h"
-#include "platform/linux/application/SessionBus.h"
-#include "platform/linux/tray/ExportedInterface.h"
+#include "platform/linux/bus/ExportedInterface.h"
+#include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/tray/TrayMenu.h"
 
 namespace platform_linux {

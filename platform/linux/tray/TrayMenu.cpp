@@ -3,7 +3,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/linux/application/GLibHandles.h"
+#include "platform/linux/base/GLibHandles.h"
 
 namespace platform_linux {
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/tray/ExportedInterface.h"
+#include "platform/linux/bus/ExportedInterface.h"
 
 namespace platform_linux {
 

@@ -3,7 +3,7 @@
 #include <gtk/gtk.h>
 
 #include "platform/AppKit/NSNib.h"
-#include "platform/linux/ui/GObjectRef.h"
+#include "platform/linux/base/GObjectRef.h"
 
 namespace platform_linux {
 

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/linux/ui/DecodeThread.h"
+#include "platform/linux/base/DecodeThread.h"
 #include "platform/linux/ui/NibLoader.h"
 #include "platform/linux/ui/OpenPanel.h"
 #include "platform/linux/ui/UserInterface.h"

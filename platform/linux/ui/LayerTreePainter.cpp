@@ -5,7 +5,7 @@
 #include <set>
 #include <utility>
 
-#include "platform/linux/layers/PictureImage.h"
+#include "platform/linux/photo/PictureImage.h"
 #include "platform/linux/ui/MainLoop.h"
 
 namespace platform_linux {
@@ -23,16 +23,16 @@ void fill(GtkSnapshot* snapshot, const GdkRGBA& color, const platform::CGRect& b
   gtk_snapshot_append_color(snapshot, &color, &area);
 }
 
-PixelSize pixelSize(const platform::CGRect& bounds, int scale) {
+picture::PixelSize pixelSize(const platform::CGRect& bounds, int scale) {
   return {static_cast<int>(std::ceil(bounds.width * scale)),
           static_cast<int>(std::ceil(bounds.height * scale))};
 }
 
 /// Draws `texture` in the middle of the view, as large as the shape of `frame` fits, on whole pixels: a
 /// texture of that size is copied as it is.
-void drawFitted(GtkSnapshot* snapshot, const Texture& texture, const Frame& frame, PixelSize view,
-                int scale) {
-  const PixelSize fitted = aspectFit({frame.width, frame.height}, view);
+void drawFitted(GtkSnapshot* snapshot, const Texture& texture, const picture::Frame& frame,
+                picture::PixelSize view, int scale) {
+  const picture::PixelSize fitted = picture::aspectFit({frame.width, frame.height}, view);
   const auto logical = [scale](int pixels) { return static_cast<double>(pixels) / scale; };
   const graphene_rect_t area =
       rectangle(logical((view.width - fitted.width) / 2), logical((view.height - fitted.height) / 2),
@@ -125,7 +125,7 @@ void LayerTreePainter::takeNewestFrame() {
 
 void LayerTreePainter::drawLivePicture(GtkSnapshot* snapshot, const platform::CGRect& bounds, int scale) {
   fill(snapshot, kBlack, bounds);
-  const PixelSize view = pixelSize(bounds, scale);
+  const picture::PixelSize view = pixelSize(bounds, scale);
   setLivePictureCovered(isLivePictureCovered(bounds, view));
   if (covered_) return;
   if (bell_) takeNewestFrame();
@@ -141,14 +141,14 @@ void LayerTreePainter::setLivePictureCovered(bool covered) {
   listenToLivePicture();
 }
 
-bool LayerTreePainter::isLivePictureCovered(const platform::CGRect& bounds, PixelSize view) const {
+bool LayerTreePainter::isLivePictureCovered(const platform::CGRect& bounds, picture::PixelSize view) const {
   if (!live_) return false;
-  const PixelSize shown = aspectFit({live_->frame()->width, live_->frame()->height}, view);
+  const picture::PixelSize shown = picture::aspectFit({live_->frame()->width, live_->frame()->height}, view);
   const auto covers = [&](const std::shared_ptr<Layer>& layer) {
     const auto still = stills_.find(layer->contents().get());
     if (still == stills_.end() || !still->second->hasTexture() || layer->frame() != bounds) return false;
     const auto& frame = still->second->frame();
-    return aspectFit({frame->width, frame->height}, view) == shown;
+    return picture::aspectFit({frame->width, frame->height}, view) == shown;
   };
   return std::any_of(root_->sublayers().begin(), root_->sublayers().end(), covers);
 }
@@ -180,7 +180,7 @@ void LayerTreePainter::drawStill(GtkSnapshot* snapshot, const Layer& layer, int 
   PictureTexture* const still = stillOf(layer);
   if (!still || bounds.width <= 0 || bounds.height <= 0) return;
   const auto& picture = static_cast<const PictureImage&>(*layer.contents()).picture();
-  const PixelSize view = pixelSize(bounds, scale);
+  const picture::PixelSize view = pixelSize(bounds, scale);
   if (const Texture* const texture = still->draw(view, picture->mirrored()))
     drawFitted(snapshot, *texture, picture->frame(), view, scale);
 }

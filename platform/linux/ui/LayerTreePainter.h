@@ -7,8 +7,8 @@
 
 #include <gtk/gtk.h>
 
-#include "platform/linux/layers/Layer.h"
-#include "platform/linux/layers/LivePicture.h"
+#include "platform/linux/photo/Layer.h"
+#include "platform/linux/photo/LivePicture.h"
 #include "platform/linux/ui/PictureTexture.h"
 
 namespace platform_linux {
@@ -55,7 +55,7 @@ class LayerTreePainter {
   void listenToLivePicture();
   void stopListening();
   void setLivePictureCovered(bool covered);
-  bool isLivePictureCovered(const platform::CGRect& bounds, PixelSize view) const;
+  bool isLivePictureCovered(const platform::CGRect& bounds, picture::PixelSize view) const;
   void drawLayer(GtkSnapshot* snapshot, const Layer& layer, int scale);
   void drawLivePicture(GtkSnapshot* snapshot, const platform::CGRect& bounds, int scale);
   void drawStill(GtkSnapshot* snapshot, const Layer& layer, int scale);

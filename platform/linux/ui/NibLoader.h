@@ -4,7 +4,7 @@
 #include <string>
 
 #include "platform/AppKit/NSNib.h"
-#include "platform/linux/ui/DecodeThread.h"
+#include "platform/linux/base/DecodeThread.h"
 #include "platform/linux/ui/WindowFrames.h"
 #include "platform/linux/ui/WindowList.h"
 

@@ -12,9 +12,9 @@ PictureTexture::~PictureTexture() {
   *self_ = nullptr;
 }
 
-void PictureTexture::setFrame(std::shared_ptr<const Frame> frame) {
+void PictureTexture::setFrame(std::shared_ptr<const picture::Frame> frame) {
   frame_ = std::move(frame);
-  if (request_.view == PixelSize{}) onReady_();  // drawing will tell the size to decode for
+  if (request_.view == picture::PixelSize{}) onReady_();  // drawing will tell the size to decode for
   decodeIfNeeded();
 }
 
@@ -23,7 +23,7 @@ void PictureTexture::setDrawable(bool drawable) {
   decodeIfNeeded();
 }
 
-const Texture* PictureTexture::draw(PixelSize view, bool mirrored) {
+const Texture* PictureTexture::draw(picture::PixelSize view, bool mirrored) {
   request_ = {.view = view, .mirrored = mirrored, .mayEnlarge = !isDrawnByGraphicsProcessor()};
   awaitsDrawing_ = false;
   decodeIfNeeded();
@@ -35,11 +35,12 @@ bool PictureTexture::isUpToDate() const {
 }
 
 void PictureTexture::decodeIfNeeded() {
-  if (!drawable_ || decoding_ || awaitsDrawing_ || !frame_ || request_.view == PixelSize{} || isUpToDate())
+  if (!drawable_ || decoding_ || awaitsDrawing_ || !frame_ || request_.view == picture::PixelSize{} ||
+      isUpToDate())
     return;
   decoding_ = true;
   decodeThread_.post([self = self_, frame = frame_, request = request_, pool = pool_] {
-    auto picture = decodeForView(*frame, request, *pool);
+    auto picture = picture::decodeForView(*frame, request, *pool);
     std::shared_ptr<const Texture> texture;
     if (picture) texture = std::make_shared<Texture>(std::move(*picture), pool);
     postToMainLoop([self, frame, request, texture = std::move(texture)] {
@@ -48,7 +49,8 @@ void PictureTexture::decodeIfNeeded() {
   });
 }
 
-void PictureTexture::delivered(std::shared_ptr<const Frame> frame, const PictureRequest& request,
+void PictureTexture::delivered(std::shared_ptr<const picture::Frame> frame,
+                               const picture::PictureRequest& request,
                                std::shared_ptr<const Texture> texture) {
   decoding_ = false;
   decodedFrame_ = std::move(frame);

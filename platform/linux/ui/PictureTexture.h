@@ -3,8 +3,8 @@
 #include <functional>
 #include <memory>
 
-#include "platform/linux/ui/DecodeThread.h"
-#include "platform/linux/ui/PreviewDecoder.h"
+#include "picture/PreviewDecoder.h"
+#include "platform/linux/base/DecodeThread.h"
 #include "platform/linux/ui/Texture.h"
 
 namespace platform_linux {
@@ -22,8 +22,8 @@ class PictureTexture {
   PictureTexture& operator=(const PictureTexture&) = delete;
   ~PictureTexture();
 
-  void setFrame(std::shared_ptr<const Frame> frame);
-  const std::shared_ptr<const Frame>& frame() const { return frame_; }
+  void setFrame(std::shared_ptr<const picture::Frame> frame);
+  const std::shared_ptr<const picture::Frame>& frame() const { return frame_; }
 
   /// While it is not drawable nothing is decoded.
   void setDrawable(bool drawable);
@@ -38,25 +38,25 @@ class PictureTexture {
   /// The texture to draw now in a view of that size in pixels; null while there is none yet. It is mirrored
   /// already, and has the size that the picture takes in the view, or is smaller where a graphics processor
   /// enlarges it. Right after a change of the view's size it is still as the old one wanted it.
-  const Texture* draw(PixelSize view, bool mirrored);
+  const Texture* draw(picture::PixelSize view, bool mirrored);
 
  private:
   void decodeIfNeeded();
-  void delivered(std::shared_ptr<const Frame> frame, const PictureRequest& request,
+  void delivered(std::shared_ptr<const picture::Frame> frame, const picture::PictureRequest& request,
                  std::shared_ptr<const Texture> texture);
   bool isUpToDate() const;
 
   DecodeThread& decodeThread_;
   const std::function<void()> onReady_;
-  const std::shared_ptr<PixelBufferPool> pool_ = std::make_shared<PixelBufferPool>();
+  const std::shared_ptr<picture::PixelBufferPool> pool_ = std::make_shared<picture::PixelBufferPool>();
   /// What a job that is under way finds its way back by; empty once this object has gone.
   const std::shared_ptr<PictureTexture*> self_ = std::make_shared<PictureTexture*>(this);
 
-  std::shared_ptr<const Frame> frame_;
-  std::shared_ptr<const Frame> decodedFrame_;  ///< what texture_ shows, or what could not be decoded
-  PictureRequest decodedRequest_;              ///< and what for
+  std::shared_ptr<const picture::Frame> frame_;
+  std::shared_ptr<const picture::Frame> decodedFrame_;  ///< what texture_ shows, or what could not be decoded
+  picture::PictureRequest decodedRequest_;              ///< and what for
   std::shared_ptr<const Texture> texture_;
-  PictureRequest request_;
+  picture::PictureRequest request_;
   bool drawable_ = false;
   bool decoding_ = false;
   bool awaitsDrawing_ = false;

@@ -10,8 +10,8 @@ namespace {
 
 /// Pixels on loan: they go back to their pool when the last user is done with them.
 struct LentPixels {
-  std::shared_ptr<PixelBufferPool> pool;
-  PixelBufferPool::Buffer pixels;
+  std::shared_ptr<picture::PixelBufferPool> pool;
+  picture::PixelBufferPool::Buffer pixels;
 };
 
 void giveBack(gpointer lentPixels) noexcept {
@@ -19,11 +19,11 @@ void giveBack(gpointer lentPixels) noexcept {
   done->pool->giveBack(std::move(done->pixels));
 }
 
-int strideOf(PixelSize size) {
+int strideOf(picture::PixelSize size) {
   return size.width * 4;
 }
 
-GdkTexture* makeTexture(PixelSize size, std::unique_ptr<LentPixels> lent) {
+GdkTexture* makeTexture(picture::PixelSize size, std::unique_ptr<LentPixels> lent) {
   const auto& pixels = *lent->pixels;
   GBytes* const bytes = g_bytes_new_with_free_func(pixels.data(), pixels.size(), giveBack, lent.release());
   GdkTexture* const texture =
@@ -33,7 +33,7 @@ GdkTexture* makeTexture(PixelSize size, std::unique_ptr<LentPixels> lent) {
   return texture;
 }
 
-cairo_surface_t* makeImage(PixelSize size, std::unique_ptr<LentPixels> lent) {
+cairo_surface_t* makeImage(picture::PixelSize size, std::unique_ptr<LentPixels> lent) {
   static const cairo_user_data_key_t kLentPixels{};
   cairo_surface_t* const image = cairo_image_surface_create_for_data(lent->pixels->data(), CAIRO_FORMAT_RGB24,
                                                                      size.width, size.height, strideOf(size));
@@ -43,7 +43,8 @@ cairo_surface_t* makeImage(PixelSize size, std::unique_ptr<LentPixels> lent) {
   return image;
 }
 
-void appendImage(GtkSnapshot* snapshot, cairo_surface_t* image, PixelSize size, const graphene_rect_t& area) {
+void appendImage(GtkSnapshot* snapshot, cairo_surface_t* image, picture::PixelSize size,
+                 const graphene_rect_t& area) {
   cairo_t* const context = gtk_snapshot_append_cairo(snapshot, &area);
   cairo_translate(context, area.origin.x, area.origin.y);
   cairo_scale(context, area.size.width / size.width, area.size.height / size.height);
@@ -61,7 +62,8 @@ bool isDrawnByGraphicsProcessor() {
   return kHasOne;
 }
 
-Texture::Texture(DecodedPicture picture, std::shared_ptr<PixelBufferPool> pool) : size_(picture.size) {
+Texture::Texture(picture::DecodedPicture picture, std::shared_ptr<picture::PixelBufferPool> pool)
+    : size_(picture.size) {
   auto lent = std::make_unique<LentPixels>(LentPixels{std::move(pool), std::move(picture.pixels)});
   if (isDrawnByGraphicsProcessor())
     texture_ = GObjectRef<GdkTexture>::adopt(makeTexture(size_, std::move(lent)));

@@ -4,8 +4,8 @@
 
 #include <gtk/gtk.h>
 
-#include "platform/linux/ui/GObjectRef.h"
-#include "platform/linux/ui/PreviewDecoder.h"
+#include "picture/PreviewDecoder.h"
+#include "platform/linux/base/GObjectRef.h"
 
 namespace platform_linux {
 
@@ -19,9 +19,9 @@ bool isDrawnByGraphicsProcessor();
 class Texture {
  public:
   /// The pixels go back to `pool` when the last drawing that shows them has gone.
-  Texture(DecodedPicture picture, std::shared_ptr<PixelBufferPool> pool);
+  Texture(picture::DecodedPicture picture, std::shared_ptr<picture::PixelBufferPool> pool);
 
-  PixelSize size() const { return size_; }
+  picture::PixelSize size() const { return size_; }
   /// Draws it over `area`, opaque.
   void append(GtkSnapshot* snapshot, const graphene_rect_t& area) const;
 
@@ -30,7 +30,7 @@ class Texture {
     void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
   };
 
-  PixelSize size_;
+  picture::PixelSize size_;
   GObjectRef<GdkTexture> texture_;                          ///< for a graphics processor,
   std::unique_ptr<cairo_surface_t, SurfaceDeleter> image_;  ///< or this one
 };

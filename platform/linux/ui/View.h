@@ -6,9 +6,9 @@
 #include <gtk/gtk.h>
 
 #include "platform/AppKit/NSView.h"
-#include "platform/linux/layers/Layer.h"
-#include "platform/linux/ui/DecodeThread.h"
-#include "platform/linux/ui/GObjectRef.h"
+#include "platform/linux/base/DecodeThread.h"
+#include "platform/linux/base/GObjectRef.h"
+#include "platform/linux/photo/Layer.h"
 #include "platform/linux/ui/MainLoop.h"
 
 namespace platform_linux {

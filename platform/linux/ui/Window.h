@@ -7,7 +7,7 @@
 #include <gtk/gtk.h>
 
 #include "platform/AppKit/NSWindow.h"
-#include "platform/linux/ui/GObjectRef.h"
+#include "platform/linux/base/GObjectRef.h"
 #include "platform/linux/ui/MainLoop.h"
 #include "platform/linux/ui/Signals.h"
 #include "platform/linux/ui/WindowFrames.h"

@@ -2,7 +2,7 @@
 
 #include <gdk/x11/gdkx.h>
 
-#include "platform/linux/ui/GObjectRef.h"
+#include "platform/linux/base/GObjectRef.h"
 
 namespace platform_linux {
 namespace {

@@ -5,8 +5,8 @@
 #include <mutex>
 #include <utility>
 
-#include "platform/linux/layers/Layer.h"
-#include "platform/linux/layers/LivePicture.h"
+#include "platform/linux/photo/Layer.h"
+#include "platform/linux/photo/LivePicture.h"
 
 namespace ui_test {
 
@@ -21,7 +21,7 @@ class FakeCameraLayer : public platform_linux::Layer, public platform_linux::Liv
     if (!onFrame_) latest_ = nullptr;
   }
 
-  std::shared_ptr<const platform_linux::Frame> latestFrame() const override {
+  std::shared_ptr<const picture::Frame> latestFrame() const override {
     const std::lock_guard lock(mutex_);
     return latest_;
   }
@@ -29,7 +29,7 @@ class FakeCameraLayer : public platform_linux::Layer, public platform_linux::Liv
   bool mirrored() const override { return mirrored_; }
 
   /// As the camera does: from any thread.
-  void deliver(std::shared_ptr<const platform_linux::Frame> frame) {
+  void deliver(std::shared_ptr<const picture::Frame> frame) {
     const std::lock_guard lock(mutex_);
     latest_ = std::move(frame);
     if (onFrame_) onFrame_();
@@ -43,7 +43,7 @@ class FakeCameraLayer : public platform_linux::Layer, public platform_linux::Liv
  private:
   mutable std::mutex mutex_;
   std::function<void()> onFrame_;
-  std::shared_ptr<const platform_linux::Frame> latest_;
+  std::shared_ptr<const picture::Frame> latest_;
   const bool mirrored_;
 };
 

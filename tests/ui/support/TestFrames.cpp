@@ -14,15 +14,15 @@ namespace {
 
 class Photo : public platform_linux::PictureData {
  public:
-  Photo(std::shared_ptr<const platform_linux::Frame> frame, bool mirrored)
+  Photo(std::shared_ptr<const picture::Frame> frame, bool mirrored)
       : frame_(std::move(frame)), mirrored_(mirrored) {}
 
   bool writeToFile(const std::string&, bool) const override { return false; }
-  const platform_linux::Frame& frame() const override { return *frame_; }
+  const picture::Frame& frame() const override { return *frame_; }
   bool mirrored() const override { return mirrored_; }
 
  private:
-  const std::shared_ptr<const platform_linux::Frame> frame_;
+  const std::shared_ptr<const picture::Frame> frame_;
   const bool mirrored_;
 };
 
@@ -53,7 +53,7 @@ Rgb landscape(double x, double y) {
   return {70 + shade, 120 + shade, 60};
 }
 
-std::shared_ptr<platform_linux::Frame> jpegFrame(int width, int height, const Painter& painter) {
+std::shared_ptr<picture::Frame> jpegFrame(int width, int height, const Painter& painter) {
   jpeg_compress_struct encoder{};
   jpeg_error_mgr errors{};
   encoder.err = jpeg_std_error(&errors);
@@ -75,7 +75,7 @@ std::shared_ptr<platform_linux::Frame> jpegFrame(int width, int height, const Pa
   }
   jpeg_finish_compress(&encoder);
   jpeg_destroy_compress(&encoder);
-  auto frame = std::make_shared<platform_linux::Frame>();
+  auto frame = std::make_shared<picture::Frame>();
   frame->width = width;
   frame->height = height;
   frame->bytes.assign(bytes, bytes + size);
@@ -83,10 +83,10 @@ std::shared_ptr<platform_linux::Frame> jpegFrame(int width, int height, const Pa
   return frame;
 }
 
-std::shared_ptr<platform_linux::Frame> withoutHuffmanTables(const platform_linux::Frame& frame) {
+std::shared_ptr<picture::Frame> withoutHuffmanTables(const picture::Frame& frame) {
   constexpr std::uint8_t kHuffmanTables = 0xC4;
   constexpr std::uint8_t kStartOfScan = 0xDA;
-  auto stripped = std::make_shared<platform_linux::Frame>(frame);
+  auto stripped = std::make_shared<picture::Frame>(frame);
   auto& bytes = stripped->bytes;
   for (std::size_t at = 2; at + 3 < bytes.size() && bytes[at + 1] != kStartOfScan;) {
     const std::size_t length = 2 + std::size_t{bytes[at + 2]} * 256 + bytes[at + 3];
@@ -99,7 +99,7 @@ std::shared_ptr<platform_linux::Frame> withoutHuffmanTables(const platform_linux
   return stripped;
 }
 
-std::shared_ptr<const platform_linux::PictureData> photoOf(std::shared_ptr<const platform_linux::Frame> frame,
+std::shared_ptr<const platform_linux::PictureData> photoOf(std::shared_ptr<const picture::Frame> frame,
                                                            bool mirrored) {
   return std::make_shared<Photo>(std::move(frame), mirrored);
 }

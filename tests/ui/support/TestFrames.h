@@ -5,8 +5,8 @@
 #include <memory>
 #include <vector>
 
-#include "platform/linux/image/Frame.h"
-#include "platform/linux/image/PictureData.h"
+#include "picture/Frame.h"
+#include "platform/linux/photo/PictureData.h"
 
 namespace ui_test {
 
@@ -29,13 +29,13 @@ Rgb redLeftBlueRight(double x, double y);
 Rgb landscape(double x, double y);
 
 /// The picture as a camera's JPEG frame.
-std::shared_ptr<platform_linux::Frame> jpegFrame(int width, int height, const Painter& painter);
+std::shared_ptr<picture::Frame> jpegFrame(int width, int height, const Painter& painter);
 
 /// The same frame with its Huffman tables left out, as many cameras send it.
-std::shared_ptr<platform_linux::Frame> withoutHuffmanTables(const platform_linux::Frame& frame);
+std::shared_ptr<picture::Frame> withoutHuffmanTables(const picture::Frame& frame);
 
 /// A photo around a frame.
-std::shared_ptr<const platform_linux::PictureData> photoOf(std::shared_ptr<const platform_linux::Frame> frame,
+std::shared_ptr<const platform_linux::PictureData> photoOf(std::shared_ptr<const picture::Frame> frame,
                                                            bool mirrored);
 
 }  // namespace ui_test

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace picture {
+
+class ExifBlock;
+
+/// One marker segment of a JPEG stream's header (ITU-T T.81, Annex B).
+struct JpegSegment {
+  /// The marker's second byte: 0xE1 for APP1, 0xDA for the start of a scan.
+  std::uint8_t marker = 0;
+  /// Where the segment begins (its 0xFF byte) and how many bytes it takes, marker and length included.
+  std::size_t offset = 0;
+  std::size_t size = 0;
+  /// What follows the length field.
+  std::span<const std::uint8_t> payload;
+};
+
+/// The marker segments from behind the start-of-image marker up to and including the first start of scan, in
+/// file order. Nothing when the stream does not begin as a JPEG stream or ends, or goes wrong, before its
+/// first scan.
+[[nodiscard]] std::optional<std::vector<JpegSegment>> jpegHeaderSegments(std::span<const std::uint8_t> jpeg);
+
+/// Cheap test for a whole picture: well-formed header segments, a scan, and the end-of-image marker at the
+/// end (zero bytes behind it are allowed: cameras pad their buffers). Nothing is decoded.
+[[nodiscard]] bool isCompleteJpeg(std::span<const std::uint8_t> jpeg);
+
+/// The Exif block of a JPEG stream; nothing when there is none or it cannot be read.
+[[nodiscard]] std::optional<ExifBlock> exifOfJpeg(std::span<const std::uint8_t> jpeg);
+
+/// A copy of `jpeg` with `exif` as the first segment. An Exif segment that is already there is left out;
+/// every other byte stays as it is. Nothing when `jpeg` does not have a well-formed header.
+[[nodiscard]] std::optional<std::vector<std::uint8_t>> jpegWithExif(std::span<const std::uint8_t> jpeg,
+                                                                    const ExifBlock& exif);
+
+}  // namespace picture

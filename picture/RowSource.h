@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+namespace picture {
+
+/// The largest picture that is read or written, in pixels each way and in all. Both are far above any
+/// camera's and keep every product of sizes within 32 bits.
+inline constexpr std::uint32_t kMaximumPictureSide = 32767;
+inline constexpr std::uint64_t kMaximumPicturePixels = 100'000'000;
+
+/// Bytes of one RGB pixel, 8 bits a channel.
+inline constexpr std::size_t kBytesPerPixel = 3;
+
+/// True when a picture of this size is neither empty nor beyond the limits above.
+[[nodiscard]] constexpr bool isAcceptablePictureSize(std::uint64_t width, std::uint64_t height) noexcept {
+  return width > 0 && height > 0 && width <= kMaximumPictureSide && height <= kMaximumPictureSide &&
+         width * height <= kMaximumPicturePixels;
+}
+
+/// A picture of 8-bit RGB pixels that is delivered once, row by row from the top.
+/// One call at a time, but the calls may come from different threads.
+class RowSource {
+ public:
+  RowSource() = default;
+  RowSource(const RowSource&) = delete;
+  RowSource& operator=(const RowSource&) = delete;
+  virtual ~RowSource() = default;
+
+  /// Pixels in a row; constant over the life of the source.
+  [[nodiscard]] virtual std::uint32_t width() const noexcept = 0;
+  /// Rows in the picture; constant over the life of the source.
+  [[nodiscard]] virtual std::uint32_t height() const noexcept = 0;
+  /// Fills `rows` with the next rows, R G B R G B …, without padding between rows. Its size is a whole number
+  /// of rows, at most the number still to come. False on failure, after which the source is of no more use.
+  [[nodiscard]] virtual bool readRows(std::span<std::uint8_t> rows) noexcept = 0;
+  /// Why reading failed, for a log; empty as long as it did not.
+  [[nodiscard]] virtual std::string failure() const = 0;
+
+  /// Bytes in a row as delivered.
+  [[nodiscard]] std::size_t rowBytes() const noexcept { return width() * kBytesPerPixel; }
+};
+
+}  // namespace picture

@@ -1,0 +1,42 @@
+#include "picture/png/PngWriter.h"
+
+#include <algorithm>
+#include <new>
+#include <thread>
+
+#include "picture/png/PngChunks.h"
+#include "picture/png/PngPipeline.h"
+
+namespace picture {
+namespace {
+
+// More threads than this are kept waiting by the decoder.
+constexpr unsigned kUsefulThreads = 2;
+
+unsigned chooseThreads(const PngOptions& options) {
+  if (options.threads != 0) return options.threads;
+  return std::clamp(std::thread::hardware_concurrency(), 1U, kUsefulThreads);
+}
+
+PngResult writeAll(RowSource& source, const PngMetadata& metadata, ByteSink& sink,
+                   const PngOptions& options) {
+  PngPipeline pipeline(source, sink, chooseThreads(options));
+  if (!sink.write(pngBeginning(source.width(), source.height(), metadata))) return PngResult::kSinkFailed;
+  const PngResult result = pipeline.run();
+  if (result != PngResult::kWritten) return result;
+  return sink.write(pngEnd(pipeline.adler())) ? PngResult::kWritten : PngResult::kSinkFailed;
+}
+
+}  // namespace
+
+PngResult writePng(RowSource& source, const PngMetadata& metadata, ByteSink& sink,
+                   const PngOptions& options) noexcept {
+  if (!isAcceptablePictureSize(source.width(), source.height())) return PngResult::kSourceFailed;
+  try {
+    return writeAll(source, metadata, sink, options);
+  } catch (const std::bad_alloc&) {
+    return PngResult::kOutOfMemory;
+  }
+}
+
+}  // namespace picture

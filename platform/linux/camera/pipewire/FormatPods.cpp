@@ -1,0 +1,181 @@
+#include "platform/linux/camera/pipewire/FormatPods.h"
+
+#include <array>
+#include <compare>
+#include <cstdint>
+#include <utility>
+
+#include <spa/param/format.h>
+#include <spa/param/video/color.h>
+#include <spa/param/video/format-utils.h>
+#include <spa/pod/iter.h>
+
+namespace platform_linux {
+namespace {
+
+/// Upper ends of ranges beyond these are a program's "anything", not a sensor's.
+constexpr std::uint32_t kLargestSide = 8192;
+constexpr FrameRate kFastestRate{120, 1};
+/// The tallest picture of standard definition (ITU-R BT.601, 625-line systems).
+constexpr std::uint32_t kStandardDefinitionLines = 576;
+
+constexpr std::array kRawFormats{
+    std::pair{SPA_VIDEO_FORMAT_YUY2, picture::PixelFormat::YUY2},
+    std::pair{SPA_VIDEO_FORMAT_UYVY, picture::PixelFormat::UYVY},
+    std::pair{SPA_VIDEO_FORMAT_NV12, picture::PixelFormat::NV12},
+    std::pair{SPA_VIDEO_FORMAT_I420, picture::PixelFormat::I420},
+    std::pair{SPA_VIDEO_FORMAT_RGB, picture::PixelFormat::RGB},
+    std::pair{SPA_VIDEO_FORMAT_BGR, picture::PixelFormat::BGR},
+    std::pair{SPA_VIDEO_FORMAT_RGBx, picture::PixelFormat::RGBx},
+    std::pair{SPA_VIDEO_FORMAT_BGRx, picture::PixelFormat::BGRx},
+};
+
+std::optional<picture::PixelFormat> pixelFormatOfSpa(std::uint32_t format) {
+  for (const auto& [spa, ours] : kRawFormats)
+    if (static_cast<std::uint32_t>(spa) == format) return ours;
+  return {};
+}
+
+std::uint32_t spaOfPixelFormat(picture::PixelFormat format) {
+  for (const auto& [spa, ours] : kRawFormats)
+    if (ours == format) return spa;
+  return SPA_VIDEO_FORMAT_UNKNOWN;
+}
+
+// The values of a property, whatever kind of choice it is. `T` must be the type of its values.
+template <typename T>
+struct Choice {
+  bool isRange = false;
+  std::vector<T> values;  // of a range: the preferred one, the smallest, the largest
+};
+
+template <typename T>
+Choice<T> choiceOf(const spa_pod* object, std::uint32_t key, std::uint32_t type) {
+  const spa_pod_prop* property = spa_pod_find_prop(object, nullptr, key);
+  if (!property) return {};
+  std::uint32_t count = 0;
+  std::uint32_t kind = SPA_CHOICE_None;
+  const spa_pod* values = spa_pod_get_values(&property->value, &count, &kind);
+  if (values->type != type || values->size != sizeof(T) || count == 0) return {};
+  const T* first = static_cast<const T*>(SPA_POD_BODY_CONST(values));
+  Choice<T> choice;
+  choice.isRange = (kind == SPA_CHOICE_Range || kind == SPA_CHOICE_Step) && count >= 3;
+  // An enumeration repeats its preferred value in front of all of them.
+  if (kind == SPA_CHOICE_Enum && count > 1)
+    choice.values.assign(first + 1, first + count);
+  else if (choice.isRange || kind == SPA_CHOICE_Enum)
+    choice.values.assign(first, first + count);
+  else
+    choice.values.assign(first, first + 1);
+  return choice;
+}
+
+std::vector<picture::PixelFormat> formatsOf(const spa_pod* pod) {
+  const auto mediaType = choiceOf<std::uint32_t>(pod, SPA_FORMAT_mediaType, SPA_TYPE_Id);
+  const auto subtype = choiceOf<std::uint32_t>(pod, SPA_FORMAT_mediaSubtype, SPA_TYPE_Id);
+  if (mediaType.values.empty() || subtype.values.empty()) return {};
+  if (mediaType.values[0] != SPA_MEDIA_TYPE_video) return {};
+  if (subtype.values[0] == SPA_MEDIA_SUBTYPE_mjpg) return {picture::PixelFormat::MJPG};
+  if (subtype.values[0] != SPA_MEDIA_SUBTYPE_raw) return {};
+  // Buffers of the graphics processor, whose layout the modifier tells, cannot be read here.
+  const spa_pod_prop* modifier = spa_pod_find_prop(pod, nullptr, SPA_FORMAT_VIDEO_modifier);
+  if (modifier && (modifier->flags & SPA_POD_PROP_FLAG_MANDATORY)) return {};
+  std::vector<picture::PixelFormat> formats;
+  for (const auto spa : choiceOf<std::uint32_t>(pod, SPA_FORMAT_VIDEO_format, SPA_TYPE_Id).values)
+    if (const auto format = pixelFormatOfSpa(spa)) formats.push_back(*format);
+  return formats;
+}
+
+std::vector<spa_rectangle> sizesOf(const spa_pod* pod) {
+  const auto choice = choiceOf<spa_rectangle>(pod, SPA_FORMAT_VIDEO_size, SPA_TYPE_Rectangle);
+  if (!choice.isRange) return choice.values;
+  std::vector<spa_rectangle> sizes{choice.values[0]};
+  const spa_rectangle largest = choice.values[2];
+  if (largest.width <= kLargestSide && largest.height <= kLargestSide) sizes.push_back(largest);
+  return sizes;
+}
+
+FrameRate rateOf(const spa_fraction& fraction) {
+  if (fraction.num == 0 || fraction.denom == 0) return {};
+  return {fraction.num, fraction.denom};
+}
+
+std::vector<FrameRate> ratesOf(const spa_pod* pod) {
+  const auto choice = choiceOf<spa_fraction>(pod, SPA_FORMAT_VIDEO_framerate, SPA_TYPE_Fraction);
+  if (choice.values.empty()) return {FrameRate{}};
+  std::vector<FrameRate> rates;
+  if (choice.isRange) {
+    rates.push_back(rateOf(choice.values[0]));
+    const FrameRate fastest = rateOf(choice.values[2]);
+    if (fastest.stated() && std::is_lteq(compareRates(fastest, kFastestRate))) rates.push_back(fastest);
+  } else {
+    for (const auto& fraction : choice.values)
+      rates.push_back(rateOf(fraction));
+  }
+  return rates;
+}
+
+picture::ColorMatrix matrixOf(std::uint32_t stated, std::uint32_t height) {
+  switch (stated) {
+    case SPA_VIDEO_COLOR_MATRIX_BT601:
+      return picture::ColorMatrix::BT601;
+    case SPA_VIDEO_COLOR_MATRIX_BT709:
+      return picture::ColorMatrix::BT709;
+    default:
+      return height <= kStandardDefinitionLines ? picture::ColorMatrix::BT601 : picture::ColorMatrix::BT709;
+  }
+}
+
+}  // namespace
+
+std::vector<CameraMode> modesOfFormatPod(const spa_pod* pod) {
+  if (!pod || !spa_pod_is_object_type(pod, SPA_TYPE_OBJECT_Format)) return {};
+  std::vector<CameraMode> modes;
+  for (const auto format : formatsOf(pod))
+    for (const auto& size : sizesOf(pod))
+      for (const auto& rate : ratesOf(pod))
+        if (size.width != 0 && size.height != 0) modes.push_back({format, size.width, size.height, rate});
+  return modes;
+}
+
+const spa_pod* formatPodOfMode(const CameraMode& mode, spa_pod_builder& builder) {
+  const bool isJpeg = mode.format == picture::PixelFormat::MJPG;
+  spa_pod_frame object{};
+  spa_pod_builder_push_object(&builder, &object, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat);
+  spa_pod_builder_prop(&builder, SPA_FORMAT_mediaType, 0);
+  spa_pod_builder_id(&builder, SPA_MEDIA_TYPE_video);
+  spa_pod_builder_prop(&builder, SPA_FORMAT_mediaSubtype, 0);
+  spa_pod_builder_id(&builder, isJpeg ? SPA_MEDIA_SUBTYPE_mjpg : SPA_MEDIA_SUBTYPE_raw);
+  if (!isJpeg) {
+    spa_pod_builder_prop(&builder, SPA_FORMAT_VIDEO_format, 0);
+    spa_pod_builder_id(&builder, spaOfPixelFormat(mode.format));
+  }
+  spa_pod_builder_prop(&builder, SPA_FORMAT_VIDEO_size, 0);
+  spa_pod_builder_rectangle(&builder, mode.width, mode.height);
+  if (mode.rate.stated()) {
+    spa_pod_builder_prop(&builder, SPA_FORMAT_VIDEO_framerate, 0);
+    spa_pod_builder_fraction(&builder, mode.rate.numerator, mode.rate.denominator);
+  }
+  return static_cast<const spa_pod*>(spa_pod_builder_pop(&builder, &object));
+}
+
+std::optional<AgreedFormat> agreedFormatOfPod(const spa_pod* pod) {
+  std::uint32_t mediaType = 0;
+  std::uint32_t subtype = 0;
+  if (spa_format_parse(pod, &mediaType, &subtype) < 0 || mediaType != SPA_MEDIA_TYPE_video) return {};
+  if (subtype == SPA_MEDIA_SUBTYPE_mjpg) {
+    spa_video_info_mjpg info{};
+    if (spa_format_video_mjpg_parse(pod, &info) < 0) return {};
+    return AgreedFormat{picture::PixelFormat::MJPG, info.size.width, info.size.height};
+  }
+  spa_video_info_raw info{};
+  if (subtype != SPA_MEDIA_SUBTYPE_raw || spa_format_video_raw_parse(pod, &info) < 0) return {};
+  const auto format = pixelFormatOfSpa(info.format);
+  if (!format) return {};
+  return AgreedFormat{*format, info.size.width, info.size.height,
+                      matrixOf(info.color_matrix, info.size.height),
+                      info.color_range == SPA_VIDEO_COLOR_RANGE_0_255 ? picture::ColorRange::Full
+                                                                      : picture::ColorRange::Limited};
+}
+
+}  // namespace platform_linux

@@ -1,0 +1,138 @@
+#include "platform/linux/camera/pipewire/FrameBuffer.h"
+
+#include <algorithm>
+
+#include <spa/buffer/meta.h>
+
+#include "picture/JpegMarkers.h"
+
+namespace platform_linux {
+namespace {
+
+// How an uncompressed format lies in memory. `strideDivisor` is against the first plane's.
+struct PlaneShape {
+  std::size_t rowBytes = 0;
+  std::size_t rows = 0;
+  std::size_t strideDivisor = 1;
+};
+
+std::vector<PlaneShape> planeShapes(const AgreedFormat& format) {
+  const std::size_t width = format.width;
+  const std::size_t height = format.height;
+  const std::size_t evenWidth = (width + 1) / 2 * 2;
+  const std::size_t halfHeight = (height + 1) / 2;
+  switch (format.format) {
+    case picture::PixelFormat::YUY2:
+    case picture::PixelFormat::UYVY:
+      return {{evenWidth * 2, height}};
+    case picture::PixelFormat::NV12:
+      return {{evenWidth, height}, {evenWidth, halfHeight}};
+    case picture::PixelFormat::I420:
+      return {{evenWidth, height}, {evenWidth / 2, halfHeight, 2}, {evenWidth / 2, halfHeight, 2}};
+    case picture::PixelFormat::RGB:
+    case picture::PixelFormat::BGR:
+      return {{width * 3, height}};
+    case picture::PixelFormat::RGBx:
+    case picture::PixelFormat::BGRx:
+      return {{width * 4, height}};
+    case picture::PixelFormat::MJPG:
+      break;
+  }
+  return {};
+}
+
+// The filled part of one block of memory; what the camera states is not trusted to lie inside it.
+std::span<const std::uint8_t> filledBytes(const spa_data& data) {
+  if (!data.data || !data.chunk) return {};
+  const std::uint32_t offset = std::min(data.chunk->offset, data.maxsize);
+  const std::uint32_t size = std::min(data.chunk->size, data.maxsize - offset);
+  return {static_cast<const std::uint8_t*>(data.data) + offset, size};
+}
+
+bool isMarkedUnusable(const spa_buffer& buffer) {
+  const auto* header = static_cast<const spa_meta_header*>(
+      spa_buffer_find_meta_data(&buffer, SPA_META_Header, sizeof(spa_meta_header)));
+  if (header && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED)) return true;
+  return (buffer.datas[0].chunk->flags & SPA_CHUNK_FLAG_CORRUPTED) != 0;
+}
+
+}  // namespace
+
+std::optional<FrameBuffer> FrameBuffer::wholePicture(const spa_buffer& buffer, const AgreedFormat& format) {
+  if (buffer.n_datas == 0 || filledBytes(buffer.datas[0]).empty() || isMarkedUnusable(buffer)) return {};
+  FrameBuffer picture(format);
+  if (format.format == picture::PixelFormat::MJPG) {
+    picture.planes_[0].bytes = filledBytes(buffer.datas[0]);
+    if (!picture::isCompleteJpeg(picture.planes_[0].bytes)) return {};
+    return picture;
+  }
+  if (!picture.findPlanes(buffer)) return {};
+  return picture;
+}
+
+bool FrameBuffer::findPlanes(const spa_buffer& buffer) {
+  const auto shapes = planeShapes(format_);
+  planeCount_ = shapes.size();
+  // Most cameras put all planes into one block of memory, one after the other; some use a block a plane.
+  const bool blockAPlane = planeCount_ > 1 && buffer.n_datas >= planeCount_;
+  std::span<const std::uint8_t> rest = filledBytes(buffer.datas[0]);
+  const std::int32_t statedStride = buffer.datas[0].chunk->stride;
+  const std::size_t firstStride =
+      statedStride > 0 ? static_cast<std::size_t>(statedStride) : shapes[0].rowBytes;
+
+  for (std::size_t i = 0; i < planeCount_; ++i) {
+    const PlaneShape& shape = shapes[i];
+    Plane& plane = planes_[i];
+    plane.rowBytes = shape.rowBytes;
+    plane.rows = shape.rows;
+    plane.copyStride = firstStride / shape.strideDivisor;
+    plane.stride = plane.copyStride;
+    if (blockAPlane) {
+      rest = filledBytes(buffer.datas[i]);
+      const std::int32_t ownStride = buffer.datas[i].chunk ? buffer.datas[i].chunk->stride : 0;
+      if (ownStride > 0) plane.stride = static_cast<std::size_t>(ownStride);
+    }
+    if (plane.stride < plane.rowBytes || plane.copyStride < plane.rowBytes || plane.rows == 0) return false;
+    // The last row may come without its padding.
+    if (rest.size() < plane.stride * (plane.rows - 1) + plane.rowBytes) return false;
+    plane.bytes = rest.first(std::min(rest.size(), plane.stride * plane.rows));
+    rest = rest.subspan(plane.bytes.size());
+  }
+  return true;
+}
+
+std::shared_ptr<picture::Frame> FrameBuffer::copy(std::uint64_t sequence) const {
+  auto frame = std::make_shared<picture::Frame>();
+  frame->format = format_.format;
+  frame->width = static_cast<int>(format_.width);
+  frame->height = static_cast<int>(format_.height);
+  frame->stride = static_cast<int>(planes_[0].copyStride);
+  frame->matrix = format_.matrix;
+  frame->range = format_.range;
+  frame->captured = std::chrono::system_clock::now();
+  frame->sequence = sequence;
+  if (planeCount_ == 1) {
+    frame->bytes.assign(planes_[0].bytes.begin(), planes_[0].bytes.end());
+    frame->bytes.resize(std::max(frame->bytes.size(), planes_[0].copyStride * planes_[0].rows));
+    return frame;
+  }
+  for (std::size_t i = 0; i < planeCount_; ++i)
+    appendPlane(planes_[i], frame->bytes);
+  return frame;
+}
+
+void FrameBuffer::appendPlane(const Plane& plane, std::vector<std::uint8_t>& bytes) {
+  const std::size_t end = bytes.size() + plane.copyStride * plane.rows;
+  if (plane.stride == plane.copyStride) {
+    bytes.insert(bytes.end(), plane.bytes.begin(), plane.bytes.end());
+  } else {
+    for (std::size_t row = 0; row < plane.rows; ++row) {
+      const auto pixels = plane.bytes.subspan(row * plane.stride, plane.rowBytes);
+      bytes.insert(bytes.end(), pixels.begin(), pixels.end());
+      bytes.resize(bytes.size() + plane.copyStride - plane.rowBytes);
+    }
+  }
+  bytes.resize(end);
+}
+
+}  // namespace platform_linux

@@ -1,0 +1,133 @@
+#include "platform/linux/camera/pipewire/FrameStream.h"
+
+#include <array>
+#include <cerrno>
+#include <string>
+#include <utility>
+
+#include <spa/buffer/meta.h>
+#include <spa/param/buffers.h>
+#include <spa/pod/builder.h>
+
+#include "platform/linux/camera/pipewire/ErrorMessage.h"
+
+namespace platform_linux {
+namespace {
+
+/// Room for the few small parameters that a stream states.
+constexpr std::size_t kParameterBytes = 1024;
+
+/// How many buffers are asked for: enough that a late turn of the loop costs no frame, few enough that a 4K
+/// camera need not lay out tens of megabytes.
+constexpr int kBuffers = 4;
+constexpr int kFewestBuffers = 2;
+constexpr int kMostBuffers = 8;
+
+pw_properties* streamProperties(std::uint64_t serial) {
+  // Handed over to the stream.
+  return pw_properties_new(PW_KEY_MEDIA_TYPE, "Video", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_MEDIA_ROLE,
+                           "Camera", PW_KEY_TARGET_OBJECT, std::to_string(serial).c_str(),
+                           PW_KEY_NODE_DONT_RECONNECT, "true", nullptr);
+}
+
+const spa_pod* buffersParameter(spa_pod_builder& builder) {
+  spa_pod_frame object{};
+  spa_pod_builder_push_object(&builder, &object, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers);
+  spa_pod_builder_add(&builder, SPA_PARAM_BUFFERS_buffers,
+                      SPA_POD_CHOICE_RANGE_Int(kBuffers, kFewestBuffers, kMostBuffers),
+                      SPA_PARAM_BUFFERS_dataType,
+                      SPA_POD_CHOICE_FLAGS_Int((1 << SPA_DATA_MemFd) | (1 << SPA_DATA_MemPtr)), 0);
+  return static_cast<const spa_pod*>(spa_pod_builder_pop(&builder, &object));
+}
+
+const spa_pod* headerParameter(spa_pod_builder& builder) {
+  spa_pod_frame object{};
+  spa_pod_builder_push_object(&builder, &object, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta);
+  spa_pod_builder_add(&builder, SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Header), SPA_PARAM_META_size,
+                      SPA_POD_Int(static_cast<int>(sizeof(spa_meta_header))), 0);
+  return static_cast<const spa_pod*>(spa_pod_builder_pop(&builder, &object));
+}
+
+}  // namespace
+
+const pw_stream_events& FrameStream::events() {
+  static const pw_stream_events table = [] {
+    pw_stream_events events{};
+    events.version = PW_VERSION_STREAM_EVENTS;
+    events.state_changed = [](void* self, pw_stream_state, pw_stream_state state,
+                              const char* message) noexcept {
+      static_cast<FrameStream*>(self)->onStateChanged(state, message);
+    };
+    events.param_changed = [](void* self, std::uint32_t id, const spa_pod* parameter) noexcept {
+      if (id == SPA_PARAM_Format) static_cast<FrameStream*>(self)->onFormatAgreed(parameter);
+    };
+    events.process = [](void* self) noexcept { static_cast<FrameStream*>(self)->onBuffersReady(); };
+    return events;
+  }();
+  return table;
+}
+
+FrameStream::FrameStream(pw_core* core, std::uint64_t serial, const CameraMode& mode, Client& client)
+    : client_(client) {
+  stream_ = pw_stream_new(core, "Camera picture", streamProperties(serial));
+  if (!stream_) {
+    end(errno);
+    return;
+  }
+  pw_stream_add_listener(stream_, &listener_, &events(), this);
+  connect(mode);
+}
+
+FrameStream::~FrameStream() {
+  if (!stream_) return;
+  spa_hook_remove(&listener_);
+  pw_stream_destroy(stream_);
+}
+
+void FrameStream::connect(const CameraMode& mode) {
+  std::array<std::uint8_t, kParameterBytes> memory{};
+  spa_pod_builder builder{};
+  spa_pod_builder_init(&builder, memory.data(), memory.size());
+  const spa_pod* format = formatPodOfMode(mode, builder);
+  // Without a flag for real-time processing the buffers come on the loop's own thread.
+  const auto flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS |
+                                                  PW_STREAM_FLAG_DONT_RECONNECT);
+  const int result = pw_stream_connect(stream_, PW_DIRECTION_INPUT, PW_ID_ANY, flags, &format, 1);
+  if (result < 0) end(-result);
+}
+
+void FrameStream::onStateChanged(pw_stream_state state, const char* message) noexcept {
+  if (state == PW_STREAM_STATE_ERROR) end(errorNumberOfMessage(message ? message : ""));
+  // The stream leaves the camera by itself only when the camera leaves.
+  if (state == PW_STREAM_STATE_UNCONNECTED) end(ENODEV);
+}
+
+void FrameStream::onFormatAgreed(const spa_pod* format) noexcept {
+  format_ = format ? agreedFormatOfPod(format) : std::nullopt;
+  if (!format_) return;
+  std::array<std::uint8_t, kParameterBytes> memory{};
+  spa_pod_builder builder{};
+  spa_pod_builder_init(&builder, memory.data(), memory.size());
+  std::array parameters{buffersParameter(builder), headerParameter(builder)};
+  pw_stream_update_params(stream_, parameters.data(), static_cast<std::uint32_t>(parameters.size()));
+}
+
+void FrameStream::onBuffersReady() noexcept {
+  // The buffer goes back at once: a camera whose buffers are held starves.
+  while (pw_buffer* buffer = pw_stream_dequeue_buffer(stream_)) {
+    examine(*buffer->buffer);
+    pw_stream_queue_buffer(stream_, buffer);
+  }
+}
+
+void FrameStream::examine(const spa_buffer& buffer) {
+  if (!format_ || hasEnded_) return;
+  if (const auto picture = FrameBuffer::wholePicture(buffer, *format_)) client_.pictureArrived(*picture);
+}
+
+void FrameStream::end(int error) {
+  if (std::exchange(hasEnded_, true)) return;
+  client_.streamEnded(error);
+}
+
+}  // namespace platform_linux

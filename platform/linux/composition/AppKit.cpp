@@ -1,0 +1,29 @@
+#include "platform/linux/composition/AppKit.h"
+
+#include <utility>
+
+#include "platform/linux/desktop/Sound.h"
+#include "platform/linux/photo/BitmapImageRep.h"
+
+namespace platform_linux {
+
+std::shared_ptr<platform::NSBitmapImageRep> AppKit::imageRepWithData(
+    const std::shared_ptr<platform::NSData>& data) {
+  return BitmapImageRep::imageRepWithData(data, log_);
+}
+
+std::shared_ptr<platform::NSImage> AppKit::imageNamed(const std::string& name) {
+  return windows_.get() ? windows_.get()->imageNamed(name) : nullptr;
+}
+
+std::unique_ptr<platform::NSNib> AppKit::loadNibNamed(const std::string& name, platform::NSActions actions) {
+  if (windows_.get()) return windows_.get()->loadNibNamed(name, std::move(actions));
+  log_.log("Cannot show " + name + ": there is no display.");
+  return nullptr;
+}
+
+std::shared_ptr<platform::NSSound> AppKit::soundWithContentsOfFile(const std::string& file, bool) {
+  return file.ends_with("/Grab.aif") ? std::make_shared<Sound>("camera-shutter") : nullptr;
+}
+
+}  // namespace platform_linux

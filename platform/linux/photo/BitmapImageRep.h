@@ -1,0 +1,30 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/AppKit/NSBitmapImageRep.h"
+#include "platform/Foundation/NSLog.h"
+#include "platform/linux/photo/PictureData.h"
+
+namespace platform_linux {
+
+/// A captured photo as a bitmap. Its pixels are made when somebody needs them, and then only as many as are
+/// needed.
+class BitmapImageRep : public platform::NSBitmapImageRep {
+ public:
+  /// Nothing when `data` is no captured photo or its bytes do not begin a picture. `log` outlives the result.
+  static std::shared_ptr<BitmapImageRep> imageRepWithData(const std::shared_ptr<platform::NSData>& data,
+                                                          platform::NSLog& log);
+
+  std::shared_ptr<platform::CGImage> cgImage() const override;
+  std::shared_ptr<platform::NSData> representationUsingType(
+      platform::NSBitmapImageFileType type) const override;
+
+ private:
+  BitmapImageRep(std::shared_ptr<const PictureData> picture, platform::NSLog& log);
+
+  const std::shared_ptr<const PictureData> picture_;
+  platform::NSLog& log_;
+};
+
+}  // namespace platform_linux

@@ -1,0 +1,51 @@
+#include "platform/linux/photo/PngPhoto.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "picture/png/PngWriter.h"
+#include "platform/linux/photo/PictureRows.h"
+#include "platform/linux/storage/AtomicFile.h"
+
+namespace platform_linux {
+namespace {
+
+std::string errorText(int error) {
+  return std::generic_category().message(error);
+}
+
+}  // namespace
+
+PngPhoto::PngPhoto(std::shared_ptr<const PictureData> picture, platform::NSLog& log)
+    : picture_(std::move(picture)), log_(log) {}
+
+bool PngPhoto::writeToFile(const std::string& path, bool) const {
+  const std::string why = whyNotWritten(path);
+  if (!why.empty()) log_.log("Cannot save " + path + ": " + why);
+  removeLeftovers(std::filesystem::path(path).parent_path());
+  return why.empty();
+}
+
+std::string PngPhoto::whyNotWritten(const std::string& path) const {
+  std::string failure;
+  const auto rows = openRows(*picture_, failure);
+  if (!rows) return failure;
+  int error = 0;
+  const auto file = AtomicFile::open(path, error);
+  if (!file) return errorText(error);
+  switch (picture::writePng(*rows, {.captureTime = picture_->frame().captured}, *file)) {
+    case picture::PngResult::kWritten:
+      return file->commit() ? "" : errorText(file->error());
+    case picture::PngResult::kSourceFailed:
+      return rows->failure();
+    case picture::PngResult::kSinkFailed:
+      return errorText(file->error());
+    case picture::PngResult::kOutOfMemory:
+      break;
+  }
+  return errorText(ENOMEM);
+}
+
+}  // namespace platform_linux

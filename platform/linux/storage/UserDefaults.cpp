@@ -1,0 +1,160 @@
+#include "platform/linux/storage/UserDefaults.h"
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <chrono>
+#include <ctime>
+#include <fcntl.h>
+#include <filesystem>
+#include <span>
+#include <sys/stat.h>
+#include <system_error>
+#include <utility>
+
+#include "platform/linux/base/FileDescriptor.h"
+#include "platform/linux/storage/AtomicFile.h"
+#include "platform/linux/storage/FileLock.h"
+#include "platform/linux/storage/KeyFileText.h"
+#include "platform/linux/storage/PrivateFolders.h"
+
+namespace platform_linux {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// How long a chain of links is followed, as the kernel does (path_resolution(7)).
+constexpr int kMostLinks = 40;
+
+/// How long a write waits for others, which hold the lock for some milliseconds.
+constexpr std::chrono::milliseconds kLockPatience{250};
+
+/// The file behind `path`, whether it exists or not: the end of the links.
+std::string linkTarget(const std::string& path) {
+  fs::path target = path;
+  std::error_code none;
+  for (int i = 0; i < kMostLinks && fs::is_symlink(target, none); ++i)
+    target = target.parent_path() / fs::read_symlink(target, none);
+  return target;
+}
+
+std::string nowForFileName() {
+  const std::time_t now = std::time(nullptr);
+  std::tm parts{};
+  ::localtime_r(&now, &parts);
+  std::array<char, 32> text{};
+  return {text.data(), std::strftime(text.data(), text.size(), "%Y%m%d-%H%M%S", &parts)};
+}
+
+}  // namespace
+
+UserDefaults::UserDefaults(std::string path, std::string group, platform::NSLog& log)
+    : path_(std::move(path)), group_(std::move(group)), log_(log), file_(load()) {
+  if (!file_) file_.reset(g_key_file_new());
+}
+
+UserDefaults::~UserDefaults() = default;
+
+GKeyFileHandle UserDefaults::load() const {
+  GKeyFileHandle file(g_key_file_new());
+  GErrorHandle error;
+  const std::string target = linkTarget(path_);
+  if (g_key_file_load_from_file(file.get(), target.c_str(), G_KEY_FILE_KEEP_COMMENTS, error.out()))
+    return file;
+  const GError* const why = error.get();
+  if (g_error_matches(why, G_FILE_ERROR, G_FILE_ERROR_NOENT)) return file;
+  const bool damaged =
+      why->domain == G_KEY_FILE_ERROR || g_error_matches(why, G_FILE_ERROR, G_FILE_ERROR_ACCES);
+  if (damaged && setAside(target, error.message())) return GKeyFileHandle(g_key_file_new());
+  log_.log("The settings in " + target + " are not used and not changed: " + error.message());
+  return nullptr;
+}
+
+bool UserDefaults::setAside(const std::string& target, const std::string& why) const {
+  const std::string aside = target + ".damaged-" + nowForFileName();
+  if (::rename(target.c_str(), aside.c_str()) != 0) return false;
+  log_.log("The settings in " + target + " could not be used (" + why + "); they are kept in " + aside);
+  return true;
+}
+
+std::optional<std::string> UserDefaults::value(const std::string& key) const {
+  const std::scoped_lock lock(mutex_);
+  const GStringHandle found(g_key_file_get_value(file_.get(), group_.c_str(), key.c_str(), nullptr));
+  return found ? std::optional(unescapeKeyFileText(found.get())) : std::nullopt;
+}
+
+bool UserDefaults::objectForKey(const std::string& key) const {
+  return value(key).has_value();
+}
+
+std::int64_t UserDefaults::integerForKey(const std::string& key) const {
+  const std::string text = stringForKey(key);
+  if (text == "true") return 1;
+  std::int64_t number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  return error == std::errc() && stop == end ? number : 0;
+}
+
+std::string UserDefaults::stringForKey(const std::string& key) const {
+  return value(key).value_or("");
+}
+
+void UserDefaults::setBool(bool value, const std::string& key) {
+  set(value ? "true" : "false", key);
+}
+
+void UserDefaults::setObject(const std::string& value, const std::string& key) {
+  set(escapeKeyFileText(value), key);
+}
+
+void UserDefaults::set(const std::string& value, const std::string& key) {
+  const std::scoped_lock lock(mutex_);
+  g_key_file_set_value(file_.get(), group_.c_str(), key.c_str(), value.c_str());
+  changes_[key] = value;
+}
+
+bool UserDefaults::synchronize() {
+  const std::scoped_lock lock(mutex_);
+  if (changes_.empty()) return true;
+  const fs::path folder = fs::path(linkTarget(path_)).parent_path();
+  if (!makePrivateFolders(folder)) return false;
+  const FileDescriptor folderLock = lockFolder(folder);
+  GKeyFileHandle current = load();
+  if (!current) return false;
+  for (const auto& [key, value] : changes_)
+    g_key_file_set_value(current.get(), group_.c_str(), key.c_str(), value.c_str());
+  const bool written = write(current.get());
+  removeLeftovers(folder);
+  if (!written) return false;
+  file_ = std::move(current);
+  changes_.clear();
+  return true;
+}
+
+FileDescriptor UserDefaults::lockFolder(const std::string& folder) const {
+  FileDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (descriptor && lockWithin(descriptor.get(), kLockPatience) == EWOULDBLOCK)
+    log_.log("Another program keeps " + folder + " locked; the settings there are written all the same");
+  return descriptor;
+}
+
+bool UserDefaults::write(GKeyFile* file) const {
+  const std::string target = linkTarget(path_);
+  struct stat status {};
+  const mode_t mode = ::stat(target.c_str(), &status) == 0 ? status.st_mode & 0777 : 0600;
+  gsize size = 0;
+  const GStringHandle text(g_key_file_to_data(file, &size, nullptr));
+  int error = 0;
+  const auto made = AtomicFile::open(target, error, mode);
+  const std::span bytes(text.get(), size);
+  if (made && made->write({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}) &&
+      made->commit())
+    return true;
+  log_.log("The settings could not be written to " + target + ": " +
+           std::generic_category().message(made ? made->error() : error));
+  return false;
+}
+
+}  // namespace platform_linux

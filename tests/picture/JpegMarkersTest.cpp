@@ -1,0 +1,96 @@
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include "picture/ExifBlock.h"
+#include "picture/JpegMarkers.h"
+#include "tests/picture/TestJpegs.h"
+
+namespace camera_shot_test {
+namespace {
+
+using namespace std::chrono_literals;
+using picture::ExifBlock;
+using picture::exifOfJpeg;
+using picture::isCompleteJpeg;
+using picture::jpegWithExif;
+using picture::Orientation;
+
+const std::chrono::system_clock::time_point kNoon{1'700'000'000'250ms};
+
+TEST(CompleteJpeg, IsAWholeStream) {
+  const Bytes jpeg = encodeJpeg(photoPicture(160, 120, 1));
+  EXPECT_TRUE(picture::isCompleteJpeg(jpeg));
+  EXPECT_TRUE(picture::isCompleteJpeg(withoutHuffmanTables(jpeg)));
+  EXPECT_TRUE(picture::isCompleteJpeg(encodeJpeg(photoPicture(160, 120, 1), {.progressive = true})));
+}
+
+TEST(CompleteJpeg, MayBePaddedWithZeros) {
+  Bytes jpeg = encodeJpeg(photoPicture(160, 120, 1));
+  jpeg.insert(jpeg.end(), 4096, 0);
+  EXPECT_TRUE(picture::isCompleteJpeg(jpeg));
+  jpeg.push_back(1);
+  EXPECT_FALSE(picture::isCompleteJpeg(jpeg));
+}
+
+TEST(CompleteJpeg, IsNoTruncatedStream) {
+  const Bytes jpeg = encodeJpeg(photoPicture(160, 120, 1));
+  for (std::size_t size = 0; size < jpeg.size(); ++size) {
+    Bytes truncated(jpeg.begin(), jpeg.begin() + static_cast<std::ptrdiff_t>(size));
+    ASSERT_FALSE(picture::isCompleteJpeg(truncated)) << size;
+    truncated.resize(jpeg.size());  // as in a camera's buffer that was cleared before
+    ASSERT_FALSE(picture::isCompleteJpeg(truncated)) << size << ", padded";
+  }
+}
+
+TEST(CompleteJpeg, IsNotTwoMarkersAlone) {
+  EXPECT_FALSE(picture::isCompleteJpeg(Bytes{0xFF, 0xD8, 0xFF, 0xD9}));
+  EXPECT_FALSE(picture::isCompleteJpeg(Bytes{0xFF, 0xD8}));
+  EXPECT_FALSE(picture::isCompleteJpeg(Bytes(100, 0xFF)));
+  EXPECT_FALSE(picture::isCompleteJpeg(Bytes(100, 0)));
+}
+
+TEST(JpegWithExif, LeavesEveryOtherByteAlone) {
+  const Bytes jpeg = encodeJpeg(photoPicture(160, 120, 2));
+  const picture::ExifBlock exif{.orientation = picture::Orientation::kMirrored, .captureTime = kNoon};
+  const Bytes tagged = picture::jpegWithExif(jpeg, exif).value();
+  const std::size_t added = tagged.size() - jpeg.size();
+  EXPECT_EQ(added, 2 + 2 + 6 + exif.bytes().size());
+  EXPECT_TRUE(std::equal(jpeg.begin(), jpeg.begin() + 2, tagged.begin()));
+  EXPECT_TRUE(
+      std::equal(jpeg.begin() + 2, jpeg.end(), tagged.begin() + 2 + static_cast<std::ptrdiff_t>(added)));
+  EXPECT_EQ(picture::exifOfJpeg(tagged)->orientation, picture::Orientation::kMirrored);
+  EXPECT_EQ(picture::exifOfJpeg(tagged)->captureTime, kNoon);
+}
+
+TEST(JpegWithExif, ReplacesAnEarlierBlock) {
+  const Bytes jpeg = encodeJpeg(photoPicture(160, 120, 2));
+  const picture::ExifBlock mirrored{.orientation = picture::Orientation::kMirrored, .captureTime = kNoon};
+  const picture::ExifBlock upright{.orientation = picture::Orientation::kUpright, .captureTime = {}};
+  const Bytes twice = picture::jpegWithExif(picture::jpegWithExif(jpeg, mirrored).value(), upright).value();
+  EXPECT_EQ(twice, picture::jpegWithExif(jpeg, upright).value());
+}
+
+TEST(JpegWithExif, KeepsOtherApplicationSegments) {
+  Bytes jpeg = encodeJpeg(photoPicture(160, 120, 2));
+  const Bytes extended = {0xFF, 0xE1, 0, 8, 'h', 't', 't', 'p', ':', '/', 0xFF, 0xFF, 0xEA, 0, 3, 42};
+  jpeg.insert(jpeg.begin() + 2, extended.begin(), extended.end());
+  const Bytes tagged =
+      picture::jpegWithExif(jpeg, {.orientation = picture::Orientation::kUpright, .captureTime = {}}).value();
+  EXPECT_NE(std::search(tagged.begin(), tagged.end(), extended.begin(), extended.end()), tagged.end());
+  EXPECT_TRUE(decodeJpeg(tagged) == referenceDecode(jpeg));
+}
+
+TEST(JpegWithExif, RefusesWhatHasNoHeader) {
+  const Bytes jpeg = encodeJpeg(photoPicture(16, 16, 2));
+  for (const std::size_t size : {0U, 1U, 2U, 10U, 100U}) {
+    EXPECT_FALSE(picture::jpegWithExif(std::span(jpeg).first(size), {}).has_value()) << size;
+  }
+}
+
+TEST(ExifOfJpeg, IsNothingWithoutABlock) {
+  EXPECT_FALSE(picture::exifOfJpeg(encodeJpeg(photoPicture(16, 16, 2))).has_value());
+}
+
+}  // namespace
+}  // namespace camera_shot_test

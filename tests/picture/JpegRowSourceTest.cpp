@@ -1,0 +1,141 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "picture/ExifBlock.h"
+#include "picture/JpegMarkers.h"
+#include "picture/JpegRowSource.h"
+#include "tests/picture/TestJpegs.h"
+
+namespace camera_shot_test {
+namespace {
+
+using picture::JpegRowSource;
+using picture::Orientation;
+using testing::IsEmpty;
+using testing::Not;
+
+Bytes withOrientation(const Bytes& jpeg, picture::Orientation orientation) {
+  return picture::jpegWithExif(jpeg, {.orientation = orientation, .captureTime = {}}).value();
+}
+
+// Where a frame header (SOF0) gives the picture's height.
+std::size_t heightOffset(const Bytes& jpeg) {
+  const auto segments = picture::jpegHeaderSegments(jpeg);
+  for (const auto& segment : segments.value()) {
+    if (segment.marker == 0xC0) return segment.offset + 5;
+  }
+  return 0;
+}
+
+Bytes withSize(Bytes jpeg, unsigned width, unsigned height) {
+  const std::size_t at = heightOffset(jpeg);
+  jpeg[at] = static_cast<std::uint8_t>(height >> 8);
+  jpeg[at + 1] = static_cast<std::uint8_t>(height);
+  jpeg[at + 2] = static_cast<std::uint8_t>(width >> 8);
+  jpeg[at + 3] = static_cast<std::uint8_t>(width);
+  return jpeg;
+}
+
+std::string failureOf(const Bytes& jpeg) {
+  std::string failure;
+  const auto source = picture::JpegRowSource::open(jpeg, failure);
+  if (!source) return failure;
+  return readAll(*source).pixels.empty() ? source->failure() : "";
+}
+
+TEST(JpegRowSource, EqualsTheReferenceDecoder) {
+  for (const auto& [across, down] : {std::pair{1, 1}, {2, 1}, {2, 2}, {1, 2}}) {
+    for (const auto& [width, height] : {std::pair{1U, 1U}, {7U, 5U}, {64U, 48U}, {321U, 123U}}) {
+      const Bytes jpeg = encodeJpeg(photoPicture(width, height, 1),
+                                    {.lumaAcross = across, .lumaDown = down, .restartRows = 1});
+      EXPECT_TRUE(decodeJpeg(jpeg) == referenceDecode(jpeg))
+          << across << down << " " << width << "x" << height;
+    }
+  }
+}
+
+TEST(JpegRowSource, DeliversTheSameRowsHoweverManyAreAskedFor) {
+  const Bytes jpeg = encodeJpeg(photoPicture(200, 150, 2), {.lumaDown = 2});
+  for (const std::uint32_t rows : {1U, 2U, 3U, 16U, 17U, 150U}) {
+    std::string failure;
+    const auto source = picture::JpegRowSource::open(jpeg, failure);
+    EXPECT_TRUE(readAll(*source, rows) == referenceDecode(jpeg)) << rows;
+  }
+}
+
+TEST(JpegRowSource, MirrorsExactly) {
+  for (const std::uint32_t width : {1U, 2U, 15U, 16U, 17U, 47U, 48U, 321U}) {
+    const Bytes jpeg = encodeJpeg(photoPicture(width, 40, 3));
+    EXPECT_TRUE(decodeJpeg(withOrientation(jpeg, picture::Orientation::kMirrored)) ==
+                mirrored(referenceDecode(jpeg)))
+        << width;
+    EXPECT_TRUE(decodeJpeg(withOrientation(jpeg, picture::Orientation::kUpright)) == referenceDecode(jpeg))
+        << width;
+  }
+}
+
+TEST(JpegRowSource, DeliversGreyAsRgb) {
+  const Bytes jpeg = encodeJpeg(photoPicture(99, 33, 4), {.grey = true});
+  const auto picture = decodeJpeg(jpeg);
+  ASSERT_TRUE(picture.has_value());
+  EXPECT_TRUE(*picture == referenceDecode(jpeg));
+  for (std::size_t i = 0; i < picture->pixels.size(); i += 3) {
+    ASSERT_EQ(picture->pixels[i], picture->pixels[i + 1]);
+    ASSERT_EQ(picture->pixels[i], picture->pixels[i + 2]);
+  }
+}
+
+TEST(JpegRowSource, SuppliesTheStandardHuffmanTables) {
+  const Bytes whole = encodeJpeg(photoPicture(160, 120, 5));
+  const Bytes bare = withoutHuffmanTables(whole);
+  ASSERT_LT(bare.size() + 300, whole.size());
+  EXPECT_TRUE(decodeJpeg(bare) == referenceDecode(whole));
+}
+
+TEST(JpegRowSource, DecodesProgressiveStreams) {
+  const Bytes jpeg = encodeJpeg(photoPicture(160, 120, 6), {.progressive = true});
+  EXPECT_TRUE(decodeJpeg(jpeg) == referenceDecode(jpeg));
+}
+
+TEST(JpegRowSource, RefusesEveryTruncation) {
+  const Bytes jpeg = encodeJpeg(photoPicture(160, 120, 7), {.restartRows = 2});
+  for (std::size_t size = 0; size < jpeg.size(); size += size < 700 ? 1 : 13) {
+    EXPECT_THAT(failureOf(Bytes(jpeg.begin(), jpeg.begin() + static_cast<std::ptrdiff_t>(size))),
+                Not(IsEmpty()))
+        << size << " of " << jpeg.size();
+  }
+  EXPECT_THAT(failureOf(Bytes(jpeg.begin(), jpeg.end() - 1)), Not(IsEmpty()));
+  EXPECT_THAT(failureOf(jpeg), IsEmpty());
+}
+
+TEST(JpegRowSource, RefusesAHoleInTheData) {
+  Bytes jpeg = encodeJpeg(photoPicture(160, 120, 8));
+  jpeg.erase(jpeg.begin() + static_cast<std::ptrdiff_t>(jpeg.size() / 2),
+             jpeg.begin() + static_cast<std::ptrdiff_t>(jpeg.size() / 2 + 500));
+  EXPECT_THAT(failureOf(jpeg), Not(IsEmpty()));
+}
+
+TEST(JpegRowSource, AllowsPaddingAroundTheEnd) {
+  const Bytes whole = encodeJpeg(photoPicture(160, 120, 9));
+  Bytes padded = whole;
+  padded.insert(padded.end() - 2, {0, 0, 0});
+  padded.insert(padded.end(), 1000, 0);
+  EXPECT_TRUE(decodeJpeg(padded) == referenceDecode(whole));
+}
+
+TEST(JpegRowSource, RefusesAbsurdSizes) {
+  const Bytes jpeg = encodeJpeg(photoPicture(64, 48, 10));
+  EXPECT_EQ(failureOf(withSize(jpeg, 40000, 48)), "Picture size is zero or too large");
+  EXPECT_EQ(failureOf(withSize(jpeg, 64, 40000)), "Picture size is zero or too large");
+  EXPECT_EQ(failureOf(withSize(jpeg, 20000, 20000)), "Picture size is zero or too large");
+  EXPECT_THAT(failureOf(withSize(jpeg, 0, 48)), Not(IsEmpty()));
+}
+
+TEST(JpegRowSource, RefusesWhatIsNoJpeg) {
+  EXPECT_THAT(failureOf({}), Not(IsEmpty()));
+  EXPECT_THAT(failureOf(Bytes(1000, 0)), Not(IsEmpty()));
+  EXPECT_THAT(failureOf({0xFF, 0xD8, 0xFF, 0xD9}), Not(IsEmpty()));
+}
+
+}  // namespace
+}  // namespace camera_shot_test
