@@ -51,6 +51,20 @@ class Settings(ToolTest):
         (tool.config / "locations.ini").mkdir()
         self.assertEqual(tool.run(), 0, tool.log())
         self.assertIn("locations.ini", tool.log())
+        self.assertTrue((tool.config / "locations.ini").is_dir())
+        self.assertEqual(list(tool.config.glob("*.damaged*")), [])
+        self.assertEqual(len(list((Path(os.environ["HOME"]) / "Pictures").glob("*.png"))), 1)
+
+    @in_desktop(HD)
+    def test_a_fifo_and_a_device_in_place_of_settings_hold_nothing_up_and_stay(self):
+        tool = Tool()
+        (tool.config / "locations.ini").unlink()
+        os.mkfifo(tool.config / "locations.ini")
+        (tool.config / "suite.ini").symlink_to("/dev/null")
+        self.assertEqual(tool.run(), 0, tool.log())
+        self.assertTrue((tool.config / "locations.ini").is_fifo())
+        self.assertTrue((tool.config / "suite.ini").is_char_device())
+        self.assertEqual(list(tool.config.glob("*.damaged*")), [])
         self.assertEqual(len(list((Path(os.environ["HOME"]) / "Pictures").glob("*.png"))), 1)
 
     @in_desktop(HD)

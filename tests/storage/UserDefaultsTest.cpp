@@ -165,6 +165,24 @@ TEST_F(UserDefaultsTest, AFileOfOthersIsSetAsideToo) {
   EXPECT_EQ(folder_.names().size(), 2U);
 }
 
+TEST_F(UserDefaultsTest, WhatIsNoPlainFileIsNeitherReadNorMovedNorWrittenOver) {
+  ASSERT_EQ(::mkfifo((folder_ / "fifo").c_str(), 0600), 0);
+  std::filesystem::create_directory(folder_ / "folder");
+  for (const std::string& target : {folder_ / "fifo", folder_ / "folder", std::string("/dev/full")}) {
+    std::filesystem::remove(path_);
+    std::filesystem::create_symlink(target, path_);
+    const auto before = folder_.names().size();
+    journal_.clear();
+    auto defaults = open();
+    EXPECT_FALSE(defaults.objectForKey("ShowPreview"));
+    EXPECT_THAT(journal_.lines(), ElementsAre(HasSubstr(target)));
+    defaults.setBool(true, "ShowPreview");
+    EXPECT_FALSE(defaults.synchronize());
+    EXPECT_EQ(folder_.names().size(), before) << target;
+    EXPECT_FALSE(std::filesystem::is_regular_file(target)) << target;
+  }
+}
+
 TEST_F(UserDefaultsTest, ALinkedFileStaysLinked) {
   std::filesystem::create_directory(folder_ / "dotfiles");
   makeFile(folder_ / "dotfiles/settings.ini", "[CameraShot]\nShowPreview=true\n");

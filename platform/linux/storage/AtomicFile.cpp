@@ -8,6 +8,7 @@
 #include <tuple>
 #include <utility>
 
+#include "platform/linux/base/SystemCall.h"
 #include "platform/linux/storage/TemporaryName.h"
 
 namespace platform_linux {
@@ -34,12 +35,19 @@ bool claim(int file) {
   return ::fstat(file, &status) == 0 && status.st_nlink > 0;
 }
 
+/// Brings the file's bytes to the disk. A file system that cannot be asked for that (network and user-space
+/// ones answer EINVAL, ENOTSUP or ENOSYS, fsync(2)) has the bytes all the same.
+bool synchronizeFile(int file) noexcept {
+  return uninterrupted([&] { return ::fsync(file); }) == 0 || errno == EINVAL || errno == ENOTSUP ||
+         errno == ENOSYS;
+}
+
 /// Makes the name itself survive a power cut. A folder that must not be read, or cannot be synchronised at
 /// all, has the file all the same.
 bool synchronizeFolder(const std::string& folder) {
-  const FileDescriptor descriptor(
-      ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  return !descriptor || ::fsync(descriptor.get()) == 0 || errno != EIO;
+  const FileDescriptor descriptor(uninterrupted(
+      [&] { return ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+  return !descriptor || uninterrupted([&] { return ::fsync(descriptor.get()); }) == 0 || errno != EIO;
 }
 
 }  // namespace
@@ -54,8 +62,9 @@ std::unique_ptr<AtomicFile> AtomicFile::open(const std::string& path, int& error
   error = EEXIST;
   for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
     const std::string temporary = folder + makeTemporaryName(name);
-    FileDescriptor file(
-        ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode.value_or(0666)));
+    FileDescriptor file(uninterrupted([&] {
+      return ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode.value_or(0666));
+    }));
     if (!file && errno == EEXIST) continue;
     if (!file) {
       error = errno;
@@ -85,8 +94,7 @@ bool AtomicFile::fail() noexcept {
 bool AtomicFile::write(std::span<const std::uint8_t> bytes) noexcept {
   if (error_ != 0) return false;
   while (!bytes.empty()) {
-    const ssize_t written = ::write(file_.get(), bytes.data(), bytes.size());
-    if (written < 0 && errno == EINTR) continue;
+    const ssize_t written = uninterrupted([&] { return ::write(file_.get(), bytes.data(), bytes.size()); });
     if (written < 0) return fail();
     bytes = bytes.subspan(static_cast<std::size_t>(written));
   }
@@ -95,7 +103,7 @@ bool AtomicFile::write(std::span<const std::uint8_t> bytes) noexcept {
 
 bool AtomicFile::commit() noexcept {
   if (error_ != 0) return false;
-  if (::fsync(file_.get()) != 0) return fail();
+  if (!synchronizeFile(file_.get())) return fail();
   if (::rename(temporaryPath_.c_str(), path_.c_str()) != 0) return fail();
   temporaryExists_ = false;
   if (!synchronizeFolder(splitPath(path_).first)) return fail();

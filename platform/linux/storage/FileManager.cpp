@@ -11,6 +11,7 @@
 #include <glib.h>
 
 #include "platform/linux/base/FileDescriptor.h"
+#include "platform/linux/base/SystemCall.h"
 #include "platform/linux/storage/FileLock.h"
 #include "platform/linux/storage/PrivateFolders.h"
 
@@ -65,10 +66,7 @@ bool endsInsideALine(int file, off_t size) {
 
 /// One write, so that even a reader sees whole lines; short when the disk is full.
 bool writeAtOnce(int file, const std::string& text) {
-  ssize_t written = 0;
-  do {
-    written = ::write(file, text.data(), text.size());
-  } while (written < 0 && errno == EINTR);
+  const ssize_t written = uninterrupted([&] { return ::write(file, text.data(), text.size()); });
   return written == static_cast<ssize_t>(text.size());
 }
 

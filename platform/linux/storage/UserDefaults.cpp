@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "platform/linux/base/FileDescriptor.h"
+#include "platform/linux/base/SystemCall.h"
 #include "platform/linux/storage/AtomicFile.h"
 #include "platform/linux/storage/FileLock.h"
 #include "platform/linux/storage/KeyFileText.h"
@@ -39,6 +40,43 @@ std::string linkTarget(const std::string& path) {
   return target;
 }
 
+/// What a settings file holds, or the errno of what stands against reading it.
+struct SettingsText {
+  std::string text;
+  int error = 0;
+
+  /// In words; empty when it was read.
+  std::string whyUnread() const {
+    if (error == EINVAL) return "it is no plain file";
+    return error == 0 ? "" : std::generic_category().message(error);
+  }
+};
+
+/// Larger than any settings; what is larger is no settings file.
+constexpr off_t kMostSettingsBytes = 1 << 20;
+
+/// The whole file. Only plain files are read: a FIFO would wait for its writer, a device might do anything.
+SettingsText readSettings(const std::string& path) {
+  const FileDescriptor file(
+      uninterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); }));
+  struct stat status {};
+  if (!file || ::fstat(file.get(), &status) != 0) return {{}, errno};
+  if (S_ISDIR(status.st_mode)) return {{}, EISDIR};
+  if (!S_ISREG(status.st_mode)) return {{}, EINVAL};
+  if (status.st_size > kMostSettingsBytes) return {{}, EFBIG};
+  SettingsText settings{std::string(static_cast<std::size_t>(status.st_size), '\0')};
+  std::size_t size = 0;
+  while (size < settings.text.size()) {
+    const ssize_t part = uninterrupted(
+        [&] { return ::read(file.get(), settings.text.data() + size, settings.text.size() - size); });
+    if (part < 0) return {{}, errno};
+    if (part == 0) break;
+    size += static_cast<std::size_t>(part);
+  }
+  settings.text.resize(size);
+  return settings;
+}
+
 std::string nowForFileName() {
   const std::time_t now = std::time(nullptr);
   std::tm parts{};
@@ -58,21 +96,27 @@ UserDefaults::~UserDefaults() = default;
 
 GKeyFileHandle UserDefaults::load() const {
   GKeyFileHandle file(g_key_file_new());
-  GErrorHandle error;
   const std::string target = linkTarget(path_);
-  if (g_key_file_load_from_file(file.get(), target.c_str(), G_KEY_FILE_KEEP_COMMENTS, error.out()))
-    return file;
-  const GError* const why = error.get();
-  if (g_error_matches(why, G_FILE_ERROR, G_FILE_ERROR_NOENT)) return file;
-  const bool damaged =
-      why->domain == G_KEY_FILE_ERROR || g_error_matches(why, G_FILE_ERROR, G_FILE_ERROR_ACCES);
-  if (damaged && setAside(target, error.message())) return GKeyFileHandle(g_key_file_new());
-  log_.log("The settings in " + target + " are not used and not changed: " + error.message());
+  const SettingsText settings = readSettings(target);
+  if (settings.error == ENOENT) return file;
+  std::string why = settings.whyUnread();
+  GErrorHandle error;
+  if (why.empty() && !settings.text.empty() &&
+      !g_key_file_load_from_data(file.get(), settings.text.data(), settings.text.size(),
+                                 G_KEY_FILE_KEEP_COMMENTS, error.out()))
+    why = error.message();
+  if (why.empty()) return file;
+  const bool damaged = settings.error == 0 || settings.error == EACCES;
+  if (damaged && setAside(target, why)) return GKeyFileHandle(g_key_file_new());
+  log_.log("The settings in " + target + " are not used and not changed: " + why);
   return nullptr;
 }
 
 bool UserDefaults::setAside(const std::string& target, const std::string& why) const {
   const std::string aside = target + ".damaged-" + nowForFileName();
+  // Anything else, a device for one, is somebody else's.
+  struct stat status {};
+  if (::stat(target.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
   if (::rename(target.c_str(), aside.c_str()) != 0) return false;
   log_.log("The settings in " + target + " could not be used (" + why + "); they are kept in " + aside);
   return true;

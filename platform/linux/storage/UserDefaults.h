@@ -24,7 +24,7 @@ namespace platform_linux {
 /// A file that cannot be understood, or that the user may not read, is set aside as
 /// `<name>.damaged-<date-time>` and named in the log, and all values count as absent. Where it cannot be set
 /// aside, or could not be read for another reason, it is left as it is and never written over: `synchronize`
-/// then answers false.
+/// then answers false. The same goes for what is no plain file: a folder, a FIFO, a device behind a link.
 class UserDefaults : public platform::NSUserDefaults {
  public:
   /// `path` of the file, which need not exist; `group` must not be empty nor hold brackets. `log` outlives
