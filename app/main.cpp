@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "app/AppDelegate.h"
+#include "notifications/NotificationIdentifiers.h"
 #include "platform/linux/composition/LinuxPlatform.h"
 #include "suite/Suite.h"
 
@@ -24,6 +25,14 @@ bool answered(int argc, char** argv) {
   return question == "--help" || question == "--version";
 }
 
+/// Under these names the desktop's shells and the notification helper give clicks to the tool.
+platform_linux::NotificationActions notificationActions() {
+  return {.actions = {{platform::UNNotificationDefaultActionIdentifier, "show-photo"},
+                      {camera_shot::kOpenAction, "open-photo"}},
+          .userInfoKey = camera_shot::kPathKey,
+          .requestIdentifier = camera_shot::kPhotoTaken};
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -32,7 +41,8 @@ int main(int argc, char** argv) {
   platform_linux::LinuxPlatform desktop({.identifier = "com.verrano.quillo.CameraShot",
                                          .program = "quillo-camera-shot",
                                          .settingsFile = "camera-shot.ini",
-                                         .preferencesFile = tool});
+                                         .preferencesFile = tool,
+                                         .notificationActions = notificationActions()});
   const auto settings = desktop.sharedSettings("suite.ini", "Suite");
   const auto locations = desktop.sharedSettings("locations.ini", "Locations");
   const auto lastRuns = desktop.rememberedValues("last-runs.ini", "LastRuns");

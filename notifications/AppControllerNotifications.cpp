@@ -1,15 +1,10 @@
 #include <chrono>
 
 #include "app/AppController.h"
+#include "notifications/NotificationIdentifiers.h"
 
 namespace camera_shot {
 namespace {
-
-const std::string kPhotoTaken = "Photo_Taken_Notification";
-const std::string kPhotoTakenError = "Photo_Taken_Notification_Error";
-const std::string kTakePhotoCategory = "TAKE_PHOTO_CATEGORY";
-const std::string kOpenAction = "OPEN_ACTION";
-const std::string kPathKey = "Path";
 
 /// Delivered a tenth of a second after posting, not at once.
 constexpr platform::UNTimeIntervalNotificationTrigger kTrigger{std::chrono::milliseconds(100), false};

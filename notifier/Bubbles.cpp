@@ -1,15 +1,16 @@
 #include "notifier/Bubbles.h"
 
 #include <algorithm>
+#include <chrono>
 #include <memory>
 
-#include "platform/linux/application/ApplicationInterface.h"
+#include "platform/linux/bus/BusNames.h"
 
 namespace notifier {
 namespace {
 
-/// In milliseconds: a whole start of the application.
-constexpr int kApplicationPatience = 10000;
+/// A whole start of the application.
+constexpr std::chrono::milliseconds kApplicationPatience{10000};
 
 /// What lets the application take the focus in answer to the click, under its names on Wayland and X11.
 /// Floating.
@@ -155,7 +156,7 @@ bool Bubbles::anySending() const {
 void Bubbles::activate(const Key& key, const Bubble& bubble, const Action& action) {
   const std::string& application = key.first;
   ++callsUnderWay_;
-  bus_.call({application, platform_linux::applicationObjectPath(application), "org.freedesktop.Application",
+  bus_.call({application, platform_linux::objectPath(application), platform_linux::kApplicationInterface,
              "ActivateAction", actionArguments(action, bubble.activationToken), kApplicationPatience},
             [this](GVariant*, const GError* error) {
               if (error) g_message("The application does not answer a click: %s", error->message);

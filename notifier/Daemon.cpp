@@ -3,6 +3,8 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/linux/bus/BusNames.h"
+
 namespace notifier {
 namespace {
 
@@ -11,10 +13,11 @@ using platform_linux::GVariantHandle;
 using platform_linux::GVariantIterHandle;
 using platform_linux::SessionBus;
 
-constexpr const char* kService = "org.freedesktop.Notifications";
-constexpr const char* kPath = "/org/freedesktop/Notifications";
-constexpr const char* kBus = "org.freedesktop.DBus";
-constexpr const char* kBusPath = "/org/freedesktop/DBus";
+using platform_linux::hasType;
+using platform_linux::kBus;
+using platform_linux::kBusPath;
+constexpr const char* kService = platform_linux::kDesktopNotifications;
+const std::string kPath = platform_linux::objectPath(kService);
 constexpr const char* kApplicationName = "Camera Shot";
 /// The bubble waits for the user.
 constexpr gint32 kNeverExpires = 0;
@@ -67,10 +70,6 @@ GVariant* hints(const std::string& applicationId) {
   return g_variant_builder_end(&hints);
 }
 
-bool hasType(GVariant* value, const char* type) {
-  return value && g_variant_is_of_type(value, G_VARIANT_TYPE(type));
-}
-
 bool saysGone(const GError* error) {
   return g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_SERVICE_UNKNOWN) ||
          g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_NAME_HAS_NO_OWNER) ||
@@ -82,7 +81,7 @@ bool saysGone(const GError* error) {
 Daemon::Daemon(const SessionBus& bus, DaemonListener& listener) : bus_(bus), listener_(listener) {
   // From any sender: the listener compares it with the instance that showed the bubble.
   signals_ = g_dbus_connection_signal_subscribe(
-      bus_.connection(), nullptr, kService, nullptr, kPath, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
+      bus_.connection(), nullptr, kService, nullptr, kPath.c_str(), nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
       [](GDBusConnection*, const char* sender, const char*, const char*, const char* signal,
          GVariant* parameters,
          gpointer self) noexcept { static_cast<Daemon*>(self)->onDaemonSignal(sender, signal, parameters); },
@@ -119,7 +118,7 @@ void Daemon::find(FindHandler handler) {
 
 void Daemon::findName(Instance instance) {
   bus_.call(
-      {kBus, kBusPath, kBus, "GetNameOwner", g_variant_new("(s)", kService)},
+      SessionBus::toBus("GetNameOwner", g_variant_new("(s)", kService)),
       [self = std::weak_ptr(self_), instance = std::move(instance)](GVariant* reply, const GError*) mutable {
         const auto daemon = self.lock();
         if (!daemon) return;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -30,8 +31,8 @@ class DaemonListener {
 /// the main loop, within kDaemonPatience per call. Main thread only.
 class Daemon {
  public:
-  /// In milliseconds. Nobody waits for it but this program itself.
-  static constexpr int kDaemonPatience = 10000;
+  /// Nobody waits for it but this program itself.
+  static constexpr std::chrono::milliseconds kDaemonPatience{10000};
 
   /// One process that is the service.
   struct Instance {

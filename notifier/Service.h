@@ -1,9 +1,11 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <string>
 
 #include "notifier/Bubbles.h"
+#include "platform/linux/bus/ExportedInterface.h"
 #include "platform/linux/bus/SessionBus.h"
 
 namespace notifier {
@@ -21,18 +23,17 @@ class Service {
   ~Service();
 
  private:
-  void registerObject();
   void requestName();
-  void post(GVariant* parameters, GDBusMethodInvocation* invocation);
+  void post(platform_linux::IncomingCall call);
   void onChange();
-  void leaveAfter(guint milliseconds);
+  void leaveAfter(std::chrono::milliseconds delay);
   void leave();
 
   const platform_linux::SessionBus& bus_;
   const std::string name_;
   const std::function<void()> onEnd_;
   Bubbles bubbles_;
-  guint registration_ = 0;
+  const platform_linux::ExportedInterface interface_;
   guint timer_ = 0;
 };
 

@@ -11,7 +11,6 @@
 #include "platform/linux/application/Log.h"
 #include "platform/linux/application/MessageCatalog.h"
 #include "platform/linux/base/FileDescriptor.h"
-#include "platform/linux/notifications/NotificationActions.h"
 #include "tests/application/CatalogFile.h"
 #include "tests/application/ProbeFixture.h"
 
@@ -109,25 +108,6 @@ TEST(Log, WritesTheLineAsItStands) {
   std::string line;
   std::getline(file, line);
   EXPECT_EQ(line, "100 % of the line: ünïcode");
-}
-
-TEST(NotificationActions, LeadBackToTheClick) {
-  using platform_linux::applicationActionFor;
-  using platform_linux::notificationResponseFor;
-  EXPECT_EQ(applicationActionFor("no such click"), nullptr);
-  // A failure's notification carries no path, and a click on it has nothing to act upon.
-  EXPECT_TRUE(notificationResponseFor(applicationActionFor("OPEN_ACTION"), "")
-                  ->notification.request.content.userInfo.empty());
-  EXPECT_EQ(notificationResponseFor("no-such-action", "/p"), std::nullopt);
-  for (const std::string& click :
-       {platform::UNNotificationDefaultActionIdentifier, std::string("OPEN_ACTION")}) {
-    ASSERT_NE(applicationActionFor(click), nullptr);
-    const auto response = notificationResponseFor(applicationActionFor(click), "/p");
-    ASSERT_TRUE(response);
-    EXPECT_EQ(response->actionIdentifier, click);
-    EXPECT_EQ(response->notification.request.identifier, "Photo_Taken_Notification");
-    EXPECT_EQ(response->notification.request.content.userInfo.at("Path"), "/p");
-  }
 }
 
 }  // namespace

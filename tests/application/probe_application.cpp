@@ -1,5 +1,6 @@
 // An application that tells a test everything that happens to it. What it does of its own accord is said by
 // the environment: PROBE_JOURNAL is where it tells, PROBE_THEN what it does when it has launched.
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <glib-unix.h>
@@ -33,6 +34,13 @@ void tell(const std::string& line) {
 std::string describe(const platform::UNNotificationResponse& response) {
   const auto& request = response.notification.request;
   return request.identifier + " " + response.actionIdentifier + " " + request.content.userInfo.at("Path");
+}
+
+platform_linux::NotificationActions notificationActions() {
+  return {.actions = {{platform::UNNotificationDefaultActionIdentifier, "show-photo"},
+                      {"OPEN_ACTION", "open-photo"}},
+          .userInfoKey = "Path",
+          .requestIdentifier = "Photo_Taken_Notification"};
 }
 
 class ProbeDelegate : public platform::NSApplicationDelegate {
@@ -106,7 +114,8 @@ class ProbeDelegate : public platform::NSApplicationDelegate {
     application_.terminate();
   }
   void holdForReply() {
-    bus_.call({"com.example.Helper", "/", "com.example.Helper", "Ask", g_variant_new("()"), 5000},
+    bus_.call({"com.example.Helper", "/", "com.example.Helper", "Ask", g_variant_new("()"),
+               std::chrono::seconds(5)},
               [held = application_.holdEnd()](GVariant* reply, const GError*) {
                 tell(reply ? "the reply came" : "the call failed");
               });
@@ -148,7 +157,8 @@ int main(int argc, char** argv) {
   platform_linux::RunLoop runLoop;
   const platform_linux::SessionBus bus;
   platform_linux::RunningApplications instances(bus);
-  platform_linux::Application application({kIdentifier, "the-preferences"}, bus, queue, runLoop, log);
+  platform_linux::Application application({kIdentifier, "the-preferences", notificationActions()}, bus, queue,
+                                          runLoop, log);
   application.setNotificationResponseHandler(
       [](const platform::UNNotificationResponse& response) { tell("clicked " + describe(response)); });
   ProbeDelegate delegate(application, instances, queue, runLoop, bus);

@@ -1,3 +1,4 @@
+#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <optional>
@@ -24,14 +25,14 @@ using testing::ElementsAre;
 using Answer = platform_linux::CameraPortal::Answer;
 
 // Short where a test waits for a portal that never answers, long where nothing may be given up.
-constexpr int kImpatient = 50;
-constexpr int kPatient = 20000;
+constexpr std::chrono::milliseconds kImpatient{50};
+constexpr std::chrono::milliseconds kPatient{20000};
 
 /// The portal of a private bus, on which a mock may play it.
 class CameraPortalTest : public testing::Test {
  protected:
   void startMock() { mock_.emplace(testBus_.address()); }
-  void makePortal(int patience = kPatient) {
+  void makePortal(std::chrono::milliseconds patience = kPatient) {
     portal_ = std::make_shared<CameraPortal>([this]() -> const SessionBus& { return bus_; }, patience);
   }
   void ask() {

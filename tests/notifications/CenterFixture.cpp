@@ -18,6 +18,13 @@ std::string notificationMethod(const std::string& name) {
 
 }  // namespace
 
+platform_linux::NotificationActions applicationActions() {
+  return {.actions = {{platform::UNNotificationDefaultActionIdentifier, "show-photo"},
+                      {"OPEN_ACTION", "open-photo"}},
+          .userInfoKey = "Path",
+          .requestIdentifier = "Photo_Taken_Notification"};
+}
+
 UNNotificationRequest photoRequest(const std::string& path) {
   platform::UNMutableNotificationContent content;
   content.body = "Camera shot taken.\nClick here to show in Finder.";
@@ -56,7 +63,7 @@ void TestDelegate::userNotificationCenterDidReceiveNotificationResponse(
 }
 
 Center::Center(const std::string& applicationId)
-    : center_(bus_, {applicationId, "Show", [this] { return hold(); }}) {
+    : center_(bus_, {applicationId, applicationActions(), "Show", [this] { return hold(); }}) {
   center_.setNotificationCategories({{"TAKE_PHOTO_CATEGORY", {{"OPEN_ACTION", "Open", 0}}, {}, 0}});
 }
 

@@ -19,6 +19,9 @@ inline const std::string kHelper = "com.example.App.Notifier";
 inline const std::string kShell = "org.gtk.Notifications";
 inline const std::string kService = "org.freedesktop.Notifications";
 
+/// The actions of that application's notifications.
+platform_linux::NotificationActions applicationActions();
+
 /// The request that follows a photo, as the tool makes it.
 platform::UNNotificationRequest photoRequest(const std::string& path = "/home/me/A shot.png");
 /// The request that follows a failure.

@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "platform/linux/application/ApplicationInterface.h"
+#include "platform/linux/bus/BusNames.h"
 
 namespace camera_shot_tests {
 
@@ -17,7 +17,7 @@ MockService::MockService(const std::string& address, std::string name, const std
     : client_(address),
       name_(std::move(name)),
       interface_(interfaceName.empty() ? name_ : interfaceName),
-      path_(platform_linux::applicationObjectPath(name_)),
+      path_(platform_linux::objectPath(name_)),
       answer_(std::move(answer)) {
   const std::string xml = "<node><interface name='" + interface_ + "'>" + methods + "</interface></node>";
   GErrorHandle error;

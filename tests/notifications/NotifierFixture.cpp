@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/linux/application/ApplicationInterface.h"
+#include "platform/linux/bus/BusNames.h"
 
 namespace camera_shot_tests {
 namespace {
@@ -47,7 +47,7 @@ testing::AssertionResult post(const BusClient& client, const std::string& dictio
   if (!parsed) return testing::AssertionFailure() << "no dictionary: " << dictionary;
   Outcome outcome;
   g_dbus_connection_call(client.connection(), kNotifier.c_str(),
-                         platform_linux::applicationObjectPath(kNotifier).c_str(), kNotifier.c_str(), "Post",
+                         platform_linux::objectPath(kNotifier).c_str(), kNotifier.c_str(), "Post",
                          g_variant_new("(ss@a{sv})", applicationId.c_str(), identifier.c_str(), parsed.get()),
                          nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, onPosted, &outcome);
   if (!waitUntil([&] { return outcome.known; }, std::chrono::seconds(30)))

@@ -69,7 +69,8 @@ class RealCenter : public UNUserNotificationCenterFactory {
   std::weak_ptr<void> hold_;
   std::optional<platform_linux::UserNotificationCenter> center_{
       std::in_place, session_,
-      platform_linux::UserNotificationCenterSettings{camera_shot_tests::kApplication, "Show",
+      platform_linux::UserNotificationCenterSettings{camera_shot_tests::kApplication,
+                                                     camera_shot_tests::applicationActions(), "Show",
                                                      [this] { return hold(); }}};
 };
 

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/linux/application/ApplicationInterface.h"
 #include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/bus/BusNames.h"
 
 using platform_linux::GDBusNodeInfoHandle;
 using platform_linux::GMainLoopHandle;
@@ -45,8 +45,8 @@ int main(int count, char** arguments) {
   const GMainLoopHandle loop(g_main_loop_new(nullptr, FALSE));
   const GDBusNodeInfoHandle node(g_dbus_node_info_new_for_xml(kInterface, nullptr));
   static constexpr GDBusInterfaceVTable kMethods{onAction, nullptr, nullptr, {}};
-  g_dbus_connection_register_object(bus.get(), platform_linux::applicationObjectPath(name).c_str(),
-                                    node->interfaces[0], &kMethods, loop.get(), nullptr, nullptr);
+  g_dbus_connection_register_object(bus.get(), platform_linux::objectPath(name).c_str(), node->interfaces[0],
+                                    &kMethods, loop.get(), nullptr, nullptr);
   const GVariantHandle owner(g_dbus_connection_call_sync(
       bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
       g_variant_new("(su)", name.c_str(), 0U), nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));

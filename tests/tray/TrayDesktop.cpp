@@ -7,6 +7,7 @@ using platform_linux::ExportedInterface;
 using platform_linux::GErrorHandle;
 using platform_linux::GStringHandle;
 using platform_linux::GVariantHandle;
+using platform_linux::IncomingCall;
 
 namespace {
 
@@ -56,11 +57,11 @@ TrayDesktop::~TrayDesktop() {
 void TrayDesktop::startTray() {
   watcher_ = std::make_unique<ExportedInterface>(
       connection_.get(), "/StatusNotifierWatcher", kWatcherDescription,
-      ExportedInterface::Handlers{[this](const std::string&, GVariant* arguments) {
+      ExportedInterface::Handlers{[this](IncomingCall call) {
                                     const char* service = nullptr;
-                                    g_variant_get(arguments, "(&s)", &service);
+                                    g_variant_get(call.arguments(), "(&s)", &service);
                                     registered.emplace_back(service);
-                                    return ExportedInterface::Answer{};
+                                    call.answer();
                                   },
                                   {}});
   call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",

@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "platform/linux/application/RunningApplications.h"
-#include "platform/linux/notifications/NotificationActions.h"
 
 namespace platform_linux {
 
@@ -109,7 +108,7 @@ bool Application::isForTheNextProcess(const DesktopCall& call) const {
   if (stage_ >= Stage::Leaving) return true;
   if (!launchedByClick_) return false;
   const auto* const action = std::get_if<DesktopCall::ActivateAction>(&call.request());
-  return !action || !notificationResponseFor(action->name, action->target);
+  return !action || !identity_.notificationActions.responseFor(action->name, action->target);
 }
 
 void Application::receive(DesktopCall call) {
@@ -148,7 +147,7 @@ bool Application::handle(const DesktopCall::Open& request) {
 
 bool Application::handle(const DesktopCall::ActivateAction& request) {
   if (request.name == "preferences") return handle(DesktopCall::Open{{identity_.preferencesFile}});
-  const auto response = notificationResponseFor(request.name, request.target);
+  const auto response = identity_.notificationActions.responseFor(request.name, request.target);
   if (!response) return false;
   if (stage_ == Stage::Waiting)
     launch({}, {*response});

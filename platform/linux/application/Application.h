@@ -14,6 +14,7 @@
 #include "platform/linux/application/Departure.h"
 #include "platform/linux/application/RunLoop.h"
 #include "platform/linux/base/MainQueue.h"
+#include "platform/linux/bus/NotificationActions.h"
 #include "platform/linux/bus/SessionBus.h"
 
 namespace platform_linux {
@@ -22,6 +23,7 @@ struct ApplicationIdentity {
   std::string identifier;  ///< e.g. "com.example.App": the name on the bus and of the desktop file
   /// The file whose opening means "show the preferences"; the desktop's action "preferences" opens it.
   std::string preferencesFile;
+  NotificationActions notificationActions;
 };
 
 /// The running application on GLib's main loop and the session bus. Main thread only, unless an operation

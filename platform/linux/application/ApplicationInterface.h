@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/linux/bus/DesktopCall.h"
+#include "platform/linux/bus/ExportedInterface.h"
 #include "platform/linux/bus/SessionBus.h"
 
 namespace platform_linux {
@@ -16,20 +17,10 @@ class ApplicationInterface {
   /// application is the one that is called, a later one takes over when it has gone. Waits for nothing; does
   /// nothing without a bus. `bus` outlives this; the calls come on turns of the main loop.
   ApplicationInterface(const SessionBus& bus, const std::string& identifier,
-                       std::function<void(DesktopCall)> onCall);
-  ApplicationInterface(const ApplicationInterface&) = delete;
-  ApplicationInterface& operator=(const ApplicationInterface&) = delete;
-  ~ApplicationInterface();
+                       const std::function<void(DesktopCall)>& onCall);
 
  private:
-  const SessionBus& bus_;
-  const std::function<void(DesktopCall)> onCall_;
-  guint registration_ = 0;
+  const ExportedInterface interface_;
 };
-
-/// The path of an application's object: "com.example.App" has "/com/example/App".
-std::string applicationObjectPath(const std::string& identifier);
-
-inline constexpr const char* kApplicationInterfaceName = "org.freedesktop.Application";
 
 }  // namespace platform_linux

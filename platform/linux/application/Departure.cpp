@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/linux/application/ApplicationInterface.h"
+#include "platform/linux/bus/BusNames.h"
 
 namespace platform_linux {
 
@@ -11,8 +11,8 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// How long a call that was handed on may take, in milliseconds.
-constexpr int kHandOnPatience = 10000;
+/// How long a call that was handed on may take.
+constexpr milliseconds kHandOnPatience{10000};
 
 }  // namespace
 
@@ -64,18 +64,17 @@ class Departure::Steps : public std::enable_shared_from_this<Departure::Steps> {
       return;
     }
     ++underWay_;
-    bus_.call({"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method, arguments},
-              [weak = weak_from_this()](GVariant*, const GError*) {
-                if (const auto self = weak.lock()) self->oneLess();
-              });
+    bus_.call(SessionBus::toBus(method, arguments), [weak = weak_from_this()](GVariant*, const GError*) {
+      if (const auto self = weak.lock()) self->oneLess();
+    });
   }
 
   void send(DesktopCall call) {
     ++underWay_;
     const std::string& name = names_.back();
     const auto shared = std::make_shared<DesktopCall>(std::move(call));
-    bus_.call({name, applicationObjectPath(name), kApplicationInterfaceName, shared->method(),
-               shared->arguments(), kHandOnPatience},
+    bus_.call({name, objectPath(name), kApplicationInterface, shared->method(), shared->arguments(),
+               kHandOnPatience},
               [weak = weak_from_this(), shared](GVariant*, const GError* error) {
                 if (error)
                   shared->refuse(error->message);
@@ -135,8 +134,7 @@ class Departure::Steps : public std::enable_shared_from_this<Departure::Steps> {
       return;
     }
     // A call comes back only after everything before it went out, and unlike a flush it can be bounded.
-    bus_.call({"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetId",
-               g_variant_new("()")},
+    bus_.call(SessionBus::toBus("GetId", g_variant_new("()")),
               [weak = weak_from_this()](GVariant*, const GError*) {
                 if (const auto self = weak.lock()) self->gone_();
               });

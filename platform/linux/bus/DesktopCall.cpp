@@ -31,24 +31,16 @@ DesktopCall::ActivateAction readAction(GVariant* arguments) {
   return action;
 }
 
+DesktopCall::Request readRequest(const IncomingCall& call) {
+  const std::string_view method = call.method();
+  if (method == "Open") return DesktopCall::Open{readFiles(call.arguments())};
+  if (method == "ActivateAction") return readAction(call.arguments());
+  return DesktopCall::Activate{};
+}
+
 }  // namespace
 
-std::optional<DesktopCall> DesktopCall::make(GDBusMethodInvocation* invocation) {
-  GObjectHandle<GDBusMethodInvocation> owned(invocation);
-  const std::string_view method = g_dbus_method_invocation_get_method_name(invocation);
-  GVariant* const arguments = g_dbus_method_invocation_get_parameters(invocation);
-  if (method == "Activate") return DesktopCall(std::move(owned), Activate{});
-  if (method == "Open") return DesktopCall(std::move(owned), Open{readFiles(arguments)});
-  if (method == "ActivateAction") return DesktopCall(std::move(owned), readAction(arguments));
-  return std::nullopt;
-}
-
-DesktopCall::DesktopCall(GObjectHandle<GDBusMethodInvocation> invocation, Request request)
-    : invocation_(std::move(invocation)), request_(std::move(request)) {}
-
-DesktopCall::~DesktopCall() {
-  refuse("the application has ended");
-}
+DesktopCall::DesktopCall(IncomingCall call) : IncomingCall(std::move(call)), request_(readRequest(*this)) {}
 
 std::string DesktopCall::activationToken() const {
   const gsize last = g_variant_n_children(arguments()) - 1;
@@ -58,25 +50,6 @@ std::string DesktopCall::activationToken() const {
   for (const char* const key : {"activation-token", "desktop-startup-id"})
     if (g_variant_lookup(platformData.get(), key, "&s", &token)) return token;
   return {};
-}
-
-const char* DesktopCall::method() const {
-  return g_dbus_method_invocation_get_method_name(invocation_.get());
-}
-
-GVariant* DesktopCall::arguments() const {
-  return g_dbus_method_invocation_get_parameters(invocation_.get());
-}
-
-// Both ways of answering take over the invocation.
-void DesktopCall::answer() {
-  if (invocation_) g_dbus_method_invocation_return_value(invocation_.release(), nullptr);
-}
-
-void DesktopCall::refuse(const std::string& why) {
-  if (invocation_)
-    g_dbus_method_invocation_return_error_literal(invocation_.release(), G_DBUS_ERROR, G_DBUS_ERROR_FAILED,
-                                                  why.c_str());
 }
 
 std::string localPath(const char* argument) {

@@ -1,17 +1,16 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
 
-#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/bus/IncomingCall.h"
 
 namespace platform_linux {
 
 /// One call of the desktop to the application, through the D-Bus interface `org.freedesktop.Application`.
-/// Whoever makes the call gets exactly one answer. Main thread only.
-class DesktopCall {
+/// Main thread only.
+class DesktopCall : public IncomingCall {
  public:
   struct Activate {};
   struct Open {
@@ -23,28 +22,14 @@ class DesktopCall {
   };
   using Request = std::variant<Activate, Open, ActivateAction>;
 
-  /// Takes over the invocation. Nothing when the interface has no such method.
-  static std::optional<DesktopCall> make(GDBusMethodInvocation* invocation);
-
-  DesktopCall(DesktopCall&&) noexcept = default;
-  DesktopCall& operator=(DesktopCall&&) noexcept = default;
-  /// A call that nobody answered is refused.
-  ~DesktopCall();
+  /// A call that was checked against the interface's description.
+  explicit DesktopCall(IncomingCall call);
 
   const Request& request() const { return request_; }
-  /// By which the desktop lets the window that answers this call take the focus; empty without.
+  /// The activation token, which lets the window that answers this call take the focus; empty without.
   std::string activationToken() const;
 
-  const char* method() const;
-  GVariant* arguments() const;
-
-  void answer();
-  void refuse(const std::string& why);
-
  private:
-  DesktopCall(GObjectHandle<GDBusMethodInvocation> invocation, Request request);
-
-  GObjectHandle<GDBusMethodInvocation> invocation_;
   Request request_;
 };
 

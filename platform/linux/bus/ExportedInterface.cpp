@@ -2,39 +2,41 @@
 
 #include <utility>
 
-#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/bus/BusNames.h"
 
 namespace platform_linux {
 namespace {
 
-using Handlers = ExportedInterface::Handlers;
+using SharedHandlers = std::shared_ptr<const ExportedInterface::Handlers>;
 
-void onMethodCall(GDBusConnection*, const char*, const char*, const char*, const char* method,
-                  GVariant* arguments, GDBusMethodInvocation* invocation, gpointer data) noexcept {
-  const ExportedInterface::Answer answer = static_cast<const Handlers*>(data)->call(method, arguments);
-  g_dbus_method_invocation_return_value(invocation, answer.reply);
-  // Last, on what the answer brought along: it may destroy the interface.
-  if (answer.then) answer.then();
+void onMethodCall(GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*,
+                  GDBusMethodInvocation* invocation, gpointer data) noexcept {
+  // A copy: the handler may destroy the interface.
+  const SharedHandlers handlers = *static_cast<const SharedHandlers*>(data);
+  handlers->call(IncomingCall(invocation));
 }
 
 GVariant* onPropertyRead(GDBusConnection*, const char*, const char*, const char*, const char* property,
                          GError**, gpointer data) noexcept {
-  return static_cast<const Handlers*>(data)->property(property);
+  return (*static_cast<const SharedHandlers*>(data))->property(property);
 }
 
 constexpr GDBusInterfaceVTable kTable = {onMethodCall, onPropertyRead, nullptr, {}};
 
 }  // namespace
 
-ExportedInterface::ExportedInterface(GDBusConnection* connection, std::string path, const char* description,
-                                     Handlers handlers)
-    : connection_(connection), path_(std::move(path)), handlers_(std::move(handlers)) {
-  const GDBusNodeInfoHandle node(g_dbus_node_info_new_for_xml(description, nullptr));
+ExportedInterface::ExportedInterface(GDBusConnection* connection, std::string path,
+                                     const std::string& description, Handlers handlers)
+    : connection_(connection),
+      path_(std::move(path)),
+      handlers_(std::make_shared<const Handlers>(std::move(handlers))) {
+  const GDBusNodeInfoHandle node(g_dbus_node_info_new_for_xml(description.c_str(), nullptr));
   name_ = node->interfaces[0]->name;
   if (!connection_) return;
-  // The handlers are told about by their address and outlive the registration.
-  registration_ = g_dbus_connection_register_object(connection_, path_.c_str(), node->interfaces[0], &kTable,
-                                                    const_cast<Handlers*>(&handlers_), nullptr, nullptr);
+  registration_ = g_dbus_connection_register_object(
+      connection_, path_.c_str(), node->interfaces[0], &kTable,
+      std::make_unique<SharedHandlers>(handlers_).release(),
+      [](gpointer data) noexcept { delete static_cast<SharedHandlers*>(data); }, nullptr);
 }
 
 ExportedInterface::~ExportedInterface() {
@@ -51,11 +53,10 @@ void ExportedInterface::emitPropertyChanged(const char* property) const {
   if (!registration_) return;
   GVariantBuilder changed;
   g_variant_builder_init(&changed, G_VARIANT_TYPE_VARDICT);
-  g_variant_builder_add(&changed, "{sv}", property, handlers_.property(property));
+  g_variant_builder_add(&changed, "{sv}", property, handlers_->property(property));
   GVariantBuilder invalidated;
   g_variant_builder_init(&invalidated, G_VARIANT_TYPE_STRING_ARRAY);
-  g_dbus_connection_emit_signal(connection_, nullptr, path_.c_str(), "org.freedesktop.DBus.Properties",
-                                "PropertiesChanged",
+  g_dbus_connection_emit_signal(connection_, nullptr, path_.c_str(), kProperties, "PropertiesChanged",
                                 g_variant_new("(sa{sv}as)", name_.c_str(), &changed, &invalidated), nullptr);
 }
 

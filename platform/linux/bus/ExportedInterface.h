@@ -1,30 +1,26 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 
-#include <gio/gio.h>
+#include "platform/linux/bus/IncomingCall.h"
 
 namespace platform_linux {
 
 /// One interface of one object that the program offers on a bus, until this is destroyed. Main thread only.
 class ExportedInterface {
  public:
-  /// What a method answers its caller, and what is done after the answer has been sent: a call that makes the
-  /// program end, or open a window, keeps nobody waiting.
-  struct Answer {
-    GVariant* reply = nullptr;  ///< floating; null for a method without results
-    std::function<void()> then;
-  };
   struct Handlers {
-    std::function<Answer(const std::string& method, GVariant* arguments)> call;
-    /// Floating; every property that the description names has a value.
-    std::function<GVariant*(const std::string& name)> property;
+    /// Runs on a turn of the main loop. May destroy this interface as its last act.
+    std::function<void(IncomingCall call)> call;
+    /// Floating; every property that the description names has a value. Unused without properties.
+    std::function<GVariant*(const std::string& name)> property = {};
   };
 
-  /// `description`: introspection XML of a node with that one interface; the library turns away calls that do
+  /// `description`: introspection XML of a node with that one interface; the library refuses calls that do
   /// not fit it. `connection` may be null: then nothing is offered.
-  ExportedInterface(GDBusConnection* connection, std::string path, const char* description,
+  ExportedInterface(GDBusConnection* connection, std::string path, const std::string& description,
                     Handlers handlers);
   ExportedInterface(const ExportedInterface&) = delete;
   ExportedInterface& operator=(const ExportedInterface&) = delete;
@@ -38,7 +34,8 @@ class ExportedInterface {
  private:
   GDBusConnection* const connection_;
   const std::string path_;
-  const Handlers handlers_;
+  /// Shared with the call that is being handled.
+  const std::shared_ptr<const Handlers> handlers_;
   std::string name_;
   guint registration_ = 0;
 };

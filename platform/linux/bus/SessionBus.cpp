@@ -1,11 +1,14 @@
 #include "platform/linux/bus/SessionBus.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <cstdlib>
 #include <filesystem>
 #include <mutex>
 #include <thread>
 #include <utility>
+
+#include "platform/linux/bus/BusNames.h"
 
 namespace platform_linux {
 
@@ -51,7 +54,7 @@ bool sessionHasBus() {
 
 GDBusConnection* connect() {
   if (!sessionHasBus()) return nullptr;
-  const Deadline deadline{std::chrono::milliseconds(kBusPatience)};
+  const Deadline deadline{kBusPatience};
   GDBusConnection* const connection = g_bus_get_sync(G_BUS_TYPE_SESSION, deadline.cancellable(), nullptr);
   // The library's default is to kill the program when the bus dies.
   if (connection) g_dbus_connection_set_exit_on_close(connection, FALSE);
@@ -65,10 +68,13 @@ SessionBus::SessionBus() : connection_(connect()) {}
 GVariantHandle SessionBus::callBus(const char* method, GVariant* arguments, const char* replyType) const {
   const GVariantHandle owned(g_variant_ref_sink(arguments));
   if (!connection_) return nullptr;
-  return GVariantHandle(
-      g_dbus_connection_call_sync(connection_.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                  "org.freedesktop.DBus", method, owned.get(), G_VARIANT_TYPE(replyType),
-                                  G_DBUS_CALL_FLAGS_NO_AUTO_START, kBusPatience, nullptr, nullptr));
+  return GVariantHandle(g_dbus_connection_call_sync(
+      connection_.get(), kBus, kBusPath, kBus, method, owned.get(), G_VARIANT_TYPE(replyType),
+      G_DBUS_CALL_FLAGS_NO_AUTO_START, static_cast<int>(kBusPatience.count()), nullptr, nullptr));
+}
+
+SessionBus::Call SessionBus::toBus(const std::string& method, GVariant* arguments) {
+  return {kBus, kBusPath, kBus, method, arguments};
 }
 
 void SessionBus::call(const Call& call, std::function<void(GVariant*, const GError*)> done) const {
@@ -87,8 +93,25 @@ void SessionBus::call(const Call& call, std::function<void(GVariant*, const GErr
     (*handler)(reply.get(), error.get());
   };
   g_dbus_connection_call(connection_.get(), call.name.c_str(), call.path.c_str(), call.interface.c_str(),
-                         call.method.c_str(), owned.get(), nullptr, G_DBUS_CALL_FLAGS_NONE, call.patience,
-                         nullptr, finish, std::make_unique<Done>(std::move(done)).release());
+                         call.method.c_str(), owned.get(), nullptr, G_DBUS_CALL_FLAGS_NONE,
+                         static_cast<int>(call.patience.count()), nullptr, finish,
+                         std::make_unique<Done>(std::move(done)).release());
+}
+
+std::string objectPath(const std::string& busName) {
+  std::string path = "/" + busName;
+  std::replace(path.begin(), path.end(), '.', '/');
+  std::replace(path.begin(), path.end(), '-', '_');
+  return path;
+}
+
+bool isLate(const GError* error) {
+  return g_error_matches(error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) ||
+         g_error_matches(error, G_DBUS_ERROR, G_DBUS_ERROR_NO_REPLY);
+}
+
+bool hasType(GVariant* reply, const char* type) {
+  return reply && g_variant_is_of_type(reply, G_VARIANT_TYPE(type));
 }
 
 }  // namespace platform_linux

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <string>
 
@@ -7,8 +8,8 @@
 
 namespace platform_linux {
 
-/// How long the program waits for the bus itself, in milliseconds. A healthy bus answers in less than one.
-inline constexpr int kBusPatience = 1000;
+/// How long the program waits for the bus itself. A healthy bus answers in less than a millisecond.
+inline constexpr std::chrono::milliseconds kBusPatience{1000};
 
 /// The connection to the session's message bus that the whole program shares, or none: no bus, a dead address
 /// and a bus that never answers are all the same to the rest of the program, which goes on without. Main
@@ -33,15 +34,24 @@ class SessionBus {
     std::string interface;
     std::string method;
     GVariant* arguments;
-    int patience = kBusPatience;  ///< in milliseconds
+    std::chrono::milliseconds patience = kBusPatience;
   };
+  /// A call to the bus itself. `arguments` floating.
+  static Call toBus(const std::string& method, GVariant* arguments);
   /// Calls without waiting. `done` runs once, on a later turn of the main loop, with the reply (null on
-  /// failure) and the failure (null on success); without a bus it runs before this returns. It must bear that
-  /// its owner has gone.
+  /// failure) and the failure (null on success); without a bus it runs before this returns. It may run after
+  /// its owner is destroyed.
   void call(const Call& call, std::function<void(GVariant* reply, const GError* error)> done) const;
 
  private:
   GObjectHandle<GDBusConnection> connection_;
 };
+
+/// Whether a call failed because its answer did not come in time. The service may yet do what it was asked,
+/// so asking another one as well might do it twice.
+bool isLate(const GError* error);
+
+/// Whether a reply, which may be null, is of this type.
+bool hasType(GVariant* reply, const char* type);
 
 }  // namespace platform_linux

@@ -28,7 +28,8 @@ LinuxPlatform::LinuxPlatform(const ProgramIdentity& identity)
       instances_(bus_),
       bundle_(identity.identifier, identity.program, installationPrefix() + "/share/locale", userLanguages()),
       defaults_(configurationPath(identity.settingsFile), "Defaults", log_),
-      application_({identity.identifier, identity.preferencesFile}, bus_, mainQueue_, runLoop_, log_),
+      application_({identity.identifier, identity.preferencesFile, identity.notificationActions}, bus_,
+                   mainQueue_, runLoop_, log_),
       windows_({.applicationId = identity.identifier,
                 .stateFolder = suiteFolder(g_get_user_state_dir()),
                 .lastWindowClosed = [this] { application_.lastWindowClosed(); },
@@ -38,8 +39,9 @@ LinuxPlatform::LinuxPlatform(const ProgramIdentity& identity)
       workspace_(
           bus_, [this] { return application_.holdEnd(Workspace::kPatience); },
           [this] { return application_.takeActivationToken(); }),
-      notifications_(bus_, {identity.identifier, bundle_.localizedStringForKey("Show"),
-                            [this] { return application_.holdEnd(); }}),
+      notifications_(
+          bus_, {identity.identifier, identity.notificationActions, bundle_.localizedStringForKey("Show"),
+                 [this] { return application_.holdEnd(); }}),
       ports_{mainQueue_, runLoop_,      notificationCenter_, defaults_,  files_,   bundle_, dates_,
              log_,       application_,  instances_,          workspace_, windows_, appKit_, *cameras_,
              layers_,    notifications_} {

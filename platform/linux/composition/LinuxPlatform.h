@@ -13,6 +13,7 @@
 #include "platform/linux/application/RunLoop.h"
 #include "platform/linux/application/RunningApplications.h"
 #include "platform/linux/base/MainQueue.h"
+#include "platform/linux/bus/NotificationActions.h"
 #include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/camera/Cameras.h"
 #include "platform/linux/composition/AppKit.h"
@@ -33,6 +34,7 @@ struct ProgramIdentity {
   std::string program;          ///< names the text tables
   std::string settingsFile;     ///< within the suite's configuration folder
   std::string preferencesFile;  ///< the file whose opening asks for the preferences
+  NotificationActions notificationActions;
 };
 
 /// All services of a Linux desktop, put together. Main thread only; made once.

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "platform/linux/base/GLibHandles.h"
-#include "platform/linux/bus/LateReply.h"
 
 namespace platform_linux {
 namespace {
@@ -59,8 +58,7 @@ void Workspace::selectFile(const std::string& path, const std::string&) {
   const GStringHandle uri(g_file_get_uri(fileAt(path).get()));
   const std::array<const char*, 2> uris{uri.get(), nullptr};
   bus_.call({kFileManager, kFileManagerPath, kFileManager, "ShowItems",
-             g_variant_new("(^ass)", uris.data(), request.activationToken.c_str()),
-             static_cast<int>(kPatience.count())},
+             g_variant_new("(^ass)", uris.data(), request.activationToken.c_str()), kPatience},
             [request](GVariant*, const GError* error) {
               if (!error) return;
               g_message("No file manager shows \"%s\": %s", request.path.c_str(), error->message);

@@ -5,7 +5,7 @@
 #include <set>
 #include <utility>
 
-#include "platform/linux/notifications/NotificationServices.h"
+#include "platform/linux/bus/BusNames.h"
 
 namespace platform_linux {
 namespace {
@@ -21,7 +21,7 @@ struct Question {
 };
 
 void addNames(Question& question, GVariant* reply) {
-  if (!reply || !g_variant_is_of_type(reply, G_VARIANT_TYPE("(as)"))) return;
+  if (!hasType(reply, "(as)")) return;
   question.busAnswered = true;
   GVariantIter* iterator = nullptr;
   g_variant_get(reply, "(as)", &iterator);
@@ -62,12 +62,13 @@ void findNotificationService(const SessionBus& bus, const std::string& applicati
   }
   const auto question = std::make_shared<Question>(Question{applicationId, std::move(completion), {}});
   // The replies come in the order of the calls.
-  bus.call(busCall("ListNames", g_variant_new("()")),
+  bus.call(SessionBus::toBus("ListNames", g_variant_new("()")),
            [question](GVariant* reply, const GError*) { addNames(*question, reply); });
-  bus.call(busCall("ListActivatableNames", g_variant_new("()")), [question](GVariant* reply, const GError*) {
-    addNames(*question, reply);
-    answer(*question);
-  });
+  bus.call(SessionBus::toBus("ListActivatableNames", g_variant_new("()")),
+           [question](GVariant* reply, const GError*) {
+             addNames(*question, reply);
+             answer(*question);
+           });
 }
 
 }  // namespace platform_linux

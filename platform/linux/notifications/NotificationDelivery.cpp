@@ -1,17 +1,26 @@
 #include "platform/linux/notifications/NotificationDelivery.h"
 
+#include <chrono>
 #include <utility>
 
-#include "platform/linux/bus/LateReply.h"
-#include "platform/linux/notifications/NotificationServices.h"
+#include "platform/linux/bus/BusNames.h"
 
 namespace platform_linux {
 namespace {
 
+/// How long a service may take: enough for one that has to be started from a cold disk first.
+constexpr std::chrono::milliseconds kServicePatience{10000};
+
 bool isTrue(GVariant* reply) {
   gboolean value = FALSE;
-  if (reply && g_variant_is_of_type(reply, G_VARIANT_TYPE("(b)"))) g_variant_get(reply, "(b)", &value);
+  if (hasType(reply, "(b)")) g_variant_get(reply, "(b)", &value);
   return value;
+}
+
+/// A call to the one object of a service, whose path and interface are named as the service is. `arguments`
+/// floating.
+SessionBus::Call serviceCall(const std::string& service, const std::string& method, GVariant* arguments) {
+  return {service, objectPath(service), service, method, arguments, kServicePatience};
 }
 
 }  // namespace
@@ -20,7 +29,7 @@ NotificationDelivery::NotificationDelivery(const SessionBus& bus, OutgoingNotifi
     : bus_(bus), notification_(std::move(notification)) {}
 
 void NotificationDelivery::start() {
-  bus_.call(busCall("NameHasOwner", g_variant_new("(s)", kShellNotifications.c_str())),
+  bus_.call(SessionBus::toBus("NameHasOwner", g_variant_new("(s)", kShellNotifications)),
             [self = shared_from_this()](GVariant* reply, const GError*) {
               if (self->superseded_) return;
               if (isTrue(reply))

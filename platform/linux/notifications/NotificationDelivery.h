@@ -17,9 +17,8 @@ struct OutgoingNotification {
 
 /// One notification on its way to the desktop: to `org.gtk.Notifications` where a shell offers that, which
 /// starts the application on a click; everywhere else, or where the shell refuses it, to the notification
-/// helper,
-/// `<application id>.Notifier`. Keeps itself alive until it has been handed over or has failed, which takes
-/// 21 seconds at most (kBusPatience and two times kServicePatience). Main thread only.
+/// helper, `<application id>.Notifier`. Keeps itself alive until it has been handed over or has failed, which
+/// takes 21 seconds at most: one for the bus, and ten each for shell and helper. Main thread only.
 class NotificationDelivery : public std::enable_shared_from_this<NotificationDelivery> {
  public:
   /// `bus` outlives the main loop's last turn.

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/linux/notifications/NotificationActions.h"
+#include "platform/linux/base/GLibHandles.h"
 
 namespace platform_linux {
 namespace {
@@ -10,8 +10,6 @@ namespace {
 using platform::UNMutableNotificationContent;
 using platform::UNNotificationAction;
 using platform::UNNotificationCategory;
-
-const std::string kPathKey = "Path";
 
 /// A dictionary in the making.
 class Dictionary {
@@ -31,9 +29,9 @@ class Dictionary {
 };
 
 /// The action as the services name it; empty where the application has none for the click.
-std::string prefixedAction(const std::string& identifier) {
-  const char* const action = applicationActionFor(identifier);
-  return action ? std::string("app.") + action : std::string();
+std::string prefixedAction(const NotificationActions& actions, const std::string& identifier) {
+  const std::string* const name = actions.nameFor(identifier);
+  return name ? "app." + *name : std::string();
 }
 
 /// A bus takes nothing but UTF-8, which a file's name need not be.
@@ -48,11 +46,12 @@ void addTexts(Dictionary& dictionary, const std::string& body) {
   if (endOfFirstLine < body.size()) dictionary.add("body", validText(body.substr(endOfFirstLine + 1)));
 }
 
-void addButtons(Dictionary& dictionary, const UNNotificationCategory& category, const std::string& target) {
+void addButtons(Dictionary& dictionary, const NotificationActions& actions,
+                const UNNotificationCategory& category, const std::string& target) {
   GVariantBuilder buttons;
   g_variant_builder_init(&buttons, G_VARIANT_TYPE("aa{sv}"));
   for (const UNNotificationAction& action : category.actions) {
-    const std::string name = prefixedAction(action.identifier);
+    const std::string name = prefixedAction(actions, action.identifier);
     if (name.empty()) continue;
     Dictionary button;
     button.add("label", validText(action.title));
@@ -67,22 +66,23 @@ void addButtons(Dictionary& dictionary, const UNNotificationCategory& category, 
 
 GVariantHandle notificationDictionary(const UNMutableNotificationContent& content,
                                       const std::set<UNNotificationCategory>& categories,
+                                      const NotificationActions& actions,
                                       const std::string& defaultActionTitle) {
   Dictionary dictionary;
   addTexts(dictionary, content.body);
   dictionary.add("priority", "normal");
-  const std::string defaultAction = prefixedAction(platform::UNNotificationDefaultActionIdentifier);
+  const std::string defaultAction = prefixedAction(actions, platform::UNNotificationDefaultActionIdentifier);
   if (!defaultAction.empty()) dictionary.add("default-action", defaultAction);
   if (content.sound == platform::UNNotificationSound::DefaultSound) dictionary.add("sound", "default");
 
-  const auto target = content.userInfo.find(kPathKey);
+  const auto target = content.userInfo.find(actions.userInfoKey);
   if (target == content.userInfo.end() || !g_utf8_validate(target->second.c_str(), -1, nullptr))
     return GVariantHandle(g_variant_ref_sink(dictionary.end()));
   dictionary.add("default-action-target", target->second);
   dictionary.add("default-action-label", validText(defaultActionTitle));
   const auto category =
       std::ranges::find(categories, content.categoryIdentifier, &UNNotificationCategory::identifier);
-  if (category != categories.end()) addButtons(dictionary, *category, target->second);
+  if (category != categories.end()) addButtons(dictionary, actions, *category, target->second);
   return GVariantHandle(g_variant_ref_sink(dictionary.end()));
 }
 

@@ -5,23 +5,29 @@
 
 #include "platform/UserNotifications/UNNotification.h"
 #include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/bus/NotificationActions.h"
 
 namespace platform_linux {
 
 /// The dictionary (a{sv}) that `org.gtk.Notifications` takes, with these keys:
-///  title, body            the body's first line, and the others where there are any; plain text
-///  priority               "normal"
-///  default-action         "app." and the application's action (NotificationActions.h) for a click on the
-///  notification itself default-action-target  its parameter, the path in the user info buttons an array of
-///  dictionaries with label, action and target, from the content's category
-/// and these, which that service passes over and the notification helper knows:
-///  default-action-label   the default action as a button
-///  sound                  "default"
-/// Without the target key in the user info a click has nothing to act upon: there is no target, no label and
-/// no button then, but still a default action, since a service without one starts the application as from its
-/// menu.
+///
+/// - `title`, `body`: the body's first line, and the others where there are any; plain text
+/// - `priority`: "normal"
+/// - `default-action`: "app." and the application's action for a click on the notification itself
+/// - `default-action-target`: the action's parameter
+/// - `buttons`: an array of dictionaries with `label`, `action` and `target`, from the content's category
+///
+/// and these, which that service ignores and the notification helper knows:
+///
+/// - `default-action-label`: the default action as a button
+/// - `sound`: "default"
+///
+/// Without the parameter's entry in the user info a click has nothing to act upon: there is no target, no
+/// label and no button then, but still a default action, since a service without one starts the application
+/// as from its menu.
 GVariantHandle notificationDictionary(const platform::UNMutableNotificationContent& content,
                                       const std::set<platform::UNNotificationCategory>& categories,
+                                      const NotificationActions& actions,
                                       const std::string& defaultActionTitle);
 
 }  // namespace platform_linux

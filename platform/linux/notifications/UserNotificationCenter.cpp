@@ -96,7 +96,8 @@ void UserNotificationCenter::deliver(const UNNotificationRequest& request, unsig
   auto content = request.content;
   if (!(presentationOptions & platform::UNNotificationPresentationOptionSound))
     content.sound = platform::UNNotificationSound::None;
-  auto dictionary = notificationDictionary(content, categories_, settings_.defaultActionTitle);
+  auto dictionary =
+      notificationDictionary(content, categories_, settings_.actions, settings_.defaultActionTitle);
   auto& newest = deliveries_[request.identifier];
   if (const auto earlier = newest.lock()) earlier->supersede();
   const auto delivery = std::make_shared<NotificationDelivery>(

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "platform/UserNotifications/UNUserNotificationCenter.h"
+#include "platform/linux/bus/NotificationActions.h"
 #include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/bus/TerminationHold.h"
 
@@ -17,6 +18,7 @@ class NotificationDelivery;
 
 struct UserNotificationCenterSettings {
   std::string applicationId;
+  NotificationActions actions;
   /// What a click on a notification does, for the services that show that as a button: in the user's
   /// language.
   std::string defaultActionTitle;

@@ -1,5 +1,6 @@
 #include "platform/linux/tray/StatusNotifierItem.h"
 
+#include <string_view>
 #include <utility>
 
 namespace platform_linux {
@@ -59,7 +60,7 @@ StatusNotifierItem::StatusNotifierItem(const SessionBus& bus, Identity identity,
              {texts.localizedStringForKey("Preferences"), actions.onPreferences},
              {texts.localizedStringForKey("Quit"), actions.onQuit}}),
       item_(bus.connection(), kItemPath, kDescription,
-            {[this](const std::string& method, GVariant*) { return call(method); },
+            {[this](IncomingCall call) { handle(std::move(call)); },
              [this](const std::string& name) { return property(name); }}) {}
 
 StatusNotifierItem::~StatusNotifierItem() {
@@ -89,10 +90,14 @@ void StatusNotifierItem::registerWith(const char* watcher) const {
             [](GVariant*, const GError*) {});
 }
 
-ExportedInterface::Answer StatusNotifierItem::call(const std::string& method) const {
+void StatusNotifierItem::handle(IncomingCall call) const {
+  call.answer();
   // A middle click is a click too. The context menu is the tray's to show; there is nothing to scroll.
-  if (method == "Activate" || method == "SecondaryActivate") return {nullptr, onClick_};
-  return {};
+  const std::string_view method = call.method();
+  if (method != "Activate" && method != "SecondaryActivate") return;
+  // A copy: the click may destroy this.
+  const auto click = onClick_;
+  click();
 }
 
 GVariant* StatusNotifierItem::property(const std::string& name) const {

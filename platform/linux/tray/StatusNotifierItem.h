@@ -44,7 +44,7 @@ class StatusNotifierItem {
  private:
   void watchForTrays();
   void registerWith(const char* watcher) const;
-  ExportedInterface::Answer call(const std::string& method) const;
+  void handle(IncomingCall call) const;
   GVariant* property(const std::string& name) const;
 
   const SessionBus& bus_;

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/linux/application/ApplicationInterface.h"
+#include "platform/linux/bus/BusNames.h"
 
 namespace platform_linux {
 namespace {
@@ -17,9 +17,12 @@ constexpr const char* kDescription = R"xml(<node><interface name="com.verrano.qu
 ToolInterface::ToolInterface(const SessionBus& bus, const std::string& identifier,
                              std::function<void()> onClickMenuIcon)
     : onClickMenuIcon_(std::move(onClickMenuIcon)),
-      interface_(bus.connection(), applicationObjectPath(identifier), kDescription,
-                 {[this](const std::string&, GVariant*) {
-                    return ExportedInterface::Answer{nullptr, onClickMenuIcon_};
+      interface_(bus.connection(), objectPath(identifier), kDescription,
+                 {[this](IncomingCall call) {
+                    call.answer();
+                    // A copy: the click may destroy this.
+                    const auto click = onClickMenuIcon_;
+                    click();
                   },
                   [this](const std::string&) { return g_variant_new_int32(status_); }}) {}
 

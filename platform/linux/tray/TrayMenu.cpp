@@ -66,48 +66,58 @@ GVariant* menuProperty(const std::string& name) {
 TrayMenu::TrayMenu(GDBusConnection* connection, std::string path, std::vector<Entry> entries)
     : entries_(std::move(entries)),
       interface_(connection, std::move(path), kDescription,
-                 {[this](const std::string& method, GVariant* arguments) { return call(method, arguments); },
-                  menuProperty}) {}
+                 {[this](IncomingCall call) { handle(std::move(call)); }, menuProperty}) {}
 
-ExportedInterface::Answer TrayMenu::call(const std::string& method, GVariant* arguments) const {
+void TrayMenu::handle(IncomingCall call) const {
+  const std::string_view method = call.method();
+  std::vector<Action> actions;
+  if (method == "Event") {
+    int identifier = 0;
+    const char* event = nullptr;
+    g_variant_get(call.arguments(), "(i&svu)", &identifier, &event, nullptr, nullptr);
+    actions.push_back(actionOf(identifier, event));
+    call.answer();
+  } else if (method == "EventGroup") {
+    const GVariantHandle events(g_variant_get_child_value(call.arguments(), 0));
+    actions = actionsOf(events.get());
+    call.answer(g_variant_new("(@ai)", noNumbers()));
+  } else {
+    call.answer(told(call.method(), call.arguments()));
+  }
+  // Last: an action may destroy this.
+  for (const Action& action : actions)
+    if (action) action();
+}
+
+GVariant* TrayMenu::told(const std::string& method, GVariant* arguments) const {
   int identifier = 0;
   if (method == "GetLayout") {
     int depth = 0;
     g_variant_get(arguments, "(ii@as)", &identifier, &depth, nullptr);
-    return {g_variant_new("(u@(ia{sv}av))", kRevision, layout(identifier, depth)), {}};
+    return g_variant_new("(u@(ia{sv}av))", kRevision, layout(identifier, depth));
   }
   if (method == "GetGroupProperties") {
     const GVariantHandle identifiers(g_variant_get_child_value(arguments, 0));
-    return {g_variant_new("(@a(ia{sv}))", propertiesOf(identifiers.get())), {}};
+    return g_variant_new("(@a(ia{sv}))", propertiesOf(identifiers.get()));
   }
   if (method == "GetProperty") {
     const char* name = nullptr;
     g_variant_get(arguments, "(i&s)", &identifier, &name);
-    return {g_variant_new("(v)", property(identifier, name)), {}};
+    return g_variant_new("(v)", property(identifier, name));
   }
-  if (method == "Event") {
-    const char* event = nullptr;
-    g_variant_get(arguments, "(i&svu)", &identifier, &event, nullptr, nullptr);
-    return {nullptr, actionOf(identifier, event)};
-  }
-  if (method == "EventGroup") return eventGroup(arguments);
-  if (method == "AboutToShow") return {g_variant_new("(b)", FALSE), {}};
-  return {g_variant_new("(@ai@ai)", noNumbers(), noNumbers()), {}};  // "AboutToShowGroup"
+  if (method == "AboutToShow") return g_variant_new("(b)", FALSE);
+  return g_variant_new("(@ai@ai)", noNumbers(), noNumbers());  // "AboutToShowGroup"
 }
 
-ExportedInterface::Answer TrayMenu::eventGroup(GVariant* arguments) const {
-  const GVariantHandle events(g_variant_get_child_value(arguments, 0));
-  std::vector<std::function<void()>> actions;
-  for (gsize index = 0; index < g_variant_n_children(events.get()); ++index) {
+std::vector<TrayMenu::Action> TrayMenu::actionsOf(GVariant* events) const {
+  std::vector<Action> actions;
+  for (gsize index = 0; index < g_variant_n_children(events); ++index) {
     int identifier = 0;
     const char* event = nullptr;
-    g_variant_get_child(events.get(), index, "(i&svu)", &identifier, &event, nullptr, nullptr);
-    if (auto action = actionOf(identifier, event)) actions.push_back(std::move(action));
+    g_variant_get_child(events, index, "(i&svu)", &identifier, &event, nullptr, nullptr);
+    actions.push_back(actionOf(identifier, event));
   }
-  return {g_variant_new("(@ai)", noNumbers()), [actions = std::move(actions)] {
-            for (const auto& action : actions)
-              action();
-          }};
+  return actions;
 }
 
 GVariant* TrayMenu::layout(int parent, int depth) const {
@@ -165,7 +175,7 @@ bool TrayMenu::has(int identifier) const {
   return identifier >= 1 && static_cast<std::size_t>(identifier) <= entries_.size();
 }
 
-std::function<void()> TrayMenu::actionOf(int identifier, const char* event) const {
+TrayMenu::Action TrayMenu::actionOf(int identifier, const char* event) const {
   if (!has(identifier) || std::string_view(event) != "clicked") return {};
   return entries_[static_cast<std::size_t>(identifier - 1)].onClick;
 }

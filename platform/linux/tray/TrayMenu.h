@@ -21,14 +21,19 @@ class TrayMenu {
   TrayMenu(GDBusConnection* connection, std::string path, std::vector<Entry> entries);
 
  private:
-  ExportedInterface::Answer call(const std::string& method, GVariant* arguments) const;
-  ExportedInterface::Answer eventGroup(GVariant* arguments) const;
+  using Action = std::function<void()>;
+
+  void handle(IncomingCall call) const;
+  /// The reply, a floating tuple, of a method that only tells what the menu is like.
+  GVariant* told(const std::string& method, GVariant* arguments) const;
+  /// What the clicks among these events (a(isvu)) are to do.
+  std::vector<Action> actionsOf(GVariant* events) const;
   GVariant* layout(int parent, int depth) const;
   GVariant* propertiesOf(GVariant* identifiers) const;
   GVariant* properties(int identifier) const;
   GVariant* property(int identifier, const char* name) const;
   bool has(int identifier) const;
-  std::function<void()> actionOf(int identifier, const char* event) const;
+  Action actionOf(int identifier, const char* event) const;
 
   const std::vector<Entry> entries_;
   ExportedInterface interface_;

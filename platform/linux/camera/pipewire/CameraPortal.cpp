@@ -6,13 +6,14 @@
 
 #include <gio/gunixfdlist.h>
 
+#include "platform/linux/bus/BusNames.h"
+
 namespace platform_linux {
 namespace {
 
 constexpr const char* kName = "org.freedesktop.portal.Desktop";
 constexpr const char* kPath = "/org/freedesktop/portal/desktop";
 constexpr const char* kInterface = "org.freedesktop.portal.Camera";
-constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
 constexpr const char* kRequest = "org.freedesktop.portal.Request";
 /// Tells this request from others of the same connection; there is only one at a time.
 constexpr const char* kToken = "camera_shot";
@@ -163,10 +164,10 @@ void CameraPortal::finish(Answer answer) {
 
 void CameraPortal::openRemote(std::function<void(FileDescriptor)> opened) {
   if (!connection_) return opened({});
-  g_dbus_connection_call_with_unix_fd_list(connection_.get(), kName, kPath, kInterface, "OpenPipeWireRemote",
-                                           g_variant_new("(a{sv})", nullptr), nullptr, G_DBUS_CALL_FLAGS_NONE,
-                                           patience_, nullptr, nullptr, &onRemoteOpened,
-                                           std::make_unique<Opened>(std::move(opened)).release());
+  g_dbus_connection_call_with_unix_fd_list(
+      connection_.get(), kName, kPath, kInterface, "OpenPipeWireRemote", g_variant_new("(a{sv})", nullptr),
+      nullptr, G_DBUS_CALL_FLAGS_NONE, static_cast<int>(patience_.count()), nullptr, nullptr, &onRemoteOpened,
+      std::make_unique<Opened>(std::move(opened)).release());
 }
 
 }  // namespace platform_linux

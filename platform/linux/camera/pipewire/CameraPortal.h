@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -9,9 +10,9 @@
 
 namespace platform_linux {
 
-/// How long the portal may take to answer a call, in milliseconds: desktops start it at the first call, which
+/// How long the portal may take to answer a call: desktops start it at the first call, which
 /// takes seconds where one of its helpers hangs. The user, who is asked in between, may take any time.
-inline constexpr int kPortalPatience = 25000;
+inline constexpr std::chrono::milliseconds kPortalPatience{25000};
 
 /// The desktop's `org.freedesktop.portal.Camera` (flatpak.github.io/xdg-desktop-portal, version 1), through
 /// which programs in a sandbox ask for cameras and get them. Main thread only.
@@ -24,7 +25,8 @@ class CameraPortal : public std::enable_shared_from_this<CameraPortal> {
   };
 
   /// `bus` outlives the portal and is there once the first question is put.
-  explicit CameraPortal(std::function<const SessionBus&()> bus, int patience = kPortalPatience)
+  explicit CameraPortal(std::function<const SessionBus&()> bus,
+                        std::chrono::milliseconds patience = kPortalPatience)
       : bus_(std::move(bus)), patience_(patience) {}
   CameraPortal(const CameraPortal&) = delete;
   CameraPortal& operator=(const CameraPortal&) = delete;
@@ -54,7 +56,7 @@ class CameraPortal : public std::enable_shared_from_this<CameraPortal> {
   void finish(Answer answer);
   void unsubscribe(guint& subscription);
   const std::function<const SessionBus&()> bus_;
-  const int patience_;
+  const std::chrono::milliseconds patience_;
   std::function<void(Answer)> answered_;  // empty once it ran
   bool isCameraPresent_ = false;
   GObjectHandle<GDBusConnection> connection_;  // once there is something on it to be undone

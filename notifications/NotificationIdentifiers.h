@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+
+namespace camera_shot {
+
+/// What identifies the tool's notifications, their actions and what they carry.
+inline const std::string kPhotoTaken = "Photo_Taken_Notification";
+inline const std::string kPhotoTakenError = "Photo_Taken_Notification_Error";
+inline const std::string kTakePhotoCategory = "TAKE_PHOTO_CATEGORY";
+inline const std::string kOpenAction = "OPEN_ACTION";
+/// The entry of the user info with the photo's path.
+inline const std::string kPathKey = "Path";
+
+}  // namespace camera_shot
