@@ -3,6 +3,7 @@
 #include <map>
 
 #include "platform/linux/camera/Cameras.h"
+#include "tests/camera/CameraFixture.h"
 #include "tests/camera/PrivateDesktop.h"
 #include "tests/contract/AVFoundationContract.h"
 #include "tests/fakes/FakeAVFoundation.h"
@@ -40,8 +41,7 @@ class RealCameras : public AVFoundationFactory {
   fakes::Journal journal_;
   fakes::FakeMainLoop loop_;
   fakes::FakeNotificationCenter center_{journal_};
-  std::unique_ptr<platform_linux::Cameras> cameras_ =
-      std::make_unique<platform_linux::Cameras>(loop_, center_);
+  std::unique_ptr<platform_linux::Cameras> cameras_ = camera_test::camerasOfTheDaemon(loop_, center_);
   std::map<std::string, camera_test::VirtualCamera> plugged_;
 };
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/linux/camera/CaptureSession.h"
+#include "platform/linux/camera/pipewire/PipeWireFrameSource.h"
 
 namespace camera_test {
 
@@ -43,13 +44,19 @@ std::uint64_t Rig::copied() const {
   return std::static_pointer_cast<platform_linux::CaptureSession>(session)->flow()->counts().copied;
 }
 
+std::unique_ptr<platform_linux::Cameras> camerasOfTheDaemon(platform::MainQueue& queue,
+                                                            platform::NSNotificationCenter& center) {
+  return std::make_unique<platform_linux::Cameras>(
+      queue, center, std::make_shared<platform_linux::PipeWireFrameSource>(), [] { return std::string(); });
+}
+
 CameraFixture::~CameraFixture() {
   end();
   removeCameras();
 }
 
 void CameraFixture::start() {
-  cameras_ = std::make_unique<platform_linux::Cameras>(loop_, center_);
+  cameras_ = camerasOfTheDaemon(loop_, center_);
   const auto record = [this](const std::string& what) {
     std::string line = what + ":";
     for (const auto& name : names())

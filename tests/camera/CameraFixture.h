@@ -58,6 +58,10 @@ struct Rig {
   std::uint64_t copied() const;
 };
 
+/// The adapter on the private desktop's daemon.
+std::unique_ptr<platform_linux::Cameras> camerasOfTheDaemon(platform::MainQueue& queue,
+                                                            platform::NSNotificationCenter& center);
+
 /// The adapter in a private desktop, with a main loop that the test turns.
 class CameraFixture : public testing::Test {
  public:

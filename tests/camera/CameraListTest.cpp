@@ -19,7 +19,7 @@ using testing::IsEmpty;
 using namespace std::chrono_literals;
 
 Camera camera(std::string name, std::uint64_t serial) {
-  return {.name = std::move(name), .title = "", .serial = serial, .modes = {}};
+  return {.uniqueID = std::move(name), .localizedName = "", .serial = serial, .modes = {}};
 }
 
 class CameraListTest : public testing::Test {
@@ -35,7 +35,7 @@ class CameraListTest : public testing::Test {
   std::string names() {
     std::string line;
     for (const auto& each : list_->cameras(0ms))
-      line += " " + each.name;
+      line += " " + each.uniqueID;
     return line;
   }
 

@@ -158,7 +158,7 @@ TEST(FormatOfMode, SaysExactlyThatMode) {
   }
 }
 
-TEST(AgreedFormat, TakesTheColoursOfTheDefinitionWhenNoneAreStated) {
+TEST(FrameFormat, TakesTheColoursOfTheDefinitionWhenNoneAreStated) {
   const auto colours = [](std::uint32_t lines) {
     FormatBuilder format(SPA_MEDIA_SUBTYPE_raw);
     format.id(SPA_FORMAT_VIDEO_format, SPA_VIDEO_FORMAT_YUY2).size(1024, lines).rate(30, 1);
@@ -170,7 +170,7 @@ TEST(AgreedFormat, TakesTheColoursOfTheDefinitionWhenNoneAreStated) {
   EXPECT_EQ(colours(576)->range, picture::ColorRange::Limited);
 }
 
-TEST(AgreedFormat, TakesTheColoursThatAreStated) {
+TEST(FrameFormat, TakesTheColoursThatAreStated) {
   FormatBuilder format(SPA_MEDIA_SUBTYPE_raw);
   format.id(SPA_FORMAT_VIDEO_format, SPA_VIDEO_FORMAT_NV12)
       .size(1920, 1080)
@@ -186,7 +186,7 @@ TEST(AgreedFormat, TakesTheColoursThatAreStated) {
   EXPECT_EQ(agreed->range, picture::ColorRange::Full);
 }
 
-TEST(AgreedFormat, IsNoneOfWhatWasNotAskedFor) {
+TEST(FrameFormat, IsNoneOfWhatWasNotAskedFor) {
   EXPECT_FALSE(agreedFormatOfPod(FormatBuilder(SPA_MEDIA_SUBTYPE_h264).size(640, 480).pod()));
   FormatBuilder grey(SPA_MEDIA_SUBTYPE_raw);
   grey.id(SPA_FORMAT_VIDEO_format, SPA_VIDEO_FORMAT_GRAY8).size(640, 480);

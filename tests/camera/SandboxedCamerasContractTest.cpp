@@ -16,6 +16,7 @@
 #include "platform/linux/base/MainQueue.h"
 #include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/camera/Cameras.h"
+#include "platform/linux/camera/pipewire/PipeWireFrameSource.h"
 #include "tests/camera/CameraFixture.h"
 #include "tests/camera/MockPortal.h"
 #include "tests/camera/PrivateDesktop.h"
@@ -66,10 +67,11 @@ class SandboxedCameras : public testing::Test {
     makeCameras();
   }
   void makeCameras() {
+    const auto portal =
+        std::make_shared<platform_linux::CameraPortal>([this]() -> const SessionBus& { return bus_; });
     cameras_ = std::make_unique<platform_linux::Cameras>(
-        queue_, center_,
-        platform_linux::SandboxServices{.bus = [this]() -> const SessionBus& { return bus_; },
-                                        .cameraTitle = [] { return std::string("Camera"); }});
+        queue_, center_, std::make_shared<platform_linux::PipeWireFrameSource>(queue_, portal),
+        [] { return std::string("Camera"); });
     for (const auto& [name, what] :
          {std::pair(platform::AVCaptureDeviceWasConnectedNotification, "connected"),
           std::pair(platform::AVCaptureDeviceWasDisconnectedNotification, "gone")})

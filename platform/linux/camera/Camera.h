@@ -10,9 +10,9 @@ namespace platform_linux {
 
 /// What is known of one camera while it is plugged in.
 struct Camera {
-  std::string name;          ///< its identity, the same after each plugging in: `node.name`
-  std::string title;         ///< for people
-  std::uint64_t serial = 0;  ///< `object.serial`: never used twice while the daemon lives, growing
+  std::string uniqueID;       ///< its identity, the same after each plugging in
+  std::string localizedName;  ///< for people
+  std::uint64_t serial = 0;   ///< of this plugging in: never used twice by its source, growing, not 0
   std::vector<CameraMode> modes;
 };
 

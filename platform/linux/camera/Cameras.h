@@ -10,40 +10,29 @@
 #include "platform/Foundation/MainQueue.h"
 #include "platform/Foundation/NSNotificationCenter.h"
 #include "platform/linux/camera/Camera.h"
-#include "platform/linux/camera/pipewire/CameraAccess.h"
 
 namespace platform_linux {
 
 class CameraList;
 class CaptureService;
-class PortalCameraAccess;
-class SessionBus;
+class FrameSource;
 
-/// What the cameras of a sandboxed program need besides. Asked for when the first camera is.
-struct SandboxServices {
-  std::function<const SessionBus&()> bus;    ///< the bus outlives the cameras
-  std::function<std::string()> cameraTitle;  ///< for people, of a camera that is not shown to us yet
-};
-
-/// The cameras of the PipeWire daemon. Main thread only.
+/// The cameras of this machine. Main thread only.
 class Cameras final : public platform::AVFoundation {
  public:
-  /// Begins to connect and returns: made early, the cameras are known by the time somebody asks. Queue and
-  /// notification centre outlive this object.
-  Cameras(platform::MainQueue& mainQueue, platform::NSNotificationCenter& notificationCenter);
-  /// In a sandbox: nothing is known and nobody asked before the first question for the cameras or for the
-  /// right to use them. Until that is given, a camera that is there is one without an identity, so that
-  /// people are told the truth: that it may not be used, not that it is missing.
+  /// Starts the source and returns: made early, the cameras are known by the time somebody asks. Queue and
+  /// notification centre outlive this object. `hiddenCameraTitle` names, for people, a camera that is there
+  /// but not shown for want of the right: until that is given it is one without an identity, so that people
+  /// are told the truth: that it may not be used, not that it is missing.
   Cameras(platform::MainQueue& mainQueue, platform::NSNotificationCenter& notificationCenter,
-          SandboxServices sandbox);
+          std::shared_ptr<FrameSource> source, std::function<std::string()> hiddenCameraTitle);
   Cameras(const Cameras&) = delete;
   Cameras& operator=(const Cameras&) = delete;
   /// After the main loop has ended. Waits for an outcome that is being delivered, and so for a photo that is
   /// being saved; captures still pending are dropped. Sessions that outlive this deliver nothing.
   ~Cameras() override;
 
-  /// The first call waits for the daemon's answer, bounded to two seconds; not at all where there is no
-  /// daemon.
+  /// The first call waits until the cameras are known, bounded to two seconds.
   std::vector<std::shared_ptr<platform::AVCaptureDevice>> devicesWithMediaType(
       const std::string& mediaType) override;
   std::shared_ptr<platform::AVCaptureDevice> deviceWithUniqueID(const std::string& uniqueID) override;
@@ -63,11 +52,9 @@ class Cameras final : public platform::AVFoundation {
  private:
   std::vector<Camera> cameras();
 
-  CameraAccess access_;
   std::shared_ptr<CameraList> list_;
   std::shared_ptr<CaptureService> service_;
   std::function<std::string()> hiddenCameraTitle_;
-  std::shared_ptr<PortalCameraAccess> portalAccess_;  // in a sandbox only
 };
 
 }  // namespace platform_linux

@@ -2,12 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <utility>
 
 namespace platform_linux {
-
-using std::chrono::steady_clock;
 
 void CaptureFlow::setCamera(Camera camera) {
   const std::scoped_lock lock(cameraMutex_);
@@ -57,9 +54,8 @@ void CaptureFlow::startNow() {
   if (!camera) return fail(ENODEV);
   const auto mode = highQualityMode(camera->modes);
   if (!mode) return fail(ENOTSUP);
-  serial_ = camera->serial;
   service_->add(shared_from_this());
-  stream_.emplace(service_->core(), serial_, *mode, *this);
+  stream_ = service_->open(*camera, *mode, *this);
 }
 
 void CaptureFlow::stopNow(int error) {
@@ -86,7 +82,7 @@ void CaptureFlow::abandon() {
 void CaptureFlow::request(StillAnswer answer) {
   if (!isStarted_) return answer(nullptr, ENOTCONN);
   if (error_ != 0) return answer(nullptr, error_);
-  if (!schedule_.request(steady_clock::now())) return answer(nullptr, ETIMEDOUT);
+  if (!schedule_.request(service_->loop().now())) return answer(nullptr, ETIMEDOUT);
   waiting_.push_back(std::move(answer));
   armTimer();
 }
@@ -99,13 +95,13 @@ void CaptureFlow::answerAll(const std::shared_ptr<const picture::Frame>& frame, 
 void CaptureFlow::armTimer() {
   const auto deadline = schedule_.deadline();
   if (!deadline) return;
-  if (!silenceTimer_) silenceTimer_.emplace(service_->loop(), [this] { checkSilence(); });
-  silenceTimer_->startOnce(*deadline - steady_clock::now());
+  if (!silenceTimer_) silenceTimer_ = service_->loop().timer([this] { checkSilence(); });
+  silenceTimer_->startOnce(*deadline - service_->loop().now());
 }
 
 void CaptureFlow::checkSilence() {
   // Frames put the deadline off; the timer is not touched at each of them, it looks again when it fires.
-  if (schedule_.hasFallenSilent(steady_clock::now()))
+  if (schedule_.hasFallenSilent(service_->loop().now()))
     answerAll(nullptr, ETIMEDOUT);
   else
     armTimer();
@@ -120,10 +116,10 @@ bool CaptureFlow::anyFeedWants() {
   return isWatched_;
 }
 
-void CaptureFlow::pictureArrived(const FrameBuffer& picture) {
+void CaptureFlow::frameArrived(const FrameBuffer& picture) {
   ++arrived_;
   const std::uint64_t sequence = sequence_++;
-  const bool answersStills = schedule_.frameArrived(steady_clock::now());
+  const bool answersStills = schedule_.frameArrived(service_->loop().now());
   if (!answersStills && !anyFeedWants()) return;
   const std::shared_ptr<const picture::Frame> frame = picture.copy(sequence);
   ++copied_;
@@ -136,8 +132,7 @@ void CaptureFlow::pictureArrived(const FrameBuffer& picture) {
 }
 
 void CaptureFlow::streamEnded(int error) {
-  // The stream also says that its camera has left when it was the daemon that did.
-  error_ = service_->isConnectionLost() ? EPIPE : error;
+  error_ = error;
   // Not here, in the stream's own call: it is destroyed by this.
   service_->loop().post([weakSelf = weak_from_this(), reason = error_] {
     const auto self = weakSelf.lock();

@@ -12,8 +12,6 @@
 #include "platform/linux/camera/CaptureService.h"
 #include "platform/linux/camera/FrameFeed.h"
 #include "platform/linux/camera/StillSchedule.h"
-#include "platform/linux/camera/pipewire/CaptureLoop.h"
-#include "platform/linux/camera/pipewire/FrameStream.h"
 
 namespace platform_linux {
 
@@ -55,16 +53,14 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
 
   // For the service, on the loop's thread:
 
-  /// The `object.serial` of the camera that is running; 0 when none is.
-  [[nodiscard]] std::uint64_t runningSerial() const { return stream_ ? serial_ : 0; }
-  /// No more frames will come, because of `error`: what waits fails, and so does what is asked for later. The
-  /// stream is given up before this returns.
-  void fail(int error);
   /// The end of everything: nobody is told anything.
   void abandon();
 
  private:
   void startNow();
+  /// No more frames will come, because of `error`: what waits fails, and so does what is asked for later. The
+  /// stream is given up before this returns.
+  void fail(int error);
   void stopNow(int error);
   void request(StillAnswer answer);
   void answerAll(const std::shared_ptr<const picture::Frame>& frame, int error);
@@ -73,7 +69,7 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   [[nodiscard]] bool anyFeedWants();
   void post(void (CaptureFlow::*task)());
 
-  void pictureArrived(const FrameBuffer& picture) override;
+  void frameArrived(const FrameBuffer& picture) override;
   void streamEnded(int error) override;
 
   const std::shared_ptr<CaptureService> service_;
@@ -83,13 +79,12 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   std::atomic<std::uint64_t> copied_ = 0;
 
   // The loop's thread only:
-  std::optional<FrameStream> stream_;
-  std::optional<LoopTimer> silenceTimer_;
+  std::unique_ptr<FrameStream> stream_;
+  std::unique_ptr<CameraLoop::Timer> silenceTimer_;
   StillSchedule schedule_;
   std::vector<StillAnswer> waiting_;
   std::vector<std::weak_ptr<FrameFeed>> feeds_;
   std::atomic<bool> isWatched_ = false;
-  std::uint64_t serial_ = 0;
   std::uint64_t sequence_ = 0;
   bool isStarted_ = false;
   int error_ = 0;  // why nothing comes although started

@@ -14,8 +14,8 @@ class CaptureDevice final : public platform::AVCaptureDevice {
  public:
   explicit CaptureDevice(Camera camera) : camera_(std::move(camera)) {}
 
-  std::string uniqueID() const override { return camera_.name; }
-  std::string localizedName() const override { return camera_.title; }
+  std::string uniqueID() const override { return camera_.uniqueID; }
+  std::string localizedName() const override { return camera_.localizedName; }
   const Camera& camera() const { return camera_; }
 
  private:

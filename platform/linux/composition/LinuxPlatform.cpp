@@ -2,6 +2,7 @@
 
 #include <glib.h>
 
+#include "platform/linux/camera/pipewire/PipeWireFrameSource.h"
 #include "platform/linux/camera/pipewire/Sandbox.h"
 
 namespace platform_linux {
@@ -51,10 +52,14 @@ LinuxPlatform::LinuxPlatform(const ProgramIdentity& identity)
 LinuxPlatform::~LinuxPlatform() = default;
 
 std::unique_ptr<Cameras> LinuxPlatform::makeCameras() {
-  if (!runsInSandbox()) return std::make_unique<Cameras>(mainQueue_, notificationCenter_);
-  const SandboxServices services{.bus = [this]() -> const SessionBus& { return bus_; },
-                                 .cameraTitle = [this] { return bundle_.localizedStringForKey("Camera"); }};
-  return std::make_unique<Cameras>(mainQueue_, notificationCenter_, services);
+  const auto hiddenCameraTitle = [this] { return bundle_.localizedStringForKey("Camera"); };
+  return std::make_unique<Cameras>(mainQueue_, notificationCenter_, frameSource(), hiddenCameraTitle);
+}
+
+std::shared_ptr<FrameSource> LinuxPlatform::frameSource() {
+  if (!runsInSandbox()) return std::make_shared<PipeWireFrameSource>();
+  const auto bus = [this]() -> const SessionBus& { return bus_; };
+  return std::make_shared<PipeWireFrameSource>(mainQueue_, std::make_shared<CameraPortal>(bus));
 }
 
 void LinuxPlatform::connect() {

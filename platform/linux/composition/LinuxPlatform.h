@@ -28,6 +28,8 @@
 
 namespace platform_linux {
 
+class FrameSource;
+
 /// What tells one application of the suite from another.
 struct ProgramIdentity {
   std::string identifier;       ///< the application id
@@ -69,6 +71,7 @@ class LinuxPlatform {
  private:
   void connect();
   std::unique_ptr<Cameras> makeCameras();
+  std::shared_ptr<FrameSource> frameSource();
 
   /// First of all: before there are threads.
   const ToolkitWithoutGraphicsProcessor toolkitSettings_;

@@ -48,8 +48,8 @@ const pw_node_events& CameraNode::events() {
 
 CameraNode::CameraNode(pw_registry* registry, std::uint32_t id, const spa_dict& properties, Client& client)
     : client_(client) {
-  camera_.name = property(properties, PW_KEY_NODE_NAME);
-  camera_.title = titleOf(properties);
+  camera_.uniqueID = property(properties, PW_KEY_NODE_NAME);
+  camera_.localizedName = titleOf(properties);
   camera_.serial =
       std::strtoull(std::string(property(properties, PW_KEY_OBJECT_SERIAL)).c_str(), nullptr, 10);
   node_ = bindNode(registry, id);

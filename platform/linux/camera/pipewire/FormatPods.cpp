@@ -159,23 +159,23 @@ const spa_pod* formatPodOfMode(const CameraMode& mode, spa_pod_builder& builder)
   return static_cast<const spa_pod*>(spa_pod_builder_pop(&builder, &object));
 }
 
-std::optional<AgreedFormat> agreedFormatOfPod(const spa_pod* pod) {
+std::optional<FrameFormat> agreedFormatOfPod(const spa_pod* pod) {
   std::uint32_t mediaType = 0;
   std::uint32_t subtype = 0;
   if (spa_format_parse(pod, &mediaType, &subtype) < 0 || mediaType != SPA_MEDIA_TYPE_video) return {};
   if (subtype == SPA_MEDIA_SUBTYPE_mjpg) {
     spa_video_info_mjpg info{};
     if (spa_format_video_mjpg_parse(pod, &info) < 0) return {};
-    return AgreedFormat{picture::PixelFormat::MJPG, info.size.width, info.size.height};
+    return FrameFormat{picture::PixelFormat::MJPG, info.size.width, info.size.height};
   }
   spa_video_info_raw info{};
   if (subtype != SPA_MEDIA_SUBTYPE_raw || spa_format_video_raw_parse(pod, &info) < 0) return {};
   const auto format = pixelFormatOfSpa(info.format);
   if (!format) return {};
-  return AgreedFormat{*format, info.size.width, info.size.height,
-                      matrixOf(info.color_matrix, info.size.height),
-                      info.color_range == SPA_VIDEO_COLOR_RANGE_0_255 ? picture::ColorRange::Full
-                                                                      : picture::ColorRange::Limited};
+  return FrameFormat{*format, info.size.width, info.size.height,
+                     matrixOf(info.color_matrix, info.size.height),
+                     info.color_range == SPA_VIDEO_COLOR_RANGE_0_255 ? picture::ColorRange::Full
+                                                                     : picture::ColorRange::Limited};
 }
 
 }  // namespace platform_linux

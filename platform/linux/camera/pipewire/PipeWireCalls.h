@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <ctime>
 #include <limits>
 
 #include <pipewire/pipewire.h>
@@ -14,28 +13,23 @@ namespace platform_linux {
 #pragma GCC diagnostic ignored "-Wold-style-cast"
 #pragma GCC diagnostic ignored "-Wpedantic"
 
-/// The answer belongs to the loop, as with all sources, and is given back by `destroySource`; empty when the
-/// system has no descriptor left.
-inline spa_source* addEvent(pw_loop* loop, spa_source_event_func_t function, void* data) {
-  return pw_loop_add_event(loop, function, data);
+/// A descriptor that can be read when the loop has something to do.
+inline int loopDescriptor(pw_loop* loop) {
+  return pw_loop_get_fd(loop);
 }
 
-/// Thread-safe.
-inline void signalEvent(pw_loop* loop, spa_source* event) {
-  pw_loop_signal_event(loop, event);
+/// The calling thread is the one that turns the loop, until it leaves it.
+inline void enterLoop(pw_loop* loop) {
+  pw_loop_enter(loop);
 }
 
-inline spa_source* addTimer(pw_loop* loop, spa_source_timer_func_t function, void* data) {
-  return pw_loop_add_timer(loop, function, data);
+inline void leaveLoop(pw_loop* loop) {
+  pw_loop_leave(loop);
 }
 
-/// Fires once, `delay` from now; without a delay the timer is disarmed.
-inline void updateTimer(pw_loop* loop, spa_source* timer, timespec* delay) {
-  pw_loop_update_timer(loop, timer, delay, nullptr, false);
-}
-
-inline void destroySource(pw_loop* loop, spa_source* source) {
-  pw_loop_destroy_source(loop, source);
+/// Does what there is to do and returns without waiting.
+inline void turnLoop(pw_loop* loop) {
+  pw_loop_iterate(loop, 0);
 }
 
 /// Answers the number with which the daemon reports back.

@@ -31,11 +31,12 @@ const pw_core_events& PipeWireConnection::events() {
   return table;
 }
 
-PipeWireConnection::PipeWireConnection(CaptureLoop& loop, Client& client)
+PipeWireConnection::PipeWireConnection(CameraLoop& loop, Client& client)
     : loop_(loop),
       client_(client),
-      retry_(loop, [this] { isLost_ ? disconnect() : connect(); }),
+      retry_(loop.timer([this] { isLost_ ? disconnect() : connect(); })),
       retryDelay_(kFirstRetry) {
+  if (!loop_.raw()) return;
   // Real-time scheduling and memory that is never swapped out are for sound: the one costs a conversation
   // with a system service, the other makes all of the camera's buffers resident.
   pw_properties* properties = pw_properties_new("module.rt", "false", "mem.allow-mlock", "false", nullptr);
@@ -95,7 +96,7 @@ void PipeWireConnection::disconnect() noexcept {
 }
 
 void PipeWireConnection::retryLater() {
-  retry_.startOnce(retryDelay_);
+  retry_->startOnce(retryDelay_);
   retryDelay_ = std::min(retryDelay_ * 2, kLastRetry);
 }
 
@@ -104,7 +105,7 @@ void PipeWireConnection::onError(std::uint32_t id, int result) noexcept {
   if (id != PW_ID_CORE || result != -EPIPE || isLost_) return;
   // Not here, inside the library's own handling of the closed connection: on the next turn.
   isLost_ = true;
-  retry_.startOnce(std::chrono::nanoseconds{0});
+  retry_->startOnce(std::chrono::nanoseconds{0});
 }
 
 }  // namespace platform_linux

@@ -2,11 +2,13 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 
 #include <pipewire/pipewire.h>
 
 #include "platform/linux/base/FileDescriptor.h"
-#include "platform/linux/camera/pipewire/CaptureLoop.h"
+#include "platform/linux/camera/CameraLoop.h"
+#include "platform/linux/camera/pipewire/PipeWireLoop.h"
 
 namespace platform_linux {
 
@@ -26,7 +28,7 @@ class PipeWireConnection {
     virtual void synced(int sequence) = 0;
   };
 
-  PipeWireConnection(CaptureLoop& loop, Client& client);
+  PipeWireConnection(CameraLoop& loop, Client& client);
   PipeWireConnection(const PipeWireConnection&) = delete;
   PipeWireConnection& operator=(const PipeWireConnection&) = delete;
   /// Without `disconnected`: what was made from the core is destroyed before.
@@ -57,9 +59,9 @@ class PipeWireConnection {
   void retryLater();
   void onError(std::uint32_t id, int result) noexcept;
 
-  CaptureLoop& loop_;
+  PipeWireLoop loop_;
   Client& client_;
-  LoopTimer retry_;
+  const std::unique_ptr<CameraLoop::Timer> retry_;
   std::function<void()> askForSocket_;  // empty: libpipewire opens the socket
   std::chrono::milliseconds retryDelay_;
   pw_context* context_ = nullptr;  // owned

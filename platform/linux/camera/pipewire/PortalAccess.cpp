@@ -1,19 +1,19 @@
-#include "platform/linux/camera/pipewire/PortalCameraAccess.h"
+#include "platform/linux/camera/pipewire/PortalAccess.h"
 
 #include <utility>
 
 #include "platform/linux/camera/CameraList.h"
-#include "platform/linux/camera/CaptureService.h"
+#include "platform/linux/camera/pipewire/PipeWireFrameSource.h"
 
 namespace platform_linux {
 
 using platform::AVAuthorizationStatus;
 
-PortalCameraAccess::PortalCameraAccess(platform::MainQueue& mainQueue, std::shared_ptr<CameraPortal> portal,
-                                       const std::shared_ptr<CaptureService>& service)
-    : mainQueue_(mainQueue), portal_(std::move(portal)), service_(service) {}
+PortalAccess::PortalAccess(platform::MainQueue& mainQueue, std::shared_ptr<CameraPortal> portal,
+                           std::weak_ptr<PipeWireFrameSource> source)
+    : mainQueue_(mainQueue), portal_(std::move(portal)), source_(std::move(source)) {}
 
-AVAuthorizationStatus PortalCameraAccess::status() const {
+AVAuthorizationStatus PortalAccess::status() const {
   switch (state_) {
     case State::kGranted:
       return AVAuthorizationStatus::Authorized;
@@ -28,18 +28,18 @@ AVAuthorizationStatus PortalCameraAccess::status() const {
   return AVAuthorizationStatus::NotDetermined;
 }
 
-bool PortalCameraAccess::hidesCamera() const {
+bool PortalAccess::hidesCamera() const {
   return status() != AVAuthorizationStatus::Authorized && portal_->isCameraPresent();
 }
 
-void PortalCameraAccess::request(std::function<void(bool granted)> completion) {
+void PortalAccess::request(std::function<void(bool granted)> completion) {
   if (status() != AVAuthorizationStatus::NotDetermined)
     return completion(status() == AVAuthorizationStatus::Authorized);
   completion_ = std::move(completion);
   ask();
 }
 
-void PortalCameraAccess::ask() {
+void PortalAccess::ask() {
   if (state_ != State::kUnasked) return;
   state_ = State::kAsked;
   portal_->ask([weakSelf = weak_from_this()](CameraPortal::Answer answer) {
@@ -47,35 +47,35 @@ void PortalCameraAccess::ask() {
   });
 }
 
-void PortalCameraAccess::onAnswer(CameraPortal::Answer answer) {
-  const auto service = service_.lock();
-  if (!service) return;
+void PortalAccess::onAnswer(CameraPortal::Answer answer) {
+  const auto source = source_.lock();
+  if (!source) return;
   switch (answer) {
     case CameraPortal::Answer::kGranted:
       return connectThroughPortal();
     case CameraPortal::Answer::kRefused:
       return settle(State::kRefused);
     case CameraPortal::Answer::kNoPortal:
-      return service->connect(settleLater(State::kWithoutPortal));
+      return source->connect(settleLater(State::kWithoutPortal));
   }
 }
 
-void PortalCameraAccess::connectThroughPortal() {
+void PortalAccess::connectThroughPortal() {
   const auto askForSocket = [weakSelf = weak_from_this(), &mainQueue = mainQueue_] {
     mainQueue.async([weakSelf] {
       if (const auto self = weakSelf.lock()) self->openRemote();
     });
   };
-  service_.lock()->connectThrough(askForSocket, settleLater(State::kGranted));
+  source_.lock()->connectThrough(askForSocket, settleLater(State::kGranted));
 }
 
-void PortalCameraAccess::openRemote() {
-  portal_->openRemote([weakService = service_](FileDescriptor socket) {
-    if (const auto service = weakService.lock()) service->connectTo(std::move(socket));
+void PortalAccess::openRemote() {
+  portal_->openRemote([weakSource = source_](FileDescriptor socket) {
+    if (const auto source = weakSource.lock()) source->connectTo(std::move(socket));
   });
 }
 
-std::function<void(bool)> PortalCameraAccess::settleLater(State state) {
+std::function<void(bool)> PortalAccess::settleLater(State state) {
   mainQueue_.after(kFirstEnumeration, [weakSelf = weak_from_this(), state] {
     if (const auto self = weakSelf.lock()) self->settle(state);
   });
@@ -89,7 +89,7 @@ std::function<void(bool)> PortalCameraAccess::settleLater(State state) {
   };
 }
 
-void PortalCameraAccess::settle(State state) {
+void PortalAccess::settle(State state) {
   if (state_ != State::kAsked) return;
   state_ = state;
   if (const auto completion = std::exchange(completion_, nullptr))

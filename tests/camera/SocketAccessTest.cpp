@@ -7,25 +7,25 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/linux/camera/pipewire/CameraAccess.h"
+#include "platform/linux/camera/pipewire/SocketAccess.h"
 
 namespace camera_test {
 namespace {
 
 using platform::AVAuthorizationStatus;
-using platform_linux::CameraAccess;
 using platform_linux::daemonSocketPaths;
+using platform_linux::SocketAccess;
 using testing::ElementsAre;
 
 // A runtime folder of its own; the environment is put back by the next test's.
-class CameraAccessTest : public testing::Test {
+class SocketAccessTest : public testing::Test {
  public:
-  CameraAccessTest() {
+  SocketAccessTest() {
     for (const char* name : {"PIPEWIRE_REMOTE", "PIPEWIRE_RUNTIME_DIR", "USERPROFILE"})
       ::unsetenv(name);
     ::setenv("XDG_RUNTIME_DIR", folder_.c_str(), 1);
   }
-  ~CameraAccessTest() override {
+  ~SocketAccessTest() override {
     if (::getuid() == 0) {
       EXPECT_EQ(::seteuid(0), 0);
     }
@@ -50,24 +50,24 @@ class CameraAccessTest : public testing::Test {
   }();
 };
 
-TEST_F(CameraAccessTest, IsGrantedWithoutADaemon) {
-  EXPECT_EQ(CameraAccess().status(), AVAuthorizationStatus::Authorized);
+TEST_F(SocketAccessTest, IsGrantedWithoutADaemon) {
+  EXPECT_EQ(SocketAccess().status(), AVAuthorizationStatus::Authorized);
 }
 
-TEST_F(CameraAccessTest, IsGrantedToWhomMayOpenTheSocket) {
+TEST_F(SocketAccessTest, IsGrantedToWhomMayOpenTheSocket) {
   makeSocket(0666);
-  EXPECT_EQ(CameraAccess().status(), AVAuthorizationStatus::Authorized);
+  EXPECT_EQ(SocketAccess().status(), AVAuthorizationStatus::Authorized);
 }
 
-TEST_F(CameraAccessTest, IsDeniedToWhomMayNotOpenTheSocket) {
+TEST_F(SocketAccessTest, IsDeniedToWhomMayNotOpenTheSocket) {
   makeSocket(0);
-  EXPECT_EQ(CameraAccess().status(), AVAuthorizationStatus::Denied);
+  EXPECT_EQ(SocketAccess().status(), AVAuthorizationStatus::Denied);
   bool granted = true;
-  CameraAccess().request([&](bool answer) { granted = answer; });
+  SocketAccess().request([&](bool answer) { granted = answer; });
   EXPECT_FALSE(granted);
 }
 
-TEST_F(CameraAccessTest, LooksWhereTheLibraryLooks) {
+TEST_F(SocketAccessTest, LooksWhereTheLibraryLooks) {
   EXPECT_THAT(daemonSocketPaths(), ElementsAre(folder_ + "/pipewire-0", "/run/pipewire/pipewire-0"));
   ::setenv("PIPEWIRE_RUNTIME_DIR", "/other", 1);
   ::setenv("PIPEWIRE_REMOTE", "mine", 1);

@@ -1,8 +1,6 @@
-#include "platform/linux/camera/pipewire/FrameBuffer.h"
+#include "platform/linux/camera/FrameBuffer.h"
 
 #include <algorithm>
-
-#include <spa/buffer/meta.h>
 
 #include "picture/JpegMarkers.h"
 
@@ -16,7 +14,7 @@ struct PlaneShape {
   std::size_t strideDivisor = 1;
 };
 
-std::vector<PlaneShape> planeShapes(const AgreedFormat& format) {
+std::vector<PlaneShape> planeShapes(const FrameFormat& format) {
   const std::size_t width = format.width;
   const std::size_t height = format.height;
   const std::size_t evenWidth = (width + 1) / 2 * 2;
@@ -41,44 +39,28 @@ std::vector<PlaneShape> planeShapes(const AgreedFormat& format) {
   return {};
 }
 
-// The filled part of one block of memory; what the camera states is not trusted to lie inside it.
-std::span<const std::uint8_t> filledBytes(const spa_data& data) {
-  if (!data.data || !data.chunk) return {};
-  const std::uint32_t offset = std::min(data.chunk->offset, data.maxsize);
-  const std::uint32_t size = std::min(data.chunk->size, data.maxsize - offset);
-  return {static_cast<const std::uint8_t*>(data.data) + offset, size};
-}
-
-bool isMarkedUnusable(const spa_buffer& buffer) {
-  const auto* header = static_cast<const spa_meta_header*>(
-      spa_buffer_find_meta_data(&buffer, SPA_META_Header, sizeof(spa_meta_header)));
-  if (header && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED)) return true;
-  return (buffer.datas[0].chunk->flags & SPA_CHUNK_FLAG_CORRUPTED) != 0;
-}
-
 }  // namespace
 
-std::optional<FrameBuffer> FrameBuffer::wholePicture(const spa_buffer& buffer, const AgreedFormat& format) {
-  if (buffer.n_datas == 0 || filledBytes(buffer.datas[0]).empty() || isMarkedUnusable(buffer)) return {};
+std::optional<FrameBuffer> FrameBuffer::wholePicture(std::span<const FrameBlock> blocks,
+                                                     const FrameFormat& format) {
+  if (blocks.empty() || blocks[0].bytes.empty()) return {};
   FrameBuffer picture(format);
   if (format.format == picture::PixelFormat::MJPG) {
-    picture.planes_[0].bytes = filledBytes(buffer.datas[0]);
+    picture.planes_[0].bytes = blocks[0].bytes;
     if (!picture::isCompleteJpeg(picture.planes_[0].bytes)) return {};
     return picture;
   }
-  if (!picture.findPlanes(buffer)) return {};
+  if (!picture.findPlanes(blocks)) return {};
   return picture;
 }
 
-bool FrameBuffer::findPlanes(const spa_buffer& buffer) {
+bool FrameBuffer::findPlanes(std::span<const FrameBlock> blocks) {
   const auto shapes = planeShapes(format_);
   planeCount_ = shapes.size();
   // Most cameras put all planes into one block of memory, one after the other; some use a block a plane.
-  const bool blockAPlane = planeCount_ > 1 && buffer.n_datas >= planeCount_;
-  std::span<const std::uint8_t> rest = filledBytes(buffer.datas[0]);
-  const std::int32_t statedStride = buffer.datas[0].chunk->stride;
-  const std::size_t firstStride =
-      statedStride > 0 ? static_cast<std::size_t>(statedStride) : shapes[0].rowBytes;
+  const bool blockAPlane = planeCount_ > 1 && blocks.size() >= planeCount_;
+  std::span<const std::uint8_t> rest = blocks[0].bytes;
+  const std::size_t firstStride = blocks[0].stride > 0 ? blocks[0].stride : shapes[0].rowBytes;
 
   for (std::size_t i = 0; i < planeCount_; ++i) {
     const PlaneShape& shape = shapes[i];
@@ -88,9 +70,8 @@ bool FrameBuffer::findPlanes(const spa_buffer& buffer) {
     plane.copyStride = firstStride / shape.strideDivisor;
     plane.stride = plane.copyStride;
     if (blockAPlane) {
-      rest = filledBytes(buffer.datas[i]);
-      const std::int32_t ownStride = buffer.datas[i].chunk ? buffer.datas[i].chunk->stride : 0;
-      if (ownStride > 0) plane.stride = static_cast<std::size_t>(ownStride);
+      rest = blocks[i].bytes;
+      if (blocks[i].stride > 0) plane.stride = blocks[i].stride;
     }
     if (plane.stride < plane.rowBytes || plane.copyStride < plane.rowBytes || plane.rows == 0) return false;
     // The last row may come without its padding.

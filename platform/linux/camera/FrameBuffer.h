@@ -8,19 +8,32 @@
 #include <span>
 #include <vector>
 
-#include <spa/buffer/buffer.h>
-
 #include "picture/Frame.h"
-#include "platform/linux/camera/pipewire/FormatPods.h"
 
 namespace platform_linux {
+
+/// The format that a camera has agreed to deliver.
+struct FrameFormat {
+  picture::PixelFormat format = picture::PixelFormat::MJPG;
+  std::uint32_t width = 0;   ///< pixels
+  std::uint32_t height = 0;  ///< pixels
+  picture::ColorMatrix matrix = picture::ColorMatrix::BT601;
+  picture::ColorRange range = picture::ColorRange::Limited;
+};
+
+/// One block of a camera's buffer, only its filled part.
+struct FrameBlock {
+  std::span<const std::uint8_t> bytes;
+  std::size_t stride = 0;  ///< bytes from row to row; 0 when the camera does not state it
+};
 
 /// A whole picture in one of the camera's buffers, looked at in place. Valid as long as the buffer is held.
 class FrameBuffer {
  public:
-  /// Nothing when the buffer holds no usable picture: it is empty, marked as corrupted, or cut short.
-  [[nodiscard]] static std::optional<FrameBuffer> wholePicture(const spa_buffer& buffer,
-                                                               const AgreedFormat& format);
+  /// Nothing when the blocks hold no usable picture: there is none, or it is cut short. All planes may lie in
+  /// one block, one after the other, or each in a block of its own.
+  [[nodiscard]] static std::optional<FrameBuffer> wholePicture(std::span<const FrameBlock> blocks,
+                                                               const FrameFormat& format);
 
   /// A copy for keeping. The planes of uncompressed formats follow each other without a gap, the rows of
   /// I420's colour planes are half as long as those of its first.
@@ -35,12 +48,12 @@ class FrameBuffer {
     std::size_t rows = 0;
   };
 
-  explicit FrameBuffer(const AgreedFormat& format) : format_(format) {}
+  explicit FrameBuffer(const FrameFormat& format) : format_(format) {}
 
-  [[nodiscard]] bool findPlanes(const spa_buffer& buffer);
+  [[nodiscard]] bool findPlanes(std::span<const FrameBlock> blocks);
   static void appendPlane(const Plane& plane, std::vector<std::uint8_t>& bytes);
 
-  AgreedFormat format_;
+  FrameFormat format_;
   std::array<Plane, 3> planes_;
   std::size_t planeCount_ = 1;
 };

@@ -1,4 +1,4 @@
-#include "platform/linux/camera/pipewire/CameraAccess.h"
+#include "platform/linux/camera/pipewire/SocketAccess.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -35,7 +35,7 @@ std::vector<std::string> daemonSocketPaths() {
   return paths;
 }
 
-platform::AVAuthorizationStatus CameraAccess::status() const {
+platform::AVAuthorizationStatus SocketAccess::status() const {
   bool isRefused = false;
   for (const auto& path : daemonSocketPaths()) {
     // A socket is connected to by whom may write to it; the effective user counts, as for the connection
@@ -47,7 +47,7 @@ platform::AVAuthorizationStatus CameraAccess::status() const {
   return isRefused ? platform::AVAuthorizationStatus::Denied : platform::AVAuthorizationStatus::Authorized;
 }
 
-void CameraAccess::request(const std::function<void(bool granted)>& completion) const {
+void SocketAccess::request(std::function<void(bool granted)> completion) {
   completion(status() == platform::AVAuthorizationStatus::Authorized);
 }
 

@@ -1,4 +1,4 @@
-#include "platform/linux/camera/pipewire/FrameStream.h"
+#include "platform/linux/camera/pipewire/PipeWireStream.h"
 
 #include <array>
 #include <cerrno>
@@ -10,6 +10,8 @@
 #include <spa/pod/builder.h>
 
 #include "platform/linux/camera/pipewire/ErrorMessage.h"
+#include "platform/linux/camera/pipewire/FormatPods.h"
+#include "platform/linux/camera/pipewire/SpaBlocks.h"
 
 namespace platform_linux {
 namespace {
@@ -50,41 +52,50 @@ const spa_pod* headerParameter(spa_pod_builder& builder) {
 
 }  // namespace
 
-const pw_stream_events& FrameStream::events() {
+const pw_stream_events& PipeWireStream::events() {
   static const pw_stream_events table = [] {
     pw_stream_events events{};
     events.version = PW_VERSION_STREAM_EVENTS;
     events.state_changed = [](void* self, pw_stream_state, pw_stream_state state,
                               const char* message) noexcept {
-      static_cast<FrameStream*>(self)->onStateChanged(state, message);
+      static_cast<PipeWireStream*>(self)->onStateChanged(state, message);
     };
     events.param_changed = [](void* self, std::uint32_t id, const spa_pod* parameter) noexcept {
-      if (id == SPA_PARAM_Format) static_cast<FrameStream*>(self)->onFormatAgreed(parameter);
+      if (id == SPA_PARAM_Format) static_cast<PipeWireStream*>(self)->onFormatAgreed(parameter);
     };
-    events.process = [](void* self) noexcept { static_cast<FrameStream*>(self)->onBuffersReady(); };
+    events.process = [](void* self) noexcept { static_cast<PipeWireStream*>(self)->onBuffersReady(); };
     return events;
   }();
   return table;
 }
 
-FrameStream::FrameStream(pw_core* core, std::uint64_t serial, const CameraMode& mode, Client& client)
-    : client_(client) {
-  stream_ = pw_stream_new(core, "Camera picture", streamProperties(serial));
+PipeWireStream::PipeWireStream(CameraLoop& loop, pw_core* core, std::uint64_t serial, const CameraMode& mode,
+                               Owner& owner, Client& client)
+    : serial_(serial), owner_(owner), client_(client), ending_(loop.timer([this] {
+        // A stream says that its camera has left, too, when it was the daemon that did.
+        client_.streamEnded(owner_.isDaemonLost() ? EPIPE : *endedBy_);
+      })) {
+  stream_ = core ? pw_stream_new(core, "Camera picture", streamProperties(serial)) : nullptr;
   if (!stream_) {
-    end(errno);
+    end(core ? errno : EPIPE);
     return;
   }
   pw_stream_add_listener(stream_, &listener_, &events(), this);
   connect(mode);
 }
 
-FrameStream::~FrameStream() {
-  if (!stream_) return;
-  spa_hook_remove(&listener_);
-  pw_stream_destroy(stream_);
+PipeWireStream::~PipeWireStream() {
+  disconnect();
+  owner_.streamGoes(*this);
 }
 
-void FrameStream::connect(const CameraMode& mode) {
+void PipeWireStream::disconnect() {
+  if (!stream_) return;
+  spa_hook_remove(&listener_);
+  pw_stream_destroy(std::exchange(stream_, nullptr));
+}
+
+void PipeWireStream::connect(const CameraMode& mode) {
   std::array<std::uint8_t, kParameterBytes> memory{};
   spa_pod_builder builder{};
   spa_pod_builder_init(&builder, memory.data(), memory.size());
@@ -96,13 +107,13 @@ void FrameStream::connect(const CameraMode& mode) {
   if (result < 0) end(-result);
 }
 
-void FrameStream::onStateChanged(pw_stream_state state, const char* message) noexcept {
+void PipeWireStream::onStateChanged(pw_stream_state state, const char* message) noexcept {
   if (state == PW_STREAM_STATE_ERROR) end(errorNumberOfMessage(message ? message : ""));
   // The stream leaves the camera by itself only when the camera leaves.
   if (state == PW_STREAM_STATE_UNCONNECTED) end(ENODEV);
 }
 
-void FrameStream::onFormatAgreed(const spa_pod* format) noexcept {
+void PipeWireStream::onFormatAgreed(const spa_pod* format) noexcept {
   format_ = format ? agreedFormatOfPod(format) : std::nullopt;
   if (!format_) return;
   std::array<std::uint8_t, kParameterBytes> memory{};
@@ -112,7 +123,7 @@ void FrameStream::onFormatAgreed(const spa_pod* format) noexcept {
   pw_stream_update_params(stream_, parameters.data(), static_cast<std::uint32_t>(parameters.size()));
 }
 
-void FrameStream::onBuffersReady() noexcept {
+void PipeWireStream::onBuffersReady() noexcept {
   // The buffer goes back at once: a camera whose buffers are held starves.
   while (pw_buffer* buffer = pw_stream_dequeue_buffer(stream_)) {
     examine(*buffer->buffer);
@@ -120,14 +131,23 @@ void FrameStream::onBuffersReady() noexcept {
   }
 }
 
-void FrameStream::examine(const spa_buffer& buffer) {
-  if (!format_ || hasEnded_) return;
-  if (const auto picture = FrameBuffer::wholePicture(buffer, *format_)) client_.pictureArrived(*picture);
+void PipeWireStream::examine(const spa_buffer& buffer) {
+  if (!format_ || endedBy_) return;
+  const SpaBlocks blocks(buffer);
+  if (const auto picture = FrameBuffer::wholePicture(blocks.blocks(), *format_))
+    client_.frameArrived(*picture);
 }
 
-void FrameStream::end(int error) {
-  if (std::exchange(hasEnded_, true)) return;
-  client_.streamEnded(error);
+void PipeWireStream::end(int error) {
+  if (endedBy_) return;
+  endedBy_ = error;
+  ending_->startOnce(std::chrono::nanoseconds{0});
+}
+
+void PipeWireStream::giveUp() {
+  disconnect();
+  end(EPIPE);
+  endedBy_ = EPIPE;
 }
 
 }  // namespace platform_linux
