@@ -1,11 +1,22 @@
-// The guest's first process: puts the machine's own file system together, runs one command in it and ends the machine.
-// A static program, the only one that the initial memory disk needs.
+// The guest's first process: puts the machine's own file system together, runs one command in it and ends the
+// machine. A static program, the only one that the initial memory disk needs.
 //
-// It reads /guest/settings (lines of NAME VALUE) and loads /guest/modules/* in the order of their names. What it
-// says goes to the kernel's log, and so to the console.
+// It reads /guest/settings (lines of NAME VALUE) and loads /guest/modules/* in the order of their names. What
+// it says goes to the kernel's log, and so to the console.
 
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
 #include <net/if.h>
+#include <string>
+#include <string_view>
 #include <sys/ioctl.h>
 #include <sys/mount.h>
 #include <sys/reboot.h>
@@ -13,18 +24,6 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <map>
-#include <string>
-#include <string_view>
 #include <vector>
 
 namespace {
@@ -48,7 +47,8 @@ constexpr const char* kShareOptions = "trans=virtio,version=9p2000.L,msize=51200
 
 void mountAt(const char* source, const std::string& target, const char* type, unsigned long flags = 0,
              const std::string& options = {}) {
-  std::error_code ignored;  // in the machine's own tree the folder exists; elsewhere the mount says what is wrong
+  std::error_code
+      ignored;  // in the machine's own tree the folder exists; elsewhere the mount says what is wrong
   fs::create_directories(target, ignored);
   if (mount(source, target.c_str(), type, flags, options.c_str()) != 0) fail("mount " + target);
 }
@@ -116,7 +116,8 @@ std::vector<char*> readStrings(const std::string& path) {
   static std::vector<std::string> contents;  // what the pointers point into
   contents.reserve(2);
   std::ifstream file(path, std::ios::binary);
-  std::string& bytes = contents.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+  std::string& bytes =
+      contents.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
   std::vector<char*> strings;
   for (std::size_t begin = 0; begin < bytes.size(); begin += std::strlen(&bytes[begin]) + 1) {
     strings.push_back(&bytes[begin]);

@@ -2,8 +2,10 @@
 
 #include <glib.h>
 
+#include "platform/linux/camera/FrameSourceChoice.h"
 #include "platform/linux/camera/pipewire/PipeWireFrameSource.h"
 #include "platform/linux/camera/pipewire/Sandbox.h"
+#include "platform/linux/camera/v4l2/DeviceFrameSource.h"
 
 namespace platform_linux {
 namespace {
@@ -57,7 +59,9 @@ std::unique_ptr<Cameras> LinuxPlatform::makeCameras() {
 }
 
 std::shared_ptr<FrameSource> LinuxPlatform::frameSource() {
-  if (!runsInSandbox()) return std::make_shared<PipeWireFrameSource>();
+  if (!runsInSandbox())
+    return std::make_shared<FrameSourceChoice>(std::make_shared<PipeWireFrameSource>(),
+                                               std::make_shared<DeviceFrameSource>());
   const auto bus = [this]() -> const SessionBus& { return bus_; };
   return std::make_shared<PipeWireFrameSource>(mainQueue_, std::make_shared<CameraPortal>(bus));
 }

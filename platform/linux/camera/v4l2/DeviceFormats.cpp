@@ -1,0 +1,83 @@
+#include "platform/linux/camera/v4l2/DeviceFormats.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace platform_linux {
+namespace {
+
+using enum picture::PixelFormat;
+
+// The kernel names formats of 32 bits by their order in a little-endian word, and 24 bits in memory order.
+// Those that end in M have a block of memory for each plane.
+constexpr std::array kFormats{
+    std::pair{V4L2_PIX_FMT_MJPEG, MJPG},
+    std::pair{V4L2_PIX_FMT_JPEG, MJPG},
+    std::pair{V4L2_PIX_FMT_YUYV, YUY2},
+    std::pair{V4L2_PIX_FMT_UYVY, UYVY},
+    std::pair{V4L2_PIX_FMT_NV12, NV12},
+    std::pair{V4L2_PIX_FMT_NV12M, NV12},
+    std::pair{V4L2_PIX_FMT_YUV420, I420},
+    std::pair{V4L2_PIX_FMT_YUV420M, I420},
+    std::pair{V4L2_PIX_FMT_RGB24, RGB},
+    std::pair{V4L2_PIX_FMT_BGR24, BGR},
+    std::pair{V4L2_PIX_FMT_RGBX32, RGBx},
+    std::pair{V4L2_PIX_FMT_XBGR32, BGRx},
+    std::pair{V4L2_PIX_FMT_BGR32, BGRx},
+};
+
+// What V4L2_MAP_YCBCR_ENC_DEFAULT says, without its casts in the way of C.
+std::uint32_t usualEncoding(std::uint32_t colorspace) {
+  switch (colorspace) {
+    case V4L2_COLORSPACE_REC709:
+    case V4L2_COLORSPACE_DCI_P3:
+      return V4L2_YCBCR_ENC_709;
+    case V4L2_COLORSPACE_BT2020:
+      return V4L2_YCBCR_ENC_BT2020;
+    case V4L2_COLORSPACE_SMPTE240M:
+      return V4L2_YCBCR_ENC_SMPTE240M;
+    default:
+      return V4L2_YCBCR_ENC_601;
+  }
+}
+
+picture::ColorMatrix matrixOf(std::uint32_t encoding) {
+  switch (encoding) {
+    case V4L2_YCBCR_ENC_709:
+    case V4L2_YCBCR_ENC_XV709:
+      return picture::ColorMatrix::BT709;
+    case V4L2_YCBCR_ENC_BT2020:
+    case V4L2_YCBCR_ENC_BT2020_CONST_LUM:
+      return picture::ColorMatrix::BT709;
+    case V4L2_YCBCR_ENC_SMPTE240M:
+      return picture::ColorMatrix::BT709;
+    default:
+      return picture::ColorMatrix::BT601;
+  }
+}
+
+picture::ColorRange rangeOf(const StatedColors& stated, bool isYuv) {
+  if (stated.quantization == V4L2_QUANTIZATION_FULL_RANGE) return picture::ColorRange::Full;
+  if (stated.quantization == V4L2_QUANTIZATION_LIM_RANGE) return picture::ColorRange::Limited;
+  const bool isFull = !isYuv || stated.colorspace == V4L2_COLORSPACE_JPEG;
+  return isFull ? picture::ColorRange::Full : picture::ColorRange::Limited;
+}
+
+}  // namespace
+
+std::optional<picture::PixelFormat> pixelFormatOfCode(std::uint32_t code) {
+  const auto* const found =
+      std::find_if(kFormats.begin(), kFormats.end(), [&](auto& each) { return each.first == code; });
+  if (found == kFormats.end()) return {};
+  return found->second;
+}
+
+void applyColors(const StatedColors& stated, FrameFormat& frame) {
+  const std::uint32_t encoding =
+      stated.encoding != V4L2_YCBCR_ENC_DEFAULT ? stated.encoding : usualEncoding(stated.colorspace);
+  frame.matrix = matrixOf(encoding);
+  frame.range = rangeOf(stated, frame.format <= I420);
+}
+
+}  // namespace platform_linux

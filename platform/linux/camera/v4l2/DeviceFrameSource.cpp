@@ -1,0 +1,91 @@
+#include "platform/linux/camera/v4l2/DeviceFrameSource.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "platform/linux/camera/v4l2/DeviceModes.h"
+#include "platform/linux/camera/v4l2/DeviceStream.h"
+#include "platform/linux/camera/v4l2/UdevDeviceFolder.h"
+
+namespace platform_linux {
+DeviceFrameSource::DeviceFrameSource()
+    : DeviceFrameSource(std::make_unique<KernelDeviceCalls>(), std::make_unique<UdevDeviceFolder>()) {}
+
+DeviceFrameSource::DeviceFrameSource(std::unique_ptr<DeviceCalls> calls, std::unique_ptr<DeviceFolder> folder)
+    : calls_(std::move(calls)), folder_(std::move(folder)), access_(*calls_) {}
+
+DeviceFrameSource::~DeviceFrameSource() = default;
+
+void DeviceFrameSource::start(CameraLoop& loop, FrameSource::Client& client) {
+  loop_ = &loop;
+  client_ = &client;
+  loop.post([this] {
+    // First of all, so that no device that comes meanwhile is missed.
+    folder_->follow(*loop_, *this);
+    devicesChanged();
+  });
+}
+
+void DeviceFrameSource::stop() {
+  folder_.reset();
+  devices_.clear();
+}
+
+std::unique_ptr<FrameStream> DeviceFrameSource::open(const Camera& camera, const CameraMode& mode,
+                                                     FrameStream::Client& client) {
+  const auto found = std::find_if(devices_.begin(), devices_.end(), [&](auto& each) {
+    return each.second.camera && each.second.camera->serial == camera.serial;
+  });
+  // Without a path the stream fails as one of a device that has gone.
+  std::string path = found == devices_.end() ? std::string() : found->second.entry.path;
+  return std::make_unique<DeviceStream>(streams_, *calls_, *loop_, std::move(path), mode, client);
+}
+
+void DeviceFrameSource::deviceGone(const std::string& path) {
+  std::erase_if(devices_, [&](auto& each) { return each.second.entry.path == path; });
+  // A copy: whoever is told may begin or end streams.
+  for (DeviceStream* const stream : std::set(streams_))
+    if (streams_.contains(stream) && stream->path() == path) stream->end(ENODEV);
+}
+
+void DeviceFrameSource::devicesChanged() {
+  const std::vector<DeviceEntry> entries = folder_->devices();
+  std::erase_if(devices_, [&](auto& each) {
+    return std::find(entries.begin(), entries.end(), each.second.entry) == entries.end();
+  });
+  for (const DeviceEntry& entry : entries)
+    if (!devices_.contains(entry.number)) examine(entry);
+  client_->camerasChanged(*this, {CameraCensus::State::kComplete, identifiedCameras()});
+}
+
+void DeviceFrameSource::examine(const DeviceEntry& entry) {
+  // A device that may not be opened has no name at the daemon either; its rights may change later.
+  if (const auto file = calls_->open(entry.path).first)
+    devices_[entry.number] = {entry, readCamera(*file, entry)};
+}
+
+std::optional<Camera> DeviceFrameSource::readCamera(DeviceFile& file, const DeviceEntry& entry) {
+  DeviceAbilities abilities;
+  if (readAbilities(file, abilities) != 0 || !abilities.isCapture) return {};
+  Camera camera;
+  camera.modes = readModes(file, captureType(abilities.isMultiPlanar));
+  if (camera.modes.empty()) return {};
+  camera.localizedName = deviceTitle(entry, abilities.card);
+  camera.serial = nextSerial_++;
+  return camera;
+}
+
+std::vector<Camera> DeviceFrameSource::identifiedCameras() const {
+  std::vector<Camera> cameras;
+  std::vector<std::string> identities;
+  for (const auto& [number, device] : devices_) {
+    identities.push_back(deviceIdentity(device.entry, identities));
+    if (!device.camera) continue;
+    cameras.push_back(*device.camera);
+    cameras.back().uniqueID = identities.back();
+  }
+  return cameras;
+}
+
+}  // namespace platform_linux

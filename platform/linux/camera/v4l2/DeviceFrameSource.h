@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "platform/linux/camera/FrameSource.h"
+#include "platform/linux/camera/v4l2/DeviceAccess.h"
+#include "platform/linux/camera/v4l2/DeviceCalls.h"
+#include "platform/linux/camera/v4l2/DeviceFolder.h"
+
+namespace platform_linux {
+
+class DeviceStream;
+
+/// The cameras of the kernel, without anybody in between: for systems where no daemon serves them. Starts on
+/// any thread.
+class DeviceFrameSource final : public FrameSource, private DeviceFolder::Client {
+ public:
+  /// Those of the machine.
+  DeviceFrameSource();
+  DeviceFrameSource(std::unique_ptr<DeviceCalls> calls, std::unique_ptr<DeviceFolder> folder);
+  DeviceFrameSource(const DeviceFrameSource&) = delete;
+  DeviceFrameSource& operator=(const DeviceFrameSource&) = delete;
+  ~DeviceFrameSource() override;
+
+  void start(CameraLoop& loop, FrameSource::Client& client) override;
+  void stop() override;
+  [[nodiscard]] std::unique_ptr<FrameStream> open(const Camera& camera, const CameraMode& mode,
+                                                  FrameStream::Client& client) override;
+  [[nodiscard]] CameraAccess& access() override { return access_; }
+
+ private:
+  /// What is known of a device file since it was opened first.
+  struct Device {
+    DeviceEntry entry;
+    std::optional<Camera> camera;  ///< without its identity; none when it is no camera
+  };
+
+  void devicesChanged() override;
+  void deviceGone(const std::string& path) override;
+  void examine(const DeviceEntry& entry);
+  [[nodiscard]] std::optional<Camera> readCamera(DeviceFile& file, const DeviceEntry& entry);
+  [[nodiscard]] std::vector<Camera> identifiedCameras() const;
+
+  const std::unique_ptr<DeviceCalls> calls_;
+  std::unique_ptr<DeviceFolder> folder_;
+  DeviceAccess access_;
+  CameraLoop* loop_ = nullptr;
+  FrameSource::Client* client_ = nullptr;
+  // The rest belongs to the loop's thread.
+  std::map<unsigned, Device> devices_;  // by number
+  std::set<DeviceStream*> streams_;
+  std::uint64_t nextSerial_ = 1;
+};
+
+}  // namespace platform_linux

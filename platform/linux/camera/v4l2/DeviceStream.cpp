@@ -1,0 +1,87 @@
+#include "platform/linux/camera/v4l2/DeviceStream.h"
+
+#include <cerrno>
+#include <tuple>
+#include <utility>
+
+#include "platform/linux/camera/v4l2/DeviceModes.h"
+
+namespace platform_linux {
+namespace {
+
+/// What is told of an error: whoever unplugs a camera is told so by each driver in its own way.
+int reasonOf(DeviceFile* device, int error) {
+  switch (error) {
+    case ENOENT:
+    case ENXIO:
+      return ENODEV;
+    case EPERM:
+      return EACCES;
+    case EIO:
+    case EINVAL:
+    case EPIPE: {
+      DeviceAbilities abilities;
+      return device && readAbilities(*device, abilities) == ENODEV ? ENODEV : error;
+    }
+    default:
+      return error;
+  }
+}
+
+}  // namespace
+
+DeviceStream::DeviceStream(All& all, DeviceCalls& calls, CameraLoop& loop, std::string path,
+                           const CameraMode& mode, Client& client)
+    : all_(all), path_(std::move(path)), client_(client) {
+  all_.insert(this);
+  if (const int error = begin(calls, mode)) {
+    // Not here, in the call that opens the stream.
+    loop.post([this, error, alive = std::weak_ptr(isAlive_)] {
+      if (alive.lock()) end(error);
+    });
+    return;
+  }
+  watch_ = loop.watch(device_->descriptor(), [this] { takePictures(); });
+}
+
+int DeviceStream::begin(DeviceCalls& calls, const CameraMode& mode) {
+  int error = 0;
+  std::tie(device_, error) = calls.open(path_);
+  if (!device_) return error;
+  DeviceAbilities abilities;
+  if ((error = readAbilities(*device_, abilities)) != 0) return error;
+  if ((error = setFormat(*device_, captureType(abilities.isMultiPlanar), mode, format_)) != 0) return error;
+  buffers_.emplace(*device_, format_);
+  return buffers_->start();
+}
+
+void DeviceStream::takePictures() {
+  // All that are there, so that of a backlog none is left to be taken for new; not for ever, though, of a
+  // device that is faster than we are.
+  for (std::size_t i = 0; i < buffers_->count(); ++i) {
+    DeviceBuffers::Picture picture;
+    if (const int error = buffers_->take(picture)) {
+      if (error != EAGAIN) end(error);
+      return;
+    }
+    if (picture.isUsable) show(picture);
+    if (const int error = buffers_->giveBack(picture.index)) return end(error);
+  }
+}
+
+void DeviceStream::show(const DeviceBuffers::Picture& picture) {
+  if (const auto frame = FrameBuffer::wholePicture(picture.blocks(), format_.frame))
+    client_.frameArrived(*frame);
+}
+
+void DeviceStream::end(int error) {
+  if (std::exchange(hasEnded_, true)) return;
+  const int reason = reasonOf(device_.get(), error);
+  // Given back at once: a device that failed, or that another program wants to have, is not held.
+  watch_.reset();
+  buffers_.reset();
+  device_.reset();
+  client_.streamEnded(reason);
+}
+
+}  // namespace platform_linux
