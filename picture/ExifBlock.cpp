@@ -1,5 +1,6 @@
 #include "picture/ExifBlock.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -227,12 +228,27 @@ std::optional<Clock::time_point> parseTime(const std::string& dateTime,
   return Clock::from_time_t(seconds) + (subSecond ? parseSubSecond(*subSecond) : milliseconds(0));
 }
 
+// The values of the orientation tag, from 1 on (Exif 2.3, 4.6.4 A): what is done to the stored pixels to show
+// them.
+constexpr std::array<Orientation, 8> kOrientations = {
+    {{false, 0}, {true, 0}, {false, 2}, {true, 2}, {true, 3}, {false, 1}, {true, 1}, {false, 3}}};
+
+std::uint32_t exifNumber(Orientation orientation) {
+  const auto found = std::find(kOrientations.begin(), kOrientations.end(), orientation);
+  return static_cast<std::uint32_t>(found - kOrientations.begin()) + 1;
+}
+
+std::optional<Orientation> orientationOf(std::uint32_t number) {
+  if (number < 1 || number > kOrientations.size()) return std::nullopt;
+  return kOrientations[number - 1];
+}
+
 }  // namespace
 
 std::vector<std::uint8_t> ExifBlock::bytes() const {
   DirectoryWriter image;
   DirectoryWriter exif;
-  if (orientation) image.number(kOrientationTag, kShort, static_cast<std::uint32_t>(*orientation));
+  if (orientation) image.number(kOrientationTag, kShort, exifNumber(*orientation));
   exif.version(kExifVersionTag);
   if (captureTime) {
     const LocalTime local = localTimeOf(*captureTime);
@@ -255,9 +271,7 @@ std::optional<ExifBlock> ExifBlock::parse(std::span<const std::uint8_t> tiff) {
   if (!reader.valid()) return std::nullopt;
   ExifBlock block;
   const std::uint32_t image = reader.firstDirectory();
-  const auto turned = reader.integer(image, kOrientationTag);
-  if (turned == 1U) block.orientation = Orientation::kUpright;
-  if (turned == 2U) block.orientation = Orientation::kMirrored;
+  if (const auto number = reader.integer(image, kOrientationTag)) block.orientation = orientationOf(*number);
   const auto exif = reader.integer(image, kExifDirectoryTag);
   if (!exif) return block;
   if (const auto taken = reader.text(*exif, kDateTimeOriginalTag)) {

@@ -6,14 +6,9 @@
 #include <span>
 #include <vector>
 
-namespace picture {
+#include "picture/Orientation.h"
 
-/// How the stored pixels lie to the picture as seen, as far as cameras here need it (Exif tag 0x0112).
-enum class Orientation : std::uint8_t {
-  kUpright = 1,
-  /// Mirrored left to right.
-  kMirrored = 2,
-};
+namespace picture {
 
 /// The few Exif fields that a photo of ours carries: how it is to be turned and when it was taken.
 class ExifBlock {

@@ -13,12 +13,6 @@ namespace picture {
 namespace {
 
 constexpr std::size_t kBuffersKept = 4;
-/// No camera sends more; a header that claims more is damaged.
-constexpr int kLargestSide = 32767;
-
-bool isSane(PixelSize size) {
-  return size.width > 0 && size.height > 0 && size.width <= kLargestSide && size.height <= kLargestSide;
-}
 
 int ceilDivide(std::int64_t value, std::int64_t divisor) {
   return static_cast<int>((value + divisor - 1) / divisor);
@@ -81,7 +75,7 @@ PixelSize aspectFit(PixelSize picture, PixelSize view) {
 PixelSize decodedSize(const Frame& frame, const PictureRequest& request) {
   const PixelSize picture{frame.width, frame.height};
   const PixelSize fitted = aspectFit(picture, request.view);
-  if (!isSane(picture) || fitted == PixelSize{}) return {};
+  if (!isAcceptablePictureSize(picture) || fitted == PixelSize{}) return {};
   return fitted.width > picture.width && !request.mayEnlarge ? picture : fitted;
 }
 

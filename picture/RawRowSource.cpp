@@ -5,169 +5,107 @@
 #include <libyuv.h>
 
 namespace picture {
-namespace {
 
-bool isRgb(RawFormat format) {
-  return format == RawFormat::kRgb || format == RawFormat::kBgr || format == RawFormat::kRgbx ||
-         format == RawFormat::kBgrx;
+std::unique_ptr<RawRowSource> RawRowSource::open(const Frame& frame, std::string& failure) {
+  const auto planes = planesOf(frame, failure);
+  if (!planes) return nullptr;
+  return std::unique_ptr<RawRowSource>(new RawRowSource(frame, *planes));
 }
 
-bool isPlanar(RawFormat format) {
-  return format == RawFormat::kNv12 || format == RawFormat::kI420;
-}
-
-std::uint32_t halved(std::uint32_t size) {
-  return (size + 1) / 2;
-}
-
-// The bytes and rows that a plane must have; no rows for a plane that the format does not have.
-struct PlaneSize {
-  std::size_t rowBytes = 0;
-  std::size_t rows = 0;
-};
-
-PlaneSize planeSize(const RawPicture& picture, std::size_t plane) {
-  const std::size_t width = picture.width;
-  const PlaneSize whole{width, picture.height};
-  const PlaneSize quarter{halved(picture.width), halved(picture.height)};
-  switch (picture.format) {
-    case RawFormat::kYuy2:
-    case RawFormat::kUyvy:
-      return plane == 0 ? PlaneSize{std::size_t{4} * halved(picture.width), picture.height} : PlaneSize{};
-    case RawFormat::kNv12:
-      if (plane == 0) return whole;
-      return plane == 1 ? PlaneSize{2 * quarter.rowBytes, quarter.rows} : PlaneSize{};
-    case RawFormat::kI420:
-      return plane == 0 ? whole : quarter;
-    case RawFormat::kRgb:
-    case RawFormat::kBgr:
-      return plane == 0 ? PlaneSize{3 * width, picture.height} : PlaneSize{};
-    case RawFormat::kRgbx:
-    case RawFormat::kBgrx:
-      return plane == 0 ? PlaneSize{4 * width, picture.height} : PlaneSize{};
-  }
-  return {};
-}
-
-bool holds(const RawPicture::Plane& plane, PlaneSize size) {
-  if (size.rows == 0) return true;
-  if (plane.stride < size.rowBytes || plane.bytes.size() < size.rowBytes) return false;
-  return (plane.bytes.size() - size.rowBytes) / plane.stride >= size.rows - 1;
-}
-
-}  // namespace
-
-std::unique_ptr<RawRowSource> RawRowSource::open(const RawPicture& picture, std::string& failure) {
-  if (!isAcceptablePictureSize(picture.width, picture.height)) {
-    failure = "Picture size is zero or too large";
-    return nullptr;
-  }
-  for (std::size_t plane = 0; plane < picture.planes.size(); ++plane) {
-    if (holds(picture.planes[plane], planeSize(picture, plane))) continue;
-    failure = "Plane " + std::to_string(plane) + " is too small";
-    return nullptr;
-  }
-  return std::unique_ptr<RawRowSource>(new RawRowSource(picture));
-}
-
-RawRowSource::RawRowSource(const RawPicture& picture)
-    : picture_(picture), matrix_(picture.matrix, picture.range) {
-  if (picture.mirrored) unmirrored_.resize(rowBytes());
-  if (isRgb(picture.format)) return;
-  for (Row* row : {&luma_, &blueChroma_, &redChroma_, &red_, &green_, &blue_})
-    row->resize(picture.width);
-  for (Row* row : {&halfBlue_, &halfRed_, &farBlue_, &farRed_})
-    row->resize(halved(picture.width));
+RawRowSource::RawRowSource(const Frame& frame, const YuvReader::Planes& planes)
+    : frame_(frame),
+      layout_(PixelLayout::of(frame.format)),
+      planes_(planes),
+      yuv_(frame, planes, 1),
+      rgb_(frame),
+      matrix_(frame.matrix, rangeOf(frame), layout_.bits == 10 ? 10 : 8) {
+  if (layout_.model != ColorModel::Yuv) return;
+  const auto pixels = static_cast<std::size_t>(frame.width);
+  const std::size_t chroma = ((pixels - 1) >> layout_.chromaAcross) + 1;
+  for (Row* row : {&red_, &green_, &blue_})
+    row->resize(pixels);
+  for (WideRow* row : {&blueChroma_, &redChroma_})
+    row->resize(pixels);
+  for (Row* row : {&nearBlue_, &nearRed_})
+    row->resize(chroma);
+  for (WideRow* row : {&halfBlue_, &halfRed_})
+    row->resize(chroma);
+  if (layout_.bits <= 8) return;
+  deepLuma_.resize(pixels);
+  deepNear_.resize(chroma);
+  deepFar_.resize(chroma);
 }
 
 bool RawRowSource::readRows(std::span<std::uint8_t> rows) noexcept {
-  const auto stride = static_cast<int>(rowBytes());
-  for (; !rows.empty(); rows = rows.subspan(rowBytes())) {
-    if (unmirrored_.empty()) {
-      readRow(nextRow_++, rows.data());
+  for (; !rows.empty(); rows = rows.subspan(rowBytes()), ++nextRow_) {
+    if (layout_.model == ColorModel::Yuv) {
+      readYuvRow(nextRow_, rows.data());
     } else {
-      readRow(nextRow_++, unmirrored_.data());
-      libyuv::RGB24Mirror(unmirrored_.data(), stride, rows.data(), stride, static_cast<int>(width()), 1);
+      rgb_.readRgb(planes_[0].row(static_cast<std::size_t>(nextRow_)), rows.data());
     }
   }
   return true;
 }
 
-void RawRowSource::readRow(std::uint32_t y, std::uint8_t* out) noexcept {
-  if (isRgb(picture_.format)) {
-    readRgbRow(planeRow(0, y), out);
-  } else {
-    convertYuvRow(y, out);
-  }
-}
-
-// libyuv names layouts by words, so its ARGB is B G R x in memory, its RGB24 is B G R and its RAW is R G B.
-void RawRowSource::readRgbRow(const std::uint8_t* row, std::uint8_t* out) const noexcept {
-  const auto pixels = static_cast<int>(width());
-  if (picture_.format == RawFormat::kRgb) {
-    std::copy_n(row, rowBytes(), out);
-  } else if (picture_.format == RawFormat::kBgr) {
-    libyuv::RAWToRGB24(row, 3 * pixels, out, 3 * pixels, pixels, 1);
-  } else if (picture_.format == RawFormat::kRgbx) {
-    libyuv::ARGBToRGB24(row, 4 * pixels, out, 3 * pixels, pixels, 1);
-  } else {
-    libyuv::ARGBToRAW(row, 4 * pixels, out, 3 * pixels, pixels, 1);
-  }
-}
-
 // Not libyuv's own conversion: its 7-bit coefficients miss saturated blues of limited-range BT.709 by 15
 // levels.
-void RawRowSource::convertYuvRow(std::uint32_t y, std::uint8_t* out) noexcept {
-  const std::uint8_t* luma = nullptr;
-  if (isPlanar(picture_.format)) {
-    luma = planeRow(0, y);
-    blendPlanarChroma(y);
+void RawRowSource::readYuvRow(int y, std::uint8_t* out) noexcept {
+  const std::size_t pixels = red_.size();
+  const bool deep = layout_.bits > 8;
+  const int nearRow = y >> layout_.chromaDown;
+  deep ? blendDeepChromaRows(nearRow, farChromaRow(y)) : blendChromaRows(nearRow, farChromaRow(y));
+  const auto widen = layout_.chromaAcross == 0 ? scaleChroma : widenChroma;
+  widen(halfBlue_.data(), pixels, blueChroma_.data());
+  widen(halfRed_.data(), pixels, redChroma_.data());
+  if (deep) {
+    unpackDeep(0, y, deepLuma_);
+    matrix_.convert(deepLuma_.data(), blueChroma_.data(), redChroma_.data(), pixels, red_.data(),
+                    green_.data(), blue_.data());
   } else {
-    luma = splitPackedRow(y);
+    matrix_.convert(yuv_.luma(y, 1).data, blueChroma_.data(), redChroma_.data(), pixels, red_.data(),
+                    green_.data(), blue_.data());
   }
-  const std::size_t pixels = width();
-  widenChroma(halfBlue_.data(), pixels, blueChroma_.data());
-  widenChroma(halfRed_.data(), pixels, redChroma_.data());
-  matrix_.convert(luma, blueChroma_.data(), redChroma_.data(), pixels, red_.data(), green_.data(),
-                  blue_.data());
-  const auto stride = static_cast<int>(pixels);
-  libyuv::MergeRGBPlane(red_.data(), stride, green_.data(), stride, blue_.data(), stride, out, 3 * stride,
-                        stride, 1);
+  libyuv::MergeRGBPlane(red_.data(), 0, green_.data(), 0, blue_.data(), 0, out, 0, static_cast<int>(pixels),
+                        1);
 }
 
-const std::uint8_t* RawRowSource::splitPackedRow(std::uint32_t y) noexcept {
-  const auto pixels = static_cast<int>(width());
-  const auto half = static_cast<int>(halved(width()));
-  const auto split = picture_.format == RawFormat::kYuy2 ? &libyuv::YUY2ToI422 : &libyuv::UYVYToI422;
-  split(planeRow(0, y), 4 * half, luma_.data(), pixels, halfBlue_.data(), half, halfRed_.data(), half, pixels,
-        1);
-  return luma_.data();
+// A chroma row that serves two luma rows lies midway between them, so that each is a quarter of the way to
+// the next chroma row.
+int RawRowSource::farChromaRow(int y) const noexcept {
+  if (layout_.chromaDown == 0) return y;
+  const int last = (frame_.height - 1) / 2;
+  return y % 2 == 0 ? std::max(y / 2 - 1, 0) : std::min(y / 2 + 1, last);
 }
 
-// Chroma rows lie midway between two luma rows, so each luma row is a quarter of the way to the next chroma
-// row.
-void RawRowSource::blendPlanarChroma(std::uint32_t y) noexcept {
-  const std::uint32_t nearRow = y / 2;
-  const std::uint32_t last = halved(height()) - 1;
-  const std::uint32_t farRow = y % 2 == 0 ? nearRow - std::min(nearRow, 1U) : std::min(nearRow + 1, last);
-  fetchChroma(nearRow, halfBlue_, halfRed_);
-  fetchChroma(farRow, farBlue_, farRed_);
-  blendChroma(halfBlue_.data(), farBlue_.data(), halfBlue_.size(), halfBlue_.data());
-  blendChroma(halfRed_.data(), farRed_.data(), halfRed_.size(), halfRed_.data());
-}
-
-void RawRowSource::fetchChroma(std::uint32_t chromaRow, Row& blue, Row& red) const noexcept {
-  if (picture_.format == RawFormat::kI420) {
-    std::copy_n(planeRow(1, chromaRow), blue.size(), blue.data());
-    std::copy_n(planeRow(2, chromaRow), red.size(), red.data());
-    return;
+void RawRowSource::blendChromaRows(int near, int far) noexcept {
+  YuvReader::Chroma nearRows = yuv_.chroma(near, 1);
+  YuvReader::Chroma farRows = nearRows;
+  if (near != far) {
+    if (layout_.planeCount == 2) {  // which the next call overwrites
+      std::copy_n(nearRows.blue.data, nearBlue_.size(), nearBlue_.data());
+      std::copy_n(nearRows.red.data, nearRed_.size(), nearRed_.data());
+      nearRows = {{nearBlue_.data()}, {nearRed_.data()}};
+    }
+    farRows = yuv_.chroma(far, 1);
   }
-  const auto half = static_cast<int>(blue.size());
-  libyuv::SplitUVPlane(planeRow(1, chromaRow), 2 * half, blue.data(), half, red.data(), half, half, 1);
+  blendChroma(nearRows.blue.data, farRows.blue.data, halfBlue_.size(), halfBlue_.data());
+  blendChroma(nearRows.red.data, farRows.red.data, halfRed_.size(), halfRed_.data());
 }
 
-const std::uint8_t* RawRowSource::planeRow(std::size_t plane, std::uint32_t row) const noexcept {
-  return picture_.planes[plane].bytes.data() + row * picture_.planes[plane].stride;
+void RawRowSource::blendDeepChromaRows(int near, int far) noexcept {
+  for (const auto& [component, half] : {std::pair{1U, &halfBlue_}, {2U, &halfRed_}}) {
+    unpackDeep(component, near, deepNear_);
+    unpackDeep(component, far, deepFar_);
+    blendChroma(deepNear_.data(), deepFar_.data(), half->size(), half->data());
+  }
+}
+
+// Samples lie in the upper bits of little-endian words.
+void RawRowSource::unpackDeep(std::size_t component, int row, WideRow& out) const noexcept {
+  const auto& [plane, offset, step] = layout_.components[component];
+  const std::uint8_t* from = planes_[plane].row(static_cast<std::size_t>(row)) + offset;
+  for (std::size_t i = 0; i < out.size(); ++i, from += step)
+    out[i] = static_cast<std::uint16_t>((from[0] | from[1] << 8) >> (16 - layout_.bits));
 }
 
 }  // namespace picture

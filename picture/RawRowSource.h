@@ -4,47 +4,57 @@
 #include <string>
 #include <vector>
 
-#include "picture/RawPicture.h"
+#include "picture/RgbReader.h"
 #include "picture/RowSource.h"
+#include "picture/YuvReader.h"
 #include "picture/YuvRow.h"
 
 namespace picture {
 
-/// The rows of an uncompressed picture.
+/// The rows of an uncompressed frame, every channel within half a level of the conversion that the
+/// recommendations define. Samples of colour difference lie on the even pixels of a row and midway between
+/// two rows, and are interpolated in between.
 class RawRowSource final : public RowSource {
  public:
-  /// Null when the size is not acceptable or a plane is too small for it, and `failure` then says which. The
-  /// picture's bytes must outlive the source.
-  [[nodiscard]] static std::unique_ptr<RawRowSource> open(const RawPicture& picture, std::string& failure);
+  /// Null when the frame is no such picture, see planesOf, and `failure` then says why. The frame must
+  /// outlive the source.
+  [[nodiscard]] static std::unique_ptr<RawRowSource> open(const Frame& frame, std::string& failure);
 
-  [[nodiscard]] std::uint32_t width() const noexcept override { return picture_.width; }
-  [[nodiscard]] std::uint32_t height() const noexcept override { return picture_.height; }
+  [[nodiscard]] std::uint32_t width() const noexcept override {
+    return static_cast<std::uint32_t>(frame_.width);
+  }
+  [[nodiscard]] std::uint32_t height() const noexcept override {
+    return static_cast<std::uint32_t>(frame_.height);
+  }
   [[nodiscard]] bool readRows(std::span<std::uint8_t> rows) noexcept override;
   /// Nothing can fail once the picture is open.
   [[nodiscard]] std::string failure() const override { return {}; }
 
  private:
   using Row = std::vector<std::uint8_t>;
+  using WideRow = std::vector<std::uint16_t>;
 
-  explicit RawRowSource(const RawPicture& picture);
+  RawRowSource(const Frame& frame, const YuvReader::Planes& planes);
 
-  void readRow(std::uint32_t y, std::uint8_t* out) noexcept;
-  void readRgbRow(const std::uint8_t* row, std::uint8_t* out) const noexcept;
-  void convertYuvRow(std::uint32_t y, std::uint8_t* out) noexcept;
-  const std::uint8_t* splitPackedRow(std::uint32_t y) noexcept;
-  void blendPlanarChroma(std::uint32_t y) noexcept;
-  void fetchChroma(std::uint32_t chromaRow, Row& blue, Row& red) const noexcept;
-  [[nodiscard]] const std::uint8_t* planeRow(std::size_t plane, std::uint32_t row) const noexcept;
+  void readYuvRow(int y, std::uint8_t* out) noexcept;
+  [[nodiscard]] int farChromaRow(int y) const noexcept;
+  void blendChromaRows(int near, int far) noexcept;
+  void blendDeepChromaRows(int near, int far) noexcept;
+  void unpackDeep(std::size_t component, int row, WideRow& out) const noexcept;
 
-  RawPicture picture_;
+  const Frame& frame_;
+  const PixelLayout& layout_;
+  YuvReader::Planes planes_;
+  YuvReader yuv_;
+  RgbReader rgb_;
   YuvMatrix matrix_;
-  std::uint32_t nextRow_ = 0;
-  // Rows in between, at the width of luma or of chroma; empty for RGB layouts.
-  Row luma_;
-  Row halfBlue_, halfRed_, farBlue_, farRed_;
-  Row blueChroma_, redChroma_;
+  int nextRow_ = 0;
+  // Rows in between; empty for other models.
+  WideRow deepLuma_, deepNear_, deepFar_;  // samples of 10 bits
+  Row nearBlue_, nearRed_;                 // the chroma of the nearer row, while the farther one is fetched
+  WideRow halfBlue_, halfRed_;             // at the width of chroma, in quarters
+  WideRow blueChroma_, redChroma_;         // at the width of luma, in eighths
   Row red_, green_, blue_;
-  Row unmirrored_;  // empty when nothing is to be mirrored
 };
 
 }  // namespace picture

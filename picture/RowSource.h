@@ -4,21 +4,12 @@
 #include <span>
 #include <string>
 
-namespace picture {
+#include "picture/PixelSize.h"
 
-/// The largest picture that is read or written, in pixels each way and in all. Both are far above any
-/// camera's and keep every product of sizes within 32 bits.
-inline constexpr std::uint32_t kMaximumPictureSide = 32767;
-inline constexpr std::uint64_t kMaximumPicturePixels = 100'000'000;
+namespace picture {
 
 /// Bytes of one RGB pixel, 8 bits a channel.
 inline constexpr std::size_t kBytesPerPixel = 3;
-
-/// True when a picture of this size is neither empty nor beyond the limits above.
-[[nodiscard]] constexpr bool isAcceptablePictureSize(std::uint64_t width, std::uint64_t height) noexcept {
-  return width > 0 && height > 0 && width <= kMaximumPictureSide && height <= kMaximumPictureSide &&
-         width * height <= kMaximumPicturePixels;
-}
 
 /// A picture of 8-bit RGB pixels that is delivered once, row by row from the top.
 /// One call at a time, but the calls may come from different threads.

@@ -3,21 +3,40 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "picture/RawPicture.h"
+#include "picture/Frame.h"
 
 namespace picture {
 
-/// Integer coefficients of a conversion from Y'CbCr to R'G'B' (ITU-R BT.601 and BT.709), exact to well below
-/// one level.
+/// Colour difference on its way to the luma's places is kept in eighths of a level: interpolating across and
+/// down then rounds nothing.
+inline constexpr int kChromaFractionBits = 3;
+
+/// Weights of red and blue in luma; green has the rest.
+struct LumaWeights {
+  double red;
+  double blue;
+};
+[[nodiscard]] LumaWeights lumaWeights(ColorMatrix matrix) noexcept;
+
+/// Integer coefficients of a conversion from Y'CbCr to R'G'B', exact to well below one level.
 class YuvMatrix {
  public:
-  YuvMatrix(ColorMatrix matrix, ColorRange range) noexcept;
+  /// `range` must be stated; `bits` of a sample are 8 or 10.
+  YuvMatrix(ColorMatrix matrix, ColorRange range, int bits = 8) noexcept;
 
-  /// Converts a row of `width` pixels; chroma comes at full width.
-  void convert(const std::uint8_t* luma, const std::uint8_t* blueChroma, const std::uint8_t* redChroma,
+  /// Converts a row of `width` pixels of 8 bits; chroma comes at full width, in eighths.
+  void convert(const std::uint8_t* luma, const std::uint16_t* blueChroma, const std::uint16_t* redChroma,
+               std::size_t width, std::uint8_t* red, std::uint8_t* green, std::uint8_t* blue) const noexcept;
+  /// The same of 10 bits.
+  void convert(const std::uint16_t* luma, const std::uint16_t* blueChroma, const std::uint16_t* redChroma,
                std::size_t width, std::uint8_t* red, std::uint8_t* green, std::uint8_t* blue) const noexcept;
 
  private:
+  template <int kBits, typename Luma>
+  void convertRow(const Luma* luma, const std::uint16_t* blueChroma, const std::uint16_t* redChroma,
+                  std::size_t width, std::uint8_t* red, std::uint8_t* green,
+                  std::uint8_t* blue) const noexcept;
+
   std::int16_t lumaOffset_;
   std::int16_t luma_;
   std::int16_t redFromRed_;
@@ -26,13 +45,18 @@ class YuvMatrix {
   std::int16_t blueFromBlue_;
 };
 
-/// Widens a chroma row of (width + 1) / 2 samples to `width`: samples lie on the even pixels, odd ones are
-/// interpolated.
-void widenChroma(const std::uint8_t* half, std::size_t width, std::uint8_t* full) noexcept;
-
 /// Interpolates between two chroma rows for a luma row that lies a quarter of their distance away from
-/// `near`.
+/// `near`; with the same row twice it only scales. Result in quarters of a level.
 void blendChroma(const std::uint8_t* near, const std::uint8_t* far, std::size_t count,
-                 std::uint8_t* out) noexcept;
+                 std::uint16_t* quarters) noexcept;
+void blendChroma(const std::uint16_t* near, const std::uint16_t* far, std::size_t count,
+                 std::uint16_t* quarters) noexcept;
+
+/// Widens a chroma row of (width + 1) / 2 samples in quarters to `width` in eighths: samples lie on the even
+/// pixels, odd ones are interpolated.
+void widenChroma(const std::uint16_t* quarters, std::size_t width, std::uint16_t* eighths) noexcept;
+
+/// A chroma row that is as wide as luma, from quarters to eighths.
+void scaleChroma(const std::uint16_t* quarters, std::size_t width, std::uint16_t* eighths) noexcept;
 
 }  // namespace picture

@@ -64,5 +64,28 @@ TEST(HighQualityMode, OfEqualsIsTheOneStatedFirst) {
   EXPECT_EQ(best({first, second}), first);
 }
 
+TEST(HighQualityMode, OfUncompressedOnesIsTheOneWithTheMostColour) {
+  const auto mode = [](picture::PixelFormat format) { return CameraMode{format, 640, 480, {30, 1}}; };
+  EXPECT_EQ(best({mode(GRAY8), mode(I420), mode(P010), mode(YVYU), mode(BGRx)}), mode(BGRx));
+  EXPECT_EQ(best({mode(GRAY8), mode(I420), mode(P010), mode(YVYU)}), mode(YVYU));
+  EXPECT_EQ(best({mode(GRAY8), mode(I420), mode(P010)}), mode(P010));
+  EXPECT_EQ(best({mode(GRAY8), mode(RGB16)}), mode(RGB16));
+}
+
+TEST(HighQualityMode, OfEveryTwoFormatsIsTheSameWhicheverIsStatedFirst) {
+  for (const auto a : picture::kAllPixelFormats)
+    for (const auto b : picture::kAllPixelFormats)
+      EXPECT_EQ(best({{a, 640, 480, {30, 1}}, {b, 640, 480, {30, 1}}}),
+                best({{b, 640, 480, {30, 1}}, {a, 640, 480, {30, 1}}}));
+}
+
+TEST(HighQualityMode, IsGreyOnlyWhenThereIsNoColour) {
+  const CameraMode grey{GRAY8, 1920, 1080, {60, 1}};
+  const CameraMode deepGrey{GRAY16, 1920, 1080, {60, 1}};
+  const CameraMode color{YUY2, 640, 480, {5, 1}};
+  EXPECT_EQ(best({grey, color}), color);
+  EXPECT_EQ(best({grey, deepGrey}), deepGrey);
+}
+
 }  // namespace
 }  // namespace camera_test

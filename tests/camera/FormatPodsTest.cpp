@@ -115,8 +115,8 @@ TEST(ModesOfFormat, KnowTheRawFormatsAndLeaveOutOthers) {
   format
       .choice(SPA_FORMAT_VIDEO_format, SPA_CHOICE_Enum,
               [](auto* builder) {
-                spa_pod_builder_id(builder, SPA_VIDEO_FORMAT_GRAY8);
-                spa_pod_builder_id(builder, SPA_VIDEO_FORMAT_GRAY8);
+                spa_pod_builder_id(builder, SPA_VIDEO_FORMAT_AYUV64);
+                spa_pod_builder_id(builder, SPA_VIDEO_FORMAT_AYUV64);
                 spa_pod_builder_id(builder, SPA_VIDEO_FORMAT_NV12);
                 spa_pod_builder_id(builder, SPA_VIDEO_FORMAT_BGRx);
               })
@@ -148,9 +148,10 @@ TEST(ModesOfFormat, AreNoneOfWhatCannotBeRead) {
 }
 
 TEST(FormatOfMode, SaysExactlyThatMode) {
-  for (const CameraMode& mode :
-       {CameraMode{MJPG, 1280, 720, {30, 1}}, CameraMode{YUY2, 640, 480, {30000, 1001}},
-        CameraMode{NV12, 640, 480, FrameRate{}}}) {
+  std::vector<CameraMode> modes{{YUY2, 640, 480, {30000, 1001}}, {NV12, 640, 480, FrameRate{}}};
+  for (const auto format : picture::kAllPixelFormats)
+    modes.push_back({format, 1280, 720, {30, 1}});
+  for (const CameraMode& mode : modes) {
     std::array<std::uint8_t, 1024> memory{};
     spa_pod_builder builder{};
     spa_pod_builder_init(&builder, memory.data(), memory.size());
@@ -158,39 +159,50 @@ TEST(FormatOfMode, SaysExactlyThatMode) {
   }
 }
 
-TEST(FrameFormat, TakesTheColoursOfTheDefinitionWhenNoneAreStated) {
-  const auto colours = [](std::uint32_t lines) {
+TEST(FrameFormat, IsOfBt601AtEverySizeWhenNoColoursAreStated) {
+  for (const std::uint32_t lines : {240U, 576U, 577U, 1080U, 2160U}) {
     FormatBuilder format(SPA_MEDIA_SUBTYPE_raw);
     format.id(SPA_FORMAT_VIDEO_format, SPA_VIDEO_FORMAT_YUY2).size(1024, lines).rate(30, 1);
-    return agreedFormatOfPod(format.pod());
-  };
-  ASSERT_TRUE(colours(576));
-  EXPECT_EQ(colours(576)->matrix, picture::ColorMatrix::BT601);
-  EXPECT_EQ(colours(577)->matrix, picture::ColorMatrix::BT709);
-  EXPECT_EQ(colours(576)->range, picture::ColorRange::Limited);
+    const auto agreed = agreedFormatOfPod(format.pod());
+    ASSERT_TRUE(agreed);
+    EXPECT_EQ(agreed->matrix, picture::ColorMatrix::BT601) << lines;
+    EXPECT_EQ(agreed->range, picture::ColorRange::Unstated) << lines;
+  }
 }
 
 TEST(FrameFormat, TakesTheColoursThatAreStated) {
-  FormatBuilder format(SPA_MEDIA_SUBTYPE_raw);
-  format.id(SPA_FORMAT_VIDEO_format, SPA_VIDEO_FORMAT_NV12)
-      .size(1920, 1080)
-      .rate(30, 1)
-      .id(SPA_FORMAT_VIDEO_colorRange, SPA_VIDEO_COLOR_RANGE_0_255)
-      .id(SPA_FORMAT_VIDEO_colorMatrix, SPA_VIDEO_COLOR_MATRIX_BT601);
-  const auto agreed = agreedFormatOfPod(format.pod());
-  ASSERT_TRUE(agreed);
-  EXPECT_EQ(agreed->format, NV12);
-  EXPECT_EQ(agreed->width, 1920U);
-  EXPECT_EQ(agreed->height, 1080U);
-  EXPECT_EQ(agreed->matrix, picture::ColorMatrix::BT601);
-  EXPECT_EQ(agreed->range, picture::ColorRange::Full);
+  constexpr std::array kMatrices = {
+      std::pair{SPA_VIDEO_COLOR_MATRIX_BT601, picture::ColorMatrix::BT601},
+      std::pair{SPA_VIDEO_COLOR_MATRIX_BT709, picture::ColorMatrix::BT709},
+      std::pair{SPA_VIDEO_COLOR_MATRIX_BT2020, picture::ColorMatrix::BT2020},
+      std::pair{SPA_VIDEO_COLOR_MATRIX_FCC, picture::ColorMatrix::FCC},
+      std::pair{SPA_VIDEO_COLOR_MATRIX_SMPTE240M, picture::ColorMatrix::SMPTE240M}};
+  constexpr std::array kRanges = {std::pair{SPA_VIDEO_COLOR_RANGE_0_255, picture::ColorRange::Full},
+                                  std::pair{SPA_VIDEO_COLOR_RANGE_16_235, picture::ColorRange::Limited}};
+  for (const auto& [statedMatrix, matrix] : kMatrices) {
+    for (const auto& [statedRange, range] : kRanges) {
+      FormatBuilder format(SPA_MEDIA_SUBTYPE_raw);
+      format.id(SPA_FORMAT_VIDEO_format, SPA_VIDEO_FORMAT_NV12)
+          .size(1920, 1080)
+          .rate(30, 1)
+          .id(SPA_FORMAT_VIDEO_colorRange, statedRange)
+          .id(SPA_FORMAT_VIDEO_colorMatrix, statedMatrix);
+      const auto agreed = agreedFormatOfPod(format.pod());
+      ASSERT_TRUE(agreed);
+      EXPECT_EQ(agreed->format, NV12);
+      EXPECT_EQ(agreed->width, 1920U);
+      EXPECT_EQ(agreed->height, 1080U);
+      EXPECT_EQ(agreed->matrix, matrix);
+      EXPECT_EQ(agreed->range, range);
+    }
+  }
 }
 
 TEST(FrameFormat, IsNoneOfWhatWasNotAskedFor) {
   EXPECT_FALSE(agreedFormatOfPod(FormatBuilder(SPA_MEDIA_SUBTYPE_h264).size(640, 480).pod()));
-  FormatBuilder grey(SPA_MEDIA_SUBTYPE_raw);
-  grey.id(SPA_FORMAT_VIDEO_format, SPA_VIDEO_FORMAT_GRAY8).size(640, 480);
-  EXPECT_FALSE(agreedFormatOfPod(grey.pod()));
+  FormatBuilder other(SPA_MEDIA_SUBTYPE_raw);
+  other.id(SPA_FORMAT_VIDEO_format, SPA_VIDEO_FORMAT_AYUV64).size(640, 480);
+  EXPECT_FALSE(agreedFormatOfPod(other.pod()));
 }
 
 }  // namespace

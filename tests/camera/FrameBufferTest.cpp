@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "picture/PixelLayout.h"
 #include "platform/linux/camera/FrameBuffer.h"
 
 namespace camera_test {
@@ -89,6 +90,34 @@ TEST(FrameBuffer, BringsPlanesToTheStrideOfTheFirst) {
   buffer.block(12, 6, 0).block(4, 4, 100);
   EXPECT_EQ(buffer.copy(kNv12),
             (std::vector<std::uint8_t>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 100, 101, 102, 103, 0, 0}));
+}
+
+TEST(FrameBuffer, OfAnOddStrideHalvesItRoundedDown) {
+  TestBuffer buffer;
+  buffer.block(7 * 2 + 2 * 3, 7);
+  const auto frame = buffer.picture(kI420).value().copy(0);
+  std::string failure;
+  const auto planes = picture::planesOf(*frame, failure);
+  ASSERT_TRUE(planes) << failure;
+  EXPECT_EQ((*planes)[1].data[0], 14);
+  EXPECT_EQ((*planes)[2].data[0], 17);
+}
+
+TEST(FrameBuffer, OfAnOddWidthMayBeTight) {
+  TestBuffer buffer;
+  buffer.block(5 * 3 + 2 * 3 * 2, 5);
+  const auto frame = buffer.picture({I420, 5, 3}).value().copy(0);
+  EXPECT_EQ(frame->stride, 5);
+  EXPECT_EQ(frame->bytes.size(), 27U);
+}
+
+TEST(FrameBuffer, IsNoneWhenItsSizeIsAbsurd) {
+  TestBuffer buffer;
+  buffer.block(64, 8);
+  EXPECT_FALSE(buffer.picture({YUY2, 0, 2}));
+  EXPECT_FALSE(buffer.picture({YUY2, 4, 0}));
+  EXPECT_FALSE(buffer.picture({YUY2, 0xFFFFFFFF, 2}));
+  EXPECT_FALSE(buffer.picture({YUY2, 4, 0xFFFFFFFF}));
 }
 
 TEST(FrameBuffer, IsNoneWhenCutShort) {

@@ -35,7 +35,8 @@ struct CameraMode {
 inline constexpr FrameRate kSmoothRate{24, 1};
 
 /// The mode for the session preset "High": among the modes of at least `kSmoothRate` the largest picture,
-/// then the faster, then the camera's own JPEG before uncompressed formats. When no mode is that fast, the
+/// then the faster, then the camera's own JPEG before uncompressed formats, and of those the ones with the
+/// most colour. A grey mode, however large, only when there is no other. When no mode is that fast, the
 /// largest picture among the fastest modes. A mode without a stated rate counts as fast enough: systems that
 /// state none run their cameras at video rates. Nothing when there is no mode.
 [[nodiscard]] std::optional<CameraMode> highQualityMode(std::span<const CameraMode> modes);

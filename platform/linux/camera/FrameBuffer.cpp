@@ -3,43 +3,10 @@
 #include <algorithm>
 
 #include "picture/JpegMarkers.h"
+#include "picture/PixelLayout.h"
+#include "picture/PixelSize.h"
 
 namespace platform_linux {
-namespace {
-
-// How an uncompressed format lies in memory. `strideDivisor` is against the first plane's.
-struct PlaneShape {
-  std::size_t rowBytes = 0;
-  std::size_t rows = 0;
-  std::size_t strideDivisor = 1;
-};
-
-std::vector<PlaneShape> planeShapes(const FrameFormat& format) {
-  const std::size_t width = format.width;
-  const std::size_t height = format.height;
-  const std::size_t evenWidth = (width + 1) / 2 * 2;
-  const std::size_t halfHeight = (height + 1) / 2;
-  switch (format.format) {
-    case picture::PixelFormat::YUY2:
-    case picture::PixelFormat::UYVY:
-      return {{evenWidth * 2, height}};
-    case picture::PixelFormat::NV12:
-      return {{evenWidth, height}, {evenWidth, halfHeight}};
-    case picture::PixelFormat::I420:
-      return {{evenWidth, height}, {evenWidth / 2, halfHeight, 2}, {evenWidth / 2, halfHeight, 2}};
-    case picture::PixelFormat::RGB:
-    case picture::PixelFormat::BGR:
-      return {{width * 3, height}};
-    case picture::PixelFormat::RGBx:
-    case picture::PixelFormat::BGRx:
-      return {{width * 4, height}};
-    case picture::PixelFormat::MJPG:
-      break;
-  }
-  return {};
-}
-
-}  // namespace
 
 std::optional<FrameBuffer> FrameBuffer::wholePicture(std::span<const FrameBlock> blocks,
                                                      const FrameFormat& format) {
@@ -55,19 +22,20 @@ std::optional<FrameBuffer> FrameBuffer::wholePicture(std::span<const FrameBlock>
 }
 
 bool FrameBuffer::findPlanes(std::span<const FrameBlock> blocks) {
-  const auto shapes = planeShapes(format_);
-  planeCount_ = shapes.size();
+  if (!picture::isAcceptablePictureSize(format_.width, format_.height)) return false;
+  const auto& layout = picture::PixelLayout::of(format_.format);
+  const auto width = static_cast<int>(format_.width);
+  planeCount_ = layout.planeCount;
   // Most cameras put all planes into one block of memory, one after the other; some use a block a plane.
   const bool blockAPlane = planeCount_ > 1 && blocks.size() >= planeCount_;
   std::span<const std::uint8_t> rest = blocks[0].bytes;
-  const std::size_t firstStride = blocks[0].stride > 0 ? blocks[0].stride : shapes[0].rowBytes;
+  const std::size_t firstStride = blocks[0].stride > 0 ? blocks[0].stride : layout.rowBytes(0, width);
 
   for (std::size_t i = 0; i < planeCount_; ++i) {
-    const PlaneShape& shape = shapes[i];
     Plane& plane = planes_[i];
-    plane.rowBytes = shape.rowBytes;
-    plane.rows = shape.rows;
-    plane.copyStride = firstStride / shape.strideDivisor;
+    plane.rowBytes = layout.rowBytes(i, width);
+    plane.rows = layout.rows(i, static_cast<int>(format_.height));
+    plane.copyStride = layout.stride(i, firstStride, width);
     plane.stride = plane.copyStride;
     if (blockAPlane) {
       rest = blocks[i].bytes;

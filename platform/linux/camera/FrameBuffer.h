@@ -18,7 +18,7 @@ struct FrameFormat {
   std::uint32_t width = 0;   ///< pixels
   std::uint32_t height = 0;  ///< pixels
   picture::ColorMatrix matrix = picture::ColorMatrix::BT601;
-  picture::ColorRange range = picture::ColorRange::Limited;
+  picture::ColorRange range = picture::ColorRange::Unstated;
 };
 
 /// One block of a camera's buffer, only its filled part.

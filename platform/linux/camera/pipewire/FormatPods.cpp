@@ -16,18 +16,34 @@ namespace {
 /// Upper ends of ranges beyond these are a program's "anything", not a sensor's.
 constexpr std::uint32_t kLargestSide = 8192;
 constexpr FrameRate kFastestRate{120, 1};
-/// The tallest picture of standard definition (ITU-R BT.601, 625-line systems).
-constexpr std::uint32_t kStandardDefinitionLines = 576;
 
 constexpr std::array kRawFormats{
     std::pair{SPA_VIDEO_FORMAT_YUY2, picture::PixelFormat::YUY2},
     std::pair{SPA_VIDEO_FORMAT_UYVY, picture::PixelFormat::UYVY},
+    std::pair{SPA_VIDEO_FORMAT_YVYU, picture::PixelFormat::YVYU},
+    std::pair{SPA_VIDEO_FORMAT_VYUY, picture::PixelFormat::VYUY},
     std::pair{SPA_VIDEO_FORMAT_NV12, picture::PixelFormat::NV12},
+    std::pair{SPA_VIDEO_FORMAT_NV21, picture::PixelFormat::NV21},
+    std::pair{SPA_VIDEO_FORMAT_NV16, picture::PixelFormat::NV16},
+    std::pair{SPA_VIDEO_FORMAT_NV24, picture::PixelFormat::NV24},
     std::pair{SPA_VIDEO_FORMAT_I420, picture::PixelFormat::I420},
+    std::pair{SPA_VIDEO_FORMAT_YV12, picture::PixelFormat::YV12},
+    std::pair{SPA_VIDEO_FORMAT_Y42B, picture::PixelFormat::Y42B},
+    std::pair{SPA_VIDEO_FORMAT_Y444, picture::PixelFormat::Y444},
+    std::pair{SPA_VIDEO_FORMAT_P010_10LE, picture::PixelFormat::P010},
     std::pair{SPA_VIDEO_FORMAT_RGB, picture::PixelFormat::RGB},
     std::pair{SPA_VIDEO_FORMAT_BGR, picture::PixelFormat::BGR},
     std::pair{SPA_VIDEO_FORMAT_RGBx, picture::PixelFormat::RGBx},
     std::pair{SPA_VIDEO_FORMAT_BGRx, picture::PixelFormat::BGRx},
+    std::pair{SPA_VIDEO_FORMAT_xRGB, picture::PixelFormat::xRGB},
+    std::pair{SPA_VIDEO_FORMAT_xBGR, picture::PixelFormat::xBGR},
+    std::pair{SPA_VIDEO_FORMAT_RGBA, picture::PixelFormat::RGBA},
+    std::pair{SPA_VIDEO_FORMAT_BGRA, picture::PixelFormat::BGRA},
+    std::pair{SPA_VIDEO_FORMAT_ARGB, picture::PixelFormat::ARGB},
+    std::pair{SPA_VIDEO_FORMAT_ABGR, picture::PixelFormat::ABGR},
+    std::pair{SPA_VIDEO_FORMAT_RGB16, picture::PixelFormat::RGB16},
+    std::pair{SPA_VIDEO_FORMAT_GRAY8, picture::PixelFormat::GRAY8},
+    std::pair{SPA_VIDEO_FORMAT_GRAY16_LE, picture::PixelFormat::GRAY16},
 };
 
 std::optional<picture::PixelFormat> pixelFormatOfSpa(std::uint32_t format) {
@@ -115,14 +131,30 @@ std::vector<FrameRate> ratesOf(const spa_pod* pod) {
   return rates;
 }
 
-picture::ColorMatrix matrixOf(std::uint32_t stated, std::uint32_t height) {
+// A camera that states nothing means BT.601 at every size: the default of UVC, sRGB, is that in V4L2's terms.
+picture::ColorMatrix matrixOf(std::uint32_t stated) {
   switch (stated) {
-    case SPA_VIDEO_COLOR_MATRIX_BT601:
-      return picture::ColorMatrix::BT601;
     case SPA_VIDEO_COLOR_MATRIX_BT709:
       return picture::ColorMatrix::BT709;
+    case SPA_VIDEO_COLOR_MATRIX_BT2020:
+      return picture::ColorMatrix::BT2020;
+    case SPA_VIDEO_COLOR_MATRIX_FCC:
+      return picture::ColorMatrix::FCC;
+    case SPA_VIDEO_COLOR_MATRIX_SMPTE240M:
+      return picture::ColorMatrix::SMPTE240M;
     default:
-      return height <= kStandardDefinitionLines ? picture::ColorMatrix::BT601 : picture::ColorMatrix::BT709;
+      return picture::ColorMatrix::BT601;
+  }
+}
+
+picture::ColorRange rangeOf(std::uint32_t stated) {
+  switch (stated) {
+    case SPA_VIDEO_COLOR_RANGE_0_255:
+      return picture::ColorRange::Full;
+    case SPA_VIDEO_COLOR_RANGE_16_235:
+      return picture::ColorRange::Limited;
+    default:
+      return picture::ColorRange::Unstated;
   }
 }
 
@@ -172,10 +204,8 @@ std::optional<FrameFormat> agreedFormatOfPod(const spa_pod* pod) {
   if (subtype != SPA_MEDIA_SUBTYPE_raw || spa_format_video_raw_parse(pod, &info) < 0) return {};
   const auto format = pixelFormatOfSpa(info.format);
   if (!format) return {};
-  return FrameFormat{*format, info.size.width, info.size.height,
-                     matrixOf(info.color_matrix, info.size.height),
-                     info.color_range == SPA_VIDEO_COLOR_RANGE_0_255 ? picture::ColorRange::Full
-                                                                     : picture::ColorRange::Limited};
+  return FrameFormat{*format, info.size.width, info.size.height, matrixOf(info.color_matrix),
+                     rangeOf(info.color_range)};
 }
 
 }  // namespace platform_linux

@@ -19,8 +19,7 @@ namespace platform_linux {
 /// Exactly `mode`, as an `EnumFormat` parameter in `builder`'s memory.
 [[nodiscard]] const spa_pod* formatPodOfMode(const CameraMode& mode, spa_pod_builder& builder);
 
-/// Reads a `Format` parameter. Colours that it does not state are those that cameras use: BT.601 for standard
-/// definition, at most 576 lines, BT.709 above; limited range.
+/// Reads a `Format` parameter. A colour matrix that it does not state is BT.601.
 [[nodiscard]] std::optional<FrameFormat> agreedFormatOfPod(const spa_pod* pod);
 
 }  // namespace platform_linux

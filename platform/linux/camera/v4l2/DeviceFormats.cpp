@@ -4,6 +4,8 @@
 #include <array>
 #include <utility>
 
+#include "picture/PixelLayout.h"
+
 namespace platform_linux {
 namespace {
 
@@ -12,18 +14,12 @@ using enum picture::PixelFormat;
 // The kernel names formats of 32 bits by their order in a little-endian word, and 24 bits in memory order.
 // Those that end in M have a block of memory for each plane.
 constexpr std::array kFormats{
-    std::pair{V4L2_PIX_FMT_MJPEG, MJPG},
-    std::pair{V4L2_PIX_FMT_JPEG, MJPG},
-    std::pair{V4L2_PIX_FMT_YUYV, YUY2},
-    std::pair{V4L2_PIX_FMT_UYVY, UYVY},
-    std::pair{V4L2_PIX_FMT_NV12, NV12},
-    std::pair{V4L2_PIX_FMT_NV12M, NV12},
-    std::pair{V4L2_PIX_FMT_YUV420, I420},
-    std::pair{V4L2_PIX_FMT_YUV420M, I420},
-    std::pair{V4L2_PIX_FMT_RGB24, RGB},
-    std::pair{V4L2_PIX_FMT_BGR24, BGR},
-    std::pair{V4L2_PIX_FMT_RGBX32, RGBx},
-    std::pair{V4L2_PIX_FMT_XBGR32, BGRx},
+    std::pair{V4L2_PIX_FMT_MJPEG, MJPG},  std::pair{V4L2_PIX_FMT_JPEG, MJPG},
+    std::pair{V4L2_PIX_FMT_YUYV, YUY2},   std::pair{V4L2_PIX_FMT_UYVY, UYVY},
+    std::pair{V4L2_PIX_FMT_NV12, NV12},   std::pair{V4L2_PIX_FMT_NV12M, NV12},
+    std::pair{V4L2_PIX_FMT_YUV420, I420}, std::pair{V4L2_PIX_FMT_YUV420M, I420},
+    std::pair{V4L2_PIX_FMT_RGB24, RGB},   std::pair{V4L2_PIX_FMT_BGR24, BGR},
+    std::pair{V4L2_PIX_FMT_RGBX32, RGBx}, std::pair{V4L2_PIX_FMT_XBGR32, BGRx},
     std::pair{V4L2_PIX_FMT_BGR32, BGRx},
 };
 
@@ -49,9 +45,9 @@ picture::ColorMatrix matrixOf(std::uint32_t encoding) {
       return picture::ColorMatrix::BT709;
     case V4L2_YCBCR_ENC_BT2020:
     case V4L2_YCBCR_ENC_BT2020_CONST_LUM:
-      return picture::ColorMatrix::BT709;
+      return picture::ColorMatrix::BT2020;
     case V4L2_YCBCR_ENC_SMPTE240M:
-      return picture::ColorMatrix::BT709;
+      return picture::ColorMatrix::SMPTE240M;
     default:
       return picture::ColorMatrix::BT601;
   }
@@ -77,7 +73,7 @@ void applyColors(const StatedColors& stated, FrameFormat& frame) {
   const std::uint32_t encoding =
       stated.encoding != V4L2_YCBCR_ENC_DEFAULT ? stated.encoding : usualEncoding(stated.colorspace);
   frame.matrix = matrixOf(encoding);
-  frame.range = rangeOf(stated, frame.format <= I420);
+  frame.range = rangeOf(stated, picture::PixelLayout::of(frame.format).model == picture::ColorModel::Yuv);
 }
 
 }  // namespace platform_linux

@@ -1,0 +1,188 @@
+#include "picture/PixelLayout.h"
+
+#include <algorithm>
+
+#include "picture/PixelSize.h"
+
+namespace picture {
+namespace {
+
+using Plane = PixelLayout::Plane;
+using Component = PixelLayout::Component;
+
+constexpr PixelLayout compressed() {
+  return {PixelFormat::MJPG, "MJPG", ColorModel::Compressed, 8, 0, {}, {}, 0, 0};
+}
+
+// Two pixels in four bytes; luma every second byte, the colour differences every fourth.
+constexpr PixelLayout packed(PixelFormat format, std::string_view name, std::uint8_t luma, std::uint8_t blue,
+                             std::uint8_t red) {
+  return {format,
+          name,
+          ColorModel::Yuv,
+          8,
+          1,
+          {Plane{4, 1, 0}},
+          {Component{0, luma, 2}, Component{0, blue, 4}, Component{0, red, 4}},
+          1,
+          0};
+}
+
+// A plane of luma, then one with both colour differences, `blue` being 0 where blue comes first.
+constexpr PixelLayout semiPlanar(PixelFormat format, std::string_view name, std::uint8_t across,
+                                 std::uint8_t down, std::uint8_t blue, std::uint8_t bits = 8) {
+  const std::uint8_t bytes = bits > 8 ? 2 : 1;
+  const auto pair = static_cast<std::uint8_t>(2 * bytes);
+  return {format,
+          name,
+          ColorModel::Yuv,
+          bits,
+          2,
+          {Plane{bytes, 0, 0}, Plane{pair, across, down}},
+          {Component{0, 0, bytes}, Component{1, static_cast<std::uint8_t>(blue * bytes), pair},
+           Component{1, static_cast<std::uint8_t>((1 - blue) * bytes), pair}},
+          across,
+          down};
+}
+
+// A plane each; blue difference in the plane `blue`, 1 or 2.
+constexpr PixelLayout planar(PixelFormat format, std::string_view name, std::uint8_t across,
+                             std::uint8_t down, std::uint8_t blue = 1) {
+  return {format,
+          name,
+          ColorModel::Yuv,
+          8,
+          3,
+          {Plane{1, 0, 0}, Plane{1, across, down}, Plane{1, across, down}},
+          {Component{0, 0, 1}, Component{blue, 0, 1}, Component{static_cast<std::uint8_t>(3 - blue), 0, 1}},
+          across,
+          down};
+}
+
+constexpr PixelLayout rgb(PixelFormat format, std::string_view name, std::uint8_t step, std::uint8_t red,
+                          std::uint8_t green, std::uint8_t blue) {
+  return {format,
+          name,
+          ColorModel::Rgb,
+          8,
+          1,
+          {Plane{step, 0, 0}},
+          {Component{0, red, step}, Component{0, green, step}, Component{0, blue, step}},
+          0,
+          0};
+}
+
+constexpr PixelLayout rgb16() {
+  return {PixelFormat::RGB16, "RGB16", ColorModel::Rgb, 6, 1, {Plane{2, 0, 0}}, {}, 0, 0};
+}
+
+constexpr PixelLayout grey(PixelFormat format, std::string_view name, std::uint8_t bytes) {
+  return {format,
+          name,
+          ColorModel::Grey,
+          static_cast<std::uint8_t>(8 * bytes),
+          1,
+          {Plane{bytes, 0, 0}},
+          {Component{0, 0, bytes}},
+          0,
+          0};
+}
+
+using enum PixelFormat;
+
+constexpr std::array kLayouts = {
+    compressed(),
+    packed(YUY2, "YUY2", 0, 1, 3),
+    packed(UYVY, "UYVY", 1, 0, 2),
+    packed(YVYU, "YVYU", 0, 3, 1),
+    packed(VYUY, "VYUY", 1, 2, 0),
+    semiPlanar(NV12, "NV12", 1, 1, 0),
+    semiPlanar(NV21, "NV21", 1, 1, 1),
+    semiPlanar(NV16, "NV16", 1, 0, 0),
+    semiPlanar(NV24, "NV24", 0, 0, 0),
+    planar(I420, "I420", 1, 1),
+    planar(YV12, "YV12", 1, 1, 2),
+    planar(Y42B, "Y42B", 1, 0),
+    planar(Y444, "Y444", 0, 0),
+    semiPlanar(P010, "P010", 1, 1, 0, 10),
+    rgb(RGB, "RGB", 3, 0, 1, 2),
+    rgb(BGR, "BGR", 3, 2, 1, 0),
+    rgb(RGBx, "RGBx", 4, 0, 1, 2),
+    rgb(BGRx, "BGRx", 4, 2, 1, 0),
+    rgb(xRGB, "xRGB", 4, 1, 2, 3),
+    rgb(xBGR, "xBGR", 4, 3, 2, 1),
+    rgb(RGBA, "RGBA", 4, 0, 1, 2),
+    rgb(BGRA, "BGRA", 4, 2, 1, 0),
+    rgb(ARGB, "ARGB", 4, 1, 2, 3),
+    rgb(ABGR, "ABGR", 4, 3, 2, 1),
+    rgb16(),
+    grey(GRAY8, "GRAY8", 1),
+    grey(GRAY16, "GRAY16", 2),
+};
+
+constexpr bool isInOrderOfFormats() {
+  for (std::size_t i = 0; i < kLayouts.size(); ++i)
+    if (kLayouts[i].format != kAllPixelFormats[i] || static_cast<std::size_t>(kAllPixelFormats[i]) != i)
+      return false;
+  return kLayouts.size() == kAllPixelFormats.size();
+}
+static_assert(isInOrderOfFormats());
+
+constexpr std::size_t shifted(int size, std::uint8_t shift) {
+  return (static_cast<std::size_t>(size) + (std::size_t{1} << shift) - 1) >> shift;
+}
+
+}  // namespace
+
+const PixelLayout& PixelLayout::of(PixelFormat format) noexcept {
+  return kLayouts[static_cast<std::size_t>(format)];
+}
+
+std::size_t PixelLayout::rowBytes(std::size_t plane, int width) const noexcept {
+  return planes[plane].groupBytes * shifted(width, planes[plane].across);
+}
+
+std::size_t PixelLayout::rows(std::size_t plane, int height) const noexcept {
+  return shifted(height, planes[plane].down);
+}
+
+std::size_t PixelLayout::stride(std::size_t plane, std::size_t firstStride, int width) const noexcept {
+  if (plane == 0) return firstStride;
+  const std::size_t proportional =
+      (firstStride * planes[plane].groupBytes / planes[0].groupBytes) >> planes[plane].across;
+  return std::max(proportional, rowBytes(plane, width));
+}
+
+std::optional<std::array<PlaneRows, PixelLayout::kMaximumPlanes>> planesOf(const Frame& frame,
+                                                                           std::string& failure) {
+  const PixelLayout& layout = PixelLayout::of(frame.format);
+  if (!isAcceptablePictureSize({frame.width, frame.height})) {
+    failure = "Picture size is zero or too large";
+    return {};
+  }
+  const auto firstStride = static_cast<std::size_t>(std::max(frame.stride, 0));
+  if (layout.planeCount == 0 || firstStride < layout.rowBytes(0, frame.width)) {
+    failure = "Rows are too short";
+    return {};
+  }
+  std::array<PlaneRows, PixelLayout::kMaximumPlanes> planes;
+  std::size_t begin = 0;
+  for (std::size_t i = 0; i < layout.planeCount; ++i) {
+    const std::size_t stride = layout.stride(i, firstStride, frame.width);
+    const std::size_t rows = layout.rows(i, frame.height);
+    if (begin + stride * (rows - 1) + layout.rowBytes(i, frame.width) > frame.bytes.size()) {
+      failure = "Plane " + std::to_string(i) + " is too small";
+      return {};
+    }
+    planes[i] = {frame.bytes.data() + begin, stride};
+    begin += stride * rows;
+  }
+  return planes;
+}
+
+ColorRange rangeOf(const Frame& frame) noexcept {
+  if (frame.range != ColorRange::Unstated) return frame.range;
+  return PixelLayout::of(frame.format).model == ColorModel::Yuv ? ColorRange::Limited : ColorRange::Full;
+}
+
+}  // namespace picture

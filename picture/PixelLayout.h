@@ -1,0 +1,75 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "picture/Frame.h"
+
+namespace picture {
+
+enum class ColorModel : std::uint8_t { Compressed, Yuv, Rgb, Grey };
+
+/// How an uncompressed format lies in memory: the one description that buffers, photo and preview share.
+struct PixelLayout {
+  static constexpr std::size_t kMaximumPlanes = 3;
+
+  /// A plane has a group of `groupBytes` bytes for every `1 << across` by `1 << down` pixels.
+  struct Plane {
+    std::uint8_t groupBytes = 0;
+    std::uint8_t across = 0;
+    std::uint8_t down = 0;
+  };
+  /// Where a component's first sample lies in its plane's rows, and the distance to the next, in bytes.
+  struct Component {
+    std::uint8_t plane = 0;
+    std::uint8_t offset = 0;
+    std::uint8_t step = 0;
+  };
+
+  /// The layout of `format`; without planes for MJPG.
+  [[nodiscard]] static const PixelLayout& of(PixelFormat format) noexcept;
+
+  /// Bytes of a row's pixels, without padding.
+  [[nodiscard]] std::size_t rowBytes(std::size_t plane, int width) const noexcept;
+  [[nodiscard]] std::size_t rows(std::size_t plane, int height) const noexcept;
+  /// The stride of a plane that shares memory with the first: in the proportion of their rows, halves rounded
+  /// down as V4L2 does (`bytesperline / 2`), but never less than a row.
+  [[nodiscard]] std::size_t stride(std::size_t plane, std::size_t firstStride, int width) const noexcept;
+
+  PixelFormat format;
+  std::string_view name;
+  ColorModel model;
+  std::uint8_t bits;  ///< of a sample; the most of its components for RGB16
+  std::uint8_t planeCount;
+  std::array<Plane, kMaximumPlanes> planes;
+  /// Luma, blue and red difference; or red, green and blue; or grey alone. None for RGB16, whose components
+  /// share bytes.
+  std::array<Component, 3> components;
+  /// Shifts from pixels to samples of colour difference.
+  std::uint8_t chromaAcross;
+  std::uint8_t chromaDown;
+};
+
+/// One plane of a frame.
+struct PlaneRows {
+  const std::uint8_t* data = nullptr;
+  std::size_t stride = 0;
+
+  [[nodiscard]] const std::uint8_t* row(std::size_t index) const noexcept { return data + index * stride; }
+};
+
+/// The planes of an uncompressed frame, whose bytes must outlive them. Nothing when its size is not
+/// acceptable, its stride is less than a row, or bytes are missing, and `failure` then says which; the last
+/// row of a plane may lack its padding only at the end of all bytes.
+[[nodiscard]] std::optional<std::array<PlaneRows, PixelLayout::kMaximumPlanes>> planesOf(
+    const Frame& frame, std::string& failure);
+
+/// What an unstated range means for the frame's format: Limited or Full.
+[[nodiscard]] ColorRange rangeOf(const Frame& frame) noexcept;
+
+}  // namespace picture
