@@ -1,6 +1,7 @@
 // A small program that uses a camera: it reads frames and says what came, so that tests can tell what a
 // camera does.
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
@@ -8,9 +9,11 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <sys/mman.h>
 #include <utility>
 #include <zlib.h>
 
@@ -36,7 +39,7 @@ constexpr int kErrorStatus = 4;
 constexpr const char* kUsage =
     "Usage: frame_reader NAME MODE FRAMES [FOLDER]\n"
     "Reads FRAMES frames from the camera NAME in MODE, as in MJPG:640x480@30, and writes a line for each:\n"
-    "  frame SEQUENCE SIZE CRC32 [corrupted]\n"
+    "  frame SEQUENCE SIZE CRC32 memfd|memptr|dmabuf blocks= offset= stride= [corrupted] [transform=]\n"
     "The bytes go to FOLDER/SEQUENCE. Exit status: 0 all came, 2 no such camera, 3 unplugged, 4 the camera "
     "failed.\n";
 
@@ -116,6 +119,70 @@ constexpr pw_core_events coreEvents(decltype(pw_core_events::done) done,
   return events;
 }
 
+/// The memory of one block. The stream maps all kinds but DMA-BUF.
+class Block {
+ public:
+  explicit Block(const spa_data& data) : data_(data) {
+    if (data.data != nullptr || data.type != SPA_DATA_DmaBuf) return;
+    length_ = std::size_t{data.mapoffset} + data.maxsize;
+    mapped_ = mmap(nullptr, length_, PROT_READ, MAP_SHARED, static_cast<int>(data.fd), 0);
+  }
+  ~Block() {
+    if (mapped_ != MAP_FAILED) munmap(mapped_, length_);
+  }
+  Block(const Block&) = delete;
+  Block& operator=(const Block&) = delete;
+
+  /// What its chunk says is the frame's.
+  std::span<const std::uint8_t> contents() const {
+    const auto* first = static_cast<const std::uint8_t*>(data_.data);
+    if (mapped_ != MAP_FAILED) first = static_cast<const std::uint8_t*>(mapped_) + data_.mapoffset;
+    if (first == nullptr || data_.chunk->offset > data_.maxsize) return {};
+    return {first + data_.chunk->offset, std::min(data_.chunk->size, data_.maxsize - data_.chunk->offset)};
+  }
+
+ private:
+  const spa_data& data_;
+  void* mapped_ = MAP_FAILED;
+  std::size_t length_ = 0;
+};
+
+/// The bytes of all blocks.
+Bytes contents(const spa_buffer& buffer) {
+  Bytes bytes;
+  for (std::uint32_t block = 0; block < buffer.n_datas; ++block) {
+    const Block memory(buffer.datas[block]);
+    bytes.insert(bytes.end(), memory.contents().begin(), memory.contents().end());
+  }
+  return bytes;
+}
+
+std::string_view typeName(std::uint32_t type) {
+  switch (type) {
+    case SPA_DATA_MemPtr:
+      return "memptr";
+    case SPA_DATA_MemFd:
+      return "memfd";
+    case SPA_DATA_DmaBuf:
+      return "dmabuf";
+    default:
+      return "other";
+  }
+}
+
+/// What else came with the frame, as words.
+std::string remarks(const spa_buffer& buffer) {
+  const auto& data = buffer.datas[0];
+  std::string words = " " + std::string(typeName(data.type)) + " blocks=" + std::to_string(buffer.n_datas) +
+                      " offset=" + std::to_string(data.chunk->offset) +
+                      " stride=" + std::to_string(data.chunk->stride);
+  if ((data.chunk->flags & SPA_CHUNK_FLAG_CORRUPTED) != 0) words += " corrupted";
+  const auto* transform = static_cast<const spa_meta_videotransform*>(
+      spa_buffer_find_meta_data(&buffer, SPA_META_VideoTransform, sizeof(spa_meta_videotransform)));
+  if (transform != nullptr) words += " transform=" + std::to_string(transform->transform);
+  return words;
+}
+
 FrameReader::FrameReader(std::string camera, Mode mode, std::uint64_t frames, std::string folder)
     : camera_(std::move(camera)),
       mode_(std::move(mode)),
@@ -168,26 +235,23 @@ void FrameReader::openStream() {
   }();
   pw_stream_add_listener(stream_.get(), &streamHook_, &kEvents, this);
   PodList formats;
-  formats.addMode(mode_, Colorimetry::kUnstated);
+  formats.addMode(mode_);
   constexpr auto kFlags = static_cast<pw_stream_flags>(
       PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_DONT_RECONNECT);
   pw_stream_connect(stream_.get(), PW_DIRECTION_INPUT, PW_ID_ANY, kFlags, formats.data(), formats.size());
 }
 
 void FrameReader::take(const spa_buffer& buffer) {
-  const auto& data = buffer.datas[0];
-  const auto* bytes = static_cast<const std::uint8_t*>(data.data) + data.chunk->offset;
-  const auto size = data.chunk->size;
+  const auto bytes = contents(buffer);
   const auto* header = static_cast<const spa_meta_header*>(
       spa_buffer_find_meta_data(&buffer, SPA_META_Header, sizeof(spa_meta_header)));
   const auto sequence = header == nullptr ? 0 : header->seq;
-  const bool corrupted = (data.chunk->flags & SPA_CHUNK_FLAG_CORRUPTED) != 0;
   if (!folder_.empty()) {
     std::ofstream file(folder_ + "/" + std::to_string(sequence), std::ios::binary);
-    file.write(reinterpret_cast<const char*>(bytes), size);
+    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
   }
-  std::printf("frame %" PRIu64 " %" PRIu32 " %08lx%s\n", sequence, size, crc32(0, bytes, size),
-              corrupted ? " corrupted" : "");
+  std::printf("frame %" PRIu64 " %zu %08lx%s\n", sequence, bytes.size(),
+              crc32(0, bytes.data(), static_cast<uInt>(bytes.size())), remarks(buffer).c_str());
   std::fflush(stdout);
   if (++taken_ == wanted_) finish(EXIT_SUCCESS, "done");
 }
@@ -232,15 +296,16 @@ void FrameReader::onParam(void* data, std::uint32_t id, const spa_pod* param) no
   const auto format = parseFormat(param);
   if (!format) return self(data)->finish(kErrorStatus, "error unknown format");
   PodList answers;
-  answers.addBuffers(frameLayout(format->format, format->width, format->height));
-  answers.addHeader();
+  answers.addBuffers({1U << SPA_DATA_MemFd | 1U << SPA_DATA_MemPtr | 1U << SPA_DATA_DmaBuf});
+  answers.addMeta(SPA_META_Header, sizeof(spa_meta_header));
+  answers.addMeta(SPA_META_VideoTransform, sizeof(spa_meta_videotransform));
   pw_stream_update_params(self(data)->stream_.get(), answers.data(), answers.size());
 }
 
 void FrameReader::onProcess(void* data) noexcept {
   auto* reader = self(data);
   while (auto* buffer = pw_stream_dequeue_buffer(reader->stream_.get())) {
-    if (!reader->status_ && buffer->buffer->datas[0].data != nullptr) reader->take(*buffer->buffer);
+    if (!reader->status_) reader->take(*buffer->buffer);
     pw_stream_queue_buffer(reader->stream_.get(), buffer);
   }
 }

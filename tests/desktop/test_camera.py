@@ -43,9 +43,11 @@ class CameraTest(unittest.TestCase):
 
 class Delivery(CameraTest):
     def test_frames_arrive_byte_for_byte(self):
-        for mode in (MODE, "YUY2:640x480@30", "NV12:640x480@30", "RGB:322x240@30", "BGRx:320x240@30"):
+        for mode, words in ((MODE, ""), ("YUY2:640x480@30", ",memory=memptr"), ("NV12:640x480@30", ",blocks=each"),
+                            ("I420:320x240@30", ",blocks=shared,memory=dmabuf,lead=64"), ("RGB:322x240@30", ",padding=6"),
+                            ("BGRx:320x240@30", ",memory=dmabuf"), ("P010:321x241@30", ",lead=128")):
             with self.subTest(mode), tempfile.TemporaryDirectory() as folder:
-                desktop = self.desktop(f"name=a,modes={mode},noise=12,log={folder}/log,dump={folder}/sent")
+                desktop = self.desktop(f"name=a,modes={mode},noise=12,log={folder}/log,dump={folder}/sent" + words)
                 received = os.path.join(folder, "received")
                 os.mkdir(received)
                 status, frames = desktop.read_frames("a", mode, "5", received)
@@ -53,8 +55,8 @@ class Delivery(CameraTest):
                 with open(os.path.join(folder, "log")) as log:
                     logged = [line.split() for line in log]
                 for frame in frames:
-                    self.assertIn(frame, logged)
-                self.assertGreater(len({checksum for _, _, checksum in frames}), 1)
+                    self.assertIn(frame[:3], logged)
+                self.assertGreater(len({checksum for _, _, checksum, *_ in frames}), 1)
                 for sequence, *_ in frames:
                     extension = "jpg" if mode.startswith("MJPG") else mode.partition(":")[0].lower()
                     with open(f"{folder}/sent/{int(sequence):08}.{extension}", "rb") as sent, \
@@ -90,8 +92,8 @@ class Delivery(CameraTest):
     def test_the_first_frames_may_be_dark(self):
         desktop = self.desktop("name=a,warmup=3")
         _, frames = desktop.read_frames("a", MODE, "6")
-        dark = {checksum for sequence, _, checksum in frames if int(sequence) <= 3}
-        bright = {checksum for sequence, _, checksum in frames if int(sequence) > 3}
+        dark = {checksum for sequence, _, checksum, *_ in frames if int(sequence) <= 3}
+        bright = {checksum for sequence, _, checksum, *_ in frames if int(sequence) > 3}
         self.assertEqual(len(dark), 1)
         self.assertGreaterEqual(len(bright), 3)
         self.assertFalse(dark & bright)
@@ -108,14 +110,93 @@ class Delivery(CameraTest):
         desktop.read_frames("prompt", MODE, "5")
         self.assertEqual(desktop.state(1)["run-frames"], "0")
 
+    def test_each_frame_tells_of_its_buffer(self):
+        for words, told in (("memory=memfd", {"memfd", "blocks=1", "offset=0", "stride=640"}),
+                            ("memory=memptr,padding=32", {"memptr", "blocks=1", "stride=672"}),
+                            ("memory=dmabuf,lead=64", {"dmabuf", "blocks=1", "offset=64"}),
+                            ("blocks=each", {"memfd", "blocks=2"}),
+                            ("blocks=shared,memory=dmabuf,lead=4096", {"dmabuf", "blocks=2", "offset=4096"}),
+                            ("transform=flipped-90", {"transform=5"}),
+                            ("fault=no-stride", {"stride=0"}),
+                            ("fault=negative-stride", {"stride=-640"})):
+            with self.subTest(words):
+                desktop = self.desktop("name=a,modes=NV12:640x480@30," + words)
+                status, frames = desktop.read_frames("a", "NV12:640x480@30", "1")
+                self.assertEqual(status, COMPLETE)
+                self.assertLessEqual(told, set(frames[0]))
+
+    def test_the_exposure_may_settle_slowly(self):
+        desktop = self.desktop("name=a,modes=MJPG:320x240@30,exposure=500")
+        _, frames = desktop.read_frames("a", "MJPG:320x240@30", "18")
+        changing = [checksum for sequence, _, checksum, *_ in frames if int(sequence) <= 15]
+        self.assertEqual(len(changing), len(set(changing)))
+
+
+class Registry(CameraTest):
+    """What programs see of a camera before they use it."""
+
+    def properties(self, desktop, kind):
+        """The properties of the registry's objects of that kind: name → value."""
+        found = []
+        for block in desktop.command("pw-cli", "ls", kind).stdout.split("\tid ")[1:]:
+            pairs = [line.strip().split(" = ", 1) for line in block.splitlines()[1:] if " = " in line]
+            found.append({name: value.strip('"') for name, value in pairs})
+        return found
+
+    def node(self, desktop, name="a"):
+        return next(node for node in self.properties(desktop, "Node") if node.get("node.name") == name)
+
+    def test_properties_at_will(self):
+        desktop = self.desktop("name=a,title=Cam (V4L2),property=node.nick=Cam,property=priority.session=910,"
+                               "property=media.role=,property=device.api=v4l2")
+        node = self.node(desktop)
+        self.assertEqual(node["node.description"], "Cam (V4L2)")
+        self.assertEqual(node["node.nick"], "Cam")
+        self.assertEqual(node["priority.session"], "910")
+        self.assertNotIn("media.role", node)
+
+    def test_two_nodes_may_bear_one_name(self):
+        desktop = self.desktop("name=a", "name=a")
+        self.assertEqual(len([node for node in self.properties(desktop, "Node") if node.get("node.name") == "a"]), 2)
+
+    def test_a_node_belongs_to_its_device(self):
+        desktop = self.desktop("name=a,device=v4l2_device.usb-1,device-property=device.devids=20736,"
+                               "device-property=device.api=v4l2")
+        device, = self.properties(desktop, "Device")
+        self.assertEqual(device["device.name"], "v4l2_device.usb-1")
+        self.assertEqual(device["media.class"], "Video/Device")
+        self.assertIn("device.id", self.node(desktop))
+        desktop.control("camera", "1", "unplug")
+        self.assertEqual(self.properties(desktop, "Device"), [])
+
+    def test_a_node_may_come_after_its_device(self):
+        desktop = self.desktop("name=a,device=usb-1,node-delay=300")
+        self.assertEqual(len(self.properties(desktop, "Device")), 1)
+        desktop.control("camera", "1", "wait-idle")
+        self.assertEqual(list(desktop.cameras()), ["a"])
+
+    def test_a_node_without_formats(self):
+        desktop = self.desktop("name=a,modes=none")
+        self.assertEqual(list(desktop.cameras()), ["a"])
+        self.assertNotIn("Video:size", self.formats(desktop))
+
+    def test_formats_that_are_no_pictures_and_ranges(self):
+        desktop = self.desktop("name=a,modes=H264:1280x720@30+BAYER:1920x1080@30+NV12:64x48..640x480%16@1..30")
+        told = self.formats(desktop)
+        for words in ("h264", "bayer", "Choice", "Range", "Step"):
+            self.assertIn(words.lower(), told.lower())
+
+    def formats(self, desktop):
+        return desktop.command("pw-cli", "enum-params", str(self.identifier(desktop)), "EnumFormat").stdout
+
     def test_colorimetry_may_be_stated(self):
-        for words, stated in (("", False), (",colorimetry=stated", True)):
+        for words, stated in (("", False), (",colorimetry=bt709-full", True)):
             desktop = self.desktop("name=a,modes=YUY2:1280x720@30" + words)
-            formats = desktop.command("pw-cli", "enum-params", self.node(desktop), "EnumFormat").stdout
+            formats = self.formats(desktop)
             self.assertIn("Video:size", formats)
             self.assertEqual("Video:colorMatrix" in formats, stated, formats)
 
-    def node(self, desktop):
+    def identifier(self, desktop):
         serial, = desktop.cameras().values()
         listing = desktop.command("pw-cli", "ls", "Node").stdout
         for block in listing.split("\tid ")[1:]:
@@ -196,7 +277,32 @@ class Faults(CameraTest):
     def test_corrupted_flag(self):
         desktop = self.desktop("name=a,fault=corrupted-flag:3-8")
         _, frames = desktop.read_frames("a", MODE, "12")
-        self.assert_affected(frames, [int(words[0]) for words in frames if words[3:] == ["corrupted"]])
+        self.assert_affected(frames, [int(words[0]) for words in frames if "corrupted" in words[3:]])
+
+    def test_damaged(self):
+        desktop = self.desktop("name=a,fault=damaged:4/5")
+        _, frames = desktop.read_frames("a", MODE, "12")
+        whole = max(sizes(frames).values())
+        self.assertEqual({number for number, size in sizes(frames).items() if size > whole * 0.9},
+                         {number for number in sizes(frames) if number % 5 == 0})
+
+    def test_damaged_at_run_time(self):
+        desktop = self.desktop("name=a")
+        desktop.control("camera", "1", "damage", "on")
+        _, damaged = desktop.read_frames("a", MODE, "1")
+        desktop.control("camera", "1", "damage", "off")
+        _, whole = desktop.read_frames("a", MODE, "1")
+        self.assertLess(min(sizes(damaged).values()), min(sizes(whole).values()) * 0.9)
+
+    def test_a_frame_may_begin_past_its_buffer(self):
+        desktop = self.desktop("name=a,fault=offset-past-end:0")
+        _, frames = desktop.read_frames("a", MODE, "2")
+        self.assertEqual(set(sizes(frames).values()), {0})
+
+    def test_suspended_and_started_again_at_once_for_its_user(self):
+        desktop = self.desktop("name=a,fault=suspend:3")
+        self.assertEqual(desktop.read_frames("a", MODE, "8")[0], COMPLETE)
+        self.assertEqual(desktop.state()["runs"], "2")
 
     def test_empty(self):
         desktop = self.desktop("name=a,fault=empty:3-8")
@@ -211,6 +317,16 @@ class Faults(CameraTest):
         desktop.control("camera", "1", "busy", "off")
         desktop.control("camera", "1", "plug")
         self.assertEqual(desktop.read_frames("a", MODE, "1")[0], COMPLETE)
+
+    def test_busy_until_another_program_lets_go(self):
+        desktop = self.desktop("name=a,fault=busy:100")
+        self.assert_refused(self.reader(desktop, "a", MODE, "1"))
+        desktop.control("camera", "1", "wait-failed")
+        status = FAILED
+        while status == FAILED:  # until the time is over
+            desktop.control("camera", "1", "plug")
+            status, _ = desktop.read_frames("a", MODE, "1")
+        self.assertEqual(status, COMPLETE)
 
 
 class Life(CameraTest):

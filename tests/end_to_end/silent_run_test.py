@@ -99,7 +99,7 @@ class Pixels(ToolTest):
     def test_an_nv12_photo_has_the_cameras_colours(self):
         self.check_raw(Tool())
 
-    @in_desktop("name=raw,modes=YUY2:1280x720@30")
+    @in_desktop("name=raw,modes=YUY2:1280x720@30,colorimetry=bt709-limited")
     def test_a_yuy2_photo_of_hd_size_has_the_cameras_colours(self):
         self.check_raw(Tool())
 

@@ -1,5 +1,6 @@
 #include "tests/desktop/virtual-camera/Camera.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
@@ -7,10 +8,13 @@
 #include <system_error>
 #include <utility>
 
+#include "tests/desktop/virtual-camera/JpegEncoder.h"
+
 namespace virtual_camera {
 namespace {
 
 constexpr std::uint64_t kSecond = 1'000'000'000;
+constexpr std::uint64_t kMillisecond = kSecond / 1000;
 
 const char* stateName(Camera::State state) {
   switch (state) {
@@ -45,6 +49,7 @@ Camera::Camera(pw_loop* loop, CameraSpec spec)
       store_(spec_),
       recorder_(spec_),
       timer_(pw_loop_add_timer(loop, &Camera::onTick, this), SourceDeleter{loop}),
+      nodeTimer_(pw_loop_add_timer(loop, &Camera::onNodeTime, this), SourceDeleter{loop}),
       lostEvent_(pw_loop_add_event(loop, &Camera::onLost, this), SourceDeleter{loop}) {}
 
 void Camera::plug(const Done& done) {
@@ -53,16 +58,43 @@ void Camera::plug(const Done& done) {
   try {
     connect();
     plugging_.push_back(done);
+    if (spec_.device.empty()) return enterNodeInTime();
+    device_ = std::make_unique<DeviceObject>(connection_->core(), spec_, [this](std::uint32_t id) {
+      deviceId_ = id;
+      enterNodeInTime();
+    });
+  } catch (const std::runtime_error& error) {
+    failPlug(error.what());
+  }
+}
+
+void Camera::enterNodeInTime() {
+  if (spec_.nodeDelay == 0) return enterNode();
+  setTimer(nodeTimer_, spec_.nodeDelay * kMillisecond, 0);
+  finishPlug();
+}
+
+void Camera::enterNode() {
+  try {
     stream_ = std::make_unique<CameraStream>(
-        connection_->core(), spec_,
+        connection_->core(), spec_, deviceId_,
         CameraStream::Events{[this](const NegotiatedFormat& format) { return chooseFormat(format); },
                              [this](pw_stream_state state) { streamStateChanged(state); },
                              [this](std::span<std::uint8_t> room) { return fill(room); }});
   } catch (const std::runtime_error& error) {
-    plugging_.clear();
-    change(State::kUnplugged);
-    done(error.what());
+    failPlug(error.what());
   }
+}
+
+void Camera::failPlug(const std::string& error) {
+  change(State::kUnplugged);
+  for (const auto& done : std::exchange(plugging_, {}))
+    done(error);
+}
+
+void Camera::finishPlug() {
+  for (const auto& done : std::exchange(plugging_, {}))
+    done({});
 }
 
 void Camera::connect() {
@@ -74,15 +106,17 @@ void Camera::connect() {
 }
 
 void Camera::completePlug() {
-  if (plugging_.empty() || !stream_ || !connection_->serial(stream_->nodeId())) return;
+  if (state_ != State::kUnplugged || !stream_ || !connection_->serial(stream_->nodeId())) return;
   change(State::kIdle);
-  for (const auto& done : std::exchange(plugging_, {}))
-    done({});
+  finishPlug();
 }
 
 void Camera::leaveRegistry() {
-  setTimer(0, 0);
+  setTimer(timer_, 0, 0);
+  setTimer(nodeTimer_, 0, 0);
   stream_.reset();
+  device_.reset();
+  deviceId_.reset();
   format_.reset();
   for (const auto& done : std::exchange(plugging_, {}))
     done("unplugged meanwhile");
@@ -124,16 +158,28 @@ void Camera::resume() {
 
 void Camera::breakDevice() {
   if (!stream_) return;
-  setTimer(0, 0);
+  setTimer(timer_, 0, 0);
   stream_->fail(EIO, "the device failed");
   change(State::kFailed);
 }
 
+void Camera::suspend() {
+  faults_.suspend.reset();
+  if (stream_) connection_->suspendNode(stream_->nodeId());
+}
+
 FrameLayout Camera::chooseFormat(const NegotiatedFormat& format) {
-  if (faults_.busy) throw std::system_error(EBUSY, std::generic_category());
+  if (isBusy()) throw std::system_error(EBUSY, std::generic_category());
   format_ = format;
   frames_ = &store_.prepare(format.format, format.width, format.height);
   return frames_->layout();
+}
+
+bool Camera::isBusy() {
+  if (!faults_.busy) return false;
+  const auto now = std::chrono::steady_clock::now();
+  if (!firstRefusal_) firstRefusal_ = now;
+  return !faults_.busyFor || now < *firstRefusal_ + std::chrono::milliseconds(*faults_.busyFor);
 }
 
 void Camera::streamStateChanged(pw_stream_state state) {
@@ -142,12 +188,12 @@ void Camera::streamStateChanged(pw_stream_state state) {
       startRun();
       break;
     case PW_STREAM_STATE_PAUSED:
-      setTimer(0, 0);
+      setTimer(timer_, 0, 0);
       if (state_ == State::kStreaming) change(State::kIdle);
       completePlug();
       break;
     case PW_STREAM_STATE_ERROR:
-      setTimer(0, 0);
+      setTimer(timer_, 0, 0);
       change(State::kFailed);
       break;
     case PW_STREAM_STATE_UNCONNECTED:
@@ -164,14 +210,15 @@ void Camera::startRun() {
   const auto interval = kSecond * format_->rateDenominator / format_->rateNumerator;
   // As with a real sensor, even the first frame takes its time; it is also the time in which the consumer
   // starts.
-  setTimer(spec_.startDelay * kSecond / 1000 + interval, interval);
+  setTimer(timer_, spec_.startDelay * kMillisecond + interval, interval);
   change(State::kStreaming);
 }
 
-void Camera::setTimer(std::uint64_t firstNanoseconds, std::uint64_t intervalNanoseconds) {
+void Camera::setTimer(const Source& timer, std::uint64_t firstNanoseconds,
+                      std::uint64_t intervalNanoseconds) {
   auto first = toTimespec(firstNanoseconds);
   auto interval = toTimespec(intervalNanoseconds);
-  pw_loop_update_timer(loop_, timer_.get(), &first, &interval, false);
+  pw_loop_update_timer(loop_, timer.get(), &first, &interval, false);
 }
 
 void Camera::tick() {
@@ -179,6 +226,7 @@ void Camera::tick() {
   if (reached(faults_.crash, runFrames_)) std::_Exit(EXIT_FAILURE);
   if (reached(faults_.unplug, runFrames_)) return unplug([](const std::string&) {});
   if (reached(faults_.error, runFrames_)) return breakDevice();
+  if (reached(faults_.suspend, runFrames_)) return suspend();
   if (stalled_ || reached(faults_.stall, runFrames_)) {
     withheld_ = true;
     return changed_();
@@ -188,16 +236,36 @@ void Camera::tick() {
   stream_->deliver();
 }
 
+std::uint8_t Camera::light() const {
+  if (faults_.black.contains(runFrames_)) return 0;
+  if (runFrames_ < spec_.warmup) return kDark;
+  if (spec_.exposure == 0) return kFullLight;
+  const auto milliseconds = runFrames_ * 1000 * format_->rateDenominator / format_->rateNumerator;
+  if (milliseconds >= spec_.exposure) return kFullLight;
+  return static_cast<std::uint8_t>(kDark + (kFullLight - kDark) * milliseconds / spec_.exposure);
+}
+
 FrameResult Camera::fill(std::span<std::uint8_t> room) {
   const auto frame = runFrames_;
-  auto size = frames_->write(sequence_, frame < spec_.warmup, room);
+  auto size = frames_->write(sequence_, light(), room);
+  if (format_->format == PixelFormat::kMjpg && faults_.damaged.contains(frame)) {
+    const auto damaged = damagedJpeg({room.begin(), room.begin() + static_cast<std::ptrdiff_t>(size)});
+    std::copy(damaged.begin(), damaged.end(), room.begin());
+    size = damaged.size();
+  }
   if (faults_.truncated.contains(frame) && format_->format == PixelFormat::kMjpg) size /= 3;
   if (faults_.empty.contains(frame)) size = 0;
   recorder_.record(sequence_, format_->format, room.first(size));
   ++runFrames_;
   ++totalFrames_;
   changed_();
-  return {size, faults_.corruptedFlag.contains(frame), sequence_};
+  FrameResult result{size, sequence_};
+  result.corrupted = faults_.corruptedFlag.contains(frame);
+  result.offsetPastEnd = faults_.offsetPastEnd.contains(frame);
+  result.timeBackwards = faults_.timeBackwards.contains(frame);
+  result.noStride = faults_.noStride;
+  result.negativeStride = faults_.negativeStride;
+  return result;
 }
 
 void Camera::change(State state) {
@@ -223,6 +291,10 @@ std::string Camera::describe() const {
 
 void Camera::onTick(void* data, std::uint64_t /*expirations*/) noexcept {
   static_cast<Camera*>(data)->tick();
+}
+
+void Camera::onNodeTime(void* data, std::uint64_t /*expirations*/) noexcept {
+  static_cast<Camera*>(data)->enterNode();
 }
 
 void Camera::onLost(void* data, std::uint64_t /*count*/) noexcept {

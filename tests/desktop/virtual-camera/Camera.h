@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -14,6 +15,7 @@
 #include "tests/desktop/virtual-camera/CameraSpec.h"
 #include "tests/desktop/virtual-camera/CameraStream.h"
 #include "tests/desktop/virtual-camera/Connection.h"
+#include "tests/desktop/virtual-camera/DeviceObject.h"
 #include "tests/desktop/virtual-camera/FrameRecorder.h"
 #include "tests/desktop/virtual-camera/FrameStore.h"
 
@@ -39,7 +41,7 @@ class Camera {
   Camera& operator=(const Camera&) = delete;
 
   /// Enters the registry, after leaving it where needed. Done when every client of the daemon can see the
-  /// node.
+  /// node; where the node comes later, when they can see its device.
   void plug(const Done& done);
   /// Done when the node is gone for every client of the daemon.
   void unplug(Done done);
@@ -48,6 +50,8 @@ class Camera {
   void resume();
   /// Breaks the device: the node's stream fails with EIO.
   void breakDevice();
+  /// Has the daemon suspend the node, as when the system sleeps: its users lose format and buffers.
+  void suspend();
 
   /// The faults that may be changed while the camera lives.
   Faults& faults() { return faults_; }
@@ -71,18 +75,25 @@ class Camera {
   using Source = std::unique_ptr<spa_source, SourceDeleter>;
 
   static void onTick(void* data, std::uint64_t expirations) noexcept;
+  static void onNodeTime(void* data, std::uint64_t expirations) noexcept;
   static void onLost(void* data, std::uint64_t count) noexcept;
 
   void connect();
+  void enterNodeInTime();
+  void enterNode();
   void leaveRegistry();
   void completePlug();
+  void finishPlug();
+  void failPlug(const std::string& error);
   void completeUnplug(int sequence);
   void loseDaemon();
+  bool isBusy();
   FrameLayout chooseFormat(const NegotiatedFormat& format);
   void streamStateChanged(pw_stream_state state);
   void startRun();
-  void setTimer(std::uint64_t firstNanoseconds, std::uint64_t intervalNanoseconds);
+  void setTimer(const Source& timer, std::uint64_t firstNanoseconds, std::uint64_t intervalNanoseconds);
   void tick();
+  std::uint8_t light() const;
   FrameResult fill(std::span<std::uint8_t> room);
   void change(State state);
 
@@ -93,16 +104,20 @@ class Camera {
   FrameRecorder recorder_;
   std::function<void()> changed_ = [] {};
   Source timer_;
+  Source nodeTimer_;
   Source lostEvent_;
 
   std::unique_ptr<Connection> connection_;
+  std::unique_ptr<DeviceObject> device_;
+  std::optional<std::uint32_t> deviceId_;
   std::unique_ptr<CameraStream> stream_;
   std::vector<Done> plugging_;
   std::map<int, Done> unplugging_;
 
   State state_ = State::kUnplugged;
-  const PreparedFrames* frames_ = nullptr;
+  PreparedFrames* frames_ = nullptr;
   std::optional<NegotiatedFormat> format_;
+  std::optional<std::chrono::steady_clock::time_point> firstRefusal_;
   bool stalled_ = false;
   bool withheld_ = false;
   std::uint64_t sequence_ = 0;

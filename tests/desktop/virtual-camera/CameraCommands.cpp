@@ -57,6 +57,8 @@ void CameraCommands::handle(const std::string& request, Reply reply) {
     camera_.resume();
   else if (verb == "error")
     camera_.breakDevice();
+  else if (verb == "suspend")
+    camera_.suspend();
   else if (verb != "state")
     return reply.error("no such request: " + request);
   reply.ok(camera_.describe());
@@ -72,6 +74,8 @@ bool CameraCommands::handleFault(const std::string& fault, const std::string& va
     faults.corruptedFlag = all(on);
   else if (fault == "empty")
     faults.empty = all(on);
+  else if (fault == "damage")
+    faults.damaged = FrameShare{on ? 1U : 0U, 1};
   else if (fault == "busy")
     faults.busy = on;
   else

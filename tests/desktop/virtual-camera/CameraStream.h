@@ -2,11 +2,14 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
-#include <string>
+#include <optional>
+#include <span>
 
 #include <pipewire/pipewire.h>
 
+#include "tests/desktop/virtual-camera/BufferMemory.h"
 #include "tests/desktop/virtual-camera/CameraSpec.h"
 #include "tests/desktop/virtual-camera/FormatPods.h"
 #include "tests/desktop/virtual-camera/FrameStore.h"
@@ -16,8 +19,12 @@ namespace virtual_camera {
 /// What fills a buffer of the stream.
 struct FrameResult {
   std::size_t size = 0;
-  bool corrupted = false;
   std::uint64_t sequence = 0;
+  bool corrupted = false;
+  bool offsetPastEnd = false;
+  bool timeBackwards = false;
+  bool noStride = false;
+  bool negativeStride = false;
 };
 
 /// The camera's node: a PipeWire stream that drives the graph. Its life in the registry is the object's life.
@@ -32,8 +39,9 @@ class CameraStream {
     std::function<FrameResult(std::span<std::uint8_t>)> fill;
   };
 
-  /// Enters the node into the registry; throws std::runtime_error when PipeWire refuses.
-  CameraStream(pw_core* core, const CameraSpec& spec, Events events);
+  /// Enters the node into the registry, as one of that device where there is one; throws std::runtime_error
+  /// when PipeWire refuses. `spec` must outlive the stream.
+  CameraStream(pw_core* core, const CameraSpec& spec, std::optional<std::uint32_t> device, Events events);
   ~CameraStream();
   CameraStream(const CameraStream&) = delete;
   CameraStream& operator=(const CameraStream&) = delete;
@@ -51,19 +59,26 @@ class CameraStream {
   static void onStateChanged(void* data, pw_stream_state old, pw_stream_state state,
                              const char* error) noexcept;
   static void onParamChanged(void* data, std::uint32_t id, const spa_pod* param) noexcept;
+  static void onAddBuffer(void* data, pw_buffer* buffer) noexcept;
+  static void onRemoveBuffer(void* data, pw_buffer* buffer) noexcept;
   static void onProcess(void* data) noexcept;
 
   void acceptFormat(const spa_pod* param);
   void fillBuffer();
+  FrameResult fill(spa_buffer& buffer);
+  void describe(spa_buffer& buffer, const FrameResult& frame) const;
 
   struct StreamDeleter {
     void operator()(pw_stream* stream) const { pw_stream_destroy(stream); }
   };
 
+  const CameraSpec& spec_;
   Events events_;
+  std::map<pw_buffer*, std::unique_ptr<BufferMemory>> memory_;  ///< of buffers that the camera allocates
   std::unique_ptr<pw_stream, StreamDeleter> stream_;
   spa_hook hook_{};
   FrameLayout layout_;
+  Bytes frame_;  ///< before its planes go to their blocks
   bool due_ = false;
 };
 

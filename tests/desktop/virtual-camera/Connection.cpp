@@ -7,6 +7,8 @@
 #include <system_error>
 #include <utility>
 
+#include <spa/node/command.h>
+
 // PipeWire's calls are macros that cast their first argument the C way.
 #pragma GCC diagnostic ignored "-Wold-style-cast"
 
@@ -52,6 +54,14 @@ Connection::~Connection() {
 
 int Connection::synchronize() {
   return pw_core_sync(core_.get(), PW_ID_CORE, 0);
+}
+
+void Connection::suspendNode(std::uint32_t id) {
+  void* node = pw_registry_bind(registry_.get(), id, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE, 0);
+  if (node == nullptr) return;
+  auto command = SPA_NODE_COMMAND_INIT(SPA_NODE_COMMAND_Suspend);
+  pw_node_send_command(static_cast<pw_node*>(node), &command);
+  pw_proxy_destroy(static_cast<pw_proxy*>(node));
 }
 
 std::optional<std::uint64_t> Connection::serial(std::uint32_t id) const {

@@ -33,6 +33,9 @@ class Connection {
   /// Asks the daemon to answer after everything sent so far; `Events::synchronized` gets the returned number.
   int synchronize();
 
+  /// Sends a node the command that a session manager sends to one that rests.
+  void suspendNode(std::uint32_t id);
+
   /// `object.serial` of the node with this id, when the registry shows it.
   std::optional<std::uint64_t> serial(std::uint32_t id) const;
 

@@ -3,16 +3,20 @@
 #include <cstdint>
 #include <span>
 
-#include "tests/desktop/virtual-camera/FrameEncoder.h"
+#include "tests/desktop/virtual-camera/Colorimetry.h"
+#include "tests/desktop/virtual-camera/FrameLayout.h"
 #include "tests/desktop/virtual-camera/TestPicture.h"
 
 namespace virtual_camera {
 
-/// Decodes a JPEG by libjpeg. Throws std::runtime_error for data that libjpeg warns about, such as a cut
-/// picture.
-RgbPicture decodeJpeg(std::span<const std::uint8_t> bytes);
+struct DecodedJpeg {
+  RgbPicture picture;
+  long warnings = 0;  ///< that libjpeg gave
+};
+DecodedJpeg decodeJpeg(std::span<const std::uint8_t> bytes);
 
-/// Decodes a raw frame by the textbook inverse of the matrix that its height stands for.
-RgbPicture decodeRaw(std::span<const std::uint8_t> bytes, const FrameLayout& layout);
+/// Decodes a raw frame by the textbook inverse of the matrix.
+RgbPicture decodeRaw(std::span<const std::uint8_t> bytes, const FrameLayout& layout,
+                     const Colorimetry& colorimetry);
 
 }  // namespace virtual_camera

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include <spa/buffer/buffer.h>
-#include <spa/buffer/meta.h>
 #include <spa/param/buffers.h>
 #include <spa/param/param.h>
 #include <spa/param/video/format-utils.h>
@@ -14,14 +13,22 @@
 namespace virtual_camera {
 namespace {
 
-constexpr std::array<std::pair<PixelFormat, spa_video_format>, 4> kRawFormats{{
-    {PixelFormat::kYuy2, SPA_VIDEO_FORMAT_YUY2},
-    {PixelFormat::kNv12, SPA_VIDEO_FORMAT_NV12},
-    {PixelFormat::kRgb, SPA_VIDEO_FORMAT_RGB},
-    {PixelFormat::kBgrx, SPA_VIDEO_FORMAT_BGRx},
+constexpr std::array<std::pair<PixelFormat, spa_video_format>, 24> kRawFormats{{
+    {PixelFormat::kYuy2, SPA_VIDEO_FORMAT_YUY2},   {PixelFormat::kUyvy, SPA_VIDEO_FORMAT_UYVY},
+    {PixelFormat::kYvyu, SPA_VIDEO_FORMAT_YVYU},   {PixelFormat::kVyuy, SPA_VIDEO_FORMAT_VYUY},
+    {PixelFormat::kNv12, SPA_VIDEO_FORMAT_NV12},   {PixelFormat::kNv21, SPA_VIDEO_FORMAT_NV21},
+    {PixelFormat::kNv16, SPA_VIDEO_FORMAT_NV16},   {PixelFormat::kNv24, SPA_VIDEO_FORMAT_NV24},
+    {PixelFormat::kI420, SPA_VIDEO_FORMAT_I420},   {PixelFormat::kYv12, SPA_VIDEO_FORMAT_YV12},
+    {PixelFormat::kGray8, SPA_VIDEO_FORMAT_GRAY8}, {PixelFormat::kP010, SPA_VIDEO_FORMAT_P010_10LE},
+    {PixelFormat::kRgb, SPA_VIDEO_FORMAT_RGB},     {PixelFormat::kGray16, SPA_VIDEO_FORMAT_GRAY16_LE},
+    {PixelFormat::kBgr, SPA_VIDEO_FORMAT_BGR},     {PixelFormat::kRgbx, SPA_VIDEO_FORMAT_RGBx},
+    {PixelFormat::kBgrx, SPA_VIDEO_FORMAT_BGRx},   {PixelFormat::kXrgb, SPA_VIDEO_FORMAT_xRGB},
+    {PixelFormat::kXbgr, SPA_VIDEO_FORMAT_xBGR},   {PixelFormat::kRgba, SPA_VIDEO_FORMAT_RGBA},
+    {PixelFormat::kBgra, SPA_VIDEO_FORMAT_BGRA},   {PixelFormat::kArgb, SPA_VIDEO_FORMAT_ARGB},
+    {PixelFormat::kAbgr, SPA_VIDEO_FORMAT_ABGR},   {PixelFormat::kRgb16, SPA_VIDEO_FORMAT_RGB16},
 }};
 
-spa_video_format rawFormat(PixelFormat format) {
+spa_video_format videoFormat(PixelFormat format) {
   for (const auto& [ours, theirs] : kRawFormats) {
     if (ours == format) return theirs;
   }
@@ -33,27 +40,75 @@ void addId(spa_pod_builder& builder, std::uint32_t key, std::uint32_t id) {
   spa_pod_builder_id(&builder, id);
 }
 
-void addRates(spa_pod_builder& builder, const std::vector<std::uint32_t>& rates) {
-  spa_pod_builder_prop(&builder, SPA_FORMAT_VIDEO_framerate, 0);
-  if (rates.size() == 1) {
-    spa_pod_builder_fraction(&builder, rates.front(), 1);
+spa_media_subtype subtype(PixelFormat format) {
+  switch (format) {
+    case PixelFormat::kMjpg:
+      return SPA_MEDIA_SUBTYPE_mjpg;
+    case PixelFormat::kH264:
+      return SPA_MEDIA_SUBTYPE_h264;
+    case PixelFormat::kBayer:
+      return SPA_MEDIA_SUBTYPE_bayer;
+    default:
+      return SPA_MEDIA_SUBTYPE_raw;
+  }
+}
+
+void addSizes(spa_pod_builder& builder, const Mode& mode) {
+  spa_pod_builder_prop(&builder, SPA_FORMAT_VIDEO_size, 0);
+  if (!mode.sizes) {
+    spa_pod_builder_rectangle(&builder, mode.width, mode.height);
     return;
   }
   spa_pod_frame choice{};
-  spa_pod_builder_push_choice(&builder, &choice, SPA_CHOICE_Enum, 0);
-  spa_pod_builder_fraction(&builder, rates.front(),
-                           1);  // the default comes first, and once more in its place
-  for (const auto rate : rates)
-    spa_pod_builder_fraction(&builder, rate, 1);
+  const bool stepped = mode.sizes->step > 1;
+  spa_pod_builder_push_choice(&builder, &choice, stepped ? SPA_CHOICE_Step : SPA_CHOICE_Range, 0);
+  spa_pod_builder_rectangle(&builder, mode.width, mode.height);  // the default
+  spa_pod_builder_rectangle(&builder, mode.width, mode.height);
+  spa_pod_builder_rectangle(&builder, mode.sizes->width, mode.sizes->height);
+  if (stepped) spa_pod_builder_rectangle(&builder, mode.sizes->step, mode.sizes->step);
   spa_pod_builder_pop(&builder, &choice);
 }
 
-void addColorimetry(spa_pod_builder& builder, const Mode& mode) {
-  if (mode.format == PixelFormat::kRgb || mode.format == PixelFormat::kBgrx) return;
-  const bool standardDefinition = mode.height <= 576;
-  addId(builder, SPA_FORMAT_VIDEO_colorRange, SPA_VIDEO_COLOR_RANGE_16_235);
-  addId(builder, SPA_FORMAT_VIDEO_colorMatrix,
-        standardDefinition ? SPA_VIDEO_COLOR_MATRIX_BT601 : SPA_VIDEO_COLOR_MATRIX_BT709);
+void addRates(spa_pod_builder& builder, const Mode& mode) {
+  spa_pod_builder_prop(&builder, SPA_FORMAT_VIDEO_framerate, 0);
+  const auto& first = mode.rates.front();
+  if (mode.rates.size() == 1) {
+    spa_pod_builder_fraction(&builder, first.numerator, first.denominator);
+    return;
+  }
+  spa_pod_frame choice{};
+  spa_pod_builder_push_choice(&builder, &choice, mode.ratesAreRange ? SPA_CHOICE_Range : SPA_CHOICE_Enum, 0);
+  // The default comes first, and once more in its place.
+  spa_pod_builder_fraction(&builder, first.numerator, first.denominator);
+  for (const auto& rate : mode.rates)
+    spa_pod_builder_fraction(&builder, rate.numerator, rate.denominator);
+  spa_pod_builder_pop(&builder, &choice);
+}
+
+spa_video_color_matrix matrixId(Colorimetry::Matrix matrix) {
+  switch (matrix) {
+    case Colorimetry::Matrix::kBt601:
+      break;
+    case Colorimetry::Matrix::kBt709:
+      return SPA_VIDEO_COLOR_MATRIX_BT709;
+    case Colorimetry::Matrix::kBt2020:
+      return SPA_VIDEO_COLOR_MATRIX_BT2020;
+    case Colorimetry::Matrix::kSmpte240m:
+      return SPA_VIDEO_COLOR_MATRIX_SMPTE240M;
+  }
+  return SPA_VIDEO_COLOR_MATRIX_BT601;
+}
+
+void addColorimetry(spa_pod_builder& builder, const Colorimetry& colorimetry) {
+  addId(builder, SPA_FORMAT_VIDEO_colorRange,
+        colorimetry.range == Colorimetry::Range::kFull ? SPA_VIDEO_COLOR_RANGE_0_255
+                                                       : SPA_VIDEO_COLOR_RANGE_16_235);
+  addId(builder, SPA_FORMAT_VIDEO_colorMatrix, matrixId(colorimetry.matrix));
+}
+
+bool isYuv(PixelFormat format) {
+  const auto channels = rawFormat(format).channels;
+  return !channels.empty() && channels.front().channel == Channel::kLuma;
 }
 
 }  // namespace
@@ -73,43 +128,42 @@ void PodList::keep(Builder& builder, spa_pod* pod) {
   used_ += (builder.builder.state.offset + 7) / 8 * 8;
 }
 
-void PodList::addMode(const Mode& mode, Colorimetry colorimetry) {
+void PodList::addMode(const Mode& mode, const Colorimetry& colorimetry) {
   Builder builder(*this);
   auto& pod = builder.builder;
   spa_pod_frame object{};
-  const bool raw = mode.format != PixelFormat::kMjpg;
-  const spa_rectangle size{mode.width, mode.height};
   spa_pod_builder_push_object(&pod, &object, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat);
   addId(pod, SPA_FORMAT_mediaType, SPA_MEDIA_TYPE_video);
-  addId(pod, SPA_FORMAT_mediaSubtype, raw ? SPA_MEDIA_SUBTYPE_raw : SPA_MEDIA_SUBTYPE_mjpg);
-  if (raw) addId(pod, SPA_FORMAT_VIDEO_format, rawFormat(mode.format));
-  spa_pod_builder_prop(&pod, SPA_FORMAT_VIDEO_size, 0);
-  spa_pod_builder_rectangle(&pod, size.width, size.height);
-  addRates(pod, mode.rates);
-  if (raw && colorimetry == Colorimetry::kStated) addColorimetry(pod, mode);
+  addId(pod, SPA_FORMAT_mediaSubtype, subtype(mode.format));
+  if (isRaw(mode.format)) addId(pod, SPA_FORMAT_VIDEO_format, videoFormat(mode.format));
+  addSizes(pod, mode);
+  addRates(pod, mode);
+  if (isYuv(mode.format) && colorimetry.stated) addColorimetry(pod, colorimetry);
   keep(builder, static_cast<spa_pod*>(spa_pod_builder_pop(&pod, &object)));
 }
 
-void PodList::addBuffers(const FrameLayout& layout) {
+void PodList::addBuffers(const BufferRequest& request) {
   Builder builder(*this);
   auto& pod = builder.builder;
   spa_pod_frame object{};
   spa_pod_builder_push_object(&pod, &object, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers);
   spa_pod_builder_add(&pod, SPA_PARAM_BUFFERS_buffers, SPA_POD_CHOICE_RANGE_Int(8, 2, 16),
-                      SPA_PARAM_BUFFERS_blocks, SPA_POD_Int(1), SPA_PARAM_BUFFERS_size,
-                      SPA_POD_Int(static_cast<int>(layout.size)), SPA_PARAM_BUFFERS_stride,
-                      SPA_POD_Int(static_cast<int>(layout.stride)), SPA_PARAM_BUFFERS_dataType,
-                      SPA_POD_CHOICE_FLAGS_Int((1 << SPA_DATA_MemFd) | (1 << SPA_DATA_MemPtr)), 0);
+                      SPA_PARAM_BUFFERS_dataType, SPA_POD_CHOICE_FLAGS_Int(static_cast<int>(request.types)),
+                      0);
+  if (request.blocks > 0)
+    spa_pod_builder_add(&pod, SPA_PARAM_BUFFERS_blocks, SPA_POD_Int(static_cast<int>(request.blocks)),
+                        SPA_PARAM_BUFFERS_size, SPA_POD_Int(static_cast<int>(request.size)),
+                        SPA_PARAM_BUFFERS_stride, SPA_POD_Int(static_cast<int>(request.stride)), 0);
   keep(builder, static_cast<spa_pod*>(spa_pod_builder_pop(&pod, &object)));
 }
 
-void PodList::addHeader() {
+void PodList::addMeta(std::uint32_t type, std::size_t size) {
   Builder builder(*this);
   auto& pod = builder.builder;
   spa_pod_frame object{};
   spa_pod_builder_push_object(&pod, &object, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta);
-  spa_pod_builder_add(&pod, SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Header), SPA_PARAM_META_size,
-                      SPA_POD_Int(static_cast<int>(sizeof(spa_meta_header))), 0);
+  spa_pod_builder_add(&pod, SPA_PARAM_META_type, SPA_POD_Id(type), SPA_PARAM_META_size,
+                      SPA_POD_Int(static_cast<int>(size)), 0);
   keep(builder, static_cast<spa_pod*>(spa_pod_builder_pop(&pod, &object)));
 }
 
@@ -123,7 +177,7 @@ std::optional<NegotiatedFormat> parseFormat(const spa_pod* pod) {
     if (spa_format_video_mjpg_parse(pod, &info.info.mjpg) < 0) return std::nullopt;
     size = info.info.mjpg.size;
     rate = info.info.mjpg.framerate;
-  } else {
+  } else if (info.media_subtype == SPA_MEDIA_SUBTYPE_raw) {
     if (spa_format_video_raw_parse(pod, &info.info.raw) < 0) return std::nullopt;
     size = info.info.raw.size;
     rate = info.info.raw.framerate;
@@ -134,6 +188,8 @@ std::optional<NegotiatedFormat> parseFormat(const spa_pod* pod) {
       known = true;
     }
     if (!known) return std::nullopt;
+  } else {
+    return std::nullopt;
   }
   format.width = size.width;
   format.height = size.height;

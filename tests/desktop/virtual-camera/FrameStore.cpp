@@ -7,6 +7,9 @@
 #include <stdexcept>
 #include <utility>
 
+#include "tests/desktop/virtual-camera/JpegEncoder.h"
+#include "tests/desktop/virtual-camera/RawEncoder.h"
+
 namespace virtual_camera {
 namespace {
 
@@ -32,29 +35,57 @@ std::pair<std::uint32_t, std::uint32_t> jpegSize(const Bytes& bytes, const std::
   throw std::runtime_error(path + ": not a JPEG picture");
 }
 
-std::vector<Bytes> encodeJpegs(const CameraSpec& spec, RgbPicture& picture) {
-  std::vector<Bytes> frames;
-  for (std::uint16_t count = 0; count < kJpegFrames; ++count) {
-    drawCounter(picture, count);
-    frames.push_back(encodeJpeg(picture, spec.quality));
-  }
-  return frames;
+RgbPicture drawTransformed(const CameraSpec& spec, const FrameLayout& layout) {
+  const bool sideways = isSideways(spec.transform);
+  return transformed(drawTestPicture(sideways ? layout.height : layout.width,
+                                     sideways ? layout.width : layout.height, spec.tint, spec.noise),
+                     spec.transform);
 }
 
 }  // namespace
 
-PreparedFrames::PreparedFrames(const FrameLayout& layout, std::vector<Bytes> frames, Bytes dark)
-    : layout_(layout), frames_(std::move(frames)), dark_(std::move(dark)) {
+PreparedFrames::PreparedFrames(const CameraSpec& spec, const FrameLayout& layout)
+    : spec_(spec), layout_(layout), picture_(drawTransformed(spec, layout)) {
+  if (isRaw(layout.format)) {
+    frames_.push_back(encode(picture_));
+    return;
+  }
+  auto counted = picture_;
+  for (std::uint16_t count = 0; count < kJpegFrames; ++count) {
+    drawCounter(counted, count);
+    frames_.push_back(encode(counted));
+    layout_.size = std::max(layout_.size, frames_.back().size());
+  }
+}
+
+PreparedFrames::PreparedFrames(const CameraSpec& spec, const FrameLayout& layout, std::vector<Bytes> frames)
+    : spec_(spec), layout_(layout), picture_(0, 0), frames_(std::move(frames)) {
   for (const auto& frame : frames_)
     layout_.size = std::max(layout_.size, frame.size());
 }
 
-std::size_t PreparedFrames::write(std::uint64_t sequence, bool dark, std::span<std::uint8_t> room) const {
-  const auto& frame = dark && !dark_.empty() ? dark_ : frames_[sequence % frames_.size()];
-  const auto size = std::min(frame.size(), room.size());
-  std::memcpy(room.data(), frame.data(), size);
-  if (layout_.format != PixelFormat::kMjpg && size == layout_.size)
-    drawCounterRaw(room.data(), layout_, static_cast<std::uint16_t>(sequence));
+Bytes PreparedFrames::encode(const RgbPicture& picture) const {
+  if (isRaw(layout_.format)) return encodeRaw(picture, layout_, spec_.colorimetry);
+  return encodeJpeg(picture, spec_.jpeg);
+}
+
+const Bytes& PreparedFrames::frame(std::uint64_t sequence, std::uint8_t light) {
+  if (light == kFullLight || picture_.samples.empty()) return frames_[sequence % frames_.size()];
+  auto known = darker_.find(light);
+  if (known == darker_.end()) {
+    auto picture = picture_;
+    darken(picture, light);
+    known = darker_.emplace(light, encode(picture)).first;
+  }
+  return known->second;
+}
+
+std::size_t PreparedFrames::write(std::uint64_t sequence, std::uint8_t light, std::span<std::uint8_t> room) {
+  const auto& bytes = frame(sequence, light);
+  const auto size = std::min(bytes.size(), room.size());
+  std::memcpy(room.data(), bytes.data(), size);
+  if (isRaw(layout_.format) && size == layout_.size)
+    drawCounterRaw(room.data(), layout_, spec_.colorimetry, static_cast<std::uint16_t>(sequence));
   return size;
 }
 
@@ -70,7 +101,7 @@ FrameStore::FrameStore(CameraSpec& spec) : spec_(spec) {
   }
 }
 
-const PreparedFrames& FrameStore::prepare(PixelFormat format, std::uint32_t width, std::uint32_t height) {
+PreparedFrames& FrameStore::prepare(PixelFormat format, std::uint32_t width, std::uint32_t height) {
   const std::tuple key(format, width, height);
   auto known = prepared_.find(key);
   if (known == prepared_.end()) known = prepared_.emplace(key, make(format, width, height)).first;
@@ -78,17 +109,9 @@ const PreparedFrames& FrameStore::prepare(PixelFormat format, std::uint32_t widt
 }
 
 PreparedFrames FrameStore::make(PixelFormat format, std::uint32_t width, std::uint32_t height) const {
-  const auto layout = frameLayout(format, width, height);
-  if (!pictures_.empty()) return {layout, pictures_, {}};
-  const bool jpeg = format == PixelFormat::kMjpg;
-  auto picture = drawTestPicture(width, height, spec_.tint, spec_.noise);
-  auto frames = jpeg ? encodeJpegs(spec_, picture) : std::vector<Bytes>(1, encodeRaw(picture, layout));
-  Bytes dark;
-  if (spec_.warmup > 0) {
-    darken(picture);
-    dark = jpeg ? encodeJpeg(picture, spec_.quality) : encodeRaw(picture, layout);
-  }
-  return {layout, std::move(frames), std::move(dark)};
+  const auto layout = frameLayout(format, width, height, spec_.padding);
+  if (!pictures_.empty()) return {spec_, layout, pictures_};
+  return {spec_, layout};
 }
 
 }  // namespace virtual_camera

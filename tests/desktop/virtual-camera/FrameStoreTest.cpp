@@ -9,6 +9,7 @@
 
 #include "tests/desktop/virtual-camera/DecodedFrame.h"
 #include "tests/desktop/virtual-camera/FrameStore.h"
+#include "tests/desktop/virtual-camera/JpegEncoder.h"
 
 namespace virtual_camera {
 namespace {
@@ -23,16 +24,29 @@ void PrintTo(const Format& format, std::ostream* out) {
   *out << formatName(format.format) << " " << format.width << "x" << format.height;
 }
 
-Bytes frame(FrameStore& store, Format format, std::uint64_t sequence, bool dark = false) {
-  const auto& frames = store.prepare(format.format, format.width, format.height);
+Bytes frame(FrameStore& store, Format format, std::uint64_t sequence, std::uint8_t light = kFullLight) {
+  auto& frames = store.prepare(format.format, format.width, format.height);
   Bytes bytes(frames.layout().size);
-  bytes.resize(frames.write(sequence, dark, bytes));
+  bytes.resize(frames.write(sequence, light, bytes));
   return bytes;
 }
 
-RgbPicture decode(const Bytes& bytes, Format format) {
-  if (format.format == PixelFormat::kMjpg) return decodeJpeg(bytes);
-  return decodeRaw(bytes, frameLayout(format.format, format.width, format.height));
+RgbPicture decode(const Bytes& bytes, Format format, const CameraSpec& spec = {}) {
+  if (format.format == PixelFormat::kMjpg) return decodeJpeg(bytes).picture;
+  return decodeRaw(bytes, frameLayout(format.format, format.width, format.height, spec.padding),
+                   spec.colorimetry);
+}
+
+bool isGrey(PixelFormat format) {
+  return format == PixelFormat::kGray8 || format == PixelFormat::kGray16;
+}
+
+/// What a format shows of a colour.
+Rgb shown(Rgb colour, PixelFormat format) {
+  if (!isGrey(format)) return colour;
+  const auto luma =
+      static_cast<std::uint8_t>(0.299 * colour.red + 0.587 * colour.green + 0.114 * colour.blue + 0.5);
+  return {luma, luma, luma};
 }
 
 /// The colour at a place given in parts of the width and the height.
@@ -42,11 +56,15 @@ Rgb colourAt(const RgbPicture& picture, double x, double y) {
   return {sample[0], sample[1], sample[2]};
 }
 
-/// Three steps cover the rounding of a trip to YUV and back, and of a JPEG without noise.
-MATCHER_P(IsNearly, expected, "") {
+/// Three steps cover the rounding of a trip to YUV and back, and of a JPEG without noise; eight that of five
+/// bits.
+MATCHER_P2(IsWithin, steps, expected, "") {
   *result_listener << int{arg.red} << "," << int{arg.green} << "," << int{arg.blue};
-  return std::abs(arg.red - expected.red) <= 3 && std::abs(arg.green - expected.green) <= 3 &&
-         std::abs(arg.blue - expected.blue) <= 3;
+  return std::abs(arg.red - expected.red) <= steps && std::abs(arg.green - expected.green) <= steps &&
+         std::abs(arg.blue - expected.blue) <= steps;
+}
+auto IsNearly(Rgb expected, PixelFormat format = PixelFormat::kMjpg) {
+  return IsWithin(format == PixelFormat::kRgb16 ? 8 : 3, shown(expected, format));
 }
 
 unsigned readCounter(const RgbPicture& picture) {
@@ -67,16 +85,16 @@ TEST_P(EveryFormat, ShowsTheDocumentedPicture) {
   const auto picture = decode(frame(store, GetParam(), 0), GetParam());
   EXPECT_EQ(picture.width, GetParam().width);
   EXPECT_EQ(picture.height, GetParam().height);
-  EXPECT_THAT(colourAt(picture, 0.05, 0.5), IsNearly(kLeftRed));
-  EXPECT_THAT(colourAt(picture, 0.95, 0.5), IsNearly(kRightBlue));
-  EXPECT_THAT(colourAt(picture, 0.5, 0.03), IsNearly(kTopGreen));
-  EXPECT_THAT(colourAt(picture, 0.5, 0.97), IsNearly(kBottomYellow));
+  const auto format = GetParam().format;
+  EXPECT_THAT(colourAt(picture, 0.05, 0.5), IsNearly(kLeftRed, format));
+  EXPECT_THAT(colourAt(picture, 0.95, 0.5), IsNearly(kRightBlue, format));
+  EXPECT_THAT(colourAt(picture, 0.5, 0.03), IsNearly(kTopGreen, format));
+  EXPECT_THAT(colourAt(picture, 0.5, 0.97), IsNearly(kBottomYellow, format));
   // The foot of the F is left of the middle, so its mirror image is background.
   const double foot = 0.75 / 12 * GetParam().height / GetParam().width;
-  EXPECT_THAT(colourAt(picture, 0.5 - foot, 0.55), IsNearly(kLetterWhite));
-  EXPECT_THAT(colourAt(picture, 0.5 + foot, 0.55), testing::Not(IsNearly(kLetterWhite)));
-  const auto grey = colourAt(picture, 0.3, 0.5);
-  EXPECT_THAT(grey, IsNearly(Rgb{200, 200, 200}));
+  EXPECT_THAT(colourAt(picture, 0.5 - foot, 0.55), IsNearly(kLetterWhite, format));
+  EXPECT_THAT(colourAt(picture, 0.5 + foot, 0.55), testing::Not(IsNearly(kLetterWhite, format)));
+  EXPECT_THAT(colourAt(picture, 0.3, 0.5), IsNearly(Rgb{200, 200, 200}, format));
 }
 
 TEST_P(EveryFormat, CountsItsFrames) {
@@ -89,9 +107,9 @@ TEST_P(EveryFormat, CountsItsFrames) {
 TEST_P(EveryFormat, IsDarkDuringTheWarmUp) {
   auto spec = parseCameraSpec("warmup=3");
   FrameStore store(spec);
-  const auto picture = decode(frame(store, GetParam(), 0, true), GetParam());
+  const auto picture = decode(frame(store, GetParam(), 0, kDark), GetParam());
   EXPECT_THAT(colourAt(picture, 0.05, 0.5),
-              IsNearly(Rgb{kLeftRed.red / 6, kLeftRed.green / 6, kLeftRed.blue / 6}));
+              IsNearly(Rgb{kLeftRed.red / 6, kLeftRed.green / 6, kLeftRed.blue / 6}, GetParam().format));
 }
 
 TEST_P(EveryFormat, GivesTheSameBytesForTheSameFrame) {
@@ -103,12 +121,59 @@ TEST_P(EveryFormat, GivesTheSameBytesForTheSameFrame) {
   EXPECT_NE(frame(store, GetParam(), 2), frame(store, GetParam(), 3));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    FrameStore, EveryFormat,
-    testing::Values(Format{PixelFormat::kMjpg, 640, 480}, Format{PixelFormat::kMjpg, 1280, 720},
-                    Format{PixelFormat::kYuy2, 640, 480}, Format{PixelFormat::kYuy2, 1280, 720},
-                    Format{PixelFormat::kNv12, 640, 480}, Format{PixelFormat::kNv12, 1280, 720},
-                    Format{PixelFormat::kRgb, 322, 240}, Format{PixelFormat::kBgrx, 640, 480}));
+std::vector<Format> everyFormat() {
+  std::vector<Format> formats{
+      {PixelFormat::kMjpg, 640, 480}, {PixelFormat::kMjpg, 1280, 720}, {PixelFormat::kYuy2, 1280, 720}};
+  for (const auto* name : {"YUY2", "UYVY", "YVYU", "VYUY",  "NV12",      "NV21", "NV16", "NV24",
+                           "I420", "YV12", "P010", "GRAY8", "GRAY16_LE", "RGB",  "BGR",  "RGBx",
+                           "BGRx", "xRGB", "xBGR", "RGBA",  "BGRA",      "ARGB", "ABGR", "RGB16"}) {
+    formats.push_back({*formatOfName(name), 320, 240});
+    formats.push_back({*formatOfName(name), 323, 241});
+  }
+  return formats;
+}
+
+INSTANTIATE_TEST_SUITE_P(FrameStore, EveryFormat, testing::ValuesIn(everyFormat()));
+
+TEST(FrameStore, KeepsToTheStatedColours) {
+  const Format format{PixelFormat::kNv12, 640, 480};
+  for (const auto* words :
+       {"bt601-full", "bt709-limited", "bt709-full", "bt2020-limited", "smpte240m-limited"}) {
+    auto spec = parseCameraSpec(std::string("colorimetry=") + words);
+    FrameStore store(spec);
+    const auto picture = decode(frame(store, format, 0), format, spec);
+    EXPECT_THAT(colourAt(picture, 0.5, 0.03), IsNearly(kTopGreen)) << words;
+    EXPECT_THAT(colourAt(picture, 0.05, 0.5), IsNearly(kLeftRed)) << words;
+  }
+}
+
+TEST(FrameStore, PadsItsRows) {
+  for (const auto* name : {"YUY2", "NV12", "I420", "NV24", "P010", "RGB", "GRAY8", "RGB16"}) {
+    const Format format{*formatOfName(name), 323, 241};
+    auto spec = parseCameraSpec("padding=26");
+    FrameStore store(spec);
+    const auto bytes = frame(store, format, 0);
+    EXPECT_GT(bytes.size(), frameLayout(format.format, 323, 241).size);
+    EXPECT_THAT(colourAt(decode(bytes, format, spec), 0.95, 0.5), IsNearly(kRightBlue, format.format))
+        << name;
+  }
+}
+
+TEST(FrameStore, TurnsItsPictures) {
+  // Where the red block of the left edge is found after the flip and the turn counter-clockwise.
+  const std::vector<std::pair<const char*, std::pair<double, double>>> places{
+      {"none", {0.05, 0.5}},        {"90", {0.5, 0.95}},         {"180", {0.95, 0.5}},
+      {"270", {0.5, 0.05}},         {"flipped", {0.95, 0.5}},    {"flipped-90", {0.5, 0.05}},
+      {"flipped-180", {0.05, 0.5}}, {"flipped-270", {0.5, 0.95}}};
+  for (const auto& [words, place] : places) {
+    auto spec = parseCameraSpec(std::string("transform=") + words);
+    FrameStore store(spec);
+    const Format format{PixelFormat::kMjpg, 640, 480};
+    EXPECT_THAT(colourAt(decode(frame(store, format, 0), format), place.first, place.second),
+                IsNearly(kLeftRed))
+        << words;
+  }
+}
 
 TEST(FrameStore, CountsRawFramesPastTheLastBitOfAByte) {
   auto spec = parseCameraSpec("name=counter");
@@ -129,9 +194,9 @@ TEST(FrameStore, NoiseMakesJpegsAsLargeAsThoseOfRealCameras) {
 TEST(FrameStore, CutsAFrameToTheRoomThereIs) {
   auto spec = parseCameraSpec("name=small");
   FrameStore store(spec);
-  const auto& frames = store.prepare(PixelFormat::kYuy2, 64, 32);
+  auto& frames = store.prepare(PixelFormat::kYuy2, 64, 32);
   Bytes room(100);
-  EXPECT_EQ(frames.write(0, false, room), 100U);
+  EXPECT_EQ(frames.write(0, kFullLight, room), 100U);
 }
 
 class Pictures : public testing::Test {
@@ -154,8 +219,8 @@ class Pictures : public testing::Test {
 };
 
 TEST_F(Pictures, AreServedInTurnAsTheyAre) {
-  const auto one = encodeJpeg(drawTestPicture(64, 32, 0xff0000, 0), 90);
-  const auto two = encodeJpeg(drawTestPicture(64, 32, 0x0000ff, 0), 90);
+  const auto one = encodeJpeg(drawTestPicture(64, 32, 0xff0000, 0), {});
+  const auto two = encodeJpeg(drawTestPicture(64, 32, 0x0000ff, 0), {});
   auto spec = parseCameraSpec("picture=" + save("one.jpg", one) + ",picture=" + save("two.jpg", two));
   FrameStore store(spec);
   ASSERT_THAT(spec.modes, testing::ElementsAre(Mode{PixelFormat::kMjpg, 64, 32, {30}}));
@@ -166,8 +231,8 @@ TEST_F(Pictures, AreServedInTurnAsTheyAre) {
 }
 
 TEST_F(Pictures, MustHaveOneSize) {
-  const auto one = save("one.jpg", encodeJpeg(drawTestPicture(64, 32, 0, 0), 90));
-  const auto two = save("two.jpg", encodeJpeg(drawTestPicture(32, 32, 0, 0), 90));
+  const auto one = save("one.jpg", encodeJpeg(drawTestPicture(64, 32, 0, 0), {}));
+  const auto two = save("two.jpg", encodeJpeg(drawTestPicture(32, 32, 0, 0), {}));
   auto spec = parseCameraSpec("picture=" + one + ",picture=" + two);
   EXPECT_THROW(FrameStore{spec}, std::runtime_error);
 }

@@ -78,9 +78,9 @@ void drawCounter(RgbPicture& picture, std::uint16_t count) {
   }
 }
 
-void darken(RgbPicture& picture) {
+void darken(RgbPicture& picture, std::uint8_t light) {
   for (auto& sample : picture.samples)
-    sample /= 6;
+    sample = static_cast<std::uint8_t>(sample * light / 255);
 }
 
 }  // namespace virtual_camera

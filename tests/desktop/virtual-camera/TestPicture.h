@@ -56,7 +56,7 @@ Rectangle counterCell(std::uint32_t width, std::uint32_t height, unsigned bit);
 
 void drawCounter(RgbPicture& picture, std::uint16_t count);
 
-/// What a camera sees before its exposure has settled: a sixth of the light.
-void darken(RgbPicture& picture);
+/// What a camera sees before its exposure has settled: so many 255ths of the light.
+void darken(RgbPicture& picture, std::uint8_t light);
 
 }  // namespace virtual_camera

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+
+namespace virtual_camera {
+
+enum class PixelFormat {
+  kMjpg,
+  kH264,   ///< offered by its name only: its frames are no pictures
+  kBayer,  ///< likewise
+  kYuy2,
+  kUyvy,
+  kYvyu,
+  kVyuy,
+  kNv12,
+  kNv21,
+  kNv16,
+  kNv24,
+  kI420,
+  kYv12,
+  kP010,
+  kGray8,
+  kGray16,
+  kRgb,
+  kBgr,
+  kRgbx,
+  kBgrx,
+  kXrgb,
+  kXbgr,
+  kRgba,
+  kBgra,
+  kArgb,
+  kAbgr,
+  kRgb16,
+};
+
+/// "MJPG", "YUY2" …, the names of PipeWire in its own spelling.
+std::string_view formatName(PixelFormat format);
+std::optional<PixelFormat> formatOfName(std::string_view name);
+
+enum class Channel : std::uint8_t { kLuma, kBlueDifference, kRedDifference, kRed, kGreen, kBlue, kUnused };
+
+/// Where the samples of one channel lie. A sample stands for `columns` by `rows` pixels.
+struct ChannelPlace {
+  Channel channel;
+  std::uint8_t plane;
+  std::uint8_t offset;  ///< of the first sample in a row, bytes
+  std::uint8_t step;    ///< from one sample to the next in the row, bytes
+  std::uint8_t columns;
+  std::uint8_t rows;
+};
+
+/// The channels of a raw format.
+struct RawFormat {
+  unsigned bits = 8;   ///< of a sample
+  unsigned shift = 0;  ///< by which a sample of two bytes (little-endian) is moved up
+  std::span<const ChannelPlace> channels;
+};
+
+/// What lies where in a raw format; no channels for compressed ones and for RGB16, whose pixels are words of
+/// five, six and five bits from the top.
+RawFormat rawFormat(PixelFormat format);
+
+constexpr bool isRaw(PixelFormat format) {
+  return format != PixelFormat::kMjpg && format != PixelFormat::kH264 && format != PixelFormat::kBayer;
+}
+
+}  // namespace virtual_camera
