@@ -1,3 +1,5 @@
+#include <cerrno>
+
 #include "platform/linux/photo/LivePicture.h"
 #include "tests/camera/CameraFixture.h"
 
@@ -46,6 +48,25 @@ TEST_F(Preview, IsNotCopiedWhenNobodyLooks) {
   camera.ask("wait-frames 20");
   EXPECT_EQ(rig.copied(), 0U);
   EXPECT_EQ(dynamic_cast<LivePicture&>(*rig.layer).latestFrame(), nullptr);
+}
+
+TEST_F(Preview, SaysWhyNoPictureComes) {
+  const auto camera = plugIn("desk", "modes=MJPG:640x480@30");
+  start();
+  const Rig rig = runningRig("desk");
+  auto& picture = dynamic_cast<LivePicture&>(*rig.layer);
+  int calls = 0;
+  picture.setFrameListener([&] {
+    const int error = picture.error();
+    loop_.async([&calls, error] { calls += error == ENODEV ? 1 : 0; });
+  });
+  EXPECT_EQ(picture.error(), 0);
+  camera.ask("unplug");
+  turnUntil([&] { return calls > 0; });
+  EXPECT_EQ(picture.latestFrame(), nullptr);
+  EXPECT_EQ(calls, 1);
+  rig.session->stopRunning();
+  turnUntil([&] { return picture.error() == 0; });
 }
 
 TEST_F(Preview, HoldsNoFrameAfterTheStop) {

@@ -96,6 +96,26 @@ class CameraChoice(WindowTest):
         self.wait_for_preview_colour("green")
 
 
+    @in_windowed_desktop(RED, GREEN)
+    def test_the_camera_that_the_popup_shows_can_be_chosen(self):
+        tool = self.open_preferences(settings="[Defaults]\nShowPreview=false\nVideoSourceID=away\n")
+        self.choose_camera("Red camera", 0)
+        self.wait_for_setting(tool, "VideoSourceID=red")
+
+    @in_windowed_desktop(RED)
+    def test_the_only_camera_can_be_chosen(self):
+        tool = self.open_preferences(settings="[Defaults]\nShowPreview=false\nVideoSourceID=away\n")
+        self.choose_camera("Red camera", 0)
+        self.wait_for_setting(tool, "VideoSourceID=red")
+
+    @in_windowed_desktop(RED, GREEN)
+    def test_everything_has_a_name_for_screen_readers(self):
+        self.open_preferences()
+        self.assert_all_is_named(PREFERENCES)
+        self.open_camera_list()
+        self.assert_all_is_named(PREFERENCES)
+
+
 class PreviewSwitch(WindowTest):
     @in_windowed_desktop(RED)
     def test_off_ends_the_tool_and_the_next_run_is_silent(self):
@@ -280,10 +300,17 @@ class WaysOut(WindowTest):
         self.assert_no_photo(tool)
 
     @in_windowed_desktop(RED)
-    def test_the_close_button_ends_a_run_that_shows_nothing_else(self):
+    def test_the_window_managers_close_ends_a_run_that_shows_nothing_else(self):
         tool = self.open_preferences()
-        self.windows.click("Close", PREFERENCES)
+        self.windows.key("alt+F4")
         self.assertEqual(tool.wait(), 0, tool.log())
+        self.assert_no_photo(tool)
+
+    @in_windowed_desktop(RED)
+    def test_the_header_has_no_button_to_leave_without_done(self):
+        self.open_preferences()
+        buttons = [each.name for each in self.windows.objects() if each.role in ("button", "push button")]
+        self.assertEqual(sorted(buttons), ["Done", "Save Photos In"])
 
     @in_windowed_desktop(RED)
     def test_escape_goes_back_to_the_preview_that_was_there(self):
@@ -326,6 +353,12 @@ class OnWayland(WindowTest):
         self.windows.click("Done", PREFERENCES)
         self.windows.wait_for_window(PREVIEW)
         self.wait_for_preview_colour("green")
+
+    @in_windowed_desktop(RED, GREEN)
+    def test_the_camera_that_the_popup_shows_can_be_chosen(self):
+        tool = self.open_preferences(settings="[Defaults]\nShowPreview=false\nVideoSourceID=away\n")
+        self.choose_camera("Red camera", 0)
+        self.wait_for_setting(tool, "VideoSourceID=red")
 
     @in_windowed_desktop(RED)
     def test_escape_ends_a_run_that_shows_nothing_else(self):

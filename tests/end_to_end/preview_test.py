@@ -14,6 +14,7 @@ from windows import PREFERENCES, PREVIEW, in_windowed_desktop
 
 DESK = "name=desk,title=Desk camera,modes=MJPG:1280x720@30"  # of the window's shape: no bars beside the picture
 NO_CAMERA = "No camera found"
+STARTING = "Starting the camera…"
 NOT_ALLOWED = "The tool is not allowed to access the camera."
 
 
@@ -50,6 +51,57 @@ class Preview:
         self.wait_for_photos(tool, 3)
         tool.wait_for_names(["Launch", *3 * ["Start", "Stop"]])
         self.assertEqual(self.windows.titles(), {PREVIEW})
+
+    @in_windowed_desktop(DESK)
+    def test_a_held_key_takes_one_photo(self):
+        tool = self.open_preview()
+        self.wait_for_mirrored_picture()
+        for count, key in enumerate(("space", "Return"), start=1):
+            with self.windows.held_key(key):
+                tool.wait_for_names(["Launch", *count * ["Start", "Stop"]])
+                # Two seconds of pictures: keys begin to repeat themselves before one is over.
+                delivered = int(dict(word.split("=") for word in control("camera", "1", "state").split())["run-frames"])
+                control("camera", "1", "wait-frames", str(delivered + 60))
+        self.windows.key("ctrl+q")
+        self.assertEqual(tool.wait(), 0, tool.log())
+        self.assertEqual(tool.names(), ["Launch", "Start", "Stop", "Start", "Stop", "Quit"])
+        self.assertEqual(len(tool.photos()), 2)
+
+    @in_windowed_desktop("name=slow,title=Slow camera,modes=MJPG:640x480@30,start-delay=60000")
+    def test_until_the_first_picture_comes_it_says_that_the_camera_starts(self):
+        self.open_preview()
+        self.windows.find(STARTING, PREVIEW)
+        self.assertNotIn(NO_CAMERA, [each.name for each in self.windows.objects()])
+
+    @in_windowed_desktop(DESK)
+    def test_with_the_picture_there_is_no_word_of_starting(self):
+        self.open_preview()
+        self.wait_for_mirrored_picture()
+        self.windows.wait_until(lambda objects: STARTING not in [each.name for each in objects], f"no {STARTING}")
+
+    @in_windowed_desktop(DESK)
+    def test_everything_has_a_name_for_screen_readers(self):
+        self.open_preview()
+        self.wait_for_mirrored_picture()
+        self.assert_all_is_named(PREVIEW)
+
+    @in_windowed_desktop()
+    def test_the_warning_is_read_aloud_and_the_picture_that_it_covers_is_not(self):
+        self.open_preview()
+        warning = self.windows.wait_until(
+            lambda objects: [each for each in objects if each.role in ("alert", "notification")], "the alert")
+        self.assertEqual([each.name for each in warning], [NO_CAMERA])
+        self.assertNotIn("Camera picture", [each.name for each in self.windows.objects()])
+        control("add-camera", DESK)
+        self.windows.find("Camera picture", PREVIEW)
+        self.assertFalse([each for each in self.windows.objects() if each.role in ("alert", "notification")])
+
+    @in_windowed_desktop(DESK)
+    def test_the_keys_are_listed_on_request(self):
+        self.open_preview()
+        self.windows.key("ctrl+F1")
+        self.windows.wait_until(lambda objects: "Take a photo" in [each.name for each in objects if each.window != PREVIEW],
+                                "the list of keys")
 
     @in_windowed_desktop(DESK)
     def test_the_close_key_ends_the_tool(self):

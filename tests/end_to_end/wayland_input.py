@@ -10,7 +10,7 @@ import tempfile
 import time
 
 # Linux input event codes (linux/input-event-codes.h) of the keys that tests press.
-_KEYS = {"Escape": 1, "q": 16, "w": 17, "Return": 28, "ctrl": 29, "comma": 51, "space": 57, "Up": 103, "Down": 108}
+_KEYS = {"Escape": 1, "q": 16, "w": 17, "Return": 28, "ctrl": 29, "comma": 51, "space": 57, "F1": 59, "Up": 103, "Down": 108}
 _LEFT_BUTTON = 0x110
 _CONTROL_MODIFIER = 4  # its bit in the "evdev" keymap
 
@@ -55,9 +55,22 @@ class WaylandInput:
         """As in "ctrl+w"."""
         *held, last = chord.split("+")
         self._modifiers(_CONTROL_MODIFIER if held else 0)
-        for name, pressed in [*((name, 1) for name in held), (last, 1), (last, 0), *((name, 0) for name in held)]:
-            self._request(self._keyboard, 1, struct.pack("=III", self._now(), _KEYS[name], pressed))  # key
+        for name in (*held, last):
+            self.press(name)
+        for name in (last, *held):
+            self.release(name)
         self._modifiers(0)
+        self._round_trip()
+
+    def press(self, name):
+        """Until it is released, the program that has the keyboard repeats it."""
+        self._key(name, 1)
+
+    def release(self, name):
+        self._key(name, 0)
+
+    def _key(self, name, pressed):
+        self._request(self._keyboard, 1, struct.pack("=III", self._now(), _KEYS[name], pressed))  # key
         self._round_trip()
 
     def click(self, x, y, width, height):

@@ -65,15 +65,29 @@ class WindowTest(ToolTest):
         self.windows.wait_for_window(PREVIEW)
         return tool
 
+    def assert_all_is_named(self, window):
+        """Whatever people work with has a name to be read aloud, and nothing is called by its class."""
+        worked_with = {"alert", "button", "combo box", "image", "label", "list", "list item", "push button", "status",
+                       "switch", "toggle button"}
+        of_the_toolkit = {"widget", "scroll bar"}  # boxes around what people see
+        objects = [each for each in self.windows.objects() if each.window == window and each.role not in of_the_toolkit]
+        unnamed = [each for each in objects if not each.name and each.role in worked_with - {"label", "status"}]
+        by_class = [each for each in objects if re.match(r"(Gtk|Adw|LayerView|BackgroundView|PopUpRow)", each.name)]
+        self.assertEqual(unnamed + by_class, [])
+        self.assertTrue(worked_with & {each.role for each in objects})
+
     def choose_camera(self, title, steps):
         """Chooses the camera that many items below the one that is chosen (above: negative) from the popup."""
-        self.windows.click("Camera", PREFERENCES)
-        self.windows.wait_until(lambda objects: any(map(self._is_open_list, objects)), "the popup's list")
+        self.open_camera_list()
         for _ in range(abs(steps)):
             self.windows.key("Down" if steps > 0 else "Up")
         self.windows.key("Return")
         self.windows.wait_until(lambda objects: not any(map(self._is_open_list, objects)), "the end of the popup's list")
         self.assertEqual(self.chosen_camera(), title)
+
+    def open_camera_list(self):
+        self.windows.click("Camera", PREFERENCES)
+        self.windows.wait_until(lambda objects: any(map(self._is_open_list, objects)), "the popup's list")
 
     def chosen_camera(self):
         """The title that the closed popup shows."""

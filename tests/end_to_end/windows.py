@@ -1,5 +1,6 @@
 """The program's windows as their user has them: what they show, and keys and clicks into them."""
 
+import contextlib
 import functools
 import json
 import os
@@ -13,7 +14,7 @@ from waiting import BOUND
 from wayland_input import WaylandInput
 
 APPLICATION = "com.verrano.quillo.CameraShot"
-PREVIEW, PREFERENCES = "Camera Shot", "Camera Shot Preferences"
+PREVIEW, PREFERENCES = "Camera Shot", "Preferences"
 _READER = Path(__file__).with_name("accessible_windows.py")
 _DISPLAYS = {"x11": ["--window-manager"], "wayland": ["--wayland"]}
 
@@ -39,6 +40,15 @@ class X11Screen:
     @staticmethod
     def key(chord):
         subprocess.run(["xdotool", "key", chord], check=True)
+
+    @staticmethod
+    def press(key):
+        """Until it is released, the X server repeats it."""
+        subprocess.run(["xdotool", "keydown", key], check=True)
+
+    @staticmethod
+    def release(key):
+        subprocess.run(["xdotool", "keyup", key], check=True)
 
     @staticmethod
     def click(x, y):
@@ -105,6 +115,12 @@ class WaylandScreen:
 
     def key(self, chord):
         self._input.key(chord)
+
+    def press(self, key):
+        self._input.press(key)
+
+    def release(self, key):
+        self._input.release(key)
 
     def click(self, x, y):
         self._input.click(x, y, *self._SIZE)
@@ -208,6 +224,15 @@ class Windows:
 
     def key(self, chord):
         self.screen.key(chord)
+
+    @contextlib.contextmanager
+    def held_key(self, key):
+        """Within the block that key is down."""
+        self.screen.press(key)
+        try:
+            yield
+        finally:
+            self.screen.release(key)
 
     def click(self, name, window):
         """Clicks in the middle of an object, or near it: GTK since 4.10 leaves the padding of the boxes around an object

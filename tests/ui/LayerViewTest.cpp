@@ -1,5 +1,6 @@
 // Layers as they come out on the screen: pixels are looked at.
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <thread>
@@ -121,6 +122,28 @@ TEST_F(LayerViewTest, FitsThePictureOnBlack) {
 TEST_F(LayerViewTest, IsBlackBeforeTheFirstFrame) {
   show(std::make_shared<FakeCameraLayer>());
   EXPECT_THAT(Screenshot(view_).at(0.5, 0.5), Shows(kBlack));
+}
+
+TEST_F(LayerViewTest, SaysWhyThereIsNoPicture) {
+  const auto status = [this] {
+    char* text = nullptr;
+    g_object_get(view_, "status", &text, nullptr);
+    const std::string copy = text;
+    g_free(text);
+    return copy;
+  };
+  const auto camera = std::make_shared<FakeCameraLayer>();
+  show(camera);
+  EXPECT_EQ(status(), "Starting the camera…");
+  camera->fail(EBUSY);
+  EXPECT_TRUE(runUntil([&] { return status() == "The camera is in use by another program."; }));
+  camera->fail(EIO);
+  EXPECT_TRUE(runUntil([&] { return status() == "The camera sends no picture."; }));
+  camera->deliver(jpegFrame(400, 200, white));
+  EXPECT_TRUE(runUntil([&] { return status().empty(); }));
+  gtk_widget_set_visible(GTK_WIDGET(window_), FALSE);
+  gtk_window_present(window_);
+  EXPECT_EQ(status(), "Starting the camera…") << "what was shown before is not shown again";
 }
 
 TEST_F(LayerViewTest, ShowsTheNewestFrame) {

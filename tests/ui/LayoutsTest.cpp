@@ -68,18 +68,18 @@ TEST_F(LayoutsTest, PreviewNamesNothingUnknown) {
   EXPECT_THAT(layout.ids,
               UnorderedElementsAre("window", "captureView", "warningView", "warningImage", "warningText",
                                    "warningDescription", "button", "closeButton", "preferencesButton",
-                                   "header", "titleButtons", "windowControls"));
+                                   "cameraStatus", "header", "titleButtons", "windowControls"));
   EXPECT_EQ(layout.handlers, kPreviewHandlers);
-  EXPECT_THAT(layout.shortcutActions, UnorderedElementsAre("shootButtonPressed", "closeButtonPressed",
-                                                           "preferencesButtonPressed", "quit"));
+  EXPECT_THAT(layout.shortcutActions, UnorderedElementsAre("closeButtonPressed", "preferencesButtonPressed",
+                                                           "quit", "showShortcuts"));
 }
 
 TEST_F(LayoutsTest, PreferencesNameNothingUnknown) {
   const LayoutFile layout("PreferencesWindowController");
   EXPECT_THAT(layout.ids, UnorderedElementsAre("window", "videoSource", "previewSetting", "outputLocation",
-                                               "doneButton"));
+                                               "outputLocationName", "doneButton"));
   EXPECT_EQ(layout.handlers, kPreferencesHandlers);
-  EXPECT_THAT(layout.shortcutActions, UnorderedElementsAre("quit"));
+  EXPECT_THAT(layout.shortcutActions, UnorderedElementsAre("quit", "showShortcuts"));
 }
 
 TEST_F(LayoutsTest, TextsAreTranslatedFromTheProgramsTable) {
@@ -100,8 +100,9 @@ TEST_F(LayoutsTest, EachControlOfThePreferencesSendsItsHandler) {
   const auto popup = std::dynamic_pointer_cast<platform::NSPopUpButton>(nib->view("videoSource"));
   popup->addItem({"One"});
   popup->addItem({"Two"});
-  const std::string title = "Camera Shot Preferences";
-  adw_combo_row_set_selected(ADW_COMBO_ROW(widget(title, "videoSource")), 1);
+  const std::string title = "Preferences";
+  GtkWidget* const popover = findWidget(widget(title, "videoSource"), GTK_TYPE_POPOVER);
+  g_signal_emit_by_name(findWidget(popover, GTK_TYPE_LIST_VIEW), "activate", 1U);
   gtk_switch_set_active(GTK_SWITCH(widget(title, "previewSetting")), TRUE);
   g_signal_emit_by_name(widget(title, "outputLocation"), "clicked");
   g_signal_emit_by_name(widget(title, "doneButton"), "clicked");

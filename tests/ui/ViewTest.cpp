@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/ui/MainLoop.h"
+#include "tests/ui/support/Keyboard.h"
 #include "tests/ui/support/TestWindows.h"
 
 namespace {
@@ -38,7 +39,7 @@ class ViewTest : public testing::Test {
 
   GtkWidget* widget(const std::string& id) {
     GtkWidget* const found = widgetById(GTK_WIDGET(toplevelWithTitle("Camera Shot")), id);
-    return found ? found : widgetById(GTK_WIDGET(toplevelWithTitle("Camera Shot Preferences")), id);
+    return found ? found : widgetById(GTK_WIDGET(toplevelWithTitle("Preferences")), id);
   }
 
   /// The titles in the popup as the user reads them.
@@ -48,6 +49,18 @@ class ViewTest : public testing::Test {
     for (guint i = 0; i < g_list_model_get_n_items(model); ++i)
       titles.emplace_back(gtk_string_list_get_string(GTK_STRING_LIST(model), i));
     return titles;
+  }
+
+  /// Opens the popup's list by the keyboard; returns the list.
+  GtkWidget* openPopup() {
+    preferences_->window()->makeKeyAndOrderFront();
+    GtkWindow* const window = toplevelWithTitle("Preferences");
+    EXPECT_TRUE(runUntil([window] { return gtk_window_is_active(window); }));
+    GtkWidget* const list = findWidget(widget("videoSource"), GTK_TYPE_POPOVER);
+    gtk_widget_grab_focus(widget("videoSource"));
+    pressKey("space");
+    EXPECT_TRUE(runUntil([list] { return gtk_widget_get_mapped(list); }));
+    return list;
   }
 
   TestUserInterface ui_;
@@ -88,9 +101,44 @@ TEST_F(ViewTest, PopupSendsItsHandlerForTheUsersChoiceOnly) {
   popup->addItem({"Desk camera"});
   popup->addItem({"Front camera"});
   EXPECT_TRUE(calls_.empty());
-  adw_combo_row_set_selected(ADW_COMBO_ROW(widget("videoSource")), 1);
+  openPopup();
+  pressKey("Down");
+  pressKey("Return");
+  ASSERT_TRUE(runUntil([this] { return !calls_.empty(); }));
   EXPECT_THAT(calls_, testing::ElementsAre("onVideoSelect"));
   EXPECT_EQ(popup->indexOfSelectedItem(), 1);
+}
+
+TEST_F(ViewTest, PopupSendsItsHandlerForTheItemThatItShowsToo) {
+  const auto popup = preferences<platform::NSPopUpButton>("videoSource");
+  popup->addItem({"Desk camera"});
+  popup->addItem({"Front camera"});
+  popup->selectItemAtIndex(1);
+  openPopup();
+  pressKey("Return");
+  ASSERT_TRUE(runUntil([this] { return !calls_.empty(); }));
+  EXPECT_THAT(calls_, testing::ElementsAre("onVideoSelect"));
+  EXPECT_EQ(popup->indexOfSelectedItem(), 1);
+}
+
+TEST_F(ViewTest, PopupSendsItsHandlerForItsOnlyItem) {
+  const auto popup = preferences<platform::NSPopUpButton>("videoSource");
+  popup->addItem({"Desk camera"});
+  popup->selectItemAtIndex(0);
+  openPopup();
+  pressKey("Return");
+  ASSERT_TRUE(runUntil([this] { return !calls_.empty(); }));
+  EXPECT_THAT(calls_, testing::ElementsAre("onVideoSelect"));
+}
+
+TEST_F(ViewTest, PopupLeftWithoutAChoiceSendsNothing) {
+  const auto popup = preferences<platform::NSPopUpButton>("videoSource");
+  popup->addItem({"Desk camera"});
+  popup->selectItemAtIndex(0);
+  GtkWidget* const list = openPopup();
+  pressKey("Escape");
+  ASSERT_TRUE(runUntil([list] { return !gtk_widget_get_mapped(list); }));
+  EXPECT_TRUE(calls_.empty());
 }
 
 TEST_F(ViewTest, PopupSendsNothingWhileItIsRefilledUnderTheUsersHands) {
@@ -102,17 +150,12 @@ TEST_F(ViewTest, PopupSendsNothingWhileItIsRefilledUnderTheUsersHands) {
     popup->selectItemAtIndex(selected);
   };
   fill({"Desk camera", "Front camera"}, 1);
-  preferences_->window()->makeKeyAndOrderFront();
-  GtkWindow* const window = toplevelWithTitle("Camera Shot Preferences");
-  ASSERT_TRUE(runUntil([window] { return gtk_window_is_active(window); }));
-  gtk_widget_activate(widget("videoSource"));
-  auto* const list = findWidget(widget("videoSource"), GTK_TYPE_POPOVER);
-  ASSERT_TRUE(runUntil([list] { return gtk_widget_get_mapped(list); }));
+  openPopup();
   fill({"Front camera"}, 0);
   fill({}, -1);
   EXPECT_EQ(popup->indexOfSelectedItem(), -1);
   fill({"Desk camera", "Front camera", "New camera"}, 2);
-  const Screenshot whatIsDueIsDone(GTK_WIDGET(window));
+  const Screenshot whatIsDueIsDone(GTK_WIDGET(toplevelWithTitle("Preferences")));
   EXPECT_TRUE(calls_.empty());
   EXPECT_EQ(popup->indexOfSelectedItem(), 2);
 }

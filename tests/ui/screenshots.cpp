@@ -111,7 +111,7 @@ class Studio {
     outlet<platform::NSButton>(*nib, "outputLocation")
         ->setTitle(look.longTexts ? "~/Documents/Projects/Photographs of things/Camera shots of this year"
                                   : "~/Pictures");
-    shoot(localized("Camera Shot Preferences"), "preferences-" + look.name);
+    shoot(localized("Preferences"), "preferences-" + look.name);
   }
 
   void preferencesWithoutCamera(const Look& look) {
@@ -120,7 +120,7 @@ class Studio {
     cameras->addItem({localized("No camera")});
     cameras->setEnabled(false);
     outlet<platform::NSButton>(*nib, "outputLocation")->setTitle("~/Pictures");
-    shoot(localized("Camera Shot Preferences"), "preferences-without-camera-" + look.name);
+    shoot(localized("Preferences"), "preferences-without-camera-" + look.name);
   }
 
   void refusedFolder(const Look& look) {
@@ -138,8 +138,10 @@ class Studio {
     apply(look);
     auto nib = ui_->loadNibNamed(name, silentActions());
     const std::string title =
-        localized(std::string(name) == "PreviewWindowController" ? "Camera Shot" : "Camera Shot Preferences");
-    gtk_window_set_default_size(GTK_WINDOW(window(title)), look.width, look.height);
+        localized(std::string(name) == "PreviewWindowController" ? "Camera Shot" : "Preferences");
+    // The preferences have their natural size.
+    if (gtk_window_get_resizable(GTK_WINDOW(window(title))))
+      gtk_window_set_default_size(GTK_WINDOW(window(title)), look.width, look.height);
     if (look.longTexts) lengthen(window(title));
     nib->window()->makeKeyAndOrderFront();
     return nib;

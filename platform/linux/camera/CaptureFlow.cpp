@@ -44,6 +44,7 @@ void CaptureFlow::startNow() {
   if (isStarted_) fail(error_);
   isStarted_ = true;
   error_ = 0;
+  endFeeds(0);
   sequence_ = 0;
   schedule_.restart();
   const Camera* camera = nullptr;
@@ -69,9 +70,13 @@ void CaptureFlow::fail(int error) {
   silenceTimer_.reset();
   schedule_.restart();
   error_ = error;
-  for (const auto& weakFeed : feeds_)
-    if (const auto feed = weakFeed.lock()) feed->clear();
+  endFeeds(error == ECANCELED ? 0 : error);
   answerAll(nullptr, error);
+}
+
+void CaptureFlow::endFeeds(int error) {
+  for (const auto& weakFeed : feeds_)
+    if (const auto feed = weakFeed.lock()) feed->end(error);
 }
 
 void CaptureFlow::abandon() {

@@ -61,6 +61,8 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   /// No more frames will come, because of `error`: what waits fails, and so does what is asked for later. The
   /// stream is given up before this returns.
   void fail(int error);
+  /// What the previews showed is over, because of `error`; 0: the next frame is on its way.
+  void endFeeds(int error);
   void stopNow(int error);
   void request(StillAnswer answer);
   void answerAll(const std::shared_ptr<const picture::Frame>& frame, int error);

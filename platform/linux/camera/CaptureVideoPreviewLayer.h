@@ -22,6 +22,7 @@ class CaptureVideoPreviewLayer final : public Layer,
 
   void setFrameListener(std::function<void()> onFrame) override { feed_->setListener(std::move(onFrame)); }
   std::shared_ptr<const picture::Frame> latestFrame() const override { return feed_->latest(); }
+  int error() const override { return feed_->error(); }
   bool mirrored() const override { return connection_->isVideoMirrored(); }
 
  private:

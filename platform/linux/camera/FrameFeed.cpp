@@ -8,7 +8,7 @@ void FrameFeed::setListener(std::function<void()> onFrame) {
   const std::scoped_lock lock(listenerMutex_);
   onFrame_ = std::move(onFrame);
   isWanted_ = static_cast<bool>(onFrame_);
-  if (!onFrame_) clear();
+  if (!onFrame_) forgetFrame();
 }
 
 std::shared_ptr<const picture::Frame> FrameFeed::latest() const {
@@ -18,6 +18,7 @@ std::shared_ptr<const picture::Frame> FrameFeed::latest() const {
 
 void FrameFeed::publish(const std::shared_ptr<const picture::Frame>& frame) {
   const std::scoped_lock lock(listenerMutex_);
+  error_ = 0;
   if (!onFrame_) return;
   {
     const std::scoped_lock frameLock(frameMutex_);
@@ -26,7 +27,13 @@ void FrameFeed::publish(const std::shared_ptr<const picture::Frame>& frame) {
   onFrame_();
 }
 
-void FrameFeed::clear() {
+void FrameFeed::end(int error) {
+  const std::scoped_lock lock(listenerMutex_);
+  forgetFrame();
+  if (error_.exchange(error) != error && onFrame_) onFrame_();
+}
+
+void FrameFeed::forgetFrame() {
   const std::scoped_lock lock(frameMutex_);
   latest_.reset();
 }

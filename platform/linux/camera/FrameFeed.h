@@ -23,11 +23,16 @@ class FrameFeed {
 
   /// For the camera: here is a frame. Dropped when nobody listens.
   void publish(const std::shared_ptr<const picture::Frame>& frame);
-  /// For the camera: what was shown is over.
-  void clear();
+  /// Why no frame comes, as an `errno`; 0 while one comes or is awaited.
+  [[nodiscard]] int error() const { return error_; }
+  /// For the camera: what was shown is over, because of `error`; 0: the next frame is on its way.
+  void end(int error);
 
  private:
+  void forgetFrame();
+
   std::atomic<bool> isWanted_ = false;
+  std::atomic<int> error_ = 0;
   std::mutex listenerMutex_;  // held while the listener runs, which may ask for the latest frame
   std::function<void()> onFrame_;
   mutable std::mutex frameMutex_;

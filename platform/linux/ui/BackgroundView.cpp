@@ -17,6 +17,7 @@ void snapshotBackground(GtkWidget* widget, GtkSnapshot* snapshot) noexcept {
 void initClass(gpointer viewClass, gpointer) noexcept {
   setUpContainerClass(GTK_WIDGET_CLASS(viewClass));
   GTK_WIDGET_CLASS(viewClass)->snapshot = snapshotBackground;
+  gtk_widget_class_set_accessible_role(GTK_WIDGET_CLASS(viewClass), GTK_ACCESSIBLE_ROLE_GROUP);
 }
 
 }  // namespace

@@ -2,23 +2,10 @@
 
 #include <utility>
 
+#include "platform/linux/ui/ContainerWidget.h"
 #include "platform/linux/ui/NamedImage.h"
 
 namespace platform_linux {
-namespace {
-
-/// The first widget of that class below `widget`; null when there is none.
-GtkWidget* findDescendant(GtkWidget* widget, GType type) {
-  for (GtkWidget* child = gtk_widget_get_first_child(widget); child;
-       child = gtk_widget_get_next_sibling(child)) {
-    if (G_TYPE_CHECK_INSTANCE_TYPE(child, type)) return child;
-    if (GtkWidget* const deeper = findDescendant(child, type)) return deeper;
-  }
-  return nullptr;
-}
-
-}  // namespace
-
 bool Control::isEnabled() const {
   return gtk_widget_get_sensitive(widget());
 }

@@ -36,6 +36,15 @@ void disposeContainer(GObject* object) noexcept {
 
 }  // namespace
 
+GtkWidget* findDescendant(GtkWidget* widget, GType type) {
+  for (GtkWidget* child = gtk_widget_get_first_child(widget); child;
+       child = gtk_widget_get_next_sibling(child)) {
+    if (G_TYPE_CHECK_INSTANCE_TYPE(child, type)) return child;
+    if (GtkWidget* const deeper = findDescendant(child, type)) return deeper;
+  }
+  return nullptr;
+}
+
 void setUpContainerClass(GtkWidgetClass* widgetClass) {
   G_OBJECT_CLASS(widgetClass)->dispose = disposeContainer;
   widgetClass->measure = measureChildren;

@@ -14,4 +14,7 @@ void allocateChildren(GtkWidget* widget, int width, int height, int baseline) no
 /// Draws the children as any widget does.
 void snapshotChildren(GtkWidget* widget, GtkSnapshot* snapshot);
 
+/// The first widget of that class below `widget`; null when there is none.
+GtkWidget* findDescendant(GtkWidget* widget, GType type);
+
 }  // namespace platform_linux

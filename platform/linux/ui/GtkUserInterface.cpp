@@ -48,6 +48,16 @@ void setUpDisplay() {
   gtk_icon_theme_add_resource_path(gtk_icon_theme_get_for_display(display), resource("icons").c_str());
 }
 
+/// A window over `parent` with the keys that ours know. It closes itself, and is then destroyed by the
+/// toolkit.
+void showShortcuts(GtkWindow* parent) {
+  const auto builder =
+      GObjectRef<GtkBuilder>::adopt(gtk_builder_new_from_resource(resource("Shortcuts.ui").c_str()));
+  GtkWindow* const window = GTK_WINDOW(gtk_builder_get_object(builder.get(), "window"));
+  gtk_window_set_transient_for(window, parent);
+  gtk_window_present(window);
+}
+
 }  // namespace
 
 std::unique_ptr<GtkUserInterface> GtkUserInterface::make(UserInterfaceHost host, std::string& whyNot) {
@@ -66,7 +76,9 @@ GtkUserInterface::GtkUserInterface(UserInterfaceHost host)
     : frames_(host.stateFolder),
       windows_(std::move(host.lastWindowClosed), std::move(host.takeActivationToken)),
       openPanel_(windows_),
-      nibs_(windows_, frames_, decodeThread_, {{"quit", std::move(host.quit)}}) {}
+      nibs_(windows_, frames_, decodeThread_,
+            {{"quit", std::move(host.quit)},
+             {"showShortcuts", [this] { showShortcuts(windows_.current()); }}}) {}
 
 std::unique_ptr<platform::NSNib> GtkUserInterface::loadNibNamed(const std::string& name,
                                                                 platform::NSActions actions) {
@@ -77,7 +89,7 @@ std::unique_ptr<platform::NSNib> GtkUserInterface::loadNibNamed(const std::strin
 }
 
 std::shared_ptr<platform::NSImage> GtkUserInterface::imageNamed(const std::string& name) {
-  const std::string file = resource("icons/scalable/actions/" + name + ".svg");
+  const std::string file = resource("icons/256x256/actions/" + name + ".png");
   if (!g_resources_get_info(file.c_str(), G_RESOURCE_LOOKUP_FLAGS_NONE, nullptr, nullptr, nullptr))
     return nullptr;
   return std::make_shared<NamedImage>(name);

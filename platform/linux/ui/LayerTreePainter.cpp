@@ -105,10 +105,15 @@ void LayerTreePainter::listenToLivePicture() {
   livePicture_->setFrameListener([bell = bell_] {
     if (bell->rung.exchange(true)) return;
     postToMainLoop([bell] {
-      if (bell->painter) bell->painter->takeNewestFrame();
+      if (bell->painter) bell->painter->bellRang();
     });
   });
   takeNewestFrame();
+}
+
+void LayerTreePainter::bellRang() {
+  takeNewestFrame();
+  if (!hasPicture()) redraw_();  // what stands there instead may have changed
 }
 
 void LayerTreePainter::takeNewestFrame() {

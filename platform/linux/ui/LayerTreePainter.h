@@ -39,6 +39,11 @@ class LayerTreePainter {
   /// Frees what was decoded: the view has left the screen.
   void releasePictures();
 
+  /// Whether there is a live picture to draw.
+  bool hasPicture() const { return live_ && live_->hasTexture(); }
+  /// Why none comes, as LivePicture::error says.
+  int error() const { return livePicture_ ? livePicture_->error() : 0; }
+
   /// `scale`: device pixels to a logical one.
   void snapshot(GtkSnapshot* snapshot, int scale);
 
@@ -51,6 +56,7 @@ class LayerTreePainter {
   };
 
   void treeChanged();
+  void bellRang();
   void takeNewestFrame();
   void listenToLivePicture();
   void stopListening();

@@ -1,6 +1,10 @@
 #include "platform/linux/ui/LayerView.h"
 
+#include <cerrno>
 #include <memory>
+#include <utility>
+
+#include <glib/gi18n.h>
 
 #include "platform/linux/ui/ContainerWidget.h"
 #include "platform/linux/ui/MainLoop.h"
@@ -10,10 +14,16 @@
 namespace platform_linux {
 namespace {
 
+void updateStatus(GtkWidget* widget);
+
 /// The C++ side of the widget.
 struct LayerViewState {
   explicit LayerViewState(GtkWidget* widget)
-      : draw(G_PRIORITY_DEFAULT_IDLE, [widget] { gtk_widget_queue_draw(widget); }),
+      : draw(G_PRIORITY_DEFAULT_IDLE,
+             [widget] {
+               updateStatus(widget);
+               gtk_widget_queue_draw(widget);
+             }),
         painter([this] { draw.schedule(); }) {}
 
   /// When nothing else waits: pictures that come faster than they can be drawn (without a graphics processor,
@@ -21,6 +31,7 @@ struct LayerViewState {
   /// ever being done.
   DeferredCall draw;
   LayerTreePainter painter;
+  const char* status = "";
   SignalConnection windowState;  ///< while mapped
 };
 
@@ -42,6 +53,27 @@ GtkWidgetClass* parentClass() {
   return GTK_WIDGET_CLASS(g_type_class_peek(GTK_TYPE_WIDGET));
 }
 
+const char* statusOf(const LayerTreePainter& painter) {
+  if (painter.hasPicture()) return "";
+  switch (painter.error()) {
+    case 0:
+      return dgettext(CAMERA_SHOT_TRANSLATION_DOMAIN, "Starting the camera…");
+    case EBUSY:
+      return dgettext(CAMERA_SHOT_TRANSLATION_DOMAIN, "The camera is in use by another program.");
+    default:
+      return dgettext(CAMERA_SHOT_TRANSLATION_DOMAIN, "The camera sends no picture.");
+  }
+}
+
+void updateStatus(GtkWidget* widget) {
+  const char* const status = statusOf(stateOf(widget).painter);
+  if (std::exchange(stateOf(widget).status, status) != status) g_object_notify(G_OBJECT(widget), "status");
+}
+
+void getProperty(GObject* object, guint, GValue* value, GParamSpec*) noexcept {
+  g_value_set_string(value, stateOf(object).status);
+}
+
 void snapshotLayers(GtkWidget* widget, GtkSnapshot* snapshot) noexcept {
   stateOf(widget).painter.snapshot(snapshot, gtk_widget_get_scale_factor(widget));
   snapshotChildren(widget, snapshot);
@@ -58,6 +90,7 @@ void mapLayers(GtkWidget* widget) noexcept {
   const auto update = [widget, surface] { stateOf(widget).painter.setDrawable(isSeen(surface)); };
   stateOf(widget).windowState = SignalConnection(surface, "notify::state", update);
   update();
+  updateStatus(widget);
 }
 
 void unmapLayers(GtkWidget* widget) noexcept {
@@ -74,6 +107,12 @@ void finalizeLayers(GObject* object) noexcept {
 
 void initClass(gpointer viewClass, gpointer) noexcept {
   G_OBJECT_CLASS(viewClass)->finalize = finalizeLayers;
+  G_OBJECT_CLASS(viewClass)->get_property = getProperty;
+  constexpr guint kStatus = 1;
+  g_object_class_install_property(
+      G_OBJECT_CLASS(viewClass), kStatus,
+      g_param_spec_string("status", nullptr, nullptr, "",
+                          GParamFlags(G_PARAM_READABLE | G_PARAM_STATIC_STRINGS)));
   GtkWidgetClass* const widgetClass = GTK_WIDGET_CLASS(viewClass);
   setUpContainerClass(widgetClass);
   widgetClass->snapshot = snapshotLayers;

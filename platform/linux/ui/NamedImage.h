@@ -8,8 +8,7 @@
 
 namespace platform_linux {
 
-/// A picture of the application's resources, by its name in the icon theme: drawn from its vector file for
-/// each size and scale at which it is shown.
+/// A picture of the application's resources, by its name in the icon theme, which has it in several sizes.
 class NamedImage : public platform::NSImage {
  public:
   explicit NamedImage(std::string iconName) : iconName_(std::move(iconName)) {}

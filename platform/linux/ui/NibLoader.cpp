@@ -8,6 +8,7 @@
 #include "platform/linux/ui/BackgroundView.h"
 #include "platform/linux/ui/BuilderScope.h"
 #include "platform/linux/ui/LayerView.h"
+#include "platform/linux/ui/PopUpButton.h"
 #include "platform/linux/ui/TitleButtons.h"
 #include "platform/linux/ui/View.h"
 #include "platform/linux/ui/Window.h"
@@ -25,6 +26,7 @@ class Nib : public platform::NSNib {
   Nib(GObjectRef<GtkBuilder> builder, std::shared_ptr<Window> window, DecodeThread& decodeThread)
       : builder_(std::move(builder)), decodeThread_(decodeThread), window_(std::move(window)) {
     arrangeTitleButtons();
+    hideCoveredPicture();
   }
 
   std::shared_ptr<platform::NSWindow> window() const override { return window_; }
@@ -49,11 +51,25 @@ class Nib : public platform::NSNib {
                             GTK_WIDGET(close), GTK_WIDGET(opposite));
   }
 
+  /// A picture that the warning covers is not there for screen readers either.
+  void hideCoveredPicture() {
+    GObject* const picture = objectOf(builder_.get(), "captureView", GTK_TYPE_WIDGET);
+    GObject* const warning = objectOf(builder_.get(), "warningView", GTK_TYPE_WIDGET);
+    if (!picture || !warning) return;
+    const auto update = [=] {
+      gtk_accessible_update_state(GTK_ACCESSIBLE(picture), GTK_ACCESSIBLE_STATE_HIDDEN,
+                                  gtk_widget_get_visible(GTK_WIDGET(warning)), -1);
+    };
+    warningShown_ = SignalConnection(warning, "notify::visible", update);
+    update();
+  }
+
   const GObjectRef<GtkBuilder> builder_;
   DecodeThread& decodeThread_;
   const std::shared_ptr<Window> window_;
   mutable std::map<std::string, std::shared_ptr<platform::NSView>> views_;
   std::optional<TitleButtons> titleButtons_;
+  SignalConnection warningShown_;
 };
 
 /// Shortcuts are no signals: they reach a handler through an action of the same name.
@@ -99,7 +115,7 @@ NibLoader::NibLoader(WindowList& windows, WindowFrames& frames, DecodeThread& de
                      platform::NSActions actions)
     : windows_(windows), frames_(frames), decodeThread_(decodeThread), commonActions_(std::move(actions)) {
   // Layouts find widget classes by name; these are our own, and those that only layouts use.
-  for (const GType type : {backgroundViewType(), layerViewType(), GTK_TYPE_WINDOW_CONTROLS})
+  for (const GType type : {backgroundViewType(), layerViewType(), popUpRowType(), GTK_TYPE_WINDOW_CONTROLS})
     g_type_ensure(type);
 }
 

@@ -13,6 +13,7 @@ Window::Window(GtkWindow* window, WindowList& windows, WindowFrames& frames)
       frames_(frames),
       tellOcclusion_(G_PRIORITY_DEFAULT, [this] { tellOcclusion(); }),
       tellClosed_(G_PRIORITY_DEFAULT, [this] { windows_.windowClosed(); }),
+      keys_(window),
       mapSignal_(window, "map", [this] { mapped(); }),
       unmapSignal_(window, "unmap", [this] { unmapped(); }),
       closeSignal_(SignalConnection::answering(window, "close-request",
@@ -29,6 +30,7 @@ Window::~Window() {
   windows_.remove(window_.get());
   for (auto* signal : {&mapSignal_, &unmapSignal_, &closeSignal_, &activeSignal_, &stateSignal_})
     signal->disconnect();
+  keys_.reset();
   gtk_window_destroy(window_.get());
 }
 

@@ -8,6 +8,7 @@
 
 #include "platform/AppKit/NSWindow.h"
 #include "platform/linux/base/GObjectRef.h"
+#include "platform/linux/ui/KeyPresses.h"
 #include "platform/linux/ui/MainLoop.h"
 #include "platform/linux/ui/Signals.h"
 #include "platform/linux/ui/WindowFrames.h"
@@ -53,6 +54,7 @@ class Window : public platform::NSWindow {
   bool toldSeen_ = false;
   DeferredCall tellOcclusion_;
   DeferredCall tellClosed_;
+  std::optional<KeyPresses> keys_;
   SignalConnection mapSignal_;
   SignalConnection unmapSignal_;
   SignalConnection closeSignal_;

@@ -26,12 +26,26 @@ class FakeCameraLayer : public platform_linux::Layer, public platform_linux::Liv
     return latest_;
   }
 
+  int error() const override {
+    const std::lock_guard lock(mutex_);
+    return error_;
+  }
+
   bool mirrored() const override { return mirrored_; }
 
   /// As the camera does: from any thread.
   void deliver(std::shared_ptr<const picture::Frame> frame) {
     const std::lock_guard lock(mutex_);
     latest_ = std::move(frame);
+    error_ = 0;
+    if (onFrame_) onFrame_();
+  }
+
+  /// As the camera does when it cannot deliver: from any thread.
+  void fail(int error) {
+    const std::lock_guard lock(mutex_);
+    latest_ = nullptr;
+    error_ = error;
     if (onFrame_) onFrame_();
   }
 
@@ -44,6 +58,7 @@ class FakeCameraLayer : public platform_linux::Layer, public platform_linux::Liv
   mutable std::mutex mutex_;
   std::function<void()> onFrame_;
   std::shared_ptr<const picture::Frame> latest_;
+  int error_ = 0;
   const bool mirrored_;
 };
 
