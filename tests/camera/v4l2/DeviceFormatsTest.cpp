@@ -22,6 +22,13 @@ TEST(DeviceFormats, AreThoseOfTheKernelsTables) {
   EXPECT_EQ(pixelFormatOfCode(v4l2_fourcc('Y', 'U', 'Y', 'V')), PixelFormat::YUY2);
   EXPECT_EQ(pixelFormatOfCode(v4l2_fourcc('X', 'R', '2', '4')), PixelFormat::BGRx);
   EXPECT_EQ(pixelFormatOfCode(v4l2_fourcc('R', 'G', 'B', '3')), PixelFormat::RGB);
+  // The kernel names these by their order in a little-endian word.
+  EXPECT_EQ(pixelFormatOfCode(v4l2_fourcc('B', 'A', '2', '4')), PixelFormat::ARGB);
+  EXPECT_EQ(pixelFormatOfCode(v4l2_fourcc('R', 'X', '2', '4')), PixelFormat::xBGR);
+  EXPECT_EQ(pixelFormatOfCode(v4l2_fourcc('R', 'G', 'B', 'P')), PixelFormat::RGB16);
+  EXPECT_EQ(pixelFormatOfCode(v4l2_fourcc('N', 'V', '2', '1')), PixelFormat::NV21);
+  EXPECT_EQ(pixelFormatOfCode(v4l2_fourcc('P', '0', '1', '0')), PixelFormat::P010);
+  EXPECT_EQ(pixelFormatOfCode(v4l2_fourcc('Y', '1', '6', ' ')), PixelFormat::GRAY16);
   EXPECT_FALSE(pixelFormatOfCode(v4l2_fourcc('H', '2', '6', '4')));
   EXPECT_FALSE(pixelFormatOfCode(v4l2_fourcc('R', 'G', 'G', 'B')));
 }
@@ -44,6 +51,8 @@ TEST(DeviceFormats, ColoursFollowFromTheColorspaceUnlessStated) {
             ColorMatrix::BT601);
   EXPECT_EQ(colored(PixelFormat::YUY2, {V4L2_COLORSPACE_SRGB, V4L2_YCBCR_ENC_709}).matrix,
             ColorMatrix::BT709);
+  EXPECT_EQ(colored(PixelFormat::P010, {V4L2_COLORSPACE_BT2020}).matrix, ColorMatrix::BT2020);
+  EXPECT_EQ(colored(PixelFormat::YUY2, {V4L2_COLORSPACE_SMPTE240M}).matrix, ColorMatrix::SMPTE240M);
   EXPECT_EQ(colored(PixelFormat::YUY2, {V4L2_COLORSPACE_JPEG}).range, ColorRange::Full);
   EXPECT_EQ(colored(PixelFormat::YUY2, {V4L2_COLORSPACE_JPEG, 0, V4L2_QUANTIZATION_LIM_RANGE}).range,
             ColorRange::Limited);
@@ -51,7 +60,8 @@ TEST(DeviceFormats, ColoursFollowFromTheColorspaceUnlessStated) {
             ColorRange::Full);
 }
 
-TEST(DeviceFormats, RedGreenAndBlueHaveTheFullRange) {
+TEST(DeviceFormats, RedGreenAndBlueAndGreyHaveTheFullRange) {
+  EXPECT_EQ(colored(PixelFormat::GRAY8, {}).range, ColorRange::Full);
   EXPECT_EQ(colored(PixelFormat::RGB, {}).range, ColorRange::Full);
 }
 

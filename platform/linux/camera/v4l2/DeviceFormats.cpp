@@ -14,13 +14,24 @@ using enum picture::PixelFormat;
 // The kernel names formats of 32 bits by their order in a little-endian word, and 24 bits in memory order.
 // Those that end in M have a block of memory for each plane.
 constexpr std::array kFormats{
-    std::pair{V4L2_PIX_FMT_MJPEG, MJPG},  std::pair{V4L2_PIX_FMT_JPEG, MJPG},
-    std::pair{V4L2_PIX_FMT_YUYV, YUY2},   std::pair{V4L2_PIX_FMT_UYVY, UYVY},
-    std::pair{V4L2_PIX_FMT_NV12, NV12},   std::pair{V4L2_PIX_FMT_NV12M, NV12},
-    std::pair{V4L2_PIX_FMT_YUV420, I420}, std::pair{V4L2_PIX_FMT_YUV420M, I420},
-    std::pair{V4L2_PIX_FMT_RGB24, RGB},   std::pair{V4L2_PIX_FMT_BGR24, BGR},
-    std::pair{V4L2_PIX_FMT_RGBX32, RGBx}, std::pair{V4L2_PIX_FMT_XBGR32, BGRx},
-    std::pair{V4L2_PIX_FMT_BGR32, BGRx},
+    std::pair{V4L2_PIX_FMT_MJPEG, MJPG},   std::pair{V4L2_PIX_FMT_JPEG, MJPG},
+    std::pair{V4L2_PIX_FMT_YUYV, YUY2},    std::pair{V4L2_PIX_FMT_UYVY, UYVY},
+    std::pair{V4L2_PIX_FMT_YVYU, YVYU},    std::pair{V4L2_PIX_FMT_VYUY, VYUY},
+    std::pair{V4L2_PIX_FMT_NV12, NV12},    std::pair{V4L2_PIX_FMT_NV12M, NV12},
+    std::pair{V4L2_PIX_FMT_NV21, NV21},    std::pair{V4L2_PIX_FMT_NV21M, NV21},
+    std::pair{V4L2_PIX_FMT_NV16, NV16},    std::pair{V4L2_PIX_FMT_NV16M, NV16},
+    std::pair{V4L2_PIX_FMT_NV24, NV24},    std::pair{V4L2_PIX_FMT_YUV420, I420},
+    std::pair{V4L2_PIX_FMT_YUV420M, I420}, std::pair{V4L2_PIX_FMT_YVU420, YV12},
+    std::pair{V4L2_PIX_FMT_YVU420M, YV12}, std::pair{V4L2_PIX_FMT_YUV422P, Y42B},
+    std::pair{V4L2_PIX_FMT_YUV422M, Y42B}, std::pair{V4L2_PIX_FMT_YUV444M, Y444},
+    std::pair{V4L2_PIX_FMT_P010, P010},    std::pair{V4L2_PIX_FMT_RGB24, RGB},
+    std::pair{V4L2_PIX_FMT_BGR24, BGR},    std::pair{V4L2_PIX_FMT_RGBX32, RGBx},
+    std::pair{V4L2_PIX_FMT_XBGR32, BGRx},  std::pair{V4L2_PIX_FMT_BGR32, BGRx},
+    std::pair{V4L2_PIX_FMT_XRGB32, xRGB},  std::pair{V4L2_PIX_FMT_RGB32, xRGB},
+    std::pair{V4L2_PIX_FMT_BGRX32, xBGR},  std::pair{V4L2_PIX_FMT_RGBA32, RGBA},
+    std::pair{V4L2_PIX_FMT_ABGR32, BGRA},  std::pair{V4L2_PIX_FMT_ARGB32, ARGB},
+    std::pair{V4L2_PIX_FMT_BGRA32, ABGR},  std::pair{V4L2_PIX_FMT_RGB565, RGB16},
+    std::pair{V4L2_PIX_FMT_GREY, GRAY8},   std::pair{V4L2_PIX_FMT_Y16, GRAY16},
 };
 
 // What V4L2_MAP_YCBCR_ENC_DEFAULT says, without its casts in the way of C.
@@ -53,10 +64,10 @@ picture::ColorMatrix matrixOf(std::uint32_t encoding) {
   }
 }
 
-picture::ColorRange rangeOf(const StatedColors& stated, bool isYuv) {
+picture::ColorRange rangeOf(const StatedColors& stated, picture::ColorModel model) {
   if (stated.quantization == V4L2_QUANTIZATION_FULL_RANGE) return picture::ColorRange::Full;
   if (stated.quantization == V4L2_QUANTIZATION_LIM_RANGE) return picture::ColorRange::Limited;
-  const bool isFull = !isYuv || stated.colorspace == V4L2_COLORSPACE_JPEG;
+  const bool isFull = model != picture::ColorModel::Yuv || stated.colorspace == V4L2_COLORSPACE_JPEG;
   return isFull ? picture::ColorRange::Full : picture::ColorRange::Limited;
 }
 
@@ -73,7 +84,7 @@ void applyColors(const StatedColors& stated, FrameFormat& frame) {
   const std::uint32_t encoding =
       stated.encoding != V4L2_YCBCR_ENC_DEFAULT ? stated.encoding : usualEncoding(stated.colorspace);
   frame.matrix = matrixOf(encoding);
-  frame.range = rangeOf(stated, picture::PixelLayout::of(frame.format).model == picture::ColorModel::Yuv);
+  frame.range = rangeOf(stated, picture::PixelLayout::of(frame.format).model);
 }
 
 }  // namespace platform_linux

@@ -1,0 +1,107 @@
+#!/usr/bin/env python3
+"""The kernel's cameras without PipeWire, in the emulated machine."""
+
+import subprocess
+import unittest
+
+import guest
+from guest import UsbCamera, camera_frames, plug_vivid, reference_picture, run, unplug_vivid
+from scene import SceneTest, make_jpeg
+from tool import Tool
+from waiting import wait_until
+
+# What the test driver offers of what can be decoded.
+PACKED = ["YUY2", "UYVY", "YVYU", "VYUY", "RGB", "BGR", "RGBx", "BGRx", "xRGB", "xBGR", "RGBA", "BGRA", "ARGB", "ABGR", "RGB16"]
+PLANAR = ["Y42B", "I420", "YV12", "NV12", "NV21", "NV16", "NV24"]
+NOBODY = 65534
+
+
+class Formats(SceneTest):
+    source = "devices"
+
+    def tearDown(self):
+        unplug_vivid()
+
+    def test_of_devices_with_one_block_of_memory(self):
+        plug_vivid()
+        self.assert_formats(PACKED + PLANAR + ["GRAY8", "GRAY16"], reference_picture())
+
+    def test_of_devices_with_a_block_for_each_plane(self):
+        plug_vivid(planes=2)
+        self.assert_formats(PACKED + PLANAR + ["Y444", "GRAY8", "GRAY16"], reference_picture())
+
+
+class TwoOfOneName(SceneTest):
+    def setUp(self):
+        plug_vivid(count=2)
+        self.addCleanup(unplug_vivid)
+
+    def test_each_can_be_chosen(self):
+        listed = [line.split("\t") for line in camera_frames("devices", "list")]
+        self.assertEqual([title for _, title in listed], ["vivid", "vivid"])
+        run("v4l2-ctl", "-d", 0, "-c", "test_pattern=6")  # all white
+        run("v4l2-ctl", "-d", 1, "-c", "test_pattern=5")  # all black
+        for (identity, _), brightness in zip(listed, (range(200, 256), range(0, 30))):
+            photo = self.take_photo(f"VideoSourceID={identity}\n")
+            self.assertIn(photo.at(0.5, 0.5)[1], brightness)
+
+
+class Faults(SceneTest):
+    def setUp(self):
+        plug_vivid()
+        self.addCleanup(unplug_vivid)
+
+    def assert_told(self, text, tool):
+        """A silent run without a photo tells its user this."""
+        with subprocess.Popen(["dbus-monitor", "--session"], stdout=subprocess.PIPE, text=True) as monitor:
+            self.addCleanup(monitor.kill)
+            monitor.stdout.readline()
+            self.assertEqual(tool.run(), 0, tool.log())
+            monitor.terminate()
+            said = monitor.stdout.read()
+        self.assertIn(text, said)
+        self.assert_no_photo(tool)
+
+    def test_no_permission(self):
+        run("chmod", "600", "/dev/video0")
+        run("chown", NOBODY, "/dev/video0")
+        # Of root's rights only its name is left: the session's bus knows it.
+        tool = Tool(command=["setpriv", "--bounding-set=-all", "--inh-caps=-all"])
+        self.assert_told("Allow access to the camera in the privacy settings.", tool)
+
+    def test_another_program_has_the_camera(self):
+        tool = Tool()
+        self.addCleanup(tool.stop)
+        with subprocess.Popen(["v4l2-ctl", "-d", "0", "--stream-mmap"], stderr=subprocess.PIPE) as holder:
+            self.addCleanup(holder.kill)
+            holder.stderr.read(1)  # a picture has come
+            tool.start()
+            # 16 is EBUSY.
+            wait_until(lambda: "Error while capture" in tool.log(), tool.state, what="the failed shot's line in the log")
+            self.assertIn("code = 16.", tool.log())
+            holder.kill()
+        self.assert_no_photo(tool)
+
+
+class Webcam(SceneTest):
+    def test_its_jpeg_and_its_unplugging(self):
+        frames = [make_jpeg(f"/run/frame-{shift}.jpg", shift) for shift in (0, 90)]
+        camera = UsbCamera(*frames)
+        self.assert_webcam_exact(frames)
+
+        tool = Tool().start()
+        self.addCleanup(tool.process.kill)
+        camera.wait_for("streaming")
+        camera.unplug()
+        tool.stop()
+        self.assert_no_photo(tool)
+
+        camera = UsbCamera(*frames)
+        self.assert_webcam_exact(frames)
+        camera.unplug()
+
+
+if __name__ == "__main__":
+    guest.start_udev()
+    guest.enter_session()
+    unittest.main()
