@@ -27,8 +27,8 @@ bool answered(int argc, char** argv) {
 
 /// Under these names the desktop's shells and the notification helper give clicks to the tool.
 platform_linux::NotificationActions notificationActions() {
-  return {.actions = {{platform::UNNotificationDefaultActionIdentifier, "show-photo"},
-                      {camera_shot::kOpenAction, "open-photo"}},
+  return {.actions = {{platform::UNNotificationDefaultActionIdentifier, camera_shot::kShowPhotoClick},
+                      {camera_shot::kOpenAction, camera_shot::kOpenPhotoClick}},
           .userInfoKey = camera_shot::kPathKey,
           .requestIdentifier = camera_shot::kPhotoTaken};
 }

@@ -12,4 +12,9 @@ inline const std::string kOpenAction = "OPEN_ACTION";
 /// The entry of the user info with the photo's path.
 inline const std::string kPathKey = "Path";
 
+/// What clicks on the notifications are called where the desktop passes them on, with the path: a click on
+/// the notification itself, and kOpenAction.
+inline const std::string kShowPhotoClick = "show-photo";
+inline const std::string kOpenPhotoClick = "open-photo";
+
 }  // namespace camera_shot

@@ -80,8 +80,16 @@ void Bubbles::sent(const Key& key, const std::string& daemon, std::uint32_t id,
   bubble.id = closedEarly_.contains({daemon, id}) ? 0 : id;
   bubble.shown = notification;
   bubble.activationToken.clear();
-  if (notification.sound) sound_.play();
+  if (notification.sound) playSound(key.first, daemon);
   settle(key);
+}
+
+void Bubbles::playSound(const std::string& applicationId, const std::string& daemon) {
+  ++callsUnderWay_;
+  daemon_.askWhetherToBeQuiet(daemon, [this, applicationId](bool quiet) {
+    if (!quiet) sound_.play(platform_linux::notificationSound(applicationId));
+    callDone();
+  });
 }
 
 void Bubbles::notSent(const Key& key, const Notification& notification) {

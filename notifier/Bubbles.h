@@ -10,7 +10,7 @@
 
 #include "notifier/Daemon.h"
 #include "notifier/Notification.h"
-#include "notifier/SoundProcess.h"
+#include "platform/linux/desktop/SoundProcess.h"
 
 namespace notifier {
 
@@ -53,6 +53,7 @@ class Bubbles : public DaemonListener {
   void send(const Key& key, const Notification& notification, Attempt attempt);
   void sent(const Key& key, const std::string& daemon, std::uint32_t id, const Notification& notification);
   void notSent(const Key& key, const Notification& notification);
+  void playSound(const std::string& applicationId, const std::string& daemon);
   void settle(const Key& key);
   BubbleMap::iterator bubbleOf(const std::string& daemon, std::uint32_t id);
   bool anySending() const;
@@ -65,7 +66,8 @@ class Bubbles : public DaemonListener {
   /// Bubbles that were closed before the answer that told their id: daemon and id.
   std::set<std::pair<std::string, std::uint32_t>> closedEarly_;
   int callsUnderWay_ = 0;
-  SoundProcess sound_;
+  /// One at a time: of notifications that come together one is heard.
+  platform_linux::SoundProcess sound_{"/proc/self/exe", 1};
   /// Last, so that its replies and signals end first.
   Daemon daemon_;
 };

@@ -1,5 +1,6 @@
 #include "notifier/Daemon.h"
 
+#include <array>
 #include <string_view>
 #include <utility>
 
@@ -68,6 +69,25 @@ GVariant* hints(const std::string& applicationId) {
   // This program plays the sound: most services do not, even those that say they do.
   g_variant_builder_add(&hints, "{sv}", "suppress-sound", g_variant_new_boolean(TRUE));
   return g_variant_builder_end(&hints);
+}
+
+/// A property by which services tell that the user is not to be disturbed.
+struct SignOfQuiet {
+  const char* interface;
+  const char* property;
+};
+constexpr std::array kSignsOfQuiet{
+    SignOfQuiet{kService, "Inhibited"},  // Plasma
+    SignOfQuiet{"org.dunstproject.cmd0", "paused"},
+};
+
+/// Whether the answer to a question for a property is the boolean true.
+bool isTrue(GVariant* reply) {
+  if (!hasType(reply, "(v)")) return false;
+  GVariant* value = nullptr;
+  g_variant_get(reply, "(v)", &value);
+  const GVariantHandle owned(value);
+  return g_variant_is_of_type(value, G_VARIANT_TYPE_BOOLEAN) && g_variant_get_boolean(value);
 }
 
 bool saysGone(const GError* error) {
@@ -158,6 +178,22 @@ void Daemon::notify(const Instance& instance, const std::string& applicationId, 
         g_variant_get(reply, "(u)", &id);
         handler(id, false);
       });
+}
+
+void Daemon::askWhetherToBeQuiet(const std::string& daemon, std::function<void(bool)> handler) {
+  struct Question {
+    std::function<void(bool)> handler;
+    std::size_t repliesToCome = kSignsOfQuiet.size();
+    bool quiet = false;
+  };
+  const auto question = std::make_shared<Question>(Question{std::move(handler)});
+  for (const SignOfQuiet& sign : kSignsOfQuiet)
+    bus_.call({daemon, kPath, platform_linux::kProperties, "Get",
+               g_variant_new("(ss)", sign.interface, sign.property)},
+              [self = std::weak_ptr(self_), question](GVariant* reply, const GError*) {
+                question->quiet = question->quiet || isTrue(reply);
+                if (--question->repliesToCome == 0 && !self.expired()) question->handler(question->quiet);
+              });
 }
 
 void Daemon::close(const std::string& daemon, std::uint32_t id, std::function<void()> done) {

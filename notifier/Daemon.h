@@ -56,6 +56,8 @@ class Daemon {
   /// that is 0.
   void notify(const Instance& instance, const std::string& applicationId, std::uint32_t replaces,
               const Notification& notification, NotifyHandler handler);
+  /// Whether the user has told the service not to disturb; false where it does not say.
+  void askWhetherToBeQuiet(const std::string& daemon, std::function<void(bool quiet)> handler);
   /// Removes a bubble; `done` runs whether or not there was one.
   void close(const std::string& daemon, std::uint32_t id, std::function<void()> done);
 

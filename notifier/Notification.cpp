@@ -1,15 +1,22 @@
 #include "notifier/Notification.h"
 
 #include <algorithm>
+#include <array>
 #include <string_view>
 #include <utility>
+
+#include "notifications/NotificationIdentifiers.h"
 
 namespace notifier {
 namespace {
 
 using platform_linux::GVariantHandle;
 
+/// In front of the names of an application's own actions.
 constexpr std::string_view kApplicationPrefix = "app.";
+/// The actions by which clicks on notifications reach the application. Nothing else may be asked of it in
+/// this way, whoever posts.
+const std::array kClicks{camera_shot::kShowPhotoClick, camera_shot::kOpenPhotoClick};
 /// The key by which every service knows a click on the notification itself.
 constexpr const char* kDefaultKey = "default";
 
@@ -22,6 +29,7 @@ std::string textOf(GVariant* dictionary, const char* key) {
 void addAction(Notification& notification, Action action) {
   if (!action.name.starts_with(kApplicationPrefix) || action.label.empty()) return;
   action.name.erase(0, kApplicationPrefix.size());
+  if (std::ranges::find(kClicks, action.name) == kClicks.end()) return;
   notification.actions.push_back(std::move(action));
 }
 

@@ -27,8 +27,8 @@ struct Notification {
 
 /// Reads a dictionary (a{sv}) with the keys of `org.gtk.Notifications`: `title`, `body`, `default-action`
 /// with its target, `buttons`; and `default-action-label`, without which a click on the notification does
-/// nothing, and `sound`. Unknown keys, values of another type and actions that are not the application's
-/// ("app.…") are passed over.
+/// nothing, and `sound`. Unknown keys, values of another type and actions that are not those of clicks on
+/// notifications are ignored.
 Notification readNotification(GVariant* dictionary);
 
 }  // namespace notifier

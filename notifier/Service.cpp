@@ -12,6 +12,8 @@ using platform_linux::GVariantHandle;
 using platform_linux::IncomingCall;
 using platform_linux::SessionBus;
 
+/// What the ids of the suite's applications begin with.
+constexpr const char* kSuite = "com.verrano.quillo.";
 constexpr std::chrono::milliseconds kUnusedLife{10000};
 /// A photo is often followed by another.
 constexpr std::chrono::milliseconds kLifeAfterLastBubble{2000};
@@ -29,6 +31,10 @@ std::string description(const std::string& name) {
     <arg name="notification" type="a{sv}" direction="in"/>
   </method>
 </interface></node>)";
+}
+
+bool isOfTheSuite(const std::string& applicationId) {
+  return applicationId.starts_with(kSuite) && g_application_id_is_valid(applicationId.c_str());
 }
 
 bool saysPrimaryOwner(GVariant* reply) {
@@ -57,7 +63,8 @@ Service::~Service() {
 void Service::requestName() {
   bus_.call(SessionBus::toBus("RequestName", g_variant_new("(su)", name_.c_str(), kDoNotQueue)),
             [this](GVariant* reply, const GError*) {
-              if (!saysPrimaryOwner(reply)) onEnd_();
+              // What is in our hands still is ours to show, and its clicks are ours to pass on.
+              if (!saysPrimaryOwner(reply) && bubbles_.empty()) onEnd_();
             });
 }
 
@@ -67,8 +74,9 @@ void Service::post(IncomingCall call) {
   GVariant* dictionary = nullptr;
   g_variant_get(call.arguments(), "(&s&s@a{sv})", &applicationId, &identifier, &dictionary);
   const GVariantHandle owned(dictionary);
-  if (!g_application_id_is_valid(applicationId)) {
-    call.refuse('"' + std::string(applicationId) + "\" is no application id", G_DBUS_ERROR_INVALID_ARGS);
+  if (!isOfTheSuite(applicationId)) {
+    call.refuse('"' + std::string(applicationId) + "\" is no application of this suite",
+                G_DBUS_ERROR_INVALID_ARGS);
     return;
   }
   bubbles_.post(applicationId, identifier, readNotification(dictionary));

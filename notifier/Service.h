@@ -15,8 +15,8 @@ namespace notifier {
 /// reaches it under its name keeps it alive, a later one makes the bus start it anew. Main thread only.
 class Service {
  public:
-  /// `onEnd` is called when there is nothing left to do; at once on the next turn of the main loop when the
-  /// name has another owner. `bus` has a connection and outlives this.
+  /// `onEnd` is called when there is nothing left to do: at once, on a later turn of the main loop, when the
+  /// name has another owner and no notification has arrived. `bus` has a connection and outlives this.
   Service(const platform_linux::SessionBus& bus, std::string name, std::function<void()> onEnd);
   Service(const Service&) = delete;
   Service& operator=(const Service&) = delete;

@@ -1,15 +1,15 @@
 // Shows the application's notifications on desktops whose notification service tells clicks only to the
 // process that posted the notification, and could not start the application: stays until they are gone and
-// starts it instead.
+// starts it instead. With --play-sound it is the suite's program for event sounds instead.
 
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
 
 #include "notifier/Service.h"
-#include "notifier/SoundProcess.h"
 #include "platform/linux/base/GLibHandles.h"
 #include "platform/linux/bus/SessionBus.h"
+#include "platform/linux/desktop/SoundProcess.h"
 
 namespace {
 
@@ -22,10 +22,8 @@ void quit(GMainLoop* loop) noexcept {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc == 2 && std::string_view(argv[1]) == notifier::SoundProcess::kArgument) {
-    notifier::SoundProcess::run();
-    return EXIT_SUCCESS;
-  }
+  if (argc > 1 && std::string_view(argv[1]) == platform_linux::SoundProcess::kArgument)
+    platform_linux::playEventSoundAndExit(platform_linux::EventSound::fromWords({argv + 2, argv + argc}));
   const platform_linux::SessionBus bus;
   if (!bus.connection()) {
     std::fputs("quillo-camera-shot-notifier: there is no session bus\n", stderr);

@@ -32,7 +32,7 @@ ALLOWED = {
     # The one place that composes.
     "app/main.cpp": ["app", "notifications/NotificationIdentifiers.h", LINUX, "suite", PORTS],
     # The notification helper is a program of its own, on Linux only.
-    "notifier": [LINUX],
+    "notifier": ["notifications/NotificationIdentifiers.h", LINUX],
 }
 FREE = ["tests", "bench"]
 # Headers that the build makes, and the one storey that may include them.

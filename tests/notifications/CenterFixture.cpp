@@ -63,7 +63,8 @@ void TestDelegate::userNotificationCenterDidReceiveNotificationResponse(
 }
 
 Center::Center(const std::string& applicationId)
-    : center_(bus_, {applicationId, applicationActions(), "Show", [this] { return hold(); }}) {
+    : center_(bus_, {applicationId, applicationActions(), "Show", [this] { return hold(); },
+                     [this] { ++soundsPlayed_; }}) {
   center_.setNotificationCategories({{"TAKE_PHOTO_CATEGORY", {{"OPEN_ACTION", "Open", 0}}, {}, 0}});
 }
 

@@ -14,8 +14,8 @@
 
 namespace camera_shot_tests {
 
-inline const std::string kApplication = "com.example.App";
-inline const std::string kHelper = "com.example.App.Notifier";
+inline const std::string kApplication = "com.verrano.quillo.CameraShot";
+inline const std::string kHelper = "com.verrano.quillo.CameraShot.Notifier";
 inline const std::string kShell = "org.gtk.Notifications";
 inline const std::string kService = "org.freedesktop.Notifications";
 
@@ -63,12 +63,14 @@ class Center {
     return waitUntil([this] { return !held(); });
   }
   platform_linux::UserNotificationCenter* operator->() { return &center_; }
+  int soundsPlayed() const { return soundsPlayed_; }
 
  private:
   std::shared_ptr<void> hold();
 
   const platform_linux::SessionBus bus_;
   std::weak_ptr<void> hold_;
+  int soundsPlayed_ = 0;
   platform_linux::UserNotificationCenter center_;
 };
 

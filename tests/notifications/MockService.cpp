@@ -28,7 +28,10 @@ MockService::MockService(const std::string& address, std::string name, const std
          GVariant* arguments, GDBusMethodInvocation* invocation, gpointer self) noexcept {
         static_cast<MockService*>(self)->onCall(sender, method, arguments, invocation);
       },
-      nullptr,
+      [](GDBusConnection*, const char*, const char*, const char*, const char* property, GError**,
+         gpointer self) noexcept {
+        return g_variant_ref(static_cast<MockService*>(self)->properties_.at(property).get());
+      },
       nullptr,
       {}};
   registration_ = g_dbus_connection_register_object(client_.connection(), path_.c_str(), node->interfaces[0],
@@ -49,6 +52,10 @@ std::vector<std::string> MockService::callsOf(const std::string& method) const {
 
 bool MockService::waitForCalls(std::size_t number) const {
   return waitUntil([&] { return calls_.size() >= number; });
+}
+
+void MockService::setProperty(const std::string& name, GVariant* value) {
+  properties_[name].reset(g_variant_ref_sink(value));
 }
 
 void MockService::emit(const char* signal, GVariant* arguments) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,9 @@ class MockService {
   std::vector<std::string> callsOf(const std::string& method) const;
   bool waitForCalls(std::size_t number) const;
 
+  /// The value, floating, of a property that `methods` declared.
+  void setProperty(const std::string& name, GVariant* value);
+
   /// Sends a signal to everybody. `arguments` floating.
   void emit(const char* signal, GVariant* arguments) const;
   std::string uniqueName() const;
@@ -49,6 +53,7 @@ class MockService {
   const std::string path_;
   const Answer answer_;
   guint registration_ = 0;
+  std::map<std::string, platform_linux::GVariantHandle> properties_;
   std::vector<Call> calls_;
   std::vector<platform_linux::GObjectHandle<GDBusMethodInvocation>> unanswered_;
 };

@@ -72,8 +72,14 @@ GVariant* ServiceAnswers::operator()(const MockService::Call& call) {
   return g_variant_new("(as)", &names);
 }
 
-std::unique_ptr<MockService> makeService(const std::string& address, MockService::Answer answer) {
-  return std::make_unique<MockService>(address, kService, kServiceMethods, std::move(answer));
+std::unique_ptr<MockService> makeService(const std::string& address, MockService::Answer answer,
+                                         Disturbing disturbing) {
+  const std::string property = "<property name='Inhibited' type='b' access='read'/>";
+  auto service = std::make_unique<MockService>(
+      address, kService, kServiceMethods + (disturbing == Disturbing::Unknown ? "" : property),
+      std::move(answer));
+  service->setProperty("Inhibited", g_variant_new_boolean(disturbing == Disturbing::No));
+  return service;
 }
 
 std::unique_ptr<MockService> makeApplication(const std::string& address) {

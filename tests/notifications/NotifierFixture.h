@@ -46,8 +46,12 @@ class ServiceAnswers {
   std::uint32_t nextId_;
 };
 
+/// Whether the user may be disturbed, and whether the service knows that.
+enum class Disturbing { Unknown, Yes, No };
+
 std::unique_ptr<MockService> makeService(const std::string& address,
-                                         MockService::Answer answer = ServiceAnswers());
+                                         MockService::Answer answer = ServiceAnswers(),
+                                         Disturbing disturbing = Disturbing::Unknown);
 /// The running application: notes which actions it is asked for.
 std::unique_ptr<MockService> makeApplication(const std::string& address);
 /// What `test_application` reports to.

@@ -1,5 +1,7 @@
 // The helper program against a notification service played by the test.
 
+#include <algorithm>
+#include <cstdlib>
 #include <memory>
 #include <signal.h>
 #include <stdexcept>
@@ -8,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/notifications/NotifierFixture.h"
+#include "tests/notifications/SoundJournal.h"
 
 namespace camera_shot_tests {
 namespace {
@@ -41,9 +44,10 @@ TEST_F(Notifier, ShowsTheNotificationAndWaitsForTheUser) {
   ASSERT_TRUE(waitForNotifications(1));
   EXPECT_THAT(
       service_->callsOf("Notify"),
-      ElementsAre("('Camera Shot', 0, 'com.example.App', 'Taken', 'Click & see', ['default', 'Show', "
-                  "'button-0', 'Open'], {'desktop-entry': <'com.example.App'>, 'urgency': <byte 0x01>, "
-                  "'suppress-sound': <true>}, 0)"));
+      ElementsAre(
+          "('Camera Shot', 0, 'com.verrano.quillo.CameraShot', 'Taken', 'Click & see', ['default', 'Show', "
+          "'button-0', 'Open'], {'desktop-entry': <'com.verrano.quillo.CameraShot'>, 'urgency': <byte 0x01>, "
+          "'suppress-sound': <true>}, 0)"));
 }
 
 TEST_F(Notifier, EscapesTheBodyForAServiceThatReadsMarkup) {
@@ -71,6 +75,22 @@ TEST_F(Notifier, OffersNoActionThatHasNothingToActUpon) {
 TEST_F(Notifier, RefusesWhatIsNoApplication) {
   EXPECT_FALSE(post(service_->client(), kPhoto, "Photo", "not an application"));
   EXPECT_THAT(service_->calls(), IsEmpty());
+}
+
+TEST_F(Notifier, RefusesApplicationsOfOtherSuites) {
+  for (const std::string id : {"com.example.App", "com.verrano.quillonaire.App", "com.verrano.quillo"})
+    EXPECT_FALSE(post(service_->client(), kPhoto, "Photo", id)) << id;
+  EXPECT_THAT(service_->calls(), IsEmpty());
+}
+
+TEST_F(Notifier, OffersNoActionThatIsNotANotificationsOwn) {
+  ASSERT_TRUE(post(service_->client(),
+                   "{'title': <'Taken'>, 'default-action': <'app.preferences'>, 'default-action-target': "
+                   "<'/a.png'>, 'default-action-label': <'Show'>, 'buttons': <[{'label': <'Open'>, 'action': "
+                   "<'app.open-photo'>, 'target': <'/a.png'>}, {'label': <'Quit'>, 'action': <'app.quit'>, "
+                   "'target': <''>}]>}"));
+  ASSERT_TRUE(waitForNotifications(1));
+  EXPECT_THAT(service_->callsOf("Notify")[0], HasSubstr("'Taken', '', ['button-0', 'Open'], {"));
 }
 
 TEST_F(Notifier, ReplacesTheBubbleOfTheSameIdentifierOnly) {
@@ -253,6 +273,65 @@ TEST_F(Notifier, StartsAfreshAfterItWasKilled) {
   ASSERT_TRUE(post(service_->client(), kPhoto));
   ASSERT_TRUE(waitForNotifications(2));
   EXPECT_EQ(firstNumber(service_->callsOf("Notify")[1]), 0U);
+}
+
+/// A sound library that hangs where the test says, and notes what it is asked for.
+class SoundOfANotification : public Notifier {
+ protected:
+  void hangIn(const char* where) {
+    GVariantBuilder environment;
+    g_variant_builder_init(&environment, G_VARIANT_TYPE("a{ss}"));
+    g_variant_builder_add(&environment, "{ss}", "LD_LIBRARY_PATH", RECORDING_SOUND_LIBRARY);
+    g_variant_builder_add(&environment, "{ss}", "SOUND_HANGS", where);
+    g_variant_builder_add(&environment, "{ss}", "SOUND_JOURNAL", std::getenv("SOUND_JOURNAL"));
+    service_->client().ask("UpdateActivationEnvironment", g_variant_new("(a{ss})", &environment));
+  }
+  bool postWithSound(const std::string& identifier) const {
+    return post(service_->client(), "{'title': <'Taken'>, 'sound': <'default'>}", identifier);
+  }
+  bool heard(std::size_t times) const {
+    return waitUntil([&] {
+      const std::string lines = journal_.read();
+      return static_cast<std::size_t>(std::ranges::count(lines, '\n')) >= times;
+    });
+  }
+
+  const SoundJournal journal_;
+};
+
+TEST_F(SoundOfANotification, IsHeardAgainAlthoughTheLibraryHangsAtTheEnd) {
+  hangIn("destroy");
+  ASSERT_TRUE(postWithSound("One"));
+  ASSERT_TRUE(heard(2)) << "two events, of which the theme has the second";
+  const pid_t helper = service_->client().processOf(kNotifier);
+  ASSERT_TRUE(waitUntilChildless(helper));
+  ASSERT_TRUE(postWithSound("Two"));
+  EXPECT_TRUE(heard(4));
+}
+
+TEST_F(SoundOfANotification, IsNotHeardWhileTheServiceIsToldNotToDisturb) {
+  service_ = nullptr;
+  service_ = makeService(bus_.address(), ServiceAnswers(), Disturbing::No);
+  hangIn("nowhere");
+  ASSERT_TRUE(postWithSound("One"));
+  ASSERT_TRUE(waitForNotifications(1));
+  // The helper has the first answer before it has what this client says afterwards.
+  ASSERT_TRUE(post(service_->client(), kFailure, "Error"));
+  ASSERT_TRUE(waitForNotifications(2));
+  ASSERT_TRUE(waitUntilChildless(service_->client().processOf(kNotifier)));
+  service_ = nullptr;
+  service_ = makeService(bus_.address(), ServiceAnswers(), Disturbing::Yes);
+  ASSERT_TRUE(postWithSound("Two"));
+  ASSERT_TRUE(heard(2));
+  ASSERT_TRUE(waitUntilChildless(service_->client().processOf(kNotifier)));
+  EXPECT_EQ(journal_.read(), "message-new-instant\ndialog-information\n");
+}
+
+TEST_F(SoundOfANotification, ThatHangsEndsWithinItsBound) {
+  hangIn("play");
+  ASSERT_TRUE(postWithSound("One"));
+  ASSERT_TRUE(heard(1));
+  EXPECT_TRUE(waitUntilChildless(service_->client().processOf(kNotifier)));
 }
 
 TEST_F(Notifier, EndsWithTheBus) {

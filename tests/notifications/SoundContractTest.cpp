@@ -14,7 +14,7 @@ namespace {
 class RealSounds : public NSSoundFactory {
  public:
   std::shared_ptr<platform::NSSound> sound() override {
-    return std::make_shared<platform_linux::Sound>("camera-shutter");
+    return std::make_shared<platform_linux::Sound>(player_, platform_linux::EventSound{{"camera-shutter"}});
   }
   int timesHeard() const override {
     const std::string lines = journal_.read();
@@ -26,6 +26,7 @@ class RealSounds : public NSSoundFactory {
 
  private:
   const camera_shot_tests::SoundJournal journal_;
+  platform_linux::SoundProcess player_{SOUND_PROGRAM, 4};
 };
 
 class FakeSounds : public NSSoundFactory {

@@ -89,6 +89,15 @@ bool waitForEnd(pid_t process) {
   return over;
 }
 
+bool waitUntilChildless(pid_t process) {
+  const std::string name = std::to_string(process);
+  std::ifstream children("/proc/" + name + "/task/" + name + "/children");
+  // Its main thread, which starts them all, is the one whose children these are.
+  for (pid_t child = 0; children >> child;)
+    if (!waitForEnd(child)) return false;
+  return true;
+}
+
 TemporaryFolder::TemporaryFolder() {
   std::string pattern = (std::filesystem::temp_directory_path() / "notifications-XXXXXX").string();
   if (!mkdtemp(pattern.data())) throw std::system_error(errno, std::generic_category(), pattern);
@@ -150,6 +159,15 @@ void TestBus::addService(const std::string& name, const std::string& program) {
   std::ofstream(folder_.path() / "services" / (name + ".service"))
       << "[D-BUS Service]\nName=" << name << "\nExec=\"" << program << "\"\n";
   BusClient(address_).ask("ReloadConfig", nullptr);
+}
+
+void TestBus::pause() const {
+  kill(process_, SIGSTOP);
+  waitpid(process_, nullptr, WUNTRACED);
+}
+
+void TestBus::resume() const {
+  kill(process_, SIGCONT);
 }
 
 void TestBus::stop() {

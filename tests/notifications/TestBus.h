@@ -16,6 +16,9 @@ bool waitUntil(const std::function<bool()>& done, std::chrono::seconds limit = s
 /// Waits for the end of a process that need not be ours; whether it came within twenty seconds.
 bool waitForEnd(pid_t process);
 
+/// Waits until a process has no children; whether that came within twenty seconds.
+bool waitUntilChildless(pid_t process);
+
 /// A folder that is removed with everything in it.
 class TemporaryFolder {
  public:
@@ -61,6 +64,9 @@ class TestBus {
   /// Lets the bus start `program` when somebody calls `name`.
   void addService(const std::string& name, const std::string& program);
   const std::string& address() const { return address_; }
+  /// What is sent to the bus waits until it goes on, and is then read in the order of the sending.
+  void pause() const;
+  void resume() const;
   /// Ends the bus.
   void stop();
 

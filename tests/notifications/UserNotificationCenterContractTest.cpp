@@ -5,6 +5,7 @@
 #include "tests/fakes/FakeFoundation.h"
 #include "tests/fakes/FakeUserNotifications.h"
 #include "tests/notifications/CenterFixture.h"
+#include "tests/notifications/NotifierFixture.h"
 
 namespace contract {
 
@@ -27,7 +28,7 @@ std::vector<std::string> buttonsOf(GVariant* dictionary) {
   return titles;
 }
 
-/// A centre on a bus of its own, with a shell that shows what it gets.
+/// A centre on a bus of its own, with a helper that shows what it gets.
 class RealCenter : public UNUserNotificationCenterFactory {
  public:
   /// What is under way keeps the connection, which the next centre must not share.
@@ -63,8 +64,10 @@ class RealCenter : public UNUserNotificationCenterFactory {
 
   std::map<std::string, ShownNotification> shown_;
   const camera_shot_tests::TestBus bus_;
-  const std::unique_ptr<camera_shot_tests::MockService> shell_ = camera_shot_tests::makeShell(
+  const std::unique_ptr<camera_shot_tests::MockService> helper_ = camera_shot_tests::makeHelper(
       bus_.address(), [this](const camera_shot_tests::MockService::Call& call) { return show(call); });
+  const std::unique_ptr<camera_shot_tests::MockService> service_ =
+      camera_shot_tests::makeService(bus_.address());
   const platform_linux::SessionBus session_;
   std::weak_ptr<void> hold_;
   std::optional<platform_linux::UserNotificationCenter> center_{

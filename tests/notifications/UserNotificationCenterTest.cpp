@@ -20,13 +20,16 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-const std::string kPhotoArguments =
-    "('com.example.App', 'Photo_Taken_Notification', {'title': <'Camera shot taken.'>, 'body': <'Click here "
-    "to "
-    "show in Finder.'>, 'priority': <'normal'>, 'default-action': <'app.show-photo'>, 'sound': <'default'>, "
-    "'default-action-target': <'/home/me/A shot.png'>, 'default-action-label': <'Show'>, 'buttons': "
-    "<[{'label': "
-    "<'Open'>, 'action': <'app.open-photo'>, 'target': <'/home/me/A shot.png'>}]>})";
+/// With `more` keys behind those that every service gets.
+std::string photoArguments(const std::string& more) {
+  return "('com.verrano.quillo.CameraShot', 'Photo_Taken_Notification', {'title': <'Camera shot taken.'>, "
+         "'body': <'Click "
+         "here to show in Finder.'>, 'priority': <'normal'>, 'default-action': <'app.show-photo'>, " +
+         more +
+         "'default-action-target': <'/home/me/A shot.png'>, 'default-action-label': <'Show'>, 'buttons': "
+         "<[{'label': <'Open'>, 'action': <'app.open-photo'>, 'target': <'/home/me/A shot.png'>}]>})";
+}
+const std::string kForHelper = photoArguments("'sound': <'default'>, ");
 
 TEST(UserNotificationCenter, ShellGetsTextsActionsAndTargets) {
   const TestBus bus;
@@ -34,7 +37,7 @@ TEST(UserNotificationCenter, ShellGetsTextsActionsAndTargets) {
   Center center;
   center->addNotificationRequest(photoRequest());
   ASSERT_TRUE(center.waitForRelease());
-  EXPECT_THAT(shell->callsOf("AddNotification"), ElementsAre(kPhotoArguments));
+  EXPECT_THAT(shell->callsOf("AddNotification"), ElementsAre(photoArguments("")));
 }
 
 TEST(UserNotificationCenter, HelperGetsTheSameWithoutAShell) {
@@ -43,7 +46,7 @@ TEST(UserNotificationCenter, HelperGetsTheSameWithoutAShell) {
   Center center;
   center->addNotificationRequest(photoRequest());
   ASSERT_TRUE(center.waitForRelease());
-  EXPECT_THAT(helper->callsOf("Post"), ElementsAre(kPhotoArguments));
+  EXPECT_THAT(helper->callsOf("Post"), ElementsAre(kForHelper));
 }
 
 TEST(UserNotificationCenter, HelperIsAskedWhenTheShellRefuses) {
@@ -57,7 +60,7 @@ TEST(UserNotificationCenter, HelperIsAskedWhenTheShellRefuses) {
   center->addNotificationRequest(photoRequest());
   ASSERT_TRUE(center.waitForRelease());
   EXPECT_THAT(shell->calls(), ::testing::SizeIs(1));
-  EXPECT_THAT(helper->callsOf("Post"), ElementsAre(kPhotoArguments));
+  EXPECT_THAT(helper->callsOf("Post"), ElementsAre(kForHelper));
 }
 
 TEST(UserNotificationCenter, AFailureHasNothingToClickButStillADefaultAction) {
@@ -66,10 +69,10 @@ TEST(UserNotificationCenter, AFailureHasNothingToClickButStillADefaultAction) {
   Center center;
   center->addNotificationRequest(failureRequest());
   ASSERT_TRUE(center.waitForRelease());
-  EXPECT_THAT(
-      shell->callsOf("AddNotification"),
-      ElementsAre("('com.example.App', 'Photo_Taken_Notification_Error', {'title': <'Camera not found.'>, "
-                  "'priority': <'normal'>, 'default-action': <'app.show-photo'>, 'sound': <'default'>})"));
+  EXPECT_THAT(shell->callsOf("AddNotification"),
+              ElementsAre("('com.verrano.quillo.CameraShot', 'Photo_Taken_Notification_Error', {'title': "
+                          "<'Camera not found.'>, "
+                          "'priority': <'normal'>, 'default-action': <'app.show-photo'>})"));
 }
 
 TEST(UserNotificationCenter, AFileNameThatIsNoTextIsNotSentButAnnounced) {
@@ -81,6 +84,24 @@ TEST(UserNotificationCenter, AFileNameThatIsNoTextIsNotSentButAnnounced) {
   ASSERT_THAT(shell->calls(), ::testing::SizeIs(1));
   EXPECT_THAT(shell->calls()[0].arguments, HasSubstr("'title': <'Camera shot taken.'>"));
   EXPECT_THAT(shell->calls()[0].arguments, Not(HasSubstr("target")));
+}
+
+TEST(UserNotificationCenter, TheSoundIsOursWhereTheShellKnowsOfNone) {
+  const TestBus bus;
+  const auto shell = makeShell(bus.address());
+  Center center;
+  center->addNotificationRequest(photoRequest());
+  ASSERT_TRUE(center.waitForRelease());
+  EXPECT_EQ(center.soundsPlayed(), 1);
+}
+
+TEST(UserNotificationCenter, TheSoundIsTheHelpersWhereItShowsTheNotification) {
+  const TestBus bus;
+  const auto helper = makeHelper(bus.address());
+  Center center;
+  center->addNotificationRequest(photoRequest());
+  ASSERT_TRUE(center.waitForRelease());
+  EXPECT_EQ(center.soundsPlayed(), 0);
 }
 
 TEST(UserNotificationCenter, ARequestTakesThePlaceOfAnEarlierOneThatWaits) {
@@ -105,8 +126,8 @@ TEST(UserNotificationCenter, TheDelegateMayWithholdTheSound) {
   center->addNotificationRequest(failureRequest());
   ASSERT_TRUE(center.waitForRelease());
   EXPECT_EQ(delegate->presented, "Photo_Taken_Notification_Error");
-  ASSERT_THAT(shell->calls(), ::testing::SizeIs(1));
-  EXPECT_THAT(shell->calls()[0].arguments, Not(HasSubstr("sound")));
+  EXPECT_THAT(shell->calls(), ::testing::SizeIs(1));
+  EXPECT_EQ(center.soundsPlayed(), 0);
 }
 
 TEST(UserNotificationCenter, TheDelegateMayWithholdTheNotification) {

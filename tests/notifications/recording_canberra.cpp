@@ -1,9 +1,12 @@
 // Stands for the sound library: its one theme has the event "dialog-information" and no other. Writes a line
-// for each event that it is asked for to the file that SOUND_JOURNAL names, and plays in no time.
+// for each event that it is asked for to the file that SOUND_JOURNAL names, and plays in no time. Like a real
+// one with a sound server that does not answer, it never returns from what SOUND_HANGS names: "play" or
+// "destroy".
 
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <unistd.h>
 
 #include <canberra.h>
 
@@ -11,6 +14,16 @@ struct ca_context {};
 struct ca_proplist {
   std::string event;
 };
+
+namespace {
+
+void hangIf(const std::string& where) {
+  const char* const hangs = std::getenv("SOUND_HANGS");
+  while (hangs && where == hangs)
+    pause();
+}
+
+}  // namespace
 
 extern "C" {
 
@@ -20,6 +33,7 @@ int ca_context_create(ca_context** context) {
 }
 
 int ca_context_destroy(ca_context* context) {
+  hangIf("destroy");
   delete context;
   return CA_SUCCESS;
 }
@@ -45,6 +59,7 @@ int ca_context_play_full(ca_context* context, uint32_t id, ca_proplist* properti
     std::fprintf(journal, "%s\n", properties->event.c_str());
     std::fclose(journal);
   }
+  hangIf("play");
   if (properties->event != "dialog-information") return CA_ERROR_NOTFOUND;
   finished(context, id, CA_SUCCESS, data);
   return CA_SUCCESS;

@@ -39,7 +39,7 @@ void onAction(GDBusConnection* connection, const char*, const char*, const char*
 }  // namespace
 
 int main(int count, char** arguments) {
-  const std::string name = count > 1 ? arguments[1] : "com.example.App";
+  const std::string name = count > 1 ? arguments[1] : "com.verrano.quillo.CameraShot";
   const GObjectHandle<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
   if (!bus) return EXIT_FAILURE;
   const GMainLoopHandle loop(g_main_loop_new(nullptr, FALSE));

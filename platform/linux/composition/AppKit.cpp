@@ -23,7 +23,8 @@ std::unique_ptr<platform::NSNib> AppKit::loadNibNamed(const std::string& name, p
 }
 
 std::shared_ptr<platform::NSSound> AppKit::soundWithContentsOfFile(const std::string& file, bool) {
-  return file.ends_with("/Grab.aif") ? std::make_shared<Sound>("camera-shutter") : nullptr;
+  if (!file.ends_with("/Grab.aif")) return nullptr;
+  return std::make_shared<Sound>(sounds_, EventSound{{"camera-shutter"}});
 }
 
 }  // namespace platform_linux

@@ -3,14 +3,16 @@
 #include "platform/AppKit/AppKit.h"
 #include "platform/Foundation/NSLog.h"
 #include "platform/linux/composition/Windows.h"
+#include "platform/linux/desktop/SoundProcess.h"
 
 namespace platform_linux {
 
 /// The framework's class operations, each by the service that has it.
 class AppKit : public platform::AppKit {
  public:
-  /// Both outlive this.
-  AppKit(const Windows& windows, platform::NSLog& log) : windows_(windows), log_(log) {}
+  /// They outlive this.
+  AppKit(const Windows& windows, SoundProcess& sounds, platform::NSLog& log)
+      : windows_(windows), sounds_(sounds), log_(log) {}
 
   std::shared_ptr<platform::NSBitmapImageRep> imageRepWithData(
       const std::shared_ptr<platform::NSData>& data) override;
@@ -23,6 +25,7 @@ class AppKit : public platform::AppKit {
 
  private:
   const Windows& windows_;
+  SoundProcess& sounds_;
   platform::NSLog& log_;
 };
 

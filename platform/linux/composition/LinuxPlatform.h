@@ -69,6 +69,9 @@ class LinuxPlatform {
   static std::string statePath(const std::string& file);
 
  private:
+  /// Heard at once, when shots follow each other quickly.
+  static constexpr std::size_t kMostSounds = 4;
+
   void connect();
   std::unique_ptr<Cameras> makeCameras();
   std::shared_ptr<FrameSource> frameSource();
@@ -90,6 +93,7 @@ class LinuxPlatform {
   UserDefaults defaults_;
   Application application_;
   Windows windows_;
+  SoundProcess sounds_{soundProgram(), kMostSounds};
   AppKit appKit_;
   Layers layers_;
   Workspace workspace_;

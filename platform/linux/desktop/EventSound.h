@@ -5,13 +5,27 @@
 
 namespace platform_linux {
 
-/// Plays the first of these events that the user's sound theme has, on a thread of its own, and returns at
-/// once. Silence where the user wants no event sounds, and where there is no library, theme or sound server
-/// for them. Thread-safe; the end of the process ends the sound and waits for nothing.
-void playEventSound(std::vector<std::string> eventIds);
+/// A sound of the user's sound theme, and whether the user wants to hear it now.
+struct EventSound {
+  /// Names of the theme's events: the first that the theme has is played.
+  std::vector<std::string> events;
+  /// The application whose notification it belongs to: silent while the desktop shows no banners, or none of
+  /// this application. Empty for a sound of another kind.
+  std::string notificationOf = {};
 
-/// The same on the calling thread: returns when the sound has come to its end, after half a minute an event
-/// at most.
-void playEventSoundToItsEnd(const std::vector<std::string>& eventIds) noexcept;
+  /// As words of a command line, and back.
+  std::vector<std::string> words() const;
+  static EventSound fromWords(const std::vector<std::string>& words);
+};
+
+/// That of an application's notification: the theme's event for a message that arrives, or the next best.
+EventSound notificationSound(const std::string& applicationId);
+
+/// No event sound is that long: whatever has not come to its end by then hangs.
+inline constexpr unsigned kLongestSoundSeconds = 10;
+
+/// Plays the sound and ends the process, within kLongestSoundSeconds whatever the sound library does. Silence
+/// where the user wants no such sound, and where there is no library, theme or sound server for it.
+[[noreturn]] void playEventSoundAndExit(const EventSound& sound) noexcept;
 
 }  // namespace platform_linux

@@ -1,22 +1,23 @@
 #pragma once
 
-#include <string>
 #include <utility>
 
 #include "platform/AppKit/NSSound.h"
-#include "platform/linux/desktop/EventSound.h"
+#include "platform/linux/desktop/SoundProcess.h"
 
 namespace platform_linux {
 
-/// An event of the user's sound theme, such as "camera-shutter".
+/// A sound of the user's theme, such as the event "camera-shutter".
 class Sound : public platform::NSSound {
  public:
-  explicit Sound(std::string eventId) : eventId_(std::move(eventId)) {}
+  /// `player` outlives this.
+  Sound(SoundProcess& player, EventSound sound) : player_(player), sound_(std::move(sound)) {}
 
-  void play() override { playEventSound({eventId_}); }
+  void play() override { player_.play(sound_); }
 
  private:
-  const std::string eventId_;
+  SoundProcess& player_;
+  const EventSound sound_;
 };
 
 }  // namespace platform_linux

@@ -40,9 +40,12 @@ void NotificationDelivery::start() {
 }
 
 void NotificationDelivery::sendToShell() {
-  bus_.call(serviceCall(kShellNotifications, "AddNotification", arguments()),
+  bus_.call(serviceCall(kShellNotifications, "AddNotification", arguments(notification_.forShell)),
             [self = shared_from_this()](GVariant*, const GError* error) {
-              if (!error) return;
+              if (!error) {
+                if (self->notification_.playSound) self->notification_.playSound();
+                return;
+              }
               g_message("The shell does not take a notification: %s", error->message);
               if (!isLate(error) && !self->superseded_) self->sendToHelper();
             });
@@ -50,15 +53,15 @@ void NotificationDelivery::sendToShell() {
 
 void NotificationDelivery::sendToHelper() {
   const std::string helper = notificationHelperName(notification_.applicationId);
-  bus_.call(serviceCall(helper, "Post", arguments()),
+  bus_.call(serviceCall(helper, "Post", arguments(notification_.forHelper)),
             [self = shared_from_this()](GVariant*, const GError* error) {
               if (error) g_message("No notification is shown: %s", error->message);
             });
 }
 
-GVariant* NotificationDelivery::arguments() const {
+GVariant* NotificationDelivery::arguments(const GVariantHandle& dictionary) const {
   return g_variant_new("(ss@a{sv})", notification_.applicationId.c_str(), notification_.identifier.c_str(),
-                       notification_.dictionary.get());
+                       dictionary.get());
 }
 
 }  // namespace platform_linux

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -11,8 +12,13 @@ namespace platform_linux {
 struct OutgoingNotification {
   std::string applicationId;
   std::string identifier;
-  GVariantHandle dictionary;   ///< as notificationDictionary() makes it
-  std::shared_ptr<void> hold;  ///< keeps the application from ending until the service has it
+  // As notificationDictionary() makes them.
+  GVariantHandle forShell;
+  GVariantHandle forHelper;
+  /// Run when the shell has taken it; the helper plays the sound itself. Empty for none.
+  std::function<void()> playSound;
+  /// Keeps the application from ending until the service has it.
+  std::shared_ptr<void> hold;
 };
 
 /// One notification on its way to the desktop: to `org.gtk.Notifications` where a shell offers that, which
@@ -32,7 +38,7 @@ class NotificationDelivery : public std::enable_shared_from_this<NotificationDel
   void sendToShell();
   void sendToHelper();
   /// Floating.
-  GVariant* arguments() const;
+  GVariant* arguments(const GVariantHandle& dictionary) const;
 
   const SessionBus& bus_;
   const OutgoingNotification notification_;

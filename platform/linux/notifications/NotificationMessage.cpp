@@ -67,13 +67,15 @@ void addButtons(Dictionary& dictionary, const NotificationActions& actions,
 GVariantHandle notificationDictionary(const UNMutableNotificationContent& content,
                                       const std::set<UNNotificationCategory>& categories,
                                       const NotificationActions& actions,
-                                      const std::string& defaultActionTitle) {
+                                      const std::string& defaultActionTitle, NotificationService service) {
   Dictionary dictionary;
   addTexts(dictionary, content.body);
   dictionary.add("priority", "normal");
   const std::string defaultAction = prefixedAction(actions, platform::UNNotificationDefaultActionIdentifier);
   if (!defaultAction.empty()) dictionary.add("default-action", defaultAction);
-  if (content.sound == platform::UNNotificationSound::DefaultSound) dictionary.add("sound", "default");
+  const bool forHelper = service == NotificationService::Helper;
+  if (forHelper && content.sound == platform::UNNotificationSound::DefaultSound)
+    dictionary.add("sound", "default");
 
   const auto target = content.userInfo.find(actions.userInfoKey);
   if (target == content.userInfo.end() || !g_utf8_validate(target->second.c_str(), -1, nullptr))

@@ -9,17 +9,20 @@
 
 namespace platform_linux {
 
+/// Who is to show a notification.
+enum class NotificationService { Shell, Helper };
+
 /// The dictionary (a{sv}) that `org.gtk.Notifications` takes, with these keys:
 ///
 /// - `title`, `body`: the body's first line, and the others where there are any; plain text
 /// - `priority`: "normal"
 /// - `default-action`: "app." and the application's action for a click on the notification itself
 /// - `default-action-target`: the action's parameter
+/// - `default-action-label`: the default action as a button, which shells ignore
 /// - `buttons`: an array of dictionaries with `label`, `action` and `target`, from the content's category
 ///
-/// and these, which that service ignores and the notification helper knows:
+/// and, for the notification helper only:
 ///
-/// - `default-action-label`: the default action as a button
 /// - `sound`: "default"
 ///
 /// Without the parameter's entry in the user info a click has nothing to act upon: there is no target, no
@@ -28,6 +31,6 @@ namespace platform_linux {
 GVariantHandle notificationDictionary(const platform::UNMutableNotificationContent& content,
                                       const std::set<platform::UNNotificationCategory>& categories,
                                       const NotificationActions& actions,
-                                      const std::string& defaultActionTitle);
+                                      const std::string& defaultActionTitle, NotificationService service);
 
 }  // namespace platform_linux

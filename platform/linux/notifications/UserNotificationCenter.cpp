@@ -96,13 +96,20 @@ void UserNotificationCenter::deliver(const UNNotificationRequest& request, unsig
   auto content = request.content;
   if (!(presentationOptions & platform::UNNotificationPresentationOptionSound))
     content.sound = platform::UNNotificationSound::None;
-  auto dictionary =
-      notificationDictionary(content, categories_, settings_.actions, settings_.defaultActionTitle);
+  const auto dictionary = [&](NotificationService service) {
+    return notificationDictionary(content, categories_, settings_.actions, settings_.defaultActionTitle,
+                                  service);
+  };
+  const bool withSound = content.sound == platform::UNNotificationSound::DefaultSound;
   auto& newest = deliveries_[request.identifier];
   if (const auto earlier = newest.lock()) earlier->supersede();
   const auto delivery = std::make_shared<NotificationDelivery>(
-      bus_, OutgoingNotification{settings_.applicationId, request.identifier, std::move(dictionary),
-                                 std::move(held)});
+      bus_, OutgoingNotification{.applicationId = settings_.applicationId,
+                                 .identifier = request.identifier,
+                                 .forShell = dictionary(NotificationService::Shell),
+                                 .forHelper = dictionary(NotificationService::Helper),
+                                 .playSound = withSound ? settings_.playSound : nullptr,
+                                 .hold = std::move(held)});
   newest = delivery;
   delivery->start();
 }

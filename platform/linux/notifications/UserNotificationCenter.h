@@ -23,6 +23,8 @@ struct UserNotificationCenterSettings {
   /// language.
   std::string defaultActionTitle;
   TerminationHold holdTermination;
+  /// Plays the sound of a notification, for the services that know of none.
+  std::function<void()> playSound = {};
 };
 
 /// The desktop's notifications over the session bus. Everything is asynchronous and bounded: a desktop
