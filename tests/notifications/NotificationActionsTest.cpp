@@ -18,6 +18,19 @@ TEST(NotificationActions, LeadBackToTheClick) {
   }
 }
 
+TEST(NotificationActions, CarryEveryPathAsText) {
+  const auto actions = applicationActions();
+  for (const std::string path : {"/home/me/A shot.png", "/home/me/\xff\xfe 100 %.png", "/d/%41.png"}) {
+    const std::string target = actions.targetFor({{"Path", path}});
+    EXPECT_TRUE(g_utf8_validate(target.c_str(), -1, nullptr)) << target;
+    const auto response = actions.responseFor("open-photo", target);
+    ASSERT_TRUE(response);
+    EXPECT_EQ(response->notification.request.content.userInfo.at("Path"), path);
+  }
+  EXPECT_EQ(actions.targetFor({{"Path", "/home/me/A shot.png"}}), "/home/me/A shot.png");
+  EXPECT_EQ(actions.targetFor({}), "");
+}
+
 TEST(NotificationActions, AFailuresNotificationCarriesNothingToActUpon) {
   const auto response = applicationActions().responseFor("open-photo", "");
   ASSERT_TRUE(response);

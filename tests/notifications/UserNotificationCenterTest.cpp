@@ -15,6 +15,7 @@
 namespace camera_shot_tests {
 namespace {
 
+using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -75,15 +76,17 @@ TEST(UserNotificationCenter, AFailureHasNothingToClickButStillADefaultAction) {
                           "'priority': <'normal'>, 'default-action': <'app.show-photo'>})"));
 }
 
-TEST(UserNotificationCenter, AFileNameThatIsNoTextIsNotSentButAnnounced) {
+TEST(UserNotificationCenter, AFileNameThatIsNoTextIsSentAsAnAddress) {
   const TestBus bus;
   const auto shell = makeShell(bus.address());
   Center center;
   center->addNotificationRequest(photoRequest("/home/me/\xff.png"));
   ASSERT_TRUE(center.waitForRelease());
   ASSERT_THAT(shell->calls(), ::testing::SizeIs(1));
-  EXPECT_THAT(shell->calls()[0].arguments, HasSubstr("'title': <'Camera shot taken.'>"));
-  EXPECT_THAT(shell->calls()[0].arguments, Not(HasSubstr("target")));
+  EXPECT_THAT(shell->calls()[0].arguments,
+              AllOf(HasSubstr("'title': <'Camera shot taken.'>"),
+                    HasSubstr("'default-action-target': <'file:///home/me/%FF.png'>"),
+                    HasSubstr("'action': <'app.open-photo'>, 'target': <'file:///home/me/%FF.png'>")));
 }
 
 TEST(UserNotificationCenter, TheSoundIsOursWhereTheShellKnowsOfNone) {

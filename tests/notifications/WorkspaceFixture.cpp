@@ -18,11 +18,17 @@ Home::Home() {
   std::filesystem::create_directories(folder_.path() / "applications");
   std::ofstream(folder_.path() / "applications" / "reporter.desktop")
       << "[Desktop Entry]\nType=Application\nName=Reporter\n"
-         "Exec=gdbus call --session --dest com.example.Journal --object-path /com/example/Journal "
-         "--method com.example.Journal.Write %f\n";
+         "Exec=sh \""
+      << (folder_.path() / "report").string() << "\" %f\n";
+  // A byte that is no text on the bus is told as [ff].
+  std::ofstream(folder_.path() / "report")
+      << "exec gdbus call --session --dest com.example.Journal --object-path /com/example/Journal "
+         "--method com.example.Journal.Write \"$(printf %s \"$1\" | LC_ALL=C sed 's/\\xff/[ff]/g')\"\n";
   std::ofstream(folder_.path() / "mimeapps.list")
       << "[Default Applications]\nimage/png=reporter.desktop\ninode/directory=reporter.desktop\n";
-  std::ofstream(photo()) << "a photo";
+  std::filesystem::create_directory(folder() + "/\xff");
+  for (const std::string& path : {photo(), photoOfNoText()})
+    std::ofstream(path) << "a photo";
   for (const char* variable : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME"})
     setenv(variable, folder_.path().c_str(), 1);
   unsetenv("XDG_CURRENT_DESKTOP");

@@ -16,6 +16,8 @@ class Home {
 
   std::string photo() const { return (folder_.path() / "A shot.png").string(); }
   std::string photoUri() const { return "file://" + (folder_.path() / "A%20shot.png").string(); }
+  /// In a folder and under a name that are no UTF-8.
+  std::string photoOfNoText() const { return (folder_.path() / "\xff" / "\xff.png").string(); }
   std::string folder() const { return folder_.path().string(); }
 
  private:

@@ -81,6 +81,22 @@ TEST_F(Workspace, OpensAFileWithItsDefaultApplication) {
   EXPECT_TRUE(waitForRelease());
 }
 
+TEST_F(Workspace, AFileNameThatIsNoTextIsAFileNameAllTheSame) {
+  workspace_.openFileURL(home_.photoOfNoText());
+  ASSERT_TRUE(journal_->waitForCalls(1));
+  workspace_.selectFile(home_.photoOfNoText(), "");
+  ASSERT_TRUE(journal_->waitForCalls(2));
+  EXPECT_THAT(opened(),
+              ElementsAre("('" + home_.folder() + "/[ff]/[ff].png',)", "('" + home_.folder() + "/[ff]',)"));
+  ASSERT_TRUE(waitForRelease());
+
+  const auto files = makeFileManager(bus_.address());
+  workspace_.selectFile(home_.photoOfNoText(), "");
+  ASSERT_TRUE(waitForRelease());
+  EXPECT_THAT(files->callsOf("ShowItems"),
+              ElementsAre("(['file://" + home_.folder() + "/%FF/%FF.png'], 'token-7')"));
+}
+
 TEST_F(Workspace, AFileThatIsGoneIsNobodysMatter) {
   workspace_.openFileURL("/nowhere/photo.png");
   EXPECT_TRUE(waitForRelease());

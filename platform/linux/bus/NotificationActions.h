@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,13 +20,16 @@ struct NotificationActions {
   };
 
   std::vector<Action> actions;
-  /// The entry of the user info that travels as the parameter.
+  /// The entry of the user info that travels as the parameter: a file's absolute path.
   std::string userInfoKey;
   /// Of the notifications that can be clicked to an effect: the parameter does not say which it was.
   std::string requestIdentifier;
 
   /// The application's action for a click; null when there is none.
   const std::string* nameFor(std::string_view actionIdentifier) const;
+  /// What travels: the path as it is or, where it is no UTF-8, which is all that a bus takes, as a `file:`
+  /// URI. Empty without the entry.
+  std::string targetFor(const std::map<std::string, std::string>& userInfo) const;
   /// The click that the application's action `name`, called with `target`, stands for; nothing when it stands
   /// for none.
   std::optional<platform::UNNotificationResponse> responseFor(std::string_view name,

@@ -77,14 +77,13 @@ GVariantHandle notificationDictionary(const UNMutableNotificationContent& conten
   if (forHelper && content.sound == platform::UNNotificationSound::DefaultSound)
     dictionary.add("sound", "default");
 
-  const auto target = content.userInfo.find(actions.userInfoKey);
-  if (target == content.userInfo.end() || !g_utf8_validate(target->second.c_str(), -1, nullptr))
-    return GVariantHandle(g_variant_ref_sink(dictionary.end()));
-  dictionary.add("default-action-target", target->second);
+  const std::string target = actions.targetFor(content.userInfo);
+  if (target.empty()) return GVariantHandle(g_variant_ref_sink(dictionary.end()));
+  dictionary.add("default-action-target", target);
   dictionary.add("default-action-label", validText(defaultActionTitle));
   const auto category =
       std::ranges::find(categories, content.categoryIdentifier, &UNNotificationCategory::identifier);
-  if (category != categories.end()) addButtons(dictionary, actions, *category, target->second);
+  if (category != categories.end()) addButtons(dictionary, actions, *category, target);
   return GVariantHandle(g_variant_ref_sink(dictionary.end()));
 }
 
