@@ -110,6 +110,21 @@ class DesktopCalls(CallingTest):
         self.assertEqual(len(tool.photos()), 1)
 
     @in_desktop(HD, options=SERVICES)
+    def test_a_click_on_the_suites_menu_icon_starts_a_tool_that_does_not_run(self):
+        tool = Tool()
+        Client().call(APPLICATION, path_of(APPLICATION), "com.verrano.quillo.Tool1", "ClickMenuIcon")
+        self.wait_until_gone(tool)
+        self.assertEqual(launches(tool), [{"Silent": True}])
+        self.assertEqual(len(tool.photos()), 1)
+
+    @in_desktop(options=SERVICES)
+    def test_a_click_finds_a_photo_whose_path_is_no_text(self):
+        tool, files = Tool(), ScriptedFileManager()
+        self.action("show-photo", "file:///photos/%FF.png")
+        self.wait_until_gone(tool)
+        self.assertEqual(files.shown, ["file:///photos/%FF.png"])
+
+    @in_desktop(HD, options=SERVICES)
     def test_started_by_the_bus_the_first_call_decides_click(self):
         tool = Tool()
         files = ScriptedFileManager()

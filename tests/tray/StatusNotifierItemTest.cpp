@@ -43,7 +43,8 @@ class StatusNotifierItemTest : public ::testing::Test {
     explicit Program(std::vector<std::string>& done)
         : item(bus, {"com.example.App", "/opt/icons"}, texts,
                {[&done] { done.emplace_back("click"); }, [&done] { done.emplace_back("take a photo"); },
-                [&done] { done.emplace_back("preferences"); }, [&done] { done.emplace_back("quit"); }}) {}
+                [&done] { done.emplace_back("preferences"); }, [&done] { done.emplace_back("quit"); },
+                [&done](const std::string& token) { done.emplace_back("token '" + token + "'"); }}) {}
 
     std::string name() const { return g_dbus_connection_get_unique_name(bus.connection()); }
 
@@ -142,6 +143,17 @@ TEST_F(StatusNotifierItemTest, AClickOnTheIconIsTheClick) {
                                  g_variant_new("(is)", 1, "vertical"))),
             "()");
   EXPECT_THAT(done, ElementsAre("click", "click"));
+}
+
+TEST_F(StatusNotifierItemTest, TheActivationTokenComesBeforeTheClick) {
+  startProgram();
+  for (const char* const token : {"token-7", ""}) {
+    EXPECT_EQ(printed(desktop.call(program->name(), kItemPath, kItem, "ProvideXdgActivationToken",
+                                   g_variant_new("(s)", token))),
+              "()");
+    desktop.call(program->name(), kItemPath, kItem, "Activate", g_variant_new("(ii)", 1, 2));
+  }
+  EXPECT_THAT(done, ElementsAre("token 'token-7'", "click", "token ''", "click"));
 }
 
 TEST_F(StatusNotifierItemTest, TheMenuIsLaidOutInTheUsersLanguage) {

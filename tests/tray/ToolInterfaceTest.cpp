@@ -1,3 +1,5 @@
+#include <utility>
+
 #include <gmock/gmock.h>
 
 #include "platform/linux/tray/ToolInterface.h"
@@ -24,7 +26,15 @@ class ToolInterfaceTest : public ::testing::Test {
   TrayDesktop desktop;
   SessionBus bus;
   int clicks = 0;
-  ToolInterface tool{bus, "com.verrano.quillo.CameraShot", [this] { ++clicks; }};
+  bool waitsForItsFirstCall = false;
+  int launches = 0;
+  ToolInterface tool{bus,
+                     "com.verrano.quillo.CameraShot",
+                     {[this] { ++clicks; },
+                      [this] {
+                        if (waitsForItsFirstCall) ++launches;
+                        return std::exchange(waitsForItsFirstCall, false);
+                      }}};
 };
 
 TEST_F(ToolInterfaceTest, TellsTheSuiteTheToolsStatus) {
@@ -41,7 +51,21 @@ TEST_F(ToolInterfaceTest, TellsTheSuiteTheToolsStatus) {
                           "PropertiesChanged('com.verrano.quillo.Tool1', {'Status': <0>}, [])"));
 }
 
+TEST_F(ToolInterfaceTest, AClickLaunchesAToolThatTheBusHasStartedForIt) {
+  waitsForItsFirstCall = true;
+  EXPECT_TRUE(desktop.call(name(), kPath, kInterface, "ClickMenuIcon"));
+  EXPECT_EQ(launches, 1);
+  EXPECT_EQ(clicks, 0);
+}
+
+TEST_F(ToolInterfaceTest, AClickOnAToolThatStartsOrLeavesIsRefused) {
+  EXPECT_FALSE(desktop.call(name(), kPath, kInterface, "ClickMenuIcon"));
+  EXPECT_EQ(launches, 0);
+  EXPECT_EQ(clicks, 0);
+}
+
 TEST_F(ToolInterfaceTest, PassesOnClicksOnTheSuitesMenuIcon) {
+  tool.setStatus(1);
   EXPECT_TRUE(desktop.call(name(), kPath, kInterface, "ClickMenuIcon"));
   EXPECT_TRUE(desktop.call(name(), kPath, kInterface, "ClickMenuIcon"));
   EXPECT_EQ(clicks, 2);

@@ -91,6 +91,12 @@ void Application::waitForFirstCall() {
   if (!bus_.connection()) leave();
 }
 
+bool Application::launchIfWaiting() {
+  if (stage_ != Stage::Waiting) return false;
+  launch({}, {});
+  return true;
+}
+
 void Application::launch(const std::vector<std::string>& files,
                          const platform::NSApplicationLaunchNotification& notification) {
   if (stage_ != Stage::Waiting) return;

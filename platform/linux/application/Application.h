@@ -67,6 +67,12 @@ class Application : public platform::NSApplication {
   /// The user closed the last window: the delegate says whether that is the end.
   void lastWindowClosed();
 
+  /// Launches an application that the bus has started and that still waits for its first call; whether it
+  /// did. For a call that came by another interface than the desktop's.
+  bool launchIfWaiting();
+
+  /// The same as what comes with a call of the desktop, from elsewhere.
+  void setActivationToken(std::string token) { activationToken_ = std::move(token); }
   /// The right to take the focus that came with the desktop's latest call, for the window or the program that
   /// answers it; empty when there is none. It serves once.
   std::string takeActivationToken();

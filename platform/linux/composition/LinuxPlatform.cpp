@@ -77,6 +77,14 @@ void LinuxPlatform::connect() {
       [this](const platform::UNNotificationResponse& response) { notifications_.receiveResponse(response); });
 }
 
+void LinuxPlatform::offerTool(const ToolActions& actions) {
+  presence_.emplace(
+      bus_, identity_.identifier, bundle_, actions,
+      ToolPresenceHost{.launch = [this] { return application_.launchIfWaiting(); },
+                       .setActivationToken =
+                           [this](const std::string& token) { application_.setActivationToken(token); }});
+}
+
 int LinuxPlatform::run(int argc, char** argv, platform::NSApplicationDelegate& delegate) {
   const int status = application_.run(argc, argv, delegate);
   cameras_.reset();

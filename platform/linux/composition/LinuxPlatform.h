@@ -50,9 +50,7 @@ class LinuxPlatform {
   const platform::Platform& ports() const { return ports_; }
 
   /// Puts the tool where the desktop and the suite can see it: an icon in the tray, an object on the bus.
-  void offerTool(const ToolActions& actions) {
-    presence_.emplace(bus_, identity_.identifier, bundle_, actions);
-  }
+  void offerTool(const ToolActions& actions);
   /// 0: starting or leaving; 1: a normal run is under way. After `offerTool`.
   void setToolStatus(int status) { presence_->setStatus(status); }
 

@@ -17,12 +17,20 @@ struct ToolActions {
   std::function<void()> onQuit;
 };
 
+/// What the tool's presence needs of the application. Run on the main thread.
+struct ToolPresenceHost {
+  /// Launches an application that was started by the bus and waits for its first call; whether it did.
+  std::function<bool()> launch;
+  /// The activation token for the window that the next action shows.
+  std::function<void(const std::string& token)> setActivationToken;
+};
+
 /// The tool as desktop and suite see it while it runs. Main thread only.
 class ToolPresence {
  public:
   /// `bus` outlives this; `texts` is asked for words here and now.
   ToolPresence(const SessionBus& bus, const std::string& identifier, const platform::NSBundle& texts,
-               const ToolActions& actions);
+               const ToolActions& actions, const ToolPresenceHost& host);
 
   /// 0: starting or leaving; 1: a normal run is under way, and only then there is an icon.
   void setStatus(int status);

@@ -29,6 +29,7 @@ constexpr const char* kDescription = R"xml(<node><interface name="org.kde.Status
     <arg name="x" type="i" direction="in"/><arg name="y" type="i" direction="in"/>
   </method>
   <method name="ContextMenu"><arg name="x" type="i" direction="in"/><arg name="y" type="i" direction="in"/></method>
+  <method name="ProvideXdgActivationToken"><arg name="token" type="s" direction="in"/></method>
   <method name="Scroll">
     <arg name="delta" type="i" direction="in"/><arg name="orientation" type="s" direction="in"/>
   </method>
@@ -55,6 +56,7 @@ StatusNotifierItem::StatusNotifierItem(const SessionBus& bus, Identity identity,
       title_(texts.localizedStringForKey("Camera Shot")),
       hint_(texts.localizedStringForKey("Take a photo")),
       onClick_(actions.onClick),
+      onActivationToken_(actions.onActivationToken),
       menu_(bus.connection(), kMenuPath,
             {{hint_, actions.onTakePhoto},
              {texts.localizedStringForKey("Preferences"), actions.onPreferences},
@@ -92,8 +94,13 @@ void StatusNotifierItem::registerWith(const char* watcher) const {
 
 void StatusNotifierItem::handle(IncomingCall call) const {
   call.answer();
-  // A middle click is a click too. The context menu is the tray's to show; there is nothing to scroll.
   const std::string_view method = call.method();
+  if (method == "ProvideXdgActivationToken" && onActivationToken_) {
+    const char* token = nullptr;
+    g_variant_get(call.arguments(), "(&s)", &token);
+    onActivationToken_(token);
+  }
+  // A middle click is a click too. The context menu is the tray's to show; there is nothing to scroll.
   if (method != "Activate" && method != "SecondaryActivate") return;
   // A copy: the click may destroy this.
   const auto click = onClick_;

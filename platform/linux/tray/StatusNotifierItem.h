@@ -27,6 +27,9 @@ class StatusNotifierItem {
     std::function<void()> onTakePhoto;
     std::function<void()> onPreferences;
     std::function<void()> onQuit;
+    /// The activation token for what the next action shows; empty where the desktop has none, as on X11.
+    /// Comes right before the action, from trays that know of tokens.
+    std::function<void(const std::string& token)> onActivationToken = {};
   };
   enum class Status { Passive, Active };
 
@@ -52,6 +55,7 @@ class StatusNotifierItem {
   const std::string title_;
   const std::string hint_;
   const std::function<void()> onClick_;
+  const std::function<void(const std::string&)> onActivationToken_;
   Status status_ = Status::Passive;
   TrayMenu menu_;
   ExportedInterface item_;

@@ -12,19 +12,29 @@ constexpr const char* kDescription = R"xml(<node><interface name="com.verrano.qu
   <method name="ClickMenuIcon"/>
 </interface></node>)xml";
 
+/// The status of a tool that takes clicks.
+constexpr int kRunning = 1;
+
 }  // namespace
 
-ToolInterface::ToolInterface(const SessionBus& bus, const std::string& identifier,
-                             std::function<void()> onClickMenuIcon)
-    : onClickMenuIcon_(std::move(onClickMenuIcon)),
+ToolInterface::ToolInterface(const SessionBus& bus, const std::string& identifier, Actions actions)
+    : actions_(std::move(actions)),
       interface_(bus.connection(), objectPath(identifier), kDescription,
-                 {[this](IncomingCall call) {
-                    call.answer();
-                    // A copy: the click may destroy this.
-                    const auto click = onClickMenuIcon_;
-                    click();
-                  },
+                 {[this](IncomingCall call) { click(std::move(call)); },
                   [this](const std::string&) { return g_variant_new_int32(status_); }}) {}
+
+void ToolInterface::click(IncomingCall call) const {
+  // A copy: the click may destroy this.
+  const Actions actions = actions_;
+  if (status_ == kRunning) {
+    call.answer();
+    actions.onClickMenuIcon();
+  } else if (actions.launch()) {
+    call.answer();
+  } else {
+    call.refuse("the tool is starting or leaving");
+  }
+}
 
 void ToolInterface::setStatus(int status) {
   if (status == status_) return;

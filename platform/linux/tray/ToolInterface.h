@@ -13,15 +13,25 @@ namespace platform_linux {
 /// tool's icon. Main thread only.
 class ToolInterface {
  public:
-  /// `bus` outlives this; without a bus nothing is offered. `onClickMenuIcon` runs on a turn of the main
-  /// loop.
-  ToolInterface(const SessionBus& bus, const std::string& identifier, std::function<void()> onClickMenuIcon);
+  /// Both run on turns of the main loop, and may destroy this.
+  struct Actions {
+    std::function<void()> onClickMenuIcon;
+    /// A click on a tool that the bus has started for it: launches the tool, as its settings say; false when
+    /// it has been launched before.
+    std::function<bool()> launch;
+  };
+
+  /// `bus` outlives this; without a bus nothing is offered. A click while the tool is starting or leaving is
+  /// refused.
+  ToolInterface(const SessionBus& bus, const std::string& identifier, Actions actions);
 
   /// 0: starting or leaving; 1: a normal run is under way. Listeners learn of a change.
   void setStatus(int status);
 
  private:
-  const std::function<void()> onClickMenuIcon_;
+  void click(IncomingCall call) const;
+
+  const Actions actions_;
   int status_ = 0;
   ExportedInterface interface_;
 };
