@@ -61,13 +61,15 @@ GVariant* actionList(const Daemon::Instance& instance, const Notification& notif
 }
 
 /// Floating.
-GVariant* hints(const std::string& applicationId) {
+GVariant* hints(const std::string& applicationId, const Notification& notification) {
   GVariantBuilder hints;
   g_variant_builder_init(&hints, G_VARIANT_TYPE_VARDICT);
   g_variant_builder_add(&hints, "{sv}", "desktop-entry", g_variant_new_string(applicationId.c_str()));
   g_variant_builder_add(&hints, "{sv}", "urgency", g_variant_new_byte(kNormalUrgency));
   // This program plays the sound: most services do not, even those that say they do.
   g_variant_builder_add(&hints, "{sv}", "suppress-sound", g_variant_new_boolean(TRUE));
+  if (notification.imageData)
+    g_variant_builder_add(&hints, "{sv}", "image-data", notification.imageData.get());
   return g_variant_builder_end(&hints);
 }
 
@@ -164,7 +166,7 @@ void Daemon::notify(const Instance& instance, const std::string& applicationId, 
   const std::string body = bodyFor(instance, notification.body);
   GVariant* const arguments = g_variant_new(
       "(susss@as@a{sv}i)", kApplicationName, replaces, applicationId.c_str(), notification.title.c_str(),
-      body.c_str(), actionList(instance, notification), hints(applicationId), kNeverExpires);
+      body.c_str(), actionList(instance, notification), hints(applicationId, notification), kNeverExpires);
   bus_.call(
       daemonCall(instance.name, "Notify", arguments),
       [self = std::weak_ptr(self_), handler = std::move(handler)](GVariant* reply, const GError* error) {

@@ -26,6 +26,30 @@ std::string textOf(GVariant* dictionary, const char* key) {
   return text;
 }
 
+/// Null unless there are as many bytes as the numbers say: services need not look.
+std::shared_ptr<GVariant> imageDataOf(GVariant* dictionary) {
+  std::shared_ptr<GVariant> image(
+      g_variant_lookup_value(dictionary, "image-data", G_VARIANT_TYPE("(iiibiiay)")), [](GVariant* value) {
+        if (value) g_variant_unref(value);
+      });
+  if (!image) return nullptr;
+  constexpr int kLargestSide = 512;
+  constexpr int kBitsPerChannel = 8;
+  int width = 0;
+  int height = 0;
+  int rowBytes = 0;
+  int bits = 0;
+  int channels = 0;
+  gboolean hasAlpha = FALSE;
+  g_variant_get(image.get(), "(iiibii@ay)", &width, &height, &rowBytes, &hasAlpha, &bits, &channels, nullptr);
+  const GVariantHandle bytes(g_variant_get_child_value(image.get(), 6));
+  const bool isWhole =
+      width > 0 && width <= kLargestSide && height > 0 && height <= kLargestSide && bits == kBitsPerChannel &&
+      channels == (hasAlpha ? 4 : 3) && rowBytes == width * channels &&
+      g_variant_n_children(bytes.get()) == static_cast<gsize>(rowBytes) * static_cast<gsize>(height);
+  return isWhole ? image : nullptr;
+}
+
 void addAction(Notification& notification, Action action) {
   if (!action.name.starts_with(kApplicationPrefix) || action.label.empty()) return;
   action.name.erase(0, kApplicationPrefix.size());
@@ -55,6 +79,7 @@ Notification readNotification(GVariant* dictionary) {
   notification.title = textOf(dictionary, "title");
   notification.body = textOf(dictionary, "body");
   notification.sound = textOf(dictionary, "sound") == "default";
+  notification.imageData = imageDataOf(dictionary);
   addAction(notification,
             {kDefaultKey, textOf(dictionary, "default-action-label"), textOf(dictionary, "default-action"),
              textOf(dictionary, "default-action-target")});

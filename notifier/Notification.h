@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -21,14 +22,16 @@ struct Notification {
   std::string body;  ///< plain text; may be empty
   std::vector<Action> actions;
   bool sound = false;
+  /// The photo, small, as the hint `image-data`; null without.
+  std::shared_ptr<GVariant> imageData;
 
   const Action* actionFor(const std::string& key) const;
 };
 
 /// Reads a dictionary (a{sv}) with the keys of `org.gtk.Notifications`: `title`, `body`, `default-action`
 /// with its target, `buttons`; and `default-action-label`, without which a click on the notification does
-/// nothing, and `sound`. Unknown keys, values of another type and actions that are not those of clicks on
-/// notifications are ignored.
+/// nothing, `sound` and `image-data`. Unknown keys, values of another type and actions that are not those of
+/// clicks on notifications are ignored.
 Notification readNotification(GVariant* dictionary);
 
 }  // namespace notifier

@@ -64,7 +64,7 @@ void TestDelegate::userNotificationCenterDidReceiveNotificationResponse(
 
 Center::Center(const std::string& applicationId)
     : center_(bus_, {applicationId, applicationActions(), "Show", [this] { return hold(); },
-                     [this] { ++soundsPlayed_; }}) {
+                     [this] { ++soundsPlayed_; }, [this](const std::string&) { return thumbnail_; }}) {
   center_.setNotificationCategories({{"TAKE_PHOTO_CATEGORY", {{"OPEN_ACTION", "Open", 0}}, {}, 0}});
 }
 

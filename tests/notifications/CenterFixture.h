@@ -64,6 +64,8 @@ class Center {
   }
   platform_linux::UserNotificationCenter* operator->() { return &center_; }
   int soundsPlayed() const { return soundsPlayed_; }
+  /// From now on this is the small copy of every photo.
+  void setThumbnail(picture::Thumbnail thumbnail) { thumbnail_ = std::move(thumbnail); }
 
  private:
   std::shared_ptr<void> hold();
@@ -71,6 +73,7 @@ class Center {
   const platform_linux::SessionBus bus_;
   std::weak_ptr<void> hold_;
   int soundsPlayed_ = 0;
+  std::optional<picture::Thumbnail> thumbnail_;
   platform_linux::UserNotificationCenter center_;
 };
 

@@ -50,6 +50,26 @@ TEST_F(Notifier, ShowsTheNotificationAndWaitsForTheUser) {
           "'suppress-sound': <true>}, 0)"));
 }
 
+TEST_F(Notifier, ShowsThePhoto) {
+  ASSERT_TRUE(post(service_->client(),
+                   "{'title': <'Taken'>, 'image-data': <(2, 1, 6, false, 8, 3, [byte 1, 2, "
+                   "3, 4, 5, 6])>}"));
+  ASSERT_TRUE(waitForNotifications(1));
+  EXPECT_THAT(
+      service_->callsOf("Notify")[0],
+      HasSubstr("'image-data': <(2, 1, 6, false, 8, 3, [byte 0x01, 0x02, 0x03, 0x04, 0x05, 0x06])>}"));
+}
+
+TEST_F(Notifier, PassesOnNoPhotoWithFewerBytesThanItClaims) {
+  for (const std::string image :
+       {"(2, 2, 6, false, 8, 3, [byte 1, 2, 3, 4, 5, 6])",
+        "(-2, -1, 6, false, 8, 3, [byte 1, 2, 3, 4, 5, 6])", "(2, 1, 6, true, 8, 3, [byte 1, 2, 3, 4, 5, 6])",
+        "(100000, 100000, 300000, false, 8, 3, @ay [])"})
+    ASSERT_TRUE(post(service_->client(), "{'title': <'Taken'>, 'image-data': <" + image + ">}", image));
+  ASSERT_TRUE(waitForNotifications(4));
+  EXPECT_THAT(service_->callsOf("Notify"), ::testing::Each(::testing::Not(HasSubstr("image-data"))));
+}
+
 TEST_F(Notifier, EscapesTheBodyForAServiceThatReadsMarkup) {
   service_ = nullptr;
   service_ = makeService(bus_.address(), ServiceAnswers({"body", "body-markup", "actions"}));

@@ -1,6 +1,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <gdk-pixbuf/gdk-pixbuf.h>
 #include <stdexcept>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -15,6 +16,8 @@
 namespace camera_shot_tests {
 namespace {
 
+using platform_linux::GObjectHandle;
+using platform_linux::GVariantHandle;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -87,6 +90,46 @@ TEST(UserNotificationCenter, AFileNameThatIsNoTextIsSentAsAnAddress) {
               AllOf(HasSubstr("'title': <'Camera shot taken.'>"),
                     HasSubstr("'default-action-target': <'file:///home/me/%FF.png'>"),
                     HasSubstr("'action': <'app.open-photo'>, 'target': <'file:///home/me/%FF.png'>")));
+}
+
+const picture::Thumbnail kTwoPixels{{2, 1}, {255, 0, 0, 0, 0, 255}};
+
+TEST(UserNotificationCenter, ThePhotoGoesToTheHelperAsPixels) {
+  const TestBus bus;
+  const auto helper = makeHelper(bus.address());
+  Center center;
+  center.setThumbnail(kTwoPixels);
+  center->addNotificationRequest(photoRequest());
+  ASSERT_TRUE(center.waitForRelease());
+  ASSERT_THAT(helper->calls(), ::testing::SizeIs(1));
+  EXPECT_THAT(helper->calls()[0].arguments,
+              HasSubstr("'image-data': <(2, 1, 6, false, 8, 3, [byte 0xff, 0x00, 0x00, 0x00, 0x00, 0xff])>"));
+}
+
+TEST(UserNotificationCenter, ThePhotoGoesToTheShellAsAnIcon) {
+  const TestBus bus;
+  const auto shell = makeShell(bus.address());
+  Center center;
+  center.setThumbnail(kTwoPixels);
+  center->addNotificationRequest(photoRequest());
+  ASSERT_TRUE(center.waitForRelease());
+  ASSERT_THAT(shell->calls(), ::testing::SizeIs(1));
+  const GVariantHandle arguments(g_variant_parse(
+      G_VARIANT_TYPE("(ssa{sv})"), shell->calls()[0].arguments.c_str(), nullptr, nullptr, nullptr));
+  const GVariantHandle dictionary(g_variant_get_child_value(arguments.get(), 2));
+  const GVariantHandle serialised(g_variant_lookup_value(dictionary.get(), "icon", nullptr));
+  ASSERT_TRUE(serialised);
+  const GObjectHandle<GIcon> icon(g_icon_deserialize(serialised.get()));
+  ASSERT_TRUE(G_IS_BYTES_ICON(icon.get()));
+  const GObjectHandle<GInputStream> stream(
+      g_loadable_icon_load(G_LOADABLE_ICON(icon.get()), 48, nullptr, nullptr, nullptr));
+  const GObjectHandle<GdkPixbuf> pixbuf(gdk_pixbuf_new_from_stream(stream.get(), nullptr, nullptr));
+  ASSERT_TRUE(pixbuf);
+  ASSERT_EQ(gdk_pixbuf_get_width(pixbuf.get()), 2);
+  ASSERT_EQ(gdk_pixbuf_get_height(pixbuf.get()), 1);
+  const std::vector<std::uint8_t> pixels(gdk_pixbuf_read_pixels(pixbuf.get()),
+                                         gdk_pixbuf_read_pixels(pixbuf.get()) + 6);
+  EXPECT_EQ(pixels, kTwoPixels.pixels);
 }
 
 TEST(UserNotificationCenter, TheSoundIsOursWhereTheShellKnowsOfNone) {

@@ -55,7 +55,7 @@ class Photo : public ::testing::Test {
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
   }
   bool save(const std::shared_ptr<CapturedPicture>& picture, const std::string& file) {
-    const auto bitmap = BitmapImageRep::imageRepWithData(picture, log_);
+    const auto bitmap = BitmapImageRep::imageRepWithData(picture, log_, &thumbnails_);
     return bitmap &&
            bitmap->representationUsingType(platform::NSBitmapImageFileType::PNG)->writeToFile(file, true);
   }
@@ -64,6 +64,7 @@ class Photo : public ::testing::Test {
       std::filesystem::path(::testing::TempDir()) /
       ("photo-" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
   KeptLog log_;
+  SavedThumbnails thumbnails_;
 };
 
 std::shared_ptr<CapturedPicture> rgbFrame(const Picture& picture) {
@@ -102,6 +103,17 @@ TEST_F(Photo, AJpegFrameIsSavedAsItsDecodedPixelsMirrored) {
   const auto frame = jpegFrame(photoPicture(64, 48, 3));
   ASSERT_TRUE(save(frame, path("a.png")));
   EXPECT_EQ(decodePng(contents(path("a.png"))), mirrored(referenceDecode(frame->taken.bytes)));
+}
+
+TEST_F(Photo, ASmallCopyOfWhatWasSavedIsKept) {
+  const Picture scene = photoPicture(67, 41, 1);
+  ASSERT_TRUE(save(rgbFrame(scene), path("a.png")));
+  const auto small = thumbnails_.of(path("a.png"));
+  ASSERT_TRUE(small);
+  EXPECT_EQ(small->size, (picture::PixelSize{67, 41}));
+  EXPECT_EQ(small->pixels, mirrored(scene).pixels);
+  EXPECT_FALSE(save(rgbFrame(scene), path("missing/b.png")));
+  EXPECT_FALSE(thumbnails_.of(path("missing/b.png")));
 }
 
 TEST_F(Photo, NothingButThePhotoIsLeftInTheFolder) {

@@ -9,7 +9,7 @@ namespace platform_linux {
 
 std::shared_ptr<platform::NSBitmapImageRep> AppKit::imageRepWithData(
     const std::shared_ptr<platform::NSData>& data) {
-  return BitmapImageRep::imageRepWithData(data, log_);
+  return BitmapImageRep::imageRepWithData(data, log_, &thumbnails_);
 }
 
 std::shared_ptr<platform::NSImage> AppKit::imageNamed(const std::string& name) {

@@ -4,6 +4,7 @@
 #include "platform/Foundation/NSLog.h"
 #include "platform/linux/composition/Windows.h"
 #include "platform/linux/desktop/SoundProcess.h"
+#include "platform/linux/photo/SavedThumbnails.h"
 
 namespace platform_linux {
 
@@ -11,8 +12,8 @@ namespace platform_linux {
 class AppKit : public platform::AppKit {
  public:
   /// They outlive this.
-  AppKit(const Windows& windows, SoundProcess& sounds, platform::NSLog& log)
-      : windows_(windows), sounds_(sounds), log_(log) {}
+  AppKit(const Windows& windows, SoundProcess& sounds, SavedThumbnails& thumbnails, platform::NSLog& log)
+      : windows_(windows), sounds_(sounds), thumbnails_(thumbnails), log_(log) {}
 
   std::shared_ptr<platform::NSBitmapImageRep> imageRepWithData(
       const std::shared_ptr<platform::NSData>& data) override;
@@ -26,6 +27,7 @@ class AppKit : public platform::AppKit {
  private:
   const Windows& windows_;
   SoundProcess& sounds_;
+  SavedThumbnails& thumbnails_;
   platform::NSLog& log_;
 };
 

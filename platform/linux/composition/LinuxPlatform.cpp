@@ -38,13 +38,14 @@ LinuxPlatform::LinuxPlatform(const ProgramIdentity& identity)
                 .lastWindowClosed = [this] { application_.lastWindowClosed(); },
                 .quit = [this] { application_.terminate(); },
                 .takeActivationToken = [this] { return application_.takeActivationToken(); }}),
-      appKit_(windows_, sounds_, log_),
+      appKit_(windows_, sounds_, thumbnails_, log_),
       workspace_(
           bus_, [this] { return application_.holdEnd(Workspace::kPatience); },
           [this] { return application_.takeActivationToken(); }),
       notifications_(bus_, {identity.identifier, identity.notificationActions,
                             bundle_.localizedStringForKey("Show"), [this] { return application_.holdEnd(); },
-                            [this] { sounds_.play(notificationSound(identity_.identifier)); }}),
+                            [this] { sounds_.play(notificationSound(identity_.identifier)); },
+                            [this](const std::string& path) { return thumbnails_.of(path); }}),
       ports_{mainQueue_, runLoop_,      notificationCenter_, defaults_,  files_,   bundle_, dates_,
              log_,       application_,  instances_,          workspace_, windows_, appKit_, *cameras_,
              layers_,    notifications_} {

@@ -92,6 +92,7 @@ class LinuxPlatform {
   Application application_;
   Windows windows_;
   SoundProcess sounds_{soundProgram(), kMostSounds};
+  SavedThumbnails thumbnails_;
   AppKit appKit_;
   Layers layers_;
   Workspace workspace_;

@@ -40,7 +40,7 @@ void NotificationDelivery::start() {
 }
 
 void NotificationDelivery::sendToShell() {
-  bus_.call(serviceCall(kShellNotifications, "AddNotification", arguments(notification_.forShell)),
+  bus_.call(serviceCall(kShellNotifications, "AddNotification", arguments(NotificationService::Shell)),
             [self = shared_from_this()](GVariant*, const GError* error) {
               if (!error) {
                 if (self->notification_.playSound) self->notification_.playSound();
@@ -53,13 +53,14 @@ void NotificationDelivery::sendToShell() {
 
 void NotificationDelivery::sendToHelper() {
   const std::string helper = notificationHelperName(notification_.applicationId);
-  bus_.call(serviceCall(helper, "Post", arguments(notification_.forHelper)),
+  bus_.call(serviceCall(helper, "Post", arguments(NotificationService::Helper)),
             [self = shared_from_this()](GVariant*, const GError* error) {
               if (error) g_message("No notification is shown: %s", error->message);
             });
 }
 
-GVariant* NotificationDelivery::arguments(const GVariantHandle& dictionary) const {
+GVariant* NotificationDelivery::arguments(NotificationService service) const {
+  const GVariantHandle dictionary = notification_.dictionary(service);
   return g_variant_new("(ss@a{sv})", notification_.applicationId.c_str(), notification_.identifier.c_str(),
                        dictionary.get());
 }

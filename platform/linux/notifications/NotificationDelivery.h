@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/linux/bus/SessionBus.h"
+#include "platform/linux/notifications/NotificationMessage.h"
 
 namespace platform_linux {
 
@@ -12,9 +13,8 @@ namespace platform_linux {
 struct OutgoingNotification {
   std::string applicationId;
   std::string identifier;
-  // As notificationDictionary() makes them.
-  GVariantHandle forShell;
-  GVariantHandle forHelper;
+  /// As notificationDictionary() makes it.
+  std::function<GVariantHandle(NotificationService service)> dictionary;
   /// Run when the shell has taken it; the helper plays the sound itself. Empty for none.
   std::function<void()> playSound;
   /// Keeps the application from ending until the service has it.
@@ -38,7 +38,7 @@ class NotificationDelivery : public std::enable_shared_from_this<NotificationDel
   void sendToShell();
   void sendToHelper();
   /// Floating.
-  GVariant* arguments(const GVariantHandle& dictionary) const;
+  GVariant* arguments(NotificationService service) const;
 
   const SessionBus& bus_;
   const OutgoingNotification notification_;

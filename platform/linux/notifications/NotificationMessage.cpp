@@ -1,7 +1,11 @@
 #include "platform/linux/notifications/NotificationMessage.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <span>
 
+#include "picture/png/PngWriter.h"
 #include "platform/linux/base/GLibHandles.h"
 
 namespace platform_linux {
@@ -62,12 +66,76 @@ void addButtons(Dictionary& dictionary, const NotificationActions& actions,
   dictionary.add("buttons", g_variant_builder_end(&buttons));
 }
 
+/// As the hint `image-data` wants it. Floating.
+GVariant* imageData(const picture::Thumbnail& thumbnail) {
+  constexpr int kBitsPerChannel = 8;
+  constexpr int kChannels = 3;
+  GVariant* const pixels = g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, thumbnail.pixels.data(),
+                                                     thumbnail.pixels.size(), sizeof(std::uint8_t));
+  return g_variant_new("(iiibii@ay)", thumbnail.size.width, thumbnail.size.height,
+                       thumbnail.size.width * kChannels, FALSE, kBitsPerChannel, kChannels, pixels);
+}
+
+/// The rows of a thumbnail, for the writer of PNG files.
+class Rows final : public picture::RowSource {
+ public:
+  explicit Rows(const picture::Thumbnail& thumbnail) : thumbnail_(thumbnail), rest_(thumbnail.pixels) {}
+  std::uint32_t width() const noexcept override { return static_cast<std::uint32_t>(thumbnail_.size.width); }
+  std::uint32_t height() const noexcept override {
+    return static_cast<std::uint32_t>(thumbnail_.size.height);
+  }
+  bool readRows(std::span<std::uint8_t> rows) noexcept override {
+    std::ranges::copy(rest_.first(rows.size()), rows.begin());
+    rest_ = rest_.subspan(rows.size());
+    return true;
+  }
+  std::string failure() const override { return {}; }
+
+ private:
+  const picture::Thumbnail& thumbnail_;
+  std::span<const std::uint8_t> rest_;
+};
+
+/// A file in memory.
+class Bytes final : public picture::ByteSink {
+ public:
+  Bytes() : bytes_(g_byte_array_new()) {}
+  bool write(std::span<const std::uint8_t> bytes) noexcept override {
+    g_byte_array_append(bytes_.get(), bytes.data(), static_cast<guint>(bytes.size()));
+    return true;
+  }
+  GByteArray* get() const { return bytes_.get(); }
+
+ private:
+  const std::unique_ptr<GByteArray, ReleaseWith<g_byte_array_unref>> bytes_;
+};
+
+/// As g_icon_serialize() makes it of a GBytesIcon. Floating.
+GVariant* bytesIcon(const Bytes& file) {
+  GVariant* const bytes =
+      g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, file.get()->data, file.get()->len, sizeof(guint8));
+  return g_variant_new("(sv)", "bytes", bytes);
+}
+
+void addThumbnail(Dictionary& dictionary, const picture::Thumbnail& thumbnail, NotificationService service) {
+  if (thumbnail.pixels.empty()) return;
+  if (service == NotificationService::Helper) {
+    dictionary.add("image-data", imageData(thumbnail));
+    return;
+  }
+  Rows rows(thumbnail);
+  Bytes file;
+  if (picture::writePng(rows, {}, file, {.threads = 1}) == picture::PngResult::kWritten)
+    dictionary.add("icon", bytesIcon(file));
+}
+
 }  // namespace
 
 GVariantHandle notificationDictionary(const UNMutableNotificationContent& content,
                                       const std::set<UNNotificationCategory>& categories,
                                       const NotificationActions& actions,
-                                      const std::string& defaultActionTitle, NotificationService service) {
+                                      const std::string& defaultActionTitle,
+                                      const picture::Thumbnail& thumbnail, NotificationService service) {
   Dictionary dictionary;
   addTexts(dictionary, content.body);
   dictionary.add("priority", "normal");
@@ -77,6 +145,7 @@ GVariantHandle notificationDictionary(const UNMutableNotificationContent& conten
   if (forHelper && content.sound == platform::UNNotificationSound::DefaultSound)
     dictionary.add("sound", "default");
 
+  addThumbnail(dictionary, thumbnail, service);
   const std::string target = actions.targetFor(content.userInfo);
   if (target.empty()) return GVariantHandle(g_variant_ref_sink(dictionary.end()));
   dictionary.add("default-action-target", target);

@@ -3,6 +3,7 @@
 #include <set>
 #include <string>
 
+#include "picture/Thumbnail.h"
 #include "platform/UserNotifications/UNNotification.h"
 #include "platform/linux/base/GLibHandles.h"
 #include "platform/linux/bus/NotificationActions.h"
@@ -21,9 +22,12 @@ enum class NotificationService { Shell, Helper };
 /// - `default-action-label`: the default action as a button, which shells ignore
 /// - `buttons`: an array of dictionaries with `label`, `action` and `target`, from the content's category
 ///
+/// - `icon`, for a shell only: the photo, small, as a serialised icon of the bytes of a PNG file
+///
 /// and, for the notification helper only:
 ///
 /// - `sound`: "default"
+/// - `image-data`: the photo, small, as the hint of that name of `org.freedesktop.Notifications`
 ///
 /// Without the parameter's entry in the user info a click has nothing to act upon: there is no target, no
 /// label and no button then, but still a default action, since a service without one starts the application
@@ -31,6 +35,7 @@ enum class NotificationService { Shell, Helper };
 GVariantHandle notificationDictionary(const platform::UNMutableNotificationContent& content,
                                       const std::set<platform::UNNotificationCategory>& categories,
                                       const NotificationActions& actions,
-                                      const std::string& defaultActionTitle, NotificationService service);
+                                      const std::string& defaultActionTitle,
+                                      const picture::Thumbnail& thumbnail, NotificationService service);
 
 }  // namespace platform_linux

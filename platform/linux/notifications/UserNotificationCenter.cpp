@@ -96,9 +96,10 @@ void UserNotificationCenter::deliver(const UNNotificationRequest& request, unsig
   auto content = request.content;
   if (!(presentationOptions & platform::UNNotificationPresentationOptionSound))
     content.sound = platform::UNNotificationSound::None;
-  const auto dictionary = [&](NotificationService service) {
-    return notificationDictionary(content, categories_, settings_.actions, settings_.defaultActionTitle,
-                                  service);
+  auto dictionary = [content, categories = categories_, actions = settings_.actions,
+                     defaultActionTitle = settings_.defaultActionTitle,
+                     thumbnail = thumbnailFor(content)](NotificationService service) {
+    return notificationDictionary(content, categories, actions, defaultActionTitle, thumbnail, service);
   };
   const bool withSound = content.sound == platform::UNNotificationSound::DefaultSound;
   auto& newest = deliveries_[request.identifier];
@@ -106,12 +107,18 @@ void UserNotificationCenter::deliver(const UNNotificationRequest& request, unsig
   const auto delivery = std::make_shared<NotificationDelivery>(
       bus_, OutgoingNotification{.applicationId = settings_.applicationId,
                                  .identifier = request.identifier,
-                                 .forShell = dictionary(NotificationService::Shell),
-                                 .forHelper = dictionary(NotificationService::Helper),
+                                 .dictionary = std::move(dictionary),
                                  .playSound = withSound ? settings_.playSound : nullptr,
                                  .hold = std::move(held)});
   newest = delivery;
   delivery->start();
+}
+
+picture::Thumbnail UserNotificationCenter::thumbnailFor(
+    const platform::UNMutableNotificationContent& content) const {
+  const auto path = content.userInfo.find(settings_.actions.userInfoKey);
+  if (path == content.userInfo.end() || !settings_.thumbnailOf) return {};
+  return settings_.thumbnailOf(path->second).value_or(picture::Thumbnail{});
 }
 
 std::shared_ptr<void> UserNotificationCenter::hold() const {

@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 
+#include "picture/Thumbnail.h"
 #include "platform/UserNotifications/UNUserNotificationCenter.h"
 #include "platform/linux/bus/NotificationActions.h"
 #include "platform/linux/bus/SessionBus.h"
@@ -25,6 +26,8 @@ struct UserNotificationCenterSettings {
   TerminationHold holdTermination;
   /// Plays the sound of a notification, for the services that know of none.
   std::function<void()> playSound = {};
+  /// A small copy of the photo that a notification is about.
+  std::function<std::optional<picture::Thumbnail>(const std::string& path)> thumbnailOf = {};
 };
 
 /// The desktop's notifications over the session bus. Everything is asynchronous and bounded: a desktop
@@ -62,6 +65,8 @@ class UserNotificationCenter : public platform::UNUserNotificationCenter {
   void present(const platform::UNNotificationRequest& request, std::shared_ptr<void> hold);
   void deliver(const platform::UNNotificationRequest& request, unsigned presentationOptions,
                std::shared_ptr<void> hold);
+  /// Empty without one.
+  picture::Thumbnail thumbnailFor(const platform::UNMutableNotificationContent& content) const;
   std::shared_ptr<void> hold() const;
 
   const SessionBus& bus_;

@@ -9,7 +9,7 @@
 namespace platform_linux {
 
 std::shared_ptr<BitmapImageRep> BitmapImageRep::imageRepWithData(
-    const std::shared_ptr<platform::NSData>& data, platform::NSLog& log) {
+    const std::shared_ptr<platform::NSData>& data, platform::NSLog& log, SavedThumbnails* thumbnails) {
   auto picture = std::dynamic_pointer_cast<const PictureData>(data);
   if (!picture) return nullptr;
   std::string failure;
@@ -17,11 +17,12 @@ std::shared_ptr<BitmapImageRep> BitmapImageRep::imageRepWithData(
     log.log("The photo cannot be decoded: " + failure);
     return nullptr;
   }
-  return std::shared_ptr<BitmapImageRep>(new BitmapImageRep(std::move(picture), log));
+  return std::shared_ptr<BitmapImageRep>(new BitmapImageRep(std::move(picture), log, thumbnails));
 }
 
-BitmapImageRep::BitmapImageRep(std::shared_ptr<const PictureData> picture, platform::NSLog& log)
-    : picture_(std::move(picture)), log_(log) {}
+BitmapImageRep::BitmapImageRep(std::shared_ptr<const PictureData> picture, platform::NSLog& log,
+                               SavedThumbnails* thumbnails)
+    : picture_(std::move(picture)), log_(log), thumbnails_(thumbnails) {}
 
 std::shared_ptr<platform::CGImage> BitmapImageRep::cgImage() const {
   return std::make_shared<PictureImage>(picture_);
@@ -29,7 +30,7 @@ std::shared_ptr<platform::CGImage> BitmapImageRep::cgImage() const {
 
 std::shared_ptr<platform::NSData> BitmapImageRep::representationUsingType(
     platform::NSBitmapImageFileType) const {
-  return std::make_shared<PngPhoto>(picture_, log_);
+  return std::make_shared<PngPhoto>(picture_, log_, thumbnails_);
 }
 
 }  // namespace platform_linux

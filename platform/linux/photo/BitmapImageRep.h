@@ -5,6 +5,7 @@
 #include "platform/AppKit/NSBitmapImageRep.h"
 #include "platform/Foundation/NSLog.h"
 #include "platform/linux/photo/PictureData.h"
+#include "platform/linux/photo/SavedThumbnails.h"
 
 namespace platform_linux {
 
@@ -12,19 +13,23 @@ namespace platform_linux {
 /// needed.
 class BitmapImageRep : public platform::NSBitmapImageRep {
  public:
-  /// Nothing when `data` is no captured photo or its bytes do not begin a picture. `log` outlives the result.
+  /// Nothing when `data` is no captured photo or its bytes do not begin a picture. `log` and
+  /// `thumbnails`, which is told of every file and may be null, outlive the result.
   static std::shared_ptr<BitmapImageRep> imageRepWithData(const std::shared_ptr<platform::NSData>& data,
-                                                          platform::NSLog& log);
+                                                          platform::NSLog& log,
+                                                          SavedThumbnails* thumbnails = nullptr);
 
   std::shared_ptr<platform::CGImage> cgImage() const override;
   std::shared_ptr<platform::NSData> representationUsingType(
       platform::NSBitmapImageFileType type) const override;
 
  private:
-  BitmapImageRep(std::shared_ptr<const PictureData> picture, platform::NSLog& log);
+  BitmapImageRep(std::shared_ptr<const PictureData> picture, platform::NSLog& log,
+                 SavedThumbnails* thumbnails);
 
   const std::shared_ptr<const PictureData> picture_;
   platform::NSLog& log_;
+  SavedThumbnails* const thumbnails_;
 };
 
 }  // namespace platform_linux

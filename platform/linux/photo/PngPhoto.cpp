@@ -18,8 +18,9 @@ std::string errorText(int error) {
 
 }  // namespace
 
-PngPhoto::PngPhoto(std::shared_ptr<const PictureData> picture, platform::NSLog& log)
-    : picture_(std::move(picture)), log_(log) {}
+PngPhoto::PngPhoto(std::shared_ptr<const PictureData> picture, platform::NSLog& log,
+                   SavedThumbnails* thumbnails)
+    : picture_(std::move(picture)), log_(log), thumbnails_(thumbnails) {}
 
 bool PngPhoto::writeToFile(const std::string& path, bool) const {
   const std::string why = whyNotWritten(path);
@@ -32,14 +33,22 @@ std::string PngPhoto::whyNotWritten(const std::string& path) const {
   std::string failure;
   const auto rows = openRows(*picture_, failure);
   if (!rows) return failure;
+  if (!thumbnails_) return whyNotWritten(path, *rows);
+  picture::ThumbnailRows passing(*rows, SavedThumbnails::kSide);
+  failure = whyNotWritten(path, passing);
+  if (failure.empty()) thumbnails_->remember(path, passing.take());
+  return failure;
+}
+
+std::string PngPhoto::whyNotWritten(const std::string& path, picture::RowSource& rows) const {
   int error = 0;
   const auto file = AtomicFile::open(path, error);
   if (!file) return errorText(error);
-  switch (picture::writePng(*rows, {.captureTime = picture_->frame().captured}, *file)) {
+  switch (picture::writePng(rows, {.captureTime = picture_->frame().captured}, *file)) {
     case picture::PngResult::kWritten:
       return file->commit() ? "" : errorText(file->error());
     case picture::PngResult::kSourceFailed:
-      return rows->failure();
+      return rows.failure();
     case picture::PngResult::kSinkFailed:
       return errorText(file->error());
     case picture::PngResult::kOutOfMemory:

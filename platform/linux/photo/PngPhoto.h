@@ -2,9 +2,11 @@
 
 #include <memory>
 
+#include "picture/RowSource.h"
 #include "platform/Foundation/NSData.h"
 #include "platform/Foundation/NSLog.h"
 #include "platform/linux/photo/PictureData.h"
+#include "platform/linux/photo/SavedThumbnails.h"
 
 namespace platform_linux {
 
@@ -12,8 +14,9 @@ namespace platform_linux {
 /// written strip by strip, so that it never is in memory as a whole and every step overlaps the others.
 class PngPhoto : public platform::NSData {
  public:
-  /// `picture` must be given. `log` is told why a file could not be written; it outlives this.
-  PngPhoto(std::shared_ptr<const PictureData> picture, platform::NSLog& log);
+  /// `picture` must be given. `log` is told why a file could not be written, `thumbnails`, which may be null,
+  /// of every file that could; they outlive this.
+  PngPhoto(std::shared_ptr<const PictureData> picture, platform::NSLog& log, SavedThumbnails* thumbnails);
 
   /// Always atomic. Also clears away what killed processes left of earlier photos in the same folder.
   bool writeToFile(const std::string& path, bool atomically) const override;
@@ -21,9 +24,11 @@ class PngPhoto : public platform::NSData {
  private:
   /// Answers why the file is not there; empty when it is.
   std::string whyNotWritten(const std::string& path) const;
+  std::string whyNotWritten(const std::string& path, picture::RowSource& rows) const;
 
   const std::shared_ptr<const PictureData> picture_;
   platform::NSLog& log_;
+  SavedThumbnails* const thumbnails_;
 };
 
 }  // namespace platform_linux
