@@ -1,7 +1,6 @@
 #include "picture/PhotoRows.h"
 
-#include "picture/FrameOrientation.h"
-#include "picture/JpegDecoder.h"
+#include "picture/JpegRowSource.h"
 #include "picture/OrientedRowSource.h"
 #include "picture/RawRowSource.h"
 
@@ -10,17 +9,12 @@ namespace picture {
 std::unique_ptr<RowSource> openPhotoRows(const Frame& frame, bool mirrored, std::string& failure) {
   std::unique_ptr<RowSource> stored;
   if (frame.format == PixelFormat::MJPG) {
-    const auto damage = frame.isDamaged ? JpegDecoder::Damage::Filled : JpegDecoder::Damage::Fails;
-    stored = JpegDecoder::open(frame.bytes, {.damage = damage}, failure);
+    stored = JpegRowSource::open(frame.bytes, failure);
   } else {
     stored = RawRowSource::open(frame, failure);
   }
-  const Orientation upright = uprightOrientation(frame);
+  const Orientation upright = undoing(frame.transform);
   return oriented(std::move(stored), mirrored ? upright.thenMirrored() : upright);
-}
-
-std::unique_ptr<RowSource> openJpegRows(std::span<const std::uint8_t> jpeg, std::string& failure) {
-  return oriented(JpegDecoder::open(jpeg, {}, failure), uprightOrientation(jpeg));
 }
 
 }  // namespace picture

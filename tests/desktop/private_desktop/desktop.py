@@ -26,7 +26,7 @@ class Desktop:
         session_probe = self._program("session_probe")
         self._surroundings = Surroundings(folder, options.locale)
         self._surroundings.environment.update(options.env)
-        self._pipewire = PipeWire(self._surroundings, session_probe)
+        self._pipewire = PipeWire(self._surroundings, session_probe, options.kernel_cameras)
         self._cameras = []
         self._display = None
         self._bus = None

@@ -17,6 +17,7 @@ context.properties = {
 }
 context.spa-libs = {
   support.* = support/libspa-support
+  api.v4l2.* = v4l2/libspa-v4l2
 }
 context.modules = [
   { name = libpipewire-module-protocol-native }
@@ -44,7 +45,7 @@ context.objects = [
 # The session manager keeps its own policy; only what looks for real hardware or seats is off.
 _LUA_MAIN = """\
 alsa_monitor.enabled = false
-v4l2_monitor.enabled = false
+v4l2_monitor.enabled = {v4l2}
 libcamera_monitor.enabled = false
 default_access.properties["enable-flatpak-portal"] = false
 """
@@ -53,16 +54,17 @@ bluez_monitor.enabled = false
 if bluez_midi_monitor then bluez_midi_monitor.enabled = false end
 """
 _PROFILE = """\
-wireplumber.profiles = {
-  main = {
+wireplumber.profiles = {{
+  main = {{
     hardware.audio = disabled
     hardware.bluetooth = disabled
-    hardware.video-capture = disabled
+    hardware.video-capture = {video_capture}
+    monitor.libcamera = disabled
     support.logind = disabled
     support.reserve-device = disabled
     support.portal-permissionstore = disabled
-  }
-}
+  }}
+}}
 """
 
 _POLL_SECONDS = 0.002
@@ -71,15 +73,17 @@ _POLL_SECONDS = 0.002
 class PipeWire:
     """Starts, kills and restarts the daemon on its socket, its session manager following."""
 
-    def __init__(self, surroundings, session_probe):
+    def __init__(self, surroundings, session_probe, kernel_cameras=False):
         self._surroundings = surroundings
         self._session_probe = session_probe
         self._configuration = surroundings.write(("config", "pipewire", "private-desktop.conf"), _DAEMON)
         # WirePlumber up to 0.4 reads the Lua files, from 0.5 on the other.
         wireplumber = ("config", "wireplumber")
-        surroundings.write((*wireplumber, "main.lua.d", "51-no-hardware.lua"), _LUA_MAIN)
+        surroundings.write((*wireplumber, "main.lua.d", "51-no-hardware.lua"),
+                           _LUA_MAIN.format(v4l2="true" if kernel_cameras else "false"))
         surroundings.write((*wireplumber, "bluetooth.lua.d", "51-no-hardware.lua"), _LUA_BLUETOOTH)
-        surroundings.write((*wireplumber, "wireplumber.conf.d", "51-no-hardware.conf"), _PROFILE)
+        surroundings.write((*wireplumber, "wireplumber.conf.d", "51-no-hardware.conf"),
+                           _PROFILE.format(video_capture="required" if kernel_cameras else "disabled"))
         self.daemon = None
         self.session_manager = None
 

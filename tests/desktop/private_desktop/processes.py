@@ -9,7 +9,8 @@ import time
 
 from .failures import DesktopError, ProgramMissing
 
-WAIT_SECONDS = 10  # the longest that any part of the desktop may take to become ready
+# The longest that any part of the desktop may take to become ready; emulated machines set another.
+WAIT_SECONDS = int(os.environ.get("CAMERA_DESKTOP_WAIT_SECONDS", "10"))
 END_SECONDS = 3  # the longest that a process may take to leave after SIGTERM
 
 # Numbers from linux/prctl.h.

@@ -40,8 +40,14 @@ def plug_vivid(count=1, planes=1):
     run("modprobe", "vivid", f"n_devs={count}", f"node_types={each('0x1')}", f"num_inputs={each(1)}",
         f"input_types={each('0x00')}", f"multiplanar={each(planes)}", "no_error_inj=1")
     settle()
-    for number in range(count):
+    for number in vivid_numbers():
         run("v4l2-ctl", "-d", number, "-c", _NO_TEXT)
+
+
+def vivid_numbers():
+    """The numbers of the test driver's devices; whoever has an unplugged camera open keeps its number taken."""
+    names = Path("/sys/class/video4linux").glob("video*/name")
+    return sorted(int(name.parent.name.removeprefix("video")) for name in names if name.read_text().startswith("vivid"))
 
 
 def unplug_vivid():
@@ -50,9 +56,9 @@ def unplug_vivid():
 
 
 def reference_picture():
-    """The RGB picture of the first device, read by a program that is not ours; answers its file."""
+    """The RGB picture of the test driver's first device, read by a program that is not ours; answers its file."""
     path = "/run/reference.rgb"
-    run("v4l2-ctl", "-d", 0, f"--set-fmt-video=width={SIZE[0]},height={SIZE[1]},pixelformat=RGB3", "--stream-mmap",
+    run("v4l2-ctl", "-d", vivid_numbers()[0], f"--set-fmt-video=width={SIZE[0]},height={SIZE[1]},pixelformat=RGB3", "--stream-mmap",
         "--stream-count=1", f"--stream-to={path}")
     return path
 
