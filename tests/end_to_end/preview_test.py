@@ -43,13 +43,13 @@ class Preview:
     def test_a_click_space_and_return_each_take_a_photo(self):
         tool = self.open_preview()
         self.wait_for_mirrored_picture()
-        self.windows.click("Take a photo", PREVIEW)
-        self.wait_for_photos(tool, 1)
-        self.windows.key("space")
-        self.wait_for_photos(tool, 2)
-        self.windows.key("Return")
-        self.wait_for_photos(tool, 3)
-        tool.wait_for_names(["Launch", *3 * ["Start", "Stop"]])
+        presses = [lambda: self.windows.click("Take a photo", PREVIEW), lambda: self.windows.key("space"),
+                   lambda: self.windows.key("Return")]
+        for count, press in enumerate(presses, start=1):
+            press()
+            # The file is there before the tool knows it.
+            tool.wait_for_names(["Launch", *count * ["Start", "Stop"]])
+            self.wait_for_photos(tool, count)
         self.assertEqual(self.windows.titles(), {PREVIEW})
 
     @in_windowed_desktop(DESK)

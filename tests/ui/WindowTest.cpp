@@ -10,6 +10,9 @@
 #include "tests/ui/support/Keyboard.h"
 #include "tests/ui/support/TestWindows.h"
 
+// Last: it brings macros with common names.
+#include <gdk/x11/gdkx.h>
+
 namespace {
 
 using namespace ui_test;  // NOLINT(google-build-using-namespace)
@@ -62,6 +65,13 @@ class WindowTest : public testing::Test {
     window_->makeKeyAndOrderFront();
     ASSERT_TRUE(
         runUntil([this] { return gtk_window_is_active(gtkWindow()) && !delegate_->visible.empty(); }));
+  }
+
+  /// When the user last turned to the program, as the toolkit tells the window manager.
+  static guint32 userTime() {
+    G_GNUC_BEGIN_IGNORE_DEPRECATIONS
+    return gdk_x11_display_get_user_time(gdk_display_get_default());
+    G_GNUC_END_IGNORE_DEPRECATIONS
   }
 
   /// Whatever was due has happened when this returns.
@@ -370,6 +380,16 @@ TEST_F(WindowTest, TheFirstWindowToBeShownUsesTheDesktopsActivationToken) {
   ui_.activationToken = "another_TIME0";
   ui_->activate();
   EXPECT_EQ(ui_.activationToken, "");
+}
+
+TEST_F(WindowTest, ShownWithoutATokenItComesAsAskedForNow) {
+  show();
+  const guint32 before = userTime();
+  window_->orderOut();
+  pressKey("Shift_L");  // reaches nobody, but time goes by
+  settle();
+  window_->makeKeyAndOrderFront();
+  EXPECT_GT(userTime(), before);
 }
 
 class WindowListTest : public testing::Test {

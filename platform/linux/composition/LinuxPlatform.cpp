@@ -1,14 +1,25 @@
 #include "platform/linux/composition/LinuxPlatform.h"
 
+#include <chrono>
+#include <utility>
+
 #include <glib.h>
 
 #include "platform/linux/camera/FrameSourceChoice.h"
 #include "platform/linux/camera/pipewire/PipeWireFrameSource.h"
 #include "platform/linux/camera/pipewire/Sandbox.h"
 #include "platform/linux/camera/v4l2/DeviceFrameSource.h"
+#include "platform/linux/ui/StartupSequence.h"
 
 namespace platform_linux {
 namespace {
+
+using std::chrono_literals::operator""ms;
+
+/// By then a window is there, if one is to come, and the camera of a run without one is warming up.
+constexpr auto kStartupIsOver = 500ms;
+/// How long the end of a short run waits for the desktop.
+constexpr auto kStartupPatience = 300ms;
 
 /// The suite's own folder in one of the user's.
 std::string suiteFolder(const char* userFolder) {
@@ -27,6 +38,7 @@ std::string LinuxPlatform::statePath(const std::string& file) {
 
 LinuxPlatform::LinuxPlatform(const ProgramIdentity& identity)
     : identity_(identity),
+      startupToken_(startupTokenOfEnvironment()),
       cameras_(makeCameras()),
       instances_(bus_),
       bundle_(identity.identifier, identity.program, installationPrefix() + "/share/locale", userLanguages()),
@@ -72,8 +84,11 @@ void LinuxPlatform::connect() {
   application_.setActivationHandler([this] {
     if (windows_.get()) windows_.get()->activate();
   });
-  application_.setVisibleWindowsHandler(
-      [this] { return windows_.get() && windows_.get()->hasVisibleWindows(); });
+  application_.setVisibleWindowsHandler([this] {
+    // The desktop has started the program once more.
+    mainQueue_.after(kStartupIsOver, [this] { endUnusedStartup(); });
+    return windows_.get() && windows_.get()->hasVisibleWindows();
+  });
   application_.setNotificationResponseHandler(
       [this](const platform::UNNotificationResponse& response) { notifications_.receiveResponse(response); });
 }
@@ -86,8 +101,22 @@ void LinuxPlatform::offerTool(const ToolActions& actions) {
                            [this](const std::string& token) { application_.setActivationToken(token); }});
 }
 
+std::future<void> LinuxPlatform::endUnusedStartup() {
+  const std::string fromCommand = std::exchange(startupToken_, {});
+  if (!windows_.get()) {
+    const std::string fromBus = application_.takeActivationToken();
+    if (const auto& token = fromBus.empty() ? fromCommand : fromBus; !token.empty())
+      return endStartupSequence(token);
+  }
+  std::promise<void> nothingToDo;
+  nothingToDo.set_value();
+  return nothingToDo.get_future();
+}
+
 int LinuxPlatform::run(int argc, char** argv, platform::NSApplicationDelegate& delegate) {
+  mainQueue_.after(kStartupIsOver, [this] { endUnusedStartup(); });
   const int status = application_.run(argc, argv, delegate);
+  endUnusedStartup().wait_for(kStartupPatience);
   cameras_.reset();
   return status;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <future>
 #include <memory>
 #include <optional>
 #include <string>
@@ -71,12 +72,15 @@ class LinuxPlatform {
   static constexpr std::size_t kMostSounds = 4;
 
   void connect();
+  /// Without a window the desktop's wait for one is ended.
+  std::future<void> endUnusedStartup();
   std::unique_ptr<Cameras> makeCameras();
   std::shared_ptr<FrameSource> frameSource();
 
   /// First of all: before there are threads.
   const ToolkitWithoutGraphicsProcessor toolkitSettings_;
   const ProgramIdentity identity_;
+  std::string startupToken_;  ///< of the environment, until it is used
   Log log_;
   MainQueue mainQueue_;
   RunLoop runLoop_;

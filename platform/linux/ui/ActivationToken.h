@@ -10,4 +10,9 @@ namespace platform_linux {
 /// thread.
 void useActivationToken(GtkWindow* window, const std::string& token);
 
+/// Presents the window as what the user asked for just now. On X11 desktops compare times: without a token
+/// the window's own, of when it was last used, would keep it behind. The window must be realised. Main
+/// thread.
+void presentAsAskedForNow(GtkWindow* window);
+
 }  // namespace platform_linux

@@ -10,12 +10,18 @@
 namespace platform_linux {
 namespace {
 
+void hideFromScreenReaders(GtkWidget* widget) {
+  gtk_accessible_update_state(GTK_ACCESSIBLE(widget), GTK_ACCESSIBLE_STATE_HIDDEN, TRUE, -1);
+}
+
 /// Screen readers have no other name for the items of a list, before GTK 4.12.
 void nameItems(GtkWidget* list) {
-  for (GtkWidget* item = gtk_widget_get_first_child(list); item; item = gtk_widget_get_next_sibling(item))
+  for (GtkWidget* item = gtk_widget_get_first_child(list); item; item = gtk_widget_get_next_sibling(item)) {
     if (GtkWidget* const label = findDescendant(item, GTK_TYPE_LABEL))
       gtk_accessible_update_property(GTK_ACCESSIBLE(item), GTK_ACCESSIBLE_PROPERTY_LABEL,
                                      gtk_label_get_label(GTK_LABEL(label)), -1);
+    if (GtkWidget* const checkMark = findDescendant(item, GTK_TYPE_IMAGE)) hideFromScreenReaders(checkMark);
+  }
 }
 
 /// Names what is inside the row: a list of one item, which shows the chosen one, and the list to choose from.
@@ -32,8 +38,7 @@ void nameInside(AdwComboRow* row) noexcept {
 
 void initRow(GTypeInstance* row, gpointer) noexcept {
   GtkWidget* const popover = findDescendant(GTK_WIDGET(row), GTK_TYPE_POPOVER);
-  GtkWidget* const arrow = findDescendant(gtk_widget_get_parent(popover), GTK_TYPE_IMAGE);
-  gtk_accessible_update_state(GTK_ACCESSIBLE(arrow), GTK_ACCESSIBLE_STATE_HIDDEN, TRUE, -1);
+  hideFromScreenReaders(findDescendant(gtk_widget_get_parent(popover), GTK_TYPE_IMAGE));
   // The row's own handler, which makes the item the selected one, has been connected before.
   g_signal_connect_object(
       findDescendant(popover, GTK_TYPE_LIST_VIEW), "activate",

@@ -37,7 +37,7 @@ Window::~Window() {
 void Window::makeKeyAndOrderFront() {
   gtk_widget_realize(GTK_WIDGET(window_.get()));
   if (positionToRestore_) moveTo(window_.get(), *positionToRestore_);
-  windows_.bringToFront(window_.get());
+  windows_.show(window_.get());
 }
 
 void Window::orderOut() {

@@ -28,16 +28,24 @@ void WindowList::remove(GtkWindow* window) {
   if (awaited_ == window) awaited_ = nullptr;
 }
 
-void WindowList::bringToFront(GtkWindow* window) {
+bool WindowList::useToken(GtkWindow* window) {
   if (std::string token = takeActivationToken_(); !token.empty()) {
     awaited_ = window;
     awaitedToken_ = std::move(token);
   }
-  // Asked again with nothing in hand, desktops would take the request for a mere call for attention, and
-  // forget the leave that they gave before.
-  if (awaited_ == window) useActivationToken(window, awaitedToken_);
+  // Asked again without a token, desktops would take the request for a mere call for attention, and forget
+  // the token that they were given before.
+  const bool hasToken = awaited_ == window;
+  if (hasToken) useActivationToken(window, awaitedToken_);
   if (gtk_window_is_active(window)) awaited_ = nullptr;
-  gtk_window_present(window);
+  return hasToken;
+}
+
+void WindowList::show(GtkWindow* window) {
+  if (useToken(window))
+    gtk_window_present(window);
+  else
+    presentAsAskedForNow(window);
   putBeforeOthers(window);
 }
 
@@ -67,7 +75,9 @@ void WindowList::activate() {
   if (!GDK_IS_WAYLAND_DISPLAY(gtk_widget_get_display(GTK_WIDGET(front))))
     for (GtkWindow* const window : windows_)
       if (isShown(window) && window != front) gtk_window_present(window);
-  bringToFront(front);
+  useToken(front);
+  gtk_window_present(front);
+  putBeforeOthers(front);
 }
 
 void WindowList::windowClosed() const {

@@ -23,8 +23,9 @@ class WindowList {
   void add(GtkWindow* window) { windows_.push_back(window); }
   void remove(GtkWindow* window);
 
-  /// Shows the window before all others, with the keyboard where the desktop allows that.
-  void bringToFront(GtkWindow* window);
+  /// Shows the realised window before all others, with the keyboard where the desktop allows that: the user
+  /// has just asked for it.
+  void show(GtkWindow* window);
   /// The user has turned to the window, which now has the keyboard: it lies before all others.
   void turnedTo(GtkWindow* window);
 
@@ -39,6 +40,8 @@ class WindowList {
   void windowClosed() const;
 
  private:
+  /// Whether there was a token for that.
+  bool useToken(GtkWindow* window);
   void putBeforeOthers(GtkWindow* window);
 
   const std::function<void()> lastWindowClosed_;
