@@ -20,8 +20,12 @@ using platform_linux::kBusPath;
 constexpr const char* kService = platform_linux::kDesktopNotifications;
 const std::string kPath = platform_linux::objectPath(kService);
 constexpr const char* kApplicationName = "Camera Shot";
-/// The bubble waits for the user.
-constexpr gint32 kNeverExpires = 0;
+// How long a bubble stays.
+constexpr gint32 kUntilTheUserRemovesIt = 0;
+constexpr gint32 kAsTheServiceLikes = -1;
+/// notification-daemon and MATE's, which say that they keep notifications: the first does in a tray icon that
+/// today's desktops do not show (3.20).
+constexpr const char* kWithoutList = "Notification Daemon";
 constexpr guchar kNormalUrgency = 1;
 
 SessionBus::Call daemonCall(const std::string& name, const char* method, GVariant* arguments) {
@@ -38,6 +42,7 @@ Daemon::Instance readCapabilities(GVariant* reply) {
     const std::string_view name(capability);
     if (name == "actions") instance.takesActions = true;
     if (name == "body-markup") instance.readsMarkup = true;
+    if (name == "persistence") instance.keepsList = true;
   }
   return instance;
 }
@@ -61,13 +66,16 @@ GVariant* actionList(const Daemon::Instance& instance, const Notification& notif
 }
 
 /// Floating.
-GVariant* hints(const std::string& applicationId, const Notification& notification) {
+GVariant* hints(const Daemon::Instance& instance, const std::string& applicationId,
+                const Notification& notification) {
   GVariantBuilder hints;
   g_variant_builder_init(&hints, G_VARIANT_TYPE_VARDICT);
   g_variant_builder_add(&hints, "{sv}", "desktop-entry", g_variant_new_string(applicationId.c_str()));
   g_variant_builder_add(&hints, "{sv}", "urgency", g_variant_new_byte(kNormalUrgency));
   // This program plays the sound: most services do not, even those that say they do.
   g_variant_builder_add(&hints, "{sv}", "suppress-sound", g_variant_new_boolean(TRUE));
+  // Without it Plasma keeps the text only, and nothing to click.
+  if (instance.keepsList) g_variant_builder_add(&hints, "{sv}", "resident", g_variant_new_boolean(TRUE));
   if (notification.imageData)
     g_variant_builder_add(&hints, "{sv}", "image-data", notification.imageData.get());
   return g_variant_builder_end(&hints);
@@ -132,10 +140,24 @@ void Daemon::find(FindHandler handler) {
               const auto daemon = self.lock();
               if (!daemon) return;
               if (hasType(reply, "(as)"))
-                (*daemon)->findName(readCapabilities(reply));
+                (*daemon)->findList(readCapabilities(reply));
               else
                 (*daemon)->found(std::nullopt);
             });
+}
+
+void Daemon::findList(Instance instance) {
+  if (!instance.keepsList) return findName(std::move(instance));
+  bus_.call(
+      daemonCall(kService, "GetServerInformation", g_variant_new("()")),
+      [self = std::weak_ptr(self_), instance = std::move(instance)](GVariant* reply, const GError*) mutable {
+        const auto daemon = self.lock();
+        if (!daemon) return;
+        const char* name = kWithoutList;
+        if (hasType(reply, "(ssss)")) g_variant_get_child(reply, 0, "&s", &name);
+        instance.keepsList = std::string_view(name) != kWithoutList;
+        (*daemon)->findName(std::move(instance));
+      });
 }
 
 void Daemon::findName(Instance instance) {
@@ -166,7 +188,8 @@ void Daemon::notify(const Instance& instance, const std::string& applicationId, 
   const std::string body = bodyFor(instance, notification.body);
   GVariant* const arguments = g_variant_new(
       "(susss@as@a{sv}i)", kApplicationName, replaces, applicationId.c_str(), notification.title.c_str(),
-      body.c_str(), actionList(instance, notification), hints(applicationId, notification), kNeverExpires);
+      body.c_str(), actionList(instance, notification), hints(instance, applicationId, notification),
+      instance.keepsList ? kAsTheServiceLikes : kUntilTheUserRemovesIt);
   bus_.call(
       daemonCall(instance.name, "Notify", arguments),
       [self = std::weak_ptr(self_), handler = std::move(handler)](GVariant* reply, const GError* error) {

@@ -39,6 +39,8 @@ class Daemon {
     std::string name;  ///< its unique bus name
     bool takesActions = false;
     bool readsMarkup = false;
+    /// Whether a list keeps notifications, with their actions, when their bubbles have gone.
+    bool keepsList = false;
   };
   using FindHandler = std::function<void(const std::optional<Instance>& instance)>;
   /// `id` or nothing; then `gone` says whether the instance was not there any more.
@@ -52,8 +54,8 @@ class Daemon {
 
   /// Finds the service, starting it where the bus can. Handlers are called in the order of the questions.
   void find(FindHandler handler);
-  /// Shows a bubble that stays until the user or the service removes it, in the place of `replaces` unless
-  /// that is 0.
+  /// Shows a bubble, in the place of `replaces` unless that is 0. It stays until the user removes it, so that
+  /// no click is lost, unless a list keeps it.
   void notify(const Instance& instance, const std::string& applicationId, std::uint32_t replaces,
               const Notification& notification, NotifyHandler handler);
   /// Whether the user has told the service not to disturb; false where it does not say.
@@ -62,6 +64,7 @@ class Daemon {
   void close(const std::string& daemon, std::uint32_t id, std::function<void()> done);
 
  private:
+  void findList(Instance instance);
   void findName(Instance instance);
   void found(const std::optional<Instance>& instance);
   void onDaemonSignal(const std::string& sender, const std::string& signal, GVariant* parameters);

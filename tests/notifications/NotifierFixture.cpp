@@ -18,6 +18,10 @@ const std::string kServiceMethods = R"(
     <arg type='s' direction='in'/><arg type='s' direction='in'/><arg type='as' direction='in'/>
     <arg type='a{sv}' direction='in'/><arg type='i' direction='in'/><arg type='u' direction='out'/>
   </method>
+  <method name='GetServerInformation'>
+    <arg type='s' direction='out'/><arg type='s' direction='out'/><arg type='s' direction='out'/>
+    <arg type='s' direction='out'/>
+  </method>
   <method name='CloseNotification'><arg type='u' direction='in'/></method>)";
 
 const std::string kActivateAction =
@@ -56,14 +60,17 @@ testing::AssertionResult post(const BusClient& client, const std::string& dictio
   return testing::AssertionSuccess();
 }
 
-ServiceAnswers::ServiceAnswers(std::vector<std::string> capabilities, std::uint32_t firstId)
-    : capabilities_(std::move(capabilities)), nextId_(firstId) {}
+ServiceAnswers::ServiceAnswers(std::vector<std::string> capabilities, std::uint32_t firstId,
+                               std::string serverName)
+    : capabilities_(std::move(capabilities)), nextId_(firstId), serverName_(std::move(serverName)) {}
 
 GVariant* ServiceAnswers::operator()(const MockService::Call& call) {
   if (call.method == "Notify") {
     const std::uint32_t replaced = firstNumber(call.arguments);
     return g_variant_new("(u)", replaced ? replaced : nextId_++);
   }
+  if (call.method == "GetServerInformation")
+    return g_variant_new("(ssss)", serverName_.c_str(), "", "", "1.2");
   if (call.method != "GetCapabilities") return g_variant_new("()");
   GVariantBuilder names;
   g_variant_builder_init(&names, G_VARIANT_TYPE("as"));

@@ -37,13 +37,14 @@ testing::AssertionResult post(const BusClient& client, const std::string& dictio
 class ServiceAnswers {
  public:
   explicit ServiceAnswers(std::vector<std::string> capabilities = {"body", "actions"},
-                          std::uint32_t firstId = 1);
+                          std::uint32_t firstId = 1, std::string serverName = "Test");
 
   GVariant* operator()(const MockService::Call& call);
 
  private:
   std::vector<std::string> capabilities_;
   std::uint32_t nextId_;
+  std::string serverName_;
 };
 
 /// Whether the user may be disturbed, and whether the service knows that.

@@ -78,6 +78,23 @@ TEST_F(Notifier, EscapesTheBodyForAServiceThatReadsMarkup) {
   EXPECT_THAT(service_->callsOf("Notify")[0], HasSubstr("'Taken', 'Click &amp; see'"));
 }
 
+TEST_F(Notifier, TheBubbleMayGoWhereAListKeepsTheNotification) {
+  service_ = nullptr;
+  service_ = makeService(bus_.address(), ServiceAnswers({"actions", "persistence"}, 1, "Plasma"));
+  ASSERT_TRUE(post(service_->client(), kFailure));
+  ASSERT_TRUE(waitForNotifications(1));
+  EXPECT_THAT(service_->callsOf("Notify")[0],
+              HasSubstr("'suppress-sound': <true>, 'resident': <true>}, -1)"));
+}
+
+TEST_F(Notifier, TheBubbleStaysWhereTheListIsNotToBeSeen) {
+  service_ = nullptr;
+  service_ = makeService(bus_.address(), ServiceAnswers({"persistence"}, 1, "Notification Daemon"));
+  ASSERT_TRUE(post(service_->client(), kFailure));
+  ASSERT_TRUE(waitForNotifications(1));
+  EXPECT_THAT(service_->callsOf("Notify")[0], HasSubstr("'suppress-sound': <true>}, 0)"));
+}
+
 TEST_F(Notifier, OffersNoActionsToAServiceWithout) {
   service_ = nullptr;
   service_ = makeService(bus_.address(), ServiceAnswers({"body"}));
