@@ -1,6 +1,8 @@
 #include "picture/Thumbnail.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <new>
 #include <utility>
 
@@ -44,20 +46,20 @@ bool ThumbnailRows::readRows(std::span<std::uint8_t> rows) noexcept {
 
 void ThumbnailRows::add(std::span<const std::uint8_t> row) noexcept {
   const std::uint32_t samples = std::min(kSamples, scale_);
-  const std::uint32_t place = nextRow_++ % scale_;
-  const auto isSampled = [&](std::uint32_t sample) { return placeOf(sample, samples, scale_) == place; };
-  std::uint32_t sample = 0;
-  while (sample < samples && !isSampled(sample))
-    ++sample;
-  if (sample == samples || nextRow_ > static_cast<std::uint32_t>(thumbnail_.size.height) * scale_) return;
-  for (std::size_t value = 0; value < sums_.size(); ++value) {
-    const std::size_t first = value / kBytesPerPixel * scale_;
-    for (std::uint32_t across = 0; across < samples; ++across)
-      sums_[value] = static_cast<std::uint16_t>(
-          sums_[value] +
-          row[(first + placeOf(across, samples, scale_)) * kBytesPerPixel + value % kBytesPerPixel]);
-  }
-  if (sample + 1 < samples) return;
+  std::array<std::uint32_t, kSamples> places{};
+  for (std::uint32_t sample = 0; sample < samples; ++sample)
+    places[sample] = placeOf(sample, samples, scale_);
+  const auto end = places.begin() + samples;
+  const auto place = std::find(places.begin(), end, nextRow_++ % scale_);
+  if (place == end || nextRow_ > static_cast<std::uint32_t>(thumbnail_.size.height) * scale_) return;
+
+  const std::uint8_t* pixels = row.data();
+  for (auto sum = sums_.begin(); sum != sums_.end(); sum += kBytesPerPixel, pixels += scale_ * kBytesPerPixel)
+    for (auto across = places.begin(); across != end; ++across)
+      for (std::size_t channel = 0; channel < kBytesPerPixel; ++channel)
+        sum[static_cast<std::ptrdiff_t>(channel)] = static_cast<std::uint16_t>(
+            sum[static_cast<std::ptrdiff_t>(channel)] + pixels[*across * kBytesPerPixel + channel]);
+  if (place + 1 != end) return;
   for (std::uint16_t& sum : sums_)
     thumbnail_.pixels.push_back(static_cast<std::uint8_t>(std::exchange(sum, 0) / (samples * samples)));
 }

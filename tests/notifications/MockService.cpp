@@ -30,7 +30,9 @@ MockService::MockService(const std::string& address, std::string name, const std
       },
       [](GDBusConnection*, const char*, const char*, const char*, const char* property, GError**,
          gpointer self) noexcept {
-        return g_variant_ref(static_cast<MockService*>(self)->properties_.at(property).get());
+        auto* const service = static_cast<MockService*>(self);
+        ++service->propertyReads_;
+        return g_variant_ref(service->properties_.at(property).get());
       },
       nullptr,
       {}};

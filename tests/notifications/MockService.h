@@ -38,6 +38,8 @@ class MockService {
 
   /// The value, floating, of a property that `methods` declared.
   void setProperty(const std::string& name, GVariant* value);
+  /// How often properties have been read.
+  int propertyReads() const { return propertyReads_; }
 
   /// Sends a signal to everybody. `arguments` floating.
   void emit(const char* signal, GVariant* arguments) const;
@@ -53,6 +55,7 @@ class MockService {
   const std::string path_;
   const Answer answer_;
   guint registration_ = 0;
+  int propertyReads_ = 0;
   std::map<std::string, platform_linux::GVariantHandle> properties_;
   std::vector<Call> calls_;
   std::vector<platform_linux::GObjectHandle<GDBusMethodInvocation>> unanswered_;

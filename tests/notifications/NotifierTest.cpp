@@ -351,8 +351,8 @@ TEST_F(SoundOfANotification, IsNotHeardWhileTheServiceIsToldNotToDisturb) {
   service_ = makeService(bus_.address(), ServiceAnswers(), Disturbing::No);
   hangIn("nowhere");
   ASSERT_TRUE(postWithSound("One"));
-  ASSERT_TRUE(waitForNotifications(1));
-  // The helper has the first answer before it has what this client says afterwards.
+  ASSERT_TRUE(waitUntil([&] { return service_->propertyReads() == 1; }));
+  // The helper has the answer, and has acted upon it, before it has what this client says afterwards.
   ASSERT_TRUE(post(service_->client(), kFailure, "Error"));
   ASSERT_TRUE(waitForNotifications(2));
   ASSERT_TRUE(waitUntilChildless(service_->client().processOf(kNotifier)));
