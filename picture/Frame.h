@@ -37,6 +37,9 @@ struct Frame {
   ColorMatrix matrix = ColorMatrix::BT601;
   ColorRange range = ColorRange::Unstated;
   Transform transform = Transform::None;
+  /// Known to have lost pixels, and wanted all the same as no whole frame was to be had: what there is is
+  /// decoded.
+  bool isDamaged = false;
   std::vector<std::uint8_t> bytes;                 ///< plane after plane, without gaps
   std::chrono::system_clock::time_point captured;  ///< when the frame arrived
   std::uint64_t sequence = 0;                      ///< counts the frames of one session, from 0

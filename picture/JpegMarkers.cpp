@@ -16,31 +16,48 @@ constexpr std::uint8_t kEndOfImage = 0xD9;
 constexpr std::uint8_t kStartOfScan = 0xDA;
 constexpr std::uint8_t kApp1 = 0xE1;
 constexpr std::uint8_t kFirstRestart = 0xD0;
+constexpr std::uint8_t kLastRestart = 0xD7;
 constexpr std::uint8_t kTemporary = 0x01;
 constexpr std::array<std::uint8_t, 6> kExifSignature = {'E', 'x', 'i', 'f', 0, 0};
 constexpr std::size_t kMarkerBytes = 2;
 constexpr std::size_t kLengthBytes = 2;
+constexpr std::size_t kFrameHeaderBytes = 6;  // at the least
 
 bool beginsWithStartOfImage(Bytes jpeg) {
   return jpeg.size() >= kMarkerBytes && jpeg[0] == kMarkerPrefix && jpeg[1] == kStartOfImage;
 }
 
-// The segment at `offset`; markers that carry no length (restarts, image borders) do not belong into a
-// header.
-std::optional<JpegSegment> segmentAt(Bytes jpeg, std::size_t offset) {
-  std::size_t at = offset;
-  if (at >= jpeg.size() || jpeg[at] != kMarkerPrefix) return std::nullopt;
-  while (at < jpeg.size() && jpeg[at] == kMarkerPrefix)
-    ++at;  // any number of fill bytes may precede a marker
-  if (at + 1 + kLengthBytes > jpeg.size()) return std::nullopt;
-  const std::uint8_t marker = jpeg[at++];
-  if (marker == 0 || marker == kTemporary || (marker >= kFirstRestart && marker <= kEndOfImage)) {
-    return std::nullopt;
+bool standsAlone(std::uint8_t marker) {
+  return marker == kTemporary || (marker >= kFirstRestart && marker <= kLastRestart);
+}
+
+// Where the next marker's prefix is, from `offset` on; other bytes and markers without a segment are passed
+// over.
+std::size_t nextMarker(Bytes jpeg, std::size_t offset) {
+  for (std::size_t at = offset; at + 1 < jpeg.size(); ++at) {
+    if (jpeg[at] != kMarkerPrefix) continue;
+    const std::uint8_t marker = jpeg[at + 1];
+    if (marker != 0 && marker != kMarkerPrefix && !standsAlone(marker)) return at;
   }
+  return jpeg.size();
+}
+
+// The next segment from `offset` on; the image's borders do not belong into a header.
+std::optional<JpegSegment> segmentFrom(Bytes jpeg, std::size_t offset) {
+  const std::size_t begin = nextMarker(jpeg, offset);
+  const std::size_t at = begin + kMarkerBytes;
+  if (at + kLengthBytes > jpeg.size()) return std::nullopt;
+  const std::uint8_t marker = jpeg[begin + 1];
+  if (marker == kStartOfImage || marker == kEndOfImage) return std::nullopt;
   const std::size_t length = static_cast<std::size_t>(jpeg[at]) << 8 | jpeg[at + 1];
   if (length < kLengthBytes || length > jpeg.size() - at) return std::nullopt;
-  return JpegSegment{marker, offset, at + length - offset,
+  return JpegSegment{marker, begin, at + length - begin,
                      jpeg.subspan(at + kLengthBytes, length - kLengthBytes)};
+}
+
+// SOF0 to SOF15 but for DHT, JPG and DAC, which lie among them.
+bool isFrameHeader(std::uint8_t marker) {
+  return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
 }
 
 bool isExif(const JpegSegment& segment) {
@@ -65,22 +82,37 @@ std::optional<std::vector<JpegSegment>> jpegHeaderSegments(Bytes jpeg) {
   std::vector<JpegSegment> segments;
   std::size_t offset = kMarkerBytes;
   while (true) {
-    const auto segment = segmentAt(jpeg, offset);
+    const auto segment = segmentFrom(jpeg, offset);
     if (!segment) return std::nullopt;
     segments.push_back(*segment);
+    offset = segment->offset + segment->size;
     if (segment->marker == kStartOfScan) return segments;
-    offset += segment->size;
   }
+}
+
+std::optional<PixelSize> sizeOfJpeg(Bytes jpeg) {
+  const auto segments = jpegHeaderSegments(jpeg);
+  if (!segments) return std::nullopt;
+  const auto frame = std::find_if(segments->begin(), segments->end(),
+                                  [](const JpegSegment& segment) { return isFrameHeader(segment.marker); });
+  if (frame == segments->end() || frame->payload.size() < kFrameHeaderBytes) return std::nullopt;
+  // Bits a sample, then height and width in two bytes each.
+  const auto number = [&](std::size_t at) { return frame->payload[at] << 8 | frame->payload[at + 1]; };
+  const PixelSize size{number(3), number(1)};
+  return isAcceptablePictureSize(size) ? std::optional(size) : std::nullopt;
+}
+
+bool hasJpegScan(Bytes jpeg) {
+  const auto segments = jpegHeaderSegments(jpeg);
+  return segments && sizeOfJpeg(jpeg) && segments->back().offset + segments->back().size < jpeg.size();
 }
 
 bool isCompleteJpeg(Bytes jpeg) {
   const auto segments = jpegHeaderSegments(jpeg);
   if (!segments) return false;
-  const std::size_t scanData = segments->back().offset + segments->back().size;
-  std::size_t end = jpeg.size();
-  while (end > scanData && jpeg[end - 1] == 0)
-    --end;
-  return end >= scanData + kMarkerBytes && jpeg[end - 1] == kEndOfImage && jpeg[end - 2] == kMarkerPrefix;
+  const Bytes scan = jpeg.subspan(segments->back().offset + segments->back().size);
+  constexpr std::array kEnd = {kMarkerPrefix, kEndOfImage};
+  return std::find_end(scan.begin(), scan.end(), kEnd.begin(), kEnd.end()) != scan.end();
 }
 
 std::optional<ExifBlock> exifOfJpeg(Bytes jpeg) {

@@ -6,6 +6,8 @@
 #include <span>
 #include <vector>
 
+#include "picture/PixelSize.h"
+
 namespace picture {
 
 class ExifBlock;
@@ -22,13 +24,21 @@ struct JpegSegment {
 };
 
 /// The marker segments from behind the start-of-image marker up to and including the first start of scan, in
-/// file order. Nothing when the stream does not begin as a JPEG stream or ends, or goes wrong, before its
-/// first scan.
+/// file order. Bytes between segments that belong to none are passed over, as decoders do. Nothing when the
+/// stream does not begin as a JPEG stream or ends, or goes wrong, before its first scan.
 [[nodiscard]] std::optional<std::vector<JpegSegment>> jpegHeaderSegments(std::span<const std::uint8_t> jpeg);
 
-/// Cheap test for a whole picture: well-formed header segments, a scan, and the end-of-image marker at the
-/// end (zero bytes behind it are allowed: cameras pad their buffers). Nothing is decoded.
+/// Cheap test for what may be a picture: a header that says of what size it is, and a scan with data. Nothing
+/// is decoded, and nothing is asked of the end, as many cameras leave out the end marker or send their whole
+/// buffer behind it: see examineFrame for whether the picture is whole.
+[[nodiscard]] bool hasJpegScan(std::span<const std::uint8_t> jpeg);
+
+/// Cheap test for a stream that ends well: well-formed header segments, a scan, and an end-of-image marker
+/// behind it. Nothing is decoded.
 [[nodiscard]] bool isCompleteJpeg(std::span<const std::uint8_t> jpeg);
+
+/// The size that a stream's frame header states; nothing when it has none that is acceptable.
+[[nodiscard]] std::optional<PixelSize> sizeOfJpeg(std::span<const std::uint8_t> jpeg);
 
 /// The Exif block of a JPEG stream; nothing when there is none or it cannot be read.
 [[nodiscard]] std::optional<ExifBlock> exifOfJpeg(std::span<const std::uint8_t> jpeg);

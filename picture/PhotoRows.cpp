@@ -1,6 +1,7 @@
 #include "picture/PhotoRows.h"
 
-#include "picture/JpegRowSource.h"
+#include "picture/FrameOrientation.h"
+#include "picture/JpegDecoder.h"
 #include "picture/OrientedRowSource.h"
 #include "picture/RawRowSource.h"
 
@@ -9,12 +10,17 @@ namespace picture {
 std::unique_ptr<RowSource> openPhotoRows(const Frame& frame, bool mirrored, std::string& failure) {
   std::unique_ptr<RowSource> stored;
   if (frame.format == PixelFormat::MJPG) {
-    stored = JpegRowSource::open(frame.bytes, failure);
+    const auto damage = frame.isDamaged ? JpegDecoder::Damage::Filled : JpegDecoder::Damage::Fails;
+    stored = JpegDecoder::open(frame.bytes, {.damage = damage}, failure);
   } else {
     stored = RawRowSource::open(frame, failure);
   }
-  const Orientation upright = undoing(frame.transform);
+  const Orientation upright = uprightOrientation(frame);
   return oriented(std::move(stored), mirrored ? upright.thenMirrored() : upright);
+}
+
+std::unique_ptr<RowSource> openJpegRows(std::span<const std::uint8_t> jpeg, std::string& failure) {
+  return oriented(JpegDecoder::open(jpeg, {}, failure), uprightOrientation(jpeg));
 }
 
 }  // namespace picture

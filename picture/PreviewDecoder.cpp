@@ -1,10 +1,12 @@
 #include "picture/PreviewDecoder.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include <libyuv.h>
 
+#include "picture/FrameOrientation.h"
 #include "picture/PixelRows.h"
 #include "picture/ScaledJpeg.h"
 #include "picture/ScaledRaw.h"
@@ -22,23 +24,48 @@ std::size_t bytesOf(PixelSize size) {
   return std::size_t{4} * static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
 }
 
+PixelSize swapped(PixelSize size) {
+  return {size.height, size.width};
+}
+
 /// The smallest size that is cheap to reach and still covers `covered`; never larger than the picture.
-PixelSize cheapSize(const Frame& frame, PixelSize covered) {
-  const PixelSize picture{frame.width, frame.height};
-  return frame.format == PixelFormat::MJPG ? scaledJpegSize(picture, covered)
-                                           : scaledRawSize(picture, covered);
+PixelSize cheapSize(const Frame& frame, PixelSize stored, PixelSize covered) {
+  return frame.format == PixelFormat::MJPG ? scaledJpegSize(stored, covered) : scaledRawSize(stored, covered);
 }
 
 std::optional<DecodedPicture> decodeCovering(const Frame& frame, PixelSize covered, bool mirrored,
                                              PixelBufferPool& pool) {
-  const PixelSize size = cheapSize(frame, covered);
+  const PixelSize stored = storedSize(frame);
+  const PixelSize size = cheapSize(frame, stored, covered);
   auto pixels = pool.take(bytesOf(size));
   PixelRows rows(*pixels, size, mirrored);
-  const bool decoded =
-      frame.format == PixelFormat::MJPG ? decodeScaledJpeg(frame, rows) : decodeScaledRaw(frame, rows);
+  const bool decoded = frame.format == PixelFormat::MJPG ? decodeScaledJpeg(frame, stored, rows)
+                                                         : decodeScaledRaw(frame, rows);
   if (decoded) return DecodedPicture{size, std::move(pixels)};
   pool.giveBack(std::move(pixels));
   return {};
+}
+
+DecodedPicture scaled(DecodedPicture decoded, PixelSize size, PixelBufferPool& pool) {
+  if (decoded.size == size) return decoded;
+  auto pixels = pool.take(bytesOf(size));
+  libyuv::ARGBScale(decoded.pixels->data(), decoded.size.width * 4, decoded.size.width, decoded.size.height,
+                    pixels->data(), size.width * 4, size.width, size.height, libyuv::kFilterBox);
+  pool.giveBack(std::move(decoded.pixels));
+  return {size, std::move(pixels)};
+}
+
+DecodedPicture turned(DecodedPicture decoded, int quarterTurns, PixelBufferPool& pool) {
+  if (quarterTurns == 0) return decoded;
+  constexpr std::array kRotations = {libyuv::kRotate0, libyuv::kRotate90, libyuv::kRotate180,
+                                     libyuv::kRotate270};
+  const PixelSize size = quarterTurns % 2 != 0 ? swapped(decoded.size) : decoded.size;
+  auto pixels = pool.take(bytesOf(size));
+  libyuv::ARGBRotate(decoded.pixels->data(), decoded.size.width * 4, pixels->data(), size.width * 4,
+                     decoded.size.width, decoded.size.height,
+                     kRotations[static_cast<std::size_t>(quarterTurns)]);
+  pool.giveBack(std::move(decoded.pixels));
+  return {size, std::move(pixels)};
 }
 
 }  // namespace
@@ -73,24 +100,23 @@ PixelSize aspectFit(PixelSize picture, PixelSize view) {
 }
 
 PixelSize decodedSize(const Frame& frame, const PictureRequest& request) {
-  const PixelSize picture{frame.width, frame.height};
+  const PixelSize picture = uprightSize(frame);
   const PixelSize fitted = aspectFit(picture, request.view);
   if (!isAcceptablePictureSize(picture) || fitted == PixelSize{}) return {};
   return fitted.width > picture.width && !request.mayEnlarge ? picture : fitted;
 }
 
+// Mirrored while it is decoded, then scaled, and turned last, when the fewest pixels are left.
 std::optional<DecodedPicture> decodeForView(const Frame& frame, const PictureRequest& request,
                                             PixelBufferPool& pool) {
   const PixelSize size = decodedSize(frame, request);
   if (size == PixelSize{}) return {};
-  auto decoded = decodeCovering(frame, size, request.mirrored, pool);
-  if (!decoded || decoded->size == size) return decoded;
-  auto pixels = pool.take(bytesOf(size));
-  libyuv::ARGBScale(decoded->pixels->data(), decoded->size.width * 4, decoded->size.width,
-                    decoded->size.height, pixels->data(), size.width * 4, size.width, size.height,
-                    libyuv::kFilterBox);
-  pool.giveBack(std::move(decoded->pixels));
-  return DecodedPicture{size, std::move(pixels)};
+  const Orientation upright = uprightOrientation(frame);
+  const Orientation orientation = request.mirrored ? upright.thenMirrored() : upright;
+  const PixelSize unturned = orientation.sizeOf(size);
+  auto decoded = decodeCovering(frame, unturned, orientation.isMirrored, pool);
+  if (!decoded) return {};
+  return turned(scaled(std::move(*decoded), unturned, pool), orientation.quarterTurns, pool);
 }
 
 }  // namespace picture

@@ -54,8 +54,8 @@ struct PictureRequest {
 PixelSize decodedSize(const Frame& frame, const PictureRequest& request);
 
 /// Decodes a frame for a view. JPEG is scaled by eighths while it is decoded, raw pictures are averaged down
-/// by a whole factor; what is left to the view's size is interpolated. Nothing when the frame is damaged,
-/// absurd or of no size. Thread-safe.
+/// by a whole factor; what is left to the view's size is interpolated. The picture is upright, then mirrored
+/// if that is asked for. Nothing when the frame is damaged, absurd or of no size. Thread-safe.
 std::optional<DecodedPicture> decodeForView(const Frame& frame, const PictureRequest& request,
                                             PixelBufferPool& pool);
 

@@ -10,7 +10,7 @@
 #include <jpeglib.h>
 
 #include "bench/png/Scenes.h"
-#include "picture/JpegRowSource.h"
+#include "picture/PhotoRows.h"
 
 namespace camera_shot_bench {
 namespace {
@@ -85,7 +85,7 @@ Bytes encodeCameraJpeg(const Picture& picture, int quality) {
 
 Picture decodeJpeg(const Bytes& jpeg) {
   std::string failure;
-  const auto source = picture::JpegRowSource::open(jpeg, failure);
+  const auto source = picture::openJpegRows(jpeg, failure);
   if (!source) return {};
   Picture picture{source->width(), source->height(), Bytes(source->rowBytes() * source->height())};
   return source->readRows(picture.pixels) ? picture : Picture{};

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "bench/png/FileSink.h"
-#include "picture/JpegRowSource.h"
+#include "picture/PhotoRows.h"
 #include "picture/png/PngWriter.h"
 
 namespace {
@@ -43,7 +43,7 @@ int main(int argc, char** argv) {
   }
   const auto jpeg = readFile(argv[1]);
   std::string failure;
-  const auto source = picture::JpegRowSource::open(jpeg, failure);
+  const auto source = picture::openJpegRows(jpeg, failure);
   if (!source) {
     std::fprintf(stderr, "%s: %s\n", argv[1], failure.c_str());
     return 1;

@@ -21,7 +21,7 @@
 #include "bench/png/FileSink.h"
 #include "bench/png/Peers.h"
 #include "bench/png/Samples.h"
-#include "picture/JpegRowSource.h"
+#include "picture/PhotoRows.h"
 #include "picture/png/PngFilter.h"
 #include "picture/png/PngWriter.h"
 
@@ -281,7 +281,7 @@ class Benchmark {
   // Decoding as the converter does it: a few rows at a time into the same memory.
   static void decodeStripwise(const Bytes& jpeg) {
     std::string failure;
-    const auto source = picture::JpegRowSource::open(jpeg, failure);
+    const auto source = picture::openJpegRows(jpeg, failure);
     constexpr std::uint32_t kRows = 16;
     Bytes rows(source->rowBytes() * kRows);
     for (std::uint32_t y = 0; y < source->height(); y += kRows) {
@@ -302,7 +302,7 @@ class Benchmark {
 
   static void writeFile(const Bytes& jpeg, const std::string& path, bool sync) {
     std::string failure;
-    const auto source = picture::JpegRowSource::open(jpeg, failure);
+    const auto source = picture::openJpegRows(jpeg, failure);
     FileSink sink(path + ".part");
     const auto result = picture::writePng(*source, {}, sink, {.threads = 2});
     if (result != picture::PngResult::kWritten || (sync && !sink.sync())) std::abort();

@@ -54,11 +54,12 @@ class Tool:
     """One start of the program, with a folder for its photos."""
 
     def __init__(self, *, show_preview=False, photos=None, settings=None, environment=None, command=()):
-        self.config = Path(os.environ["XDG_CONFIG_HOME"]) / "quillo"
-        self.state = Path(os.environ["XDG_STATE_HOME"]) / "quillo"
+        self.environment = {**os.environ, **(environment or {})}
+        self.config = Path(self.environment["XDG_CONFIG_HOME"]) / "quillo"
+        self.state = Path(self.environment["XDG_STATE_HOME"]) / "quillo"
         self.config.mkdir(parents=True, exist_ok=True)
         self.state.mkdir(parents=True, exist_ok=True)
-        self.photo_folder = Path(photos) if photos else Path(os.environ["HOME"]) / "shots"
+        self.photo_folder = Path(photos) if photos else Path(self.environment["HOME"]) / "shots"
         if not photos:
             self.photo_folder.mkdir(exist_ok=True)
         if settings is None:
@@ -66,7 +67,6 @@ class Tool:
         (self.config / "camera-shot.ini").write_text(settings, encoding="utf-8")
         self.write_location(self.photo_folder)
         self.log_path = self.state / "log.txt"
-        self.environment = {**os.environ, **(environment or {})}
         self.command = list(command)
         self.process = None
 
@@ -96,6 +96,12 @@ class Tool:
         """Asks the program to end, as a session does; returns the exit status."""
         self.process.send_signal(signal.SIGTERM)
         return self.wait()
+
+    def end(self):
+        """Ends a run that hangs; nothing when it is over."""
+        if self.process.poll() is None:
+            self.process.kill()
+            self.process.wait()
 
     def events(self):
         with contextlib.suppress(FileNotFoundError):

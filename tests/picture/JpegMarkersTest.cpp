@@ -25,12 +25,14 @@ TEST(CompleteJpeg, IsAWholeStream) {
   EXPECT_TRUE(picture::isCompleteJpeg(encodeJpeg(photoPicture(160, 120, 1), {.progressive = true})));
 }
 
-TEST(CompleteJpeg, MayBePaddedWithZeros) {
-  Bytes jpeg = encodeJpeg(photoPicture(160, 120, 1));
-  jpeg.insert(jpeg.end(), 4096, 0);
-  EXPECT_TRUE(picture::isCompleteJpeg(jpeg));
-  jpeg.push_back(1);
-  EXPECT_FALSE(picture::isCompleteJpeg(jpeg));
+TEST(CompleteJpeg, MayHaveAnythingBehindItsEnd) {
+  const Bytes jpeg = encodeJpeg(photoPicture(160, 120, 1));
+  for (const auto& tail : {Bytes(4096, 0), Bytes(3, 1), Bytes(5000, 0xA5), Bytes{0xFF, 0xD9}}) {
+    Bytes padded = jpeg;
+    padded.insert(padded.end(), tail.begin(), tail.end());
+    EXPECT_TRUE(picture::isCompleteJpeg(padded));
+    EXPECT_TRUE(picture::hasJpegScan(padded));
+  }
 }
 
 TEST(CompleteJpeg, IsNoTruncatedStream) {
@@ -41,6 +43,33 @@ TEST(CompleteJpeg, IsNoTruncatedStream) {
     truncated.resize(jpeg.size());  // as in a camera's buffer that was cleared before
     ASSERT_FALSE(picture::isCompleteJpeg(truncated)) << size << ", padded";
   }
+}
+
+TEST(JpegScan, NeedsAHeaderWithASizeAndSomeData) {
+  const Bytes jpeg = encodeJpeg(photoPicture(160, 120, 1));
+  const auto segments = picture::jpegHeaderSegments(jpeg).value();
+  const std::size_t data = segments.back().offset + segments.back().size;
+  for (std::size_t size = 0; size <= data; ++size)
+    ASSERT_FALSE(picture::hasJpegScan(std::span(jpeg).first(size))) << size;
+  EXPECT_TRUE(picture::hasJpegScan(std::span(jpeg).first(data + 1)));
+  EXPECT_TRUE(picture::hasJpegScan(std::span(jpeg).first(jpeg.size() - 2))) << "no end marker";
+  const Bytes noSize = {0xFF, 0xD8, 0xFF, 0xDA, 0, 6, 0, 0, 63, 0, 1, 2, 3, 0xFF, 0xD9};
+  EXPECT_FALSE(picture::hasJpegScan(noSize));
+}
+
+TEST(JpegScan, MayHaveStrayBytesAndFillBytesInItsHeader) {
+  Bytes jpeg = encodeJpeg(photoPicture(160, 120, 1));
+  const Bytes stray = {1, 2, 0xFF, 0, 0xFF, 0xD0, 0xFF, 0xFF};
+  jpeg.insert(jpeg.begin() + 20, stray.begin(), stray.end());  // behind the first segment
+  EXPECT_TRUE(picture::hasJpegScan(jpeg));
+  EXPECT_TRUE(decodeJpeg(jpeg).has_value()) << "the decoder takes it, too";
+}
+
+TEST(SizeOfJpeg, IsWhatTheFrameHeaderSays) {
+  EXPECT_EQ(picture::sizeOfJpeg(encodeJpeg(photoPicture(161, 121, 1))), (picture::PixelSize{161, 121}));
+  EXPECT_EQ(picture::sizeOfJpeg(encodeJpeg(photoPicture(20, 10, 1), {.progressive = true})),
+            (picture::PixelSize{20, 10}));
+  EXPECT_FALSE(picture::sizeOfJpeg(Bytes{0xFF, 0xD8}).has_value());
 }
 
 TEST(CompleteJpeg, IsNotTwoMarkersAlone) {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "picture/JpegRowSource.h"
+#include "picture/PhotoRows.h"
 #include "picture/png/PngWriter.h"
 #include "tests/picture/PngReading.h"
 #include "tests/picture/TestJpegs.h"
@@ -70,7 +70,7 @@ TEST(PngFailure, OfATruncatedPhotoEndsTheWriting) {
   const Bytes jpeg = encodeJpeg(photoPicture(700, 500, 3));
   const std::span<const std::uint8_t> half(jpeg.data(), jpeg.size() / 2);
   std::string failure;
-  const auto source = picture::JpegRowSource::open(half, failure);
+  const auto source = picture::openJpegRows(half, failure);
   ASSERT_NE(source, nullptr);
   MemorySink sink;
   EXPECT_EQ(picture::writePng(*source, {}, sink), picture::PngResult::kSourceFailed);

@@ -1,11 +1,13 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <functional>
 #include <string>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "picture/FrameOrientation.h"
 #include "picture/PreviewDecoder.h"
 #include "tests/picture/RawFrames.h"
 #include "tests/picture/TestJpegs.h"
@@ -166,12 +168,73 @@ TEST(JpegPreview, LeavesOutFramesThatEndEarly) {
   }
 }
 
-TEST(JpegPreview, LeavesOutFramesOfAnotherSizeThanAnnounced) {
+TEST(JpegPreview, OfAnotherSizeThanAnnouncedHasItsOwn) {
   picture::PixelBufferPool pool;
-  picture::Frame other = jpegFrame(photoPicture(320, 240, 1));
+  picture::Frame other = jpegFrame(redLeftBlueRight(320, 200));
   other.width = 640;
   other.height = 480;
-  EXPECT_FALSE(picture::decodeForView(other, {.view = {640, 480}}, pool));
+  const auto picture = picture::decodeForView(other, {.view = {160, 160}}, pool);
+  ASSERT_TRUE(picture);
+  EXPECT_EQ(picture->size, (picture::PixelSize{160, 100}));
+  EXPECT_THAT(pixelAt(*picture, 0.1, 0.5), Near(kRed, kJpegTolerance));
+  EXPECT_THAT(pixelAt(*picture, 0.9, 0.5), Near(kBlue, kJpegTolerance));
+}
+
+TEST(JpegPreview, ShowsAFrameThatIsKnownToBeDamaged) {
+  picture::PixelBufferPool pool;
+  picture::Frame frame = jpegFrame(redLeftBlueRight(320, 240));
+  frame.bytes.resize(frame.bytes.size() * 3 / 4);
+  EXPECT_FALSE(picture::decodeForView(frame, {.view = {320, 240}}, pool));
+  frame.isDamaged = true;
+  const auto picture = picture::decodeForView(frame, {.view = {320, 240}}, pool);
+  ASSERT_TRUE(picture);
+  EXPECT_THAT(pixelAt(*picture, 0.1, 0.1), Near(kRed, kJpegTolerance));
+}
+
+Picture pixelsOf(const picture::DecodedPicture& decoded) {
+  Picture picture{
+      static_cast<std::uint32_t>(decoded.size.width), static_cast<std::uint32_t>(decoded.size.height), {}};
+  for (std::size_t i = 0; i < decoded.pixels->size(); i += 4)
+    picture.pixels.insert(picture.pixels.end(),
+                          {(*decoded.pixels)[i + 2], (*decoded.pixels)[i + 1], (*decoded.pixels)[i]});
+  return picture;
+}
+
+TEST(Preview, UndoesEveryTransformAndThenMirrors) {
+  picture::Frame raw = noiseFrame(picture::PixelFormat::RGB, 47, 31, 2, 8);
+  picture::Frame jpeg = jpegFrame(photoPicture(47, 31, 8));
+  for (picture::Frame& frame : std::array{std::ref(raw), std::ref(jpeg)}) {
+    picture::PixelBufferPool pool;
+    const Picture stored = pixelsOf(*picture::decodeForView(frame, {.view = {47, 31}}, pool));
+    for (int value = 0; value < 8; ++value) {
+      frame.transform = static_cast<picture::Transform>(value);
+      // Clockwise what was turned counterclockwise, then mirrored what was mirrored first.
+      Picture upright = stored;
+      for (int quarter = 0; quarter < value % 4; ++quarter)
+        upright = turnedClockwise(upright);
+      if (value >= 4) upright = camera_shot_test::mirrored(upright);
+      EXPECT_EQ(picture::uprightSize(frame),
+                value % 2 != 0 ? (picture::PixelSize{31, 47}) : (picture::PixelSize{47, 31}));
+      const auto shown = picture::decodeForView(frame, {.view = {47, 47}}, pool);
+      EXPECT_TRUE(pixelsOf(*shown) == upright) << value;
+      const auto reversed = picture::decodeForView(frame, {.view = {47, 47}, .mirrored = true}, pool);
+      EXPECT_TRUE(pixelsOf(*reversed) == camera_shot_test::mirrored(upright)) << value;
+    }
+  }
+}
+
+TEST(Preview, OfATurnedPictureIsScaledToTheView) {
+  picture::Frame frame = jpegFrame(redLeftBlueRight(640, 480));
+  frame.transform = picture::Transform::Rotated270;  // what is left was below
+  picture::PixelBufferPool pool;
+  for (const picture::PixelSize view :
+       {picture::PixelSize{480, 640}, picture::PixelSize{100, 100}, picture::PixelSize{333, 333}}) {
+    const auto picture = picture::decodeForView(frame, {.view = view}, pool);
+    ASSERT_TRUE(picture);
+    EXPECT_EQ(picture->size, picture::aspectFit({480, 640}, view));
+    EXPECT_THAT(pixelAt(*picture, 0.5, 0.1), Near(kBlue, kJpegTolerance));
+    EXPECT_THAT(pixelAt(*picture, 0.5, 0.9), Near(kRed, kJpegTolerance));
+  }
 }
 
 TEST(Preview, LeavesOutAbsurdSizes) {
@@ -184,7 +247,8 @@ TEST(Preview, LeavesOutAbsurdSizes) {
 }
 
 /// Left half red, right half blue, in the frame's format; the stride is wider than the picture.
-picture::Frame halvesFrame(picture::PixelFormat format, picture::ColorMatrix matrix, picture::ColorRange range) {
+picture::Frame halvesFrame(picture::PixelFormat format, picture::ColorMatrix matrix,
+                           picture::ColorRange range) {
   picture::Frame frame = noiseFrame(format, 322, 242, 64, 1);
   frame.matrix = matrix;
   frame.range = range;
@@ -197,7 +261,8 @@ picture::Frame halvesFrame(picture::PixelFormat format, picture::ColorMatrix mat
   return frame;
 }
 
-/// What the frame says itself that it shows there; of few levels or none of colour that is not what was painted.
+/// What the frame says itself that it shows there; of few levels or none of colour that is not what was
+/// painted.
 Rgb shownAt(const picture::Frame& frame, double x, double y) {
   const auto exact = exactRgb(frame, static_cast<int>(x * frame.width), static_cast<int>(y * frame.height));
   return {static_cast<int>(std::lround(exact[0])), static_cast<int>(std::lround(exact[1])),
@@ -215,8 +280,9 @@ std::vector<RawCase> rawCases() {
   for (const auto format : picture::kAllPixelFormats) {
     if (format == picture::PixelFormat::MJPG) continue;
     for (const auto range : {picture::ColorRange::Limited, picture::ColorRange::Full})
-      for (const auto matrix : {picture::ColorMatrix::BT601, picture::ColorMatrix::BT709, picture::ColorMatrix::BT2020,
-                                picture::ColorMatrix::FCC, picture::ColorMatrix::SMPTE240M})
+      for (const auto matrix :
+           {picture::ColorMatrix::BT601, picture::ColorMatrix::BT709, picture::ColorMatrix::BT2020,
+            picture::ColorMatrix::FCC, picture::ColorMatrix::SMPTE240M})
         if (isYuv(format) || matrix == picture::ColorMatrix::BT601) cases.push_back({format, matrix, range});
     cases.push_back({format});
   }
@@ -269,8 +335,8 @@ TEST_P(RawPreview, LeavesOutFramesWithTooFewBytes) {
 }
 
 TEST_P(RawPreview, ReadsTheSamePlanesAsThePhoto) {
-  // Full size, every place: noise in luma shows a row or column that is out of place; colour is flat, as a preview
-  // takes the nearest sample of it.
+  // Full size, every place: noise in luma shows a row or column that is out of place; colour is flat, as a
+  // preview takes the nearest sample of it.
   for (const auto& [width, height, padding] : {std::tuple{4, 3, 3}, {17, 9, 1}, {33, 21, 0}, {40, 5, 13}}) {
     picture::Frame frame = noiseFrame(GetParam().format, width, height, padding, 3);
     for (int y = 0; y < height; ++y) {

@@ -134,15 +134,8 @@ TEST(PixelLayout, HasTheNamesOfItsFormats) {
 /// turned counterclockwise.
 Picture transformed(const Picture& upright, picture::Transform transform) {
   Picture picture = static_cast<int>(transform) >= 4 ? mirrored(upright) : upright;
-  for (int quarter = 0; quarter < static_cast<int>(transform) % 4; ++quarter) {
-    Picture turned{picture.height, picture.width, Bytes(picture.pixels.size())};
-    for (std::uint32_t y = 0; y < turned.height; ++y)
-      for (std::uint32_t x = 0; x < turned.width; ++x)
-        for (std::size_t c = 0; c < 3; ++c)
-          turned.pixels[(std::size_t{y} * turned.width + x) * 3 + c] =
-              picture.pixels[(std::size_t{x} * picture.width + (picture.width - 1 - y)) * 3 + c];
-    picture = turned;
-  }
+  for (int quarter = static_cast<int>(transform) % 4; quarter % 4 != 0; ++quarter)
+    picture = turnedClockwise(picture);
   return picture;
 }
 

@@ -6,7 +6,7 @@
 #include <jpeglib.h>
 
 #include "picture/JpegMarkers.h"
-#include "picture/JpegRowSource.h"
+#include "picture/PhotoRows.h"
 
 namespace camera_shot_test {
 namespace {
@@ -103,7 +103,7 @@ Bytes withoutHuffmanTables(const Bytes& jpeg) {
 
 std::optional<Picture> decodeJpeg(const Bytes& jpeg) {
   std::string failure;
-  const auto source = picture::JpegRowSource::open(jpeg, failure);
+  const auto source = picture::openJpegRows(jpeg, failure);
   if (!source) return std::nullopt;
   Picture picture = readAll(*source);
   if (picture.pixels.empty()) return std::nullopt;

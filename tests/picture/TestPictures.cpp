@@ -77,6 +77,16 @@ Picture drawnPicture(std::uint32_t width, std::uint32_t height, std::uint32_t se
   });
 }
 
+Picture turnedClockwise(const Picture& picture) {
+  Picture turned{picture.height, picture.width, Bytes(picture.pixels.size())};
+  for (std::size_t y = 0; y < turned.height; ++y)
+    for (std::size_t x = 0; x < turned.width; ++x)
+      for (std::size_t channel = 0; channel < 3; ++channel)
+        turned.pixels[(y * turned.width + x) * 3 + channel] =
+            picture.pixels[((picture.height - 1 - x) * picture.width + y) * 3 + channel];
+  return turned;
+}
+
 Picture mirrored(const Picture& picture) {
   return drawPicture(picture.width, picture.height, [&picture](std::uint32_t x, std::uint32_t y) {
     const std::size_t at = (std::size_t{y} * picture.width + picture.width - 1 - x) * kPixel;

@@ -36,6 +36,8 @@ Picture greyPicture(std::uint32_t width, std::uint32_t height, std::uint32_t see
 /// Rectangles and repeated small shapes in few colours, like a screenshot.
 Picture drawnPicture(std::uint32_t width, std::uint32_t height, std::uint32_t seed);
 Picture mirrored(const Picture& picture);
+/// Turned by a quarter.
+Picture turnedClockwise(const Picture& picture);
 
 /// Delivers a picture; may fail at a given row.
 class PictureSource final : public picture::RowSource {

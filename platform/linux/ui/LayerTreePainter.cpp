@@ -5,6 +5,7 @@
 #include <set>
 #include <utility>
 
+#include "picture/FrameOrientation.h"
 #include "platform/linux/photo/PictureImage.h"
 #include "platform/linux/ui/MainLoop.h"
 
@@ -32,7 +33,7 @@ picture::PixelSize pixelSize(const platform::CGRect& bounds, int scale) {
 /// texture of that size is copied as it is.
 void drawFitted(GtkSnapshot* snapshot, const Texture& texture, const picture::Frame& frame,
                 picture::PixelSize view, int scale) {
-  const picture::PixelSize fitted = picture::aspectFit({frame.width, frame.height}, view);
+  const picture::PixelSize fitted = picture::aspectFit(picture::uprightSize(frame), view);
   const auto logical = [scale](int pixels) { return static_cast<double>(pixels) / scale; };
   const graphene_rect_t area =
       rectangle(logical((view.width - fitted.width) / 2), logical((view.height - fitted.height) / 2),
@@ -148,12 +149,12 @@ void LayerTreePainter::setLivePictureCovered(bool covered) {
 
 bool LayerTreePainter::isLivePictureCovered(const platform::CGRect& bounds, picture::PixelSize view) const {
   if (!live_) return false;
-  const picture::PixelSize shown = picture::aspectFit({live_->frame()->width, live_->frame()->height}, view);
+  const picture::PixelSize shown = picture::aspectFit(picture::uprightSize(*live_->frame()), view);
   const auto covers = [&](const std::shared_ptr<Layer>& layer) {
     const auto still = stills_.find(layer->contents().get());
     if (still == stills_.end() || !still->second->hasTexture() || layer->frame() != bounds) return false;
     const auto& frame = still->second->frame();
-    return picture::aspectFit({frame->width, frame->height}, view) == shown;
+    return picture::aspectFit(picture::uprightSize(*frame), view) == shown;
   };
   return std::any_of(root_->sublayers().begin(), root_->sublayers().end(), covers);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/desktop/virtual-camera/PixelFormat.h"
+
 namespace virtual_camera {
 
 /// How YUV samples stand for colours, and whether the camera tells.
@@ -13,6 +15,13 @@ struct Colorimetry {
 
   bool operator==(const Colorimetry&) const = default;
 };
+
+/// What holds for a format: grey that states nothing has the full range, as sensors give it.
+constexpr Colorimetry colorimetryOf(PixelFormat format, Colorimetry colorimetry) {
+  const bool grey = format == PixelFormat::kGray8 || format == PixelFormat::kGray16;
+  if (grey && !colorimetry.stated) colorimetry.range = Colorimetry::Range::kFull;
+  return colorimetry;
+}
 
 /// The weights of red and blue in luma.
 struct LumaWeights {

@@ -136,7 +136,7 @@ Rgb colour(const Pixel& pixel, PixelFormat format, const Colorimetry& colorimetr
   }
   auto [luma, blue, red] = yuv(pixel, format);
   const auto weights = lumaWeights(colorimetry.matrix);
-  if (colorimetry.range == Colorimetry::Range::kFull)
+  if (colorimetryOf(format, colorimetry).range == Colorimetry::Range::kFull)
     return fromYuv(luma, blue - 128 / 255.0, red - 128 / 255.0, weights);
   return fromYuv((luma * 255 - 16) / 219, (blue * 255 - 128) / 224, (red * 255 - 128) / 224, weights);
 }

@@ -102,7 +102,7 @@ template <typename At>
 void draw(std::uint8_t* frame, const FrameLayout& layout, const Colorimetry& colorimetry, Rectangle area,
           At at) {
   const auto raw = rawFormat(layout.format);
-  const Sampler sampler(colorimetry, raw.bits);
+  const Sampler sampler(colorimetryOf(layout.format, colorimetry), raw.bits);
   for (const auto& place : raw.channels) {
     const auto& plane = layout.planes[place.plane];
     for (auto y = area.top; y < area.bottom; y += place.rows) {

@@ -5,7 +5,7 @@
 
 #include "picture/ExifBlock.h"
 #include "picture/JpegMarkers.h"
-#include "picture/JpegRowSource.h"
+#include "picture/PhotoRows.h"
 #include "picture/png/PngWriter.h"
 
 namespace {
@@ -35,7 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!picture::ExifBlock::parse(exif->bytes())) std::abort();
   }
   std::string failure;
-  const auto source = picture::JpegRowSource::open(bytes, failure);
+  const auto source = picture::openJpegRows(bytes, failure);
   if (!source) {
     if (failure.empty()) std::abort();
     return 0;

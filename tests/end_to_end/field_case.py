@@ -1,0 +1,95 @@
+"""Cameras as they are met in the field: a silent run with each, many side by side, and the photo that it should be."""
+
+import os
+from pathlib import Path
+
+import pixels
+import raw_reference
+from tool import Tool, ToolTest, control
+
+_COUNTER_BITS = 16
+
+
+class FieldCamera:
+    """A camera that writes down what it sends, and a run of the tool that has chosen it."""
+
+    def __init__(self, number, description):
+        self.description = description
+        self.name = f"field-{number}"
+        self.folder = Path(os.environ["HOME"]) / self.name
+        self.sent = self.folder / "sent"
+        for part in ("config", "state", "run", "home"):
+            (self.folder / part).mkdir(parents=True)
+        control("add-camera", f"name={self.name},title={self.name},dump={self.sent},{description}")
+        self.tool = Tool(settings=f"[Defaults]\nShowPreview=false\nVideoSourceID={self.name}\n",
+                         environment=self._apart())
+
+    def _apart(self):
+        """Surroundings in which the run is alone, so that no other one is taken for an earlier start of the tool."""
+        return {"HOME": str(self.folder / "home"), "XDG_CONFIG_HOME": str(self.folder / "config"),
+                "XDG_STATE_HOME": str(self.folder / "state"), "XDG_RUNTIME_DIR": str(self.folder / "run"),
+                "PIPEWIRE_RUNTIME_DIR": os.environ["XDG_RUNTIME_DIR"],
+                "DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.folder}/no-bus"}
+
+    def frames(self):
+        """What was sent, each different picture once."""
+        different = {}
+        for path in sorted(self.sent.iterdir()):
+            different.setdefault(path.read_bytes(), path)
+        return [path for data, path in different.items() if data]
+
+
+def jpeg(path):
+    return pixels.decode_jpeg(path)
+
+
+def raw(name, width, height, **how):
+    """A decoder of frames in that raw format."""
+    return lambda path: raw_reference.decode(path.read_bytes(), name, width, height, **how)
+
+
+class FieldTest(ToolTest):
+    """`check` runs the tool with each of the cameras at once."""
+
+    def check(self, cameras, *, tolerance=0):
+        """`cameras` are pairs of a description and a function that decodes one of the frames sent, upright; None for a
+        frame that must not be the photo."""
+        field = [(FieldCamera(number, description), decode) for number, (description, decode) in enumerate(cameras, 1)]
+        for camera, _ in field:
+            self.addCleanup(camera.tool.start().end)
+        for camera, decode in field:
+            with self.subTest(camera.description):
+                self.assertEqual(camera.tool.wait(), 0, camera.tool.log())
+                photo = pixels.decode_png(self.assert_one_photo(camera.tool))
+                self.assert_shows_one_of(photo, camera, decode, tolerance)
+
+    def assert_shows_one_of(self, photo, camera, decode, tolerance):
+        nearest = 256
+        for path in self.likely(photo, camera):
+            picture = decode(path)
+            if picture is not None:
+                nearest = min(nearest, photo.furthest(picture.mirrored()))
+            if nearest <= tolerance:
+                return
+        self.fail(f"{camera.description}: the photo ({photo.width}x{photo.height}) is none of the frames sent; it differs "
+                  f"from the nearest by {nearest}\n{camera.tool.log()}")
+
+    @staticmethod
+    def likely(photo, camera):
+        """The frames sent, those first whose number the photo shows."""
+        count = counter(photo.mirrored())
+        frames = camera.frames()
+        shown = [path for path in frames if int(path.stem) & 0xFFFF == count]
+        return shown + [path for path in frames if path not in shown][:_COUNTER_BITS]
+
+
+def counter(picture):
+    """The frame's number, which raw pictures show in binary."""
+    cell = picture.width // 32 & ~1
+    left = picture.width // 4 & ~1
+    y = (picture.height * 13 // 16 + picture.height * 14 // 16) // 2
+    count = 0
+    for bit in range(_COUNTER_BITS):
+        x = left + (_COUNTER_BITS - 1 - bit) * cell + cell // 2
+        count |= (picture.samples[3 * (y * picture.width + x) + 1] > 128) << bit
+    return count
