@@ -1,7 +1,10 @@
 // Every system call of a save, of the settings and of the event lines fails once, in each way in which disks
 // fail: what was there stays, what is announced is there, and the cause is told.
+#include <algorithm>
 #include <array>
 #include <string>
+#include <tuple>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -78,6 +81,22 @@ bool savesWholeOrNot(int which, int error, FaultySystem::Fault fault) {
 TEST(SystemFaults, ASaveIsWholeOrSaysWhyNot) {
   for (const int error : kDiskErrors)
     withEachCallFailing(error, FaultySystem::Fault::kError, savesWholeOrNot);
+}
+
+TEST(SystemFaults, AFileIsSynchronisedBeforeAndAfterItGetsItsName) {
+  // FAT writes a renamed file's size and place only with the file itself.
+  const TemporaryFolder folder;
+  std::vector<std::string> calls;
+  withEachCallFailing(EIO, FaultySystem::Fault::kError, [&](int which, int error, FaultySystem::Fault fault) {
+    const FaultySystem system(which, error, fault);
+    std::ignore = save(folder / "photo.png");
+    const std::string call(system.failedCall());
+    if (!call.empty()) calls.push_back(call);
+    return !call.empty();
+  });
+  const auto rename = std::find(calls.begin(), calls.end(), "rename");
+  EXPECT_EQ(std::count(calls.begin(), rename, "fsync"), 1);
+  EXPECT_EQ(std::count(rename, calls.end(), "fsync"), 2);
 }
 
 TEST(SystemFaults, AShortWriteGoesOn) {

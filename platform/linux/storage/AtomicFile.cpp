@@ -106,6 +106,10 @@ bool AtomicFile::commit() noexcept {
   if (!synchronizeFile(file_.get())) return fail();
   if (::rename(temporaryPath_.c_str(), path_.c_str()) != 0) return fail();
   temporaryExists_ = false;
+  // Once more under its new name: FAT keeps a file's size and place with the name and writes them, after a
+  // rename, only with the file; without this a power cut leaves an empty file. Others have nothing left to
+  // write.
+  if (!synchronizeFile(file_.get()) && errno == EIO) return fail();
   if (!synchronizeFolder(splitPath(path_).first)) return fail();
   // A later write must not change the file behind its name's back.
   file_ = FileDescriptor();
