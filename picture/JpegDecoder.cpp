@@ -76,7 +76,7 @@ void JpegDecoder::onError(j_common_ptr decoder) noexcept {
 void JpegDecoder::onMessage(j_common_ptr decoder, int level) noexcept {
   auto* self = reinterpret_cast<ErrorManager*>(decoder->err)->owner;
   if (level >= 0 || !self->costsPixels(decoder->err->msg_code)) return;
-  if (self->options_.damage == Damage::Fails) self->fail(decoder);
+  if (self->options_.damage == Damage::Fails || !self->isHeaderRead_) self->fail(decoder);
   self->countLoss();
 }
 
@@ -101,7 +101,7 @@ bool JpegDecoder::costsPixels(int warning) const noexcept {
       // Alone it says that the end marker is missing: where Huffman-coded data ended too early,
       // JWRN_HIT_MARKER follows. Of several scans the last may be missing altogether, which nothing else
       // says.
-      return decoder_.arith_code || hasSeveralScans_;
+      return !isHeaderRead_ || decoder_.arith_code || hasSeveralScans_;
     default:
       return false;
   }
@@ -133,6 +133,7 @@ bool JpegDecoder::start(std::span<const std::uint8_t> jpeg) noexcept {
     hasSeveralScans_ = jpeg_has_multiple_scans(&decoder_) != FALSE;
   });
   if (!headerRead) return false;
+  isHeaderRead_ = true;
   if (!isAcceptablePictureSize(decoder_.image_width, decoder_.image_height)) {
     std::copy(std::begin(kBadSizeText), std::end(kBadSizeText), failure_);
     return false;

@@ -83,6 +83,7 @@ class JpegDecoder final : public RowSource {
   jpeg_progress_mgr progress_{};
   std::jmp_buf escape_{};
   char failure_[JMSG_LENGTH_MAX] = {};
+  bool isHeaderRead_ = false;
   bool hasSeveralScans_ = false;
   // In rows of blocks, the decoder's unit.
   unsigned lostRows_ = 0;

@@ -49,8 +49,9 @@ std::optional<JpegSegment> segmentFrom(Bytes jpeg, std::size_t offset) {
   if (at + kLengthBytes > jpeg.size()) return std::nullopt;
   const std::uint8_t marker = jpeg[begin + 1];
   if (marker == kStartOfImage || marker == kEndOfImage) return std::nullopt;
-  const std::size_t length = static_cast<std::size_t>(jpeg[at]) << 8 | jpeg[at + 1];
-  if (length < kLengthBytes || length > jpeg.size() - at) return std::nullopt;
+  // A length counts itself; decoders take less than that for an empty segment.
+  const std::size_t length = std::max(static_cast<std::size_t>(jpeg[at]) << 8 | jpeg[at + 1], kLengthBytes);
+  if (length > jpeg.size() - at) return std::nullopt;
   return JpegSegment{marker, begin, at + length - begin,
                      jpeg.subspan(at + kLengthBytes, length - kLengthBytes)};
 }

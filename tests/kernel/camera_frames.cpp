@@ -23,11 +23,11 @@
 #include <string>
 #include <vector>
 
+#include "picture/PhotoRows.h"
 #include "picture/PixelLayout.h"
 #include "platform/linux/camera/CameraThread.h"
 #include "platform/linux/camera/pipewire/PipeWireFrameSource.h"
 #include "platform/linux/camera/v4l2/DeviceFrameSource.h"
-#include "platform/linux/photo/PictureRows.h"
 
 namespace {
 
@@ -119,21 +119,9 @@ std::shared_ptr<const picture::Frame> Cameras::frame(const Camera& camera, const
   return frame;
 }
 
-class PlainPicture final : public PictureData {
- public:
-  explicit PlainPicture(const picture::Frame& frame) : frame_(frame) {}
-  const picture::Frame& frame() const override { return frame_; }
-  bool mirrored() const override { return false; }
-  bool writeToFile(const std::string&, bool) const override { return false; }
-
- private:
-  const picture::Frame& frame_;
-};
-
 Bytes decoded(const picture::Frame& frame) {
   std::string failure;
-  const PlainPicture picture(frame);
-  const auto rows = openRows(picture, failure);
+  const auto rows = picture::openPhotoRows(frame, false, failure);
   if (!rows) throw std::runtime_error(failure);
   Bytes bytes(rows->rowBytes() * rows->height());
   if (!rows->readRows(bytes)) throw std::runtime_error(rows->failure());

@@ -34,6 +34,20 @@ TEST(CapturePhoto, AsAFileIsTheCamerasJpegWithItsMirroringAndItsTimeNoted) {
   EXPECT_EQ(decodeJpeg(written), mirrored(referenceDecode(frame.bytes)));
 }
 
+TEST(CapturePhoto, AsAFileSaysHowASidewaysFrameIsTurned) {
+  picture::Frame frame;
+  frame.bytes = encodeJpeg(photoPicture(48, 32, 7));
+  frame.transform = picture::Transform::Rotated90;
+  const CapturePhoto photo(std::make_shared<const picture::Frame>(frame), true);
+  const auto path = std::filesystem::path(::testing::TempDir()) / "sideways.jpg";
+
+  ASSERT_TRUE(photo.fileDataRepresentation()->writeToFile(path, true));
+  std::ifstream file(path, std::ios::binary);
+  const Bytes written{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  std::filesystem::remove(path);
+  EXPECT_EQ(decodeJpeg(written), mirrored(turnedClockwise(referenceDecode(frame.bytes))));
+}
+
 TEST(CapturePhoto, ThatCannotBeWrittenSaysSo) {
   const CapturePhoto photo(std::make_shared<const picture::Frame>(), false);
   EXPECT_FALSE(photo.fileDataRepresentation()->writeToFile("/nonexistent/folder/photo.jpg", true));

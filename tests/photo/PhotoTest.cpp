@@ -22,13 +22,14 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-struct CapturedPicture : PictureData {
-  const picture::Frame& frame() const override { return taken; }
-  bool mirrored() const override { return isMirrored; }
-  bool writeToFile(const std::string&, bool) const override { return false; }
-
+/// What a camera took, before it is a photo.
+struct Captured {
   picture::Frame taken;
   bool isMirrored = true;
+
+  std::shared_ptr<PictureData> data() const {
+    return std::make_shared<PictureData>(std::make_shared<picture::Frame>(taken), isMirrored);
+  }
 };
 
 struct KeptLog : platform::NSLog {
@@ -54,8 +55,8 @@ class Photo : public ::testing::Test {
     std::ifstream stream(file, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
   }
-  bool save(const std::shared_ptr<CapturedPicture>& picture, const std::string& file) {
-    const auto bitmap = BitmapImageRep::imageRepWithData(picture, log_, &thumbnails_);
+  bool save(const Captured& captured, const std::string& file) {
+    const auto bitmap = BitmapImageRep::imageRepWithData(captured.data(), log_, &thumbnails_);
     return bitmap &&
            bitmap->representationUsingType(platform::NSBitmapImageFileType::PNG)->writeToFile(file, true);
   }
@@ -67,21 +68,21 @@ class Photo : public ::testing::Test {
   SavedThumbnails thumbnails_;
 };
 
-std::shared_ptr<CapturedPicture> rgbFrame(const Picture& picture) {
-  auto captured = std::make_shared<CapturedPicture>();
-  captured->taken.format = picture::PixelFormat::RGB;
-  captured->taken.width = static_cast<int>(picture.width);
-  captured->taken.height = static_cast<int>(picture.height);
-  captured->taken.stride = static_cast<int>(picture.width * 3);
-  captured->taken.bytes = picture.pixels;
+Captured rgbFrame(const Picture& picture) {
+  Captured captured;
+  captured.taken.format = picture::PixelFormat::RGB;
+  captured.taken.width = static_cast<int>(picture.width);
+  captured.taken.height = static_cast<int>(picture.height);
+  captured.taken.stride = static_cast<int>(picture.width * 3);
+  captured.taken.bytes = picture.pixels;
   return captured;
 }
 
-std::shared_ptr<CapturedPicture> jpegFrame(const Picture& picture) {
-  auto captured = std::make_shared<CapturedPicture>();
-  captured->taken.width = static_cast<int>(picture.width);
-  captured->taken.height = static_cast<int>(picture.height);
-  captured->taken.bytes = encodeJpeg(picture);
+Captured jpegFrame(const Picture& picture) {
+  Captured captured;
+  captured.taken.width = static_cast<int>(picture.width);
+  captured.taken.height = static_cast<int>(picture.height);
+  captured.taken.bytes = encodeJpeg(picture);
   return captured;
 }
 
@@ -93,16 +94,37 @@ TEST_F(Photo, ARawFrameIsSavedMirroredPixelForPixel) {
 
 TEST_F(Photo, AFrameThatIsNotToBeMirroredIsSavedAsItIs) {
   const Picture scene = photoPicture(67, 41, 2);
-  const auto frame = rgbFrame(scene);
-  frame->isMirrored = false;
+  auto frame = rgbFrame(scene);
+  frame.isMirrored = false;
   ASSERT_TRUE(save(frame, path("a.png")));
   EXPECT_EQ(decodePng(contents(path("a.png"))), scene);
 }
 
 TEST_F(Photo, AJpegFrameIsSavedAsItsDecodedPixelsMirrored) {
-  const auto frame = jpegFrame(photoPicture(64, 48, 3));
+  auto frame = jpegFrame(photoPicture(64, 48, 3));
   ASSERT_TRUE(save(frame, path("a.png")));
-  EXPECT_EQ(decodePng(contents(path("a.png"))), mirrored(referenceDecode(frame->taken.bytes)));
+  EXPECT_EQ(decodePng(contents(path("a.png"))), mirrored(referenceDecode(frame.taken.bytes)));
+}
+
+TEST_F(Photo, NothingButThePhotoIsLeftInTheFolder) {
+  ASSERT_TRUE(save(rgbFrame(flatPicture(8, 8, 0)), path("a.png")));
+  EXPECT_THAT(names(), ElementsAre("a.png"));
+}
+
+TEST_F(Photo, ADamagedJpegLeavesNoFileAndSaysWhy) {
+  auto frame = jpegFrame(photoPicture(640, 480, 4));
+  auto& bytes = frame.taken.bytes;
+  std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(bytes.size() / 2), bytes.end(), std::uint8_t{0});
+  EXPECT_FALSE(save(frame, path("a.png")));
+  EXPECT_THAT(names(), IsEmpty());
+  EXPECT_THAT(log_.lines, ElementsAre(HasSubstr("Cannot save " + path("a.png"))));
+}
+
+TEST_F(Photo, BytesThatAreNoPictureMakeNoBitmap) {
+  Captured frame;
+  frame.taken.bytes = {1, 2, 3};
+  EXPECT_EQ(BitmapImageRep::imageRepWithData(frame.data(), log_), nullptr);
+  EXPECT_EQ(BitmapImageRep::imageRepWithData(nullptr, log_), nullptr);
 }
 
 TEST_F(Photo, ASmallCopyOfWhatWasSavedIsKept) {
@@ -116,25 +138,32 @@ TEST_F(Photo, ASmallCopyOfWhatWasSavedIsKept) {
   EXPECT_FALSE(thumbnails_.of(path("missing/b.png")));
 }
 
-TEST_F(Photo, NothingButThePhotoIsLeftInTheFolder) {
-  ASSERT_TRUE(save(rgbFrame(flatPicture(8, 8, 0)), path("a.png")));
-  EXPECT_THAT(names(), ElementsAre("a.png"));
+TEST_F(Photo, AFrameThatIsKnownToBeDamagedIsSavedAsFarAsItGoes) {
+  auto frame = jpegFrame(photoPicture(640, 480, 4));
+  frame.taken.bytes.resize(frame.taken.bytes.size() / 2);
+  frame.taken.isDamaged = true;
+  ASSERT_TRUE(save(frame, path("a.png")));
+  EXPECT_EQ(decodePng(contents(path("a.png"))).height, 480U);
 }
 
-TEST_F(Photo, ADamagedJpegLeavesNoFileAndSaysWhy) {
-  const auto frame = jpegFrame(photoPicture(640, 480, 4));
-  auto& bytes = frame->taken.bytes;
-  std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(bytes.size() / 2), bytes.end(), std::uint8_t{0});
-  EXPECT_FALSE(save(frame, path("a.png")));
-  EXPECT_THAT(names(), IsEmpty());
-  EXPECT_THAT(log_.lines, ElementsAre(HasSubstr("Cannot save " + path("a.png"))));
+TEST_F(Photo, ASidewaysFrameIsSavedUprightAndMirrored) {
+  const Picture scene = photoPicture(67, 41, 6);
+  auto frame = rgbFrame(turnedClockwise(scene));
+  frame.taken.transform = picture::Transform::Rotated270;
+  ASSERT_TRUE(save(frame, path("a.png")));
+  EXPECT_EQ(decodePng(contents(path("a.png"))), mirrored(scene));
 }
 
-TEST_F(Photo, BytesThatAreNoPictureMakeNoBitmap) {
-  auto frame = std::make_shared<CapturedPicture>();
-  frame->taken.bytes = {1, 2, 3};
-  EXPECT_EQ(BitmapImageRep::imageRepWithData(frame, log_), nullptr);
-  EXPECT_EQ(BitmapImageRep::imageRepWithData(nullptr, log_), nullptr);
+TEST_F(Photo, MayBeWrittenTwice) {
+  const Picture scene = photoPicture(64, 48, 3);
+  const auto bitmap = BitmapImageRep::imageRepWithData(rgbFrame(scene).data(), log_);
+  const auto png = bitmap->representationUsingType(platform::NSBitmapImageFileType::PNG);
+  ASSERT_TRUE(png->writeToFile(path("a.png"), true));
+  ASSERT_TRUE(png->writeToFile(path("b.png"), true));
+  ASSERT_TRUE(bitmap->representationUsingType(platform::NSBitmapImageFileType::PNG)
+                  ->writeToFile(path("c.png"), true));
+  for (const char* name : {"a.png", "b.png", "c.png"})
+    EXPECT_EQ(decodePng(contents(path(name))), mirrored(scene)) << name;
 }
 
 TEST_F(Photo, AFolderThatIsMissingFailsAndSaysWhy) {
@@ -145,18 +174,19 @@ TEST_F(Photo, AFolderThatIsMissingFailsAndSaysWhy) {
 TEST_F(Photo, AnOlderFileOfTheNameStaysWhenTheNewOneFails) {
   ASSERT_TRUE(save(rgbFrame(flatPicture(8, 8, 0xFF0000)), path("a.png")));
   const Bytes before = contents(path("a.png"));
-  const auto damaged = jpegFrame(photoPicture(64, 64, 5));
-  damaged->taken.bytes.resize(damaged->taken.bytes.size() / 2);
+  auto damaged = jpegFrame(photoPicture(64, 64, 5));
+  damaged.taken.bytes.resize(damaged.taken.bytes.size() / 2);
   EXPECT_FALSE(save(damaged, path("a.png")));
   EXPECT_EQ(contents(path("a.png")), before);
 }
 
 TEST_F(Photo, ThePictureForALayerIsTheFrameItself) {
-  const auto frame = rgbFrame(flatPicture(8, 8, 0));
-  const auto image = BitmapImageRep::imageRepWithData(frame, log_)->cgImage();
+  auto frame = rgbFrame(flatPicture(8, 8, 0));
+  const auto data = frame.data();
+  const auto image = BitmapImageRep::imageRepWithData(data, log_)->cgImage();
   const auto picture = std::dynamic_pointer_cast<PictureImage>(image);
   ASSERT_TRUE(picture);
-  EXPECT_EQ(picture->picture(), frame);
+  EXPECT_EQ(picture->picture(), data);
 }
 
 }  // namespace

@@ -2,8 +2,8 @@
 
 #include <utility>
 
+#include "picture/PhotoRows.h"
 #include "platform/linux/photo/PictureImage.h"
-#include "platform/linux/photo/PictureRows.h"
 #include "platform/linux/photo/PngPhoto.h"
 
 namespace platform_linux {
@@ -13,16 +13,19 @@ std::shared_ptr<BitmapImageRep> BitmapImageRep::imageRepWithData(
   auto picture = std::dynamic_pointer_cast<const PictureData>(data);
   if (!picture) return nullptr;
   std::string failure;
-  if (!openRows(*picture, failure)) {
+  auto rows = picture::openPhotoRows(picture->frame(), picture->mirrored(), failure);
+  if (!rows) {
     log.log("The photo cannot be decoded: " + failure);
     return nullptr;
   }
-  return std::shared_ptr<BitmapImageRep>(new BitmapImageRep(std::move(picture), log, thumbnails));
+  return std::shared_ptr<BitmapImageRep>(
+      new BitmapImageRep(std::move(picture), std::move(rows), log, thumbnails));
 }
 
-BitmapImageRep::BitmapImageRep(std::shared_ptr<const PictureData> picture, platform::NSLog& log,
+BitmapImageRep::BitmapImageRep(std::shared_ptr<const PictureData> picture,
+                               std::unique_ptr<picture::RowSource> rows, platform::NSLog& log,
                                SavedThumbnails* thumbnails)
-    : picture_(std::move(picture)), log_(log), thumbnails_(thumbnails) {}
+    : picture_(std::move(picture)), rows_(std::move(rows)), log_(log), thumbnails_(thumbnails) {}
 
 std::shared_ptr<platform::CGImage> BitmapImageRep::cgImage() const {
   return std::make_shared<PictureImage>(picture_);
@@ -30,7 +33,7 @@ std::shared_ptr<platform::CGImage> BitmapImageRep::cgImage() const {
 
 std::shared_ptr<platform::NSData> BitmapImageRep::representationUsingType(
     platform::NSBitmapImageFileType) const {
-  return std::make_shared<PngPhoto>(picture_, log_, thumbnails_);
+  return std::make_shared<PngPhoto>(picture_, std::move(rows_), log_, thumbnails_);
 }
 
 }  // namespace platform_linux

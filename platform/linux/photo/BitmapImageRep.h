@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "picture/RowSource.h"
 #include "platform/AppKit/NSBitmapImageRep.h"
 #include "platform/Foundation/NSLog.h"
 #include "platform/linux/photo/PictureData.h"
@@ -10,7 +11,7 @@
 namespace platform_linux {
 
 /// A captured photo as a bitmap. Its pixels are made when somebody needs them, and then only as many as are
-/// needed.
+/// needed. One thread makes it and asks for its representation; any may ask for the image.
 class BitmapImageRep : public platform::NSBitmapImageRep {
  public:
   /// Nothing when `data` is no captured photo or its bytes do not begin a picture. `log` and
@@ -24,10 +25,12 @@ class BitmapImageRep : public platform::NSBitmapImageRep {
       platform::NSBitmapImageFileType type) const override;
 
  private:
-  BitmapImageRep(std::shared_ptr<const PictureData> picture, platform::NSLog& log,
-                 SavedThumbnails* thumbnails);
+  BitmapImageRep(std::shared_ptr<const PictureData> picture, std::unique_ptr<picture::RowSource> rows,
+                 platform::NSLog& log, SavedThumbnails* thumbnails);
 
   const std::shared_ptr<const PictureData> picture_;
+  /// The picture, its header read and nothing more, for the first representation.
+  mutable std::unique_ptr<picture::RowSource> rows_;
   platform::NSLog& log_;
   SavedThumbnails* const thumbnails_;
 };

@@ -1,21 +1,31 @@
 #pragma once
 
-#include <chrono>
 #include <memory>
+#include <utility>
 
 #include "picture/Frame.h"
 #include "platform/Foundation/NSData.h"
 
 namespace platform_linux {
 
-/// A captured photo: the camera's own bytes, with what was noted about them. Keeping the frame, not a
+/// A captured photo: the frame as the camera sent it, and whether it is mirrored. Keeping the frame, not a
 /// re-encoded file, spares raw modes a lossy detour through JPEG.
-class PictureData : public platform::NSData {
+class PictureData final : public platform::NSData {
  public:
+  /// `frame` must be given.
+  PictureData(std::shared_ptr<const picture::Frame> frame, bool mirrored)
+      : frame_(std::move(frame)), mirrored_(mirrored) {}
+
   /// The frame as the camera sent it.
-  virtual const picture::Frame& frame() const = 0;
+  const picture::Frame& frame() const { return *frame_; }
   /// Whether the picture is to be shown and saved left-right mirrored.
-  virtual bool mirrored() const = 0;
+  bool mirrored() const { return mirrored_; }
+  /// The camera's own bytes; a JPEG stream also says how it is to be shown and when it was taken.
+  bool writeToFile(const std::string& path, bool atomically) const override;
+
+ private:
+  const std::shared_ptr<const picture::Frame> frame_;
+  const bool mirrored_;
 };
 
 }  // namespace platform_linux

@@ -5,8 +5,8 @@
 #include <system_error>
 #include <utility>
 
+#include "picture/PhotoRows.h"
 #include "picture/png/PngWriter.h"
-#include "platform/linux/photo/PictureRows.h"
 #include "platform/linux/storage/AtomicFile.h"
 
 namespace platform_linux {
@@ -18,9 +18,9 @@ std::string errorText(int error) {
 
 }  // namespace
 
-PngPhoto::PngPhoto(std::shared_ptr<const PictureData> picture, platform::NSLog& log,
-                   SavedThumbnails* thumbnails)
-    : picture_(std::move(picture)), log_(log), thumbnails_(thumbnails) {}
+PngPhoto::PngPhoto(std::shared_ptr<const PictureData> picture, std::unique_ptr<picture::RowSource> rows,
+                   platform::NSLog& log, SavedThumbnails* thumbnails)
+    : picture_(std::move(picture)), rows_(std::move(rows)), log_(log), thumbnails_(thumbnails) {}
 
 bool PngPhoto::writeToFile(const std::string& path, bool) const {
   const std::string why = whyNotWritten(path);
@@ -31,7 +31,8 @@ bool PngPhoto::writeToFile(const std::string& path, bool) const {
 
 std::string PngPhoto::whyNotWritten(const std::string& path) const {
   std::string failure;
-  const auto rows = openRows(*picture_, failure);
+  auto rows = std::move(rows_);
+  if (!rows) rows = picture::openPhotoRows(picture_->frame(), picture_->mirrored(), failure);
   if (!rows) return failure;
   if (!thumbnails_) return whyNotWritten(path, *rows);
   picture::ThumbnailRows passing(*rows, SavedThumbnails::kSide);

@@ -14,9 +14,11 @@ namespace platform_linux {
 /// written strip by strip, so that it never is in memory as a whole and every step overlaps the others.
 class PngPhoto : public platform::NSData {
  public:
-  /// `picture` must be given. `log` is told why a file could not be written, `thumbnails`, which may be null,
-  /// of every file that could; they outlive this.
-  PngPhoto(std::shared_ptr<const PictureData> picture, platform::NSLog& log, SavedThumbnails* thumbnails);
+  /// `picture` must be given. `rows` are its rows where they have been opened before, so that its header is
+  /// read once; else, and to be written again, it opens them itself. `log` is told why a file could not be
+  /// written, `thumbnails`, which may be null, of every file that could; they outlive this.
+  PngPhoto(std::shared_ptr<const PictureData> picture, std::unique_ptr<picture::RowSource> rows,
+           platform::NSLog& log, SavedThumbnails* thumbnails);
 
   /// Always atomic. Also clears away what killed processes left of earlier photos in the same folder.
   bool writeToFile(const std::string& path, bool atomically) const override;
@@ -27,6 +29,7 @@ class PngPhoto : public platform::NSData {
   std::string whyNotWritten(const std::string& path, picture::RowSource& rows) const;
 
   const std::shared_ptr<const PictureData> picture_;
+  mutable std::unique_ptr<picture::RowSource> rows_;
   platform::NSLog& log_;
   SavedThumbnails* const thumbnails_;
 };

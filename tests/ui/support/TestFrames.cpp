@@ -12,20 +12,6 @@
 namespace ui_test {
 namespace {
 
-class Photo : public platform_linux::PictureData {
- public:
-  Photo(std::shared_ptr<const picture::Frame> frame, bool mirrored)
-      : frame_(std::move(frame)), mirrored_(mirrored) {}
-
-  bool writeToFile(const std::string&, bool) const override { return false; }
-  const picture::Frame& frame() const override { return *frame_; }
-  bool mirrored() const override { return mirrored_; }
-
- private:
-  const std::shared_ptr<const picture::Frame> frame_;
-  const bool mirrored_;
-};
-
 std::vector<std::uint8_t> row(int y, int width, int height, const Painter& painter) {
   std::vector<std::uint8_t> pixels;
   for (int x = 0; x < width; ++x) {
@@ -101,7 +87,7 @@ std::shared_ptr<picture::Frame> withoutHuffmanTables(const picture::Frame& frame
 
 std::shared_ptr<const platform_linux::PictureData> photoOf(std::shared_ptr<const picture::Frame> frame,
                                                            bool mirrored) {
-  return std::make_shared<Photo>(std::move(frame), mirrored);
+  return std::make_shared<platform_linux::PictureData>(std::move(frame), mirrored);
 }
 
 }  // namespace ui_test
