@@ -57,8 +57,9 @@ class AVCapturePhotoOutput {
   virtual std::vector<std::shared_ptr<AVCaptureConnection>> connections() const = 0;
 
   /// Requests the next whole picture and returns at once. A picture counts once the camera's exposure has had
-  /// one second since the session's first frame. The delegate is kept alive until it has been told the
-  /// outcome; a camera that sends nothing usable fails the capture within five seconds.
+  /// one second since the camera's first frame, and two more at most while it still moves. The delegate is
+  /// kept alive until it has been told the outcome; a camera that sends nothing usable for five seconds fails
+  /// the capture.
   virtual void capturePhotoWithSettings(const AVCapturePhotoSettings& settings,
                                         std::shared_ptr<AVCapturePhotoCaptureDelegate> delegate) = 0;
 };

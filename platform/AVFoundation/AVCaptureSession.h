@@ -27,7 +27,9 @@ class AVCaptureSession {
   virtual void addInput(std::shared_ptr<AVCaptureDeviceInput> input) = 0;
   virtual void addOutput(std::shared_ptr<AVCapturePhotoOutput> output) = 0;
 
-  /// Asks the camera for frames and returns at once; repeated calls change nothing.
+  /// Asks the camera for frames and returns at once; repeated calls change nothing. From then on the session
+  /// looks after itself: when its camera is busy, fails or leaves, it goes on as soon as the camera can be
+  /// used again.
   virtual void startRunning() = 0;
   /// Gives the camera back; never waits for it. A capture still pending fails. Repeated calls change nothing.
   virtual void stopRunning() = 0;

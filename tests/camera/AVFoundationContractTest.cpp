@@ -41,7 +41,8 @@ class RealCameras : public AVFoundationFactory {
   fakes::Journal journal_;
   fakes::FakeMainLoop loop_;
   fakes::FakeNotificationCenter center_{journal_};
-  std::unique_ptr<platform_linux::Cameras> cameras_ = camera_test::camerasOfTheDaemon(loop_, center_);
+  fakes::FakeLog log_{journal_};
+  std::unique_ptr<platform_linux::Cameras> cameras_ = camera_test::camerasOfTheDaemon(loop_, center_, log_);
   std::map<std::string, camera_test::VirtualCamera> plugged_;
 };
 
@@ -67,6 +68,8 @@ class FakeCameras : public AVFoundationFactory {
  private:
   void answer(fakes::FakePhotoOutput& output) {
     while (output.pending() > 0) {
+      // A session waits for its camera to come back.
+      if (output.isRunning() && !cameras_.deviceWithUniqueID(output.cameraID())) return;
       if (output.isRunning())
         output.deliver(std::make_shared<fakes::FakePhoto>(data_));
       else

@@ -45,9 +45,11 @@ std::uint64_t Rig::copied() const {
 }
 
 std::unique_ptr<platform_linux::Cameras> camerasOfTheDaemon(platform::MainQueue& queue,
-                                                            platform::NSNotificationCenter& center) {
-  return std::make_unique<platform_linux::Cameras>(
-      queue, center, std::make_shared<platform_linux::PipeWireFrameSource>(), [] { return std::string(); });
+                                                            platform::NSNotificationCenter& center,
+                                                            platform::NSLog& log) {
+  return std::make_unique<platform_linux::Cameras>(queue, center, log,
+                                                   std::make_shared<platform_linux::PipeWireFrameSource>(),
+                                                   [] { return std::string(); });
 }
 
 CameraFixture::~CameraFixture() {
@@ -56,7 +58,7 @@ CameraFixture::~CameraFixture() {
 }
 
 void CameraFixture::start() {
-  cameras_ = camerasOfTheDaemon(loop_, center_);
+  cameras_ = camerasOfTheDaemon(loop_, center_, log_);
   const auto record = [this](const std::string& what) {
     std::string line = what + ":";
     for (const auto& name : names())

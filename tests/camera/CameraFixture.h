@@ -60,7 +60,8 @@ struct Rig {
 
 /// The adapter on the private desktop's daemon.
 std::unique_ptr<platform_linux::Cameras> camerasOfTheDaemon(platform::MainQueue& queue,
-                                                            platform::NSNotificationCenter& center);
+                                                            platform::NSNotificationCenter& center,
+                                                            platform::NSLog& log);
 
 /// The adapter in a private desktop, with a main loop that the test turns.
 class CameraFixture : public testing::Test {
@@ -93,6 +94,7 @@ class CameraFixture : public testing::Test {
   fakes::Journal journal_;
   fakes::FakeMainLoop loop_;
   fakes::FakeNotificationCenter center_{journal_};
+  fakes::FakeLog log_{journal_};
   std::unique_ptr<platform_linux::Cameras> cameras_;
 };
 

@@ -16,6 +16,15 @@ TEST(ErrorMessage, TellsTheNumberOfItsLastWords) {
   EXPECT_EQ(errorNumberOfMessage("can't open: Permission denied"), EACCES);
 }
 
+TEST(ErrorMessage, TellsTheNumberOfWordsInBracketsAndBeforeThem) {
+  EXPECT_EQ(errorNumberOfMessage("error set output format: -16 (Device or resource busy)"), EBUSY);
+  EXPECT_EQ(errorNumberOfMessage("can't open device: -13 (Permission denied)"), EACCES);
+  EXPECT_EQ(errorNumberOfMessage("Device or resource busy (/dev/video0)"), EBUSY);
+  EXPECT_EQ(errorNumberOfMessage("Device or resource busy."), EBUSY);
+  EXPECT_EQ(errorNumberOfMessage("("), EIO);
+  EXPECT_EQ(errorNumberOfMessage(" )"), EIO);
+}
+
 TEST(ErrorMessage, WithoutKnownWordsIsADeviceFault) {
   EXPECT_EQ(errorNumberOfMessage(""), EIO);
   EXPECT_EQ(errorNumberOfMessage("no target node available"), EIO);

@@ -47,7 +47,7 @@ TEST_F(StillFailure, WhenTheCameraLeftBeforeTheStart) {
   EXPECT_EQ(take(rig).error, ENODEV);
 }
 
-TEST_F(StillFailure, WhenTheCameraLeavesMeanwhileAndEverAfter) {
+TEST_F(StillFailure, WhenTheCameraLeavesMeanwhileAndStaysAway) {
   const auto camera = plugIn("desk", kMode);
   start();
   const Rig rig = runningRig("desk");
@@ -56,12 +56,7 @@ TEST_F(StillFailure, WhenTheCameraLeavesMeanwhileAndEverAfter) {
   camera.ask("unplug");
   awaitOutcomes(rig, 1);
   EXPECT_EQ(rig.delegate->outcomes()[0].error, ENODEV);
-  EXPECT_EQ(take(rig).error, ENODEV);
-  camera.ask("plug");
-  awaitNews(2);
-  EXPECT_EQ(take(rig).error, ENODEV) << "a session does not resume by itself";
-  rig.session->startRunning();
-  EXPECT_EQ(take(rig).error, 0) << "a camera that is back can be started again";
+  EXPECT_EQ(take(rig).error, ENODEV) << "at once: there has been no frame since";
 }
 
 TEST_F(StillFailure, WhenTheSessionIsStopped) {
@@ -122,7 +117,6 @@ TEST_F(StillFailure, OfCamerasThatSendNothingUsable) {
     if (faults[i] == "fault=busy") expected.push_back(EIO);
     EXPECT_THAT(expected, testing::Contains(rigs[i].delegate->outcomes()[0].error)) << faults[i];
     EXPECT_THAT(expected, testing::Contains(take(rigs[i]).error)) << faults[i];
-    EXPECT_EQ(rigs[i].copied(), 0U) << faults[i];
   }
   // One that comes to its senses takes photos again.
   cameras[5].ask("truncate off");

@@ -5,8 +5,6 @@
 namespace camera_test {
 namespace {
 
-using platform_linux::kCameraSilence;
-using platform_linux::kExposureSettling;
 using platform_linux::StillSchedule;
 using namespace std::chrono_literals;
 
@@ -15,78 +13,58 @@ StillSchedule::Time at(std::chrono::milliseconds time) {
   return StillSchedule::Time{} + 1h + time;
 }
 
-TEST(StillSchedule, AnswersWithTheFirstFrameOfASettledCamera) {
+TEST(StillSchedule, ARunSettlesASecondAfterItsFirstFrame) {
   StillSchedule schedule;
-  ASSERT_TRUE(schedule.request(at(0ms)));
-  EXPECT_FALSE(schedule.frameArrived(at(200ms)));
-  EXPECT_FALSE(schedule.frameArrived(at(1199ms)));
-  EXPECT_TRUE(schedule.frameArrived(at(1200ms)));
-  EXPECT_FALSE(schedule.frameArrived(at(1233ms))) << "nothing waits any more";
-}
-
-TEST(StillSchedule, SettlesOnceARun) {
-  StillSchedule schedule;
-  EXPECT_FALSE(schedule.frameArrived(at(0ms)));
-  EXPECT_FALSE(schedule.frameArrived(at(3s)));
-  ASSERT_TRUE(schedule.request(at(3010ms)));
-  EXPECT_TRUE(schedule.frameArrived(at(3033ms)));
+  EXPECT_FALSE(schedule.hasSettled(at(5s)));
+  schedule.frameArrived(at(200ms));
+  EXPECT_FALSE(schedule.hasSettled(at(1199ms)));
+  EXPECT_TRUE(schedule.hasSettled(at(1200ms)));
   schedule.restart();
-  ASSERT_TRUE(schedule.request(at(4s)));
-  EXPECT_FALSE(schedule.frameArrived(at(4033ms)));
-  EXPECT_TRUE(schedule.frameArrived(at(4033ms) + kExposureSettling));
+  EXPECT_FALSE(schedule.hasSettled(at(1300ms)));
 }
 
-TEST(StillSchedule, FailsWhenNoFrameComesAtAll) {
+TEST(StillSchedule, ExposureIsLookedAtInARunsFirstSeconds) {
   StillSchedule schedule;
-  EXPECT_FALSE(schedule.deadline()) << "no timer runs while nothing waits";
-  ASSERT_TRUE(schedule.request(at(0ms)));
-  EXPECT_EQ(schedule.deadline(), at(kCameraSilence));
-  EXPECT_FALSE(schedule.hasFallenSilent(at(4999ms)));
-  EXPECT_TRUE(schedule.hasFallenSilent(at(5s)));
-  EXPECT_FALSE(schedule.deadline());
+  EXPECT_FALSE(schedule.isYoung(at(0ms)));
+  schedule.frameArrived(at(0ms));
+  EXPECT_FALSE(schedule.isExposureWorthKnowing(at(799ms)));
+  EXPECT_TRUE(schedule.isExposureWorthKnowing(at(800ms)));
+  EXPECT_TRUE(schedule.isYoung(at(2999ms)));
+  EXPECT_FALSE(schedule.isYoung(at(3s)));
 }
 
-TEST(StillSchedule, CountsSilenceFromTheLastFrame) {
-  StillSchedule schedule;
-  ASSERT_TRUE(schedule.request(at(0ms)));
-  EXPECT_FALSE(schedule.frameArrived(at(800ms)));
-  EXPECT_FALSE(schedule.hasFallenSilent(at(5s)));
-  EXPECT_EQ(schedule.deadline(), at(5800ms));
-  EXPECT_TRUE(schedule.hasFallenSilent(at(5800ms)));
+TEST(StillSchedule, AStillFailsAfterFiveSecondsWithoutAFrame) {
+  const StillSchedule schedule;
+  EXPECT_EQ(schedule.deadline(at(60s)), at(65s));
 }
 
-TEST(StillSchedule, CountsSilenceFromTheRequestWhenTheLastFrameIsOlder) {
+TEST(StillSchedule, FramesOfASettlingCameraPutTheEndOff) {
   StillSchedule schedule;
-  EXPECT_FALSE(schedule.frameArrived(at(0ms)));
-  ASSERT_TRUE(schedule.request(at(60s)));
-  EXPECT_EQ(schedule.deadline(), at(65s));
+  schedule.frameArrived(at(800ms));
+  EXPECT_EQ(schedule.deadline(at(0ms)), at(5800ms));
+  EXPECT_EQ(schedule.deadline(at(60s)), at(65s)) << "not those from before the request";
+  schedule.frameArrived(at(2s));
+  EXPECT_EQ(schedule.deadline(at(0ms)), at(5800ms)) << "a later one might have been the still";
+  schedule.exposureMoves(at(2s));
+  EXPECT_EQ(schedule.deadline(at(0ms)), at(7s));
 }
 
-TEST(StillSchedule, TheOldestRequestSetsTheDeadline) {
+TEST(StillSchedule, RunsThatBeginAgainAndAgainDoNotPutItOffForEver) {
   StillSchedule schedule;
-  ASSERT_TRUE(schedule.request(at(0ms)));
-  ASSERT_TRUE(schedule.request(at(3s)));
-  EXPECT_EQ(schedule.deadline(), at(5s));
+  for (auto time = 0ms; time < 20s; time += 500ms) {
+    schedule.restart();
+    schedule.frameArrived(at(time));
+  }
+  EXPECT_EQ(schedule.deadline(at(0ms)), at(8s));
 }
 
-TEST(StillSchedule, ASilentCameraFailsAtOnceUntilItSendsAgain) {
+TEST(StillSchedule, SilenceLastsUntilTheNextFrame) {
   StillSchedule schedule;
-  ASSERT_TRUE(schedule.request(at(0ms)));
-  ASSERT_TRUE(schedule.hasFallenSilent(at(5s)));
-  EXPECT_FALSE(schedule.request(at(5s)));
-  EXPECT_FALSE(schedule.request(at(60s)));
-  EXPECT_FALSE(schedule.deadline());
-  EXPECT_FALSE(schedule.frameArrived(at(61s)));
-  EXPECT_TRUE(schedule.request(at(62s)));
-  EXPECT_TRUE(schedule.frameArrived(at(62033ms)));
-}
-
-TEST(StillSchedule, ARestartForgetsTheSilence) {
-  StillSchedule schedule;
-  ASSERT_TRUE(schedule.request(at(0ms)));
-  ASSERT_TRUE(schedule.hasFallenSilent(at(5s)));
+  schedule.fallSilent();
   schedule.restart();
-  EXPECT_TRUE(schedule.request(at(6s)));
+  EXPECT_TRUE(schedule.isSilent()) << "a new attempt is no frame";
+  schedule.frameArrived(at(0ms));
+  EXPECT_FALSE(schedule.isSilent());
 }
 
 }  // namespace

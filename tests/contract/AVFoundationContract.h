@@ -200,6 +200,16 @@ TEST_P(AVFoundationContract, ACaptureStillPendingWhenTheSessionStopsFails) {
   EXPECT_FALSE(outcomes[0].hasPicture);
 }
 
+TEST_P(AVFoundationContract, ASessionGoesOnWhenItsCameraComesBack) {
+  changeAndWait([&] { factory_->plugIn("desk", "Desk camera"); }, {"desk"});
+  const Taking taking = take(cameras().deviceWithUniqueID("desk"));
+  changeAndWait([&] { factory_->unplug("desk"); }, {});
+  taking.capture();
+  changeAndWait([&] { factory_->plugIn("desk", "Desk camera"); }, {"desk"});
+  ASSERT_TRUE(factory_->runUntil([&] { return !taking.outcomes->all().empty(); }));
+  EXPECT_TRUE(taking.outcomes->all()[0].hasPicture);
+}
+
 TEST_P(AVFoundationContract, APreviewOfACameraHasAConnection) {
   changeAndWait([&] { factory_->plugIn("desk", "Desk camera"); }, {"desk"});
   const Taking taking = take(cameras().deviceWithUniqueID("desk"));

@@ -15,6 +15,11 @@ bool FakePhotoOutput::isRunning() const {
   return session && session->running;
 }
 
+std::string FakePhotoOutput::cameraID() const {
+  const auto session = session_.lock();
+  return session ? session->cameraID : "";
+}
+
 void FakePhotoOutput::capturePhotoWithSettings(
     const platform::AVCapturePhotoSettings& settings,
     std::shared_ptr<platform::AVCapturePhotoCaptureDelegate> delegate) {

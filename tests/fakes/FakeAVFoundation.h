@@ -66,6 +66,8 @@ class FakePhotoOutput : public platform::AVCapturePhotoOutput {
   std::vector<std::shared_ptr<platform::AVCaptureConnection>> connections() const override;
   void joinSession(std::weak_ptr<const FakeSession> session) { session_ = std::move(session); }
   bool isRunning() const;
+  /// Of its session's input; empty without one.
+  std::string cameraID() const;
   void capturePhotoWithSettings(const platform::AVCapturePhotoSettings& settings,
                                 std::shared_ptr<platform::AVCapturePhotoCaptureDelegate> delegate) override;
 

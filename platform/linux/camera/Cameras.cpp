@@ -14,11 +14,15 @@
 namespace platform_linux {
 
 Cameras::Cameras(platform::MainQueue& mainQueue, platform::NSNotificationCenter& notificationCenter,
-                 std::shared_ptr<FrameSource> source, std::function<std::string()> hiddenCameraTitle)
+                 platform::NSLog& log, std::shared_ptr<FrameSource> source,
+                 std::function<std::string()> hiddenCameraTitle)
     : list_(std::make_shared<CameraList>(mainQueue, notificationCenter)),
-      service_(std::make_shared<CaptureService>(mainQueue, list_, std::make_unique<CameraThread>(),
-                                                std::move(source))),
-      hiddenCameraTitle_(std::move(hiddenCameraTitle)) {}
+      hiddenCameraTitle_(std::move(hiddenCameraTitle)) {
+  auto loop = std::make_unique<CameraThread>();
+  auto examiner = std::make_unique<FrameExaminerThread>(*loop);
+  service_ = std::make_shared<CaptureService>(
+      CaptureService::Parts{mainQueue, log, list_, std::move(loop), std::move(examiner), std::move(source)});
+}
 
 Cameras::~Cameras() {
   service_->shutDown();

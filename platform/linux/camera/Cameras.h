@@ -8,6 +8,7 @@
 
 #include "platform/AVFoundation/AVFoundation.h"
 #include "platform/Foundation/MainQueue.h"
+#include "platform/Foundation/NSLog.h"
 #include "platform/Foundation/NSNotificationCenter.h"
 #include "platform/linux/camera/Camera.h"
 
@@ -20,12 +21,13 @@ class FrameSource;
 /// The cameras of this machine. Main thread only.
 class Cameras final : public platform::AVFoundation {
  public:
-  /// Starts the source and returns: made early, the cameras are known by the time somebody asks. Queue and
-  /// notification centre outlive this object. `hiddenCameraTitle` names, for people, a camera that is there
-  /// but not shown for want of the right: until that is given it is one without an identity, so that people
-  /// are told the truth: that it may not be used, not that it is missing.
+  /// Starts the source and returns: made early, the cameras are known by the time somebody asks. Queue,
+  /// notification centre and log outlive this object. `hiddenCameraTitle` names, for people, a camera that is
+  /// there but not shown for want of the right: until that is given it is one without an identity, so that
+  /// people are told the truth: that it may not be used, not that it is missing.
   Cameras(platform::MainQueue& mainQueue, platform::NSNotificationCenter& notificationCenter,
-          std::shared_ptr<FrameSource> source, std::function<std::string()> hiddenCameraTitle);
+          platform::NSLog& log, std::shared_ptr<FrameSource> source,
+          std::function<std::string()> hiddenCameraTitle);
   Cameras(const Cameras&) = delete;
   Cameras& operator=(const Cameras&) = delete;
   /// After the main loop has ended. Waits for an outcome that is being delivered, and so for a photo that is

@@ -6,14 +6,26 @@
 
 namespace platform_linux {
 
+CaptureFlow::CaptureFlow(std::shared_ptr<CaptureService> service)
+    : service_(std::move(service)),
+      stills_(std::make_shared<StillQueue>(
+          service_->loop(), service_->examiner(), [this](const std::string& line) {
+            const auto camera = chosenCamera();
+            service_->note((camera ? camera->localizedName : "") + ": " + line);
+          })) {}
+
 void CaptureFlow::setCamera(Camera camera) {
   const std::scoped_lock lock(cameraMutex_);
   camera_ = std::move(camera);
 }
 
 bool CaptureFlow::hasCamera() const {
+  return chosenCamera().has_value();
+}
+
+std::optional<Camera> CaptureFlow::chosenCamera() const {
   const std::scoped_lock lock(cameraMutex_);
-  return camera_.has_value();
+  return camera_;
 }
 
 void CaptureFlow::start() {
@@ -40,38 +52,72 @@ void CaptureFlow::post(void (CaptureFlow::*task)()) {
 }
 
 void CaptureFlow::startNow() {
-  if (isStarted_ && error_ == 0) return;
-  if (isStarted_) fail(error_);
-  isStarted_ = true;
-  error_ = 0;
-  endFeeds(0);
-  sequence_ = 0;
-  schedule_.restart();
-  const Camera* camera = nullptr;
-  {
-    const std::scoped_lock lock(cameraMutex_);
-    if (camera_) camera = service_->find(*camera_);
+  if (std::exchange(isStarted_, true)) {
+    if (!stream_) openStream();
+    return;
   }
-  if (!camera) return fail(ENODEV);
-  const auto mode = highQualityMode(camera->modes);
-  if (!mode) return fail(ENOTSUP);
+  sequence_ = 0;
+  pace_.reset();
+  endFeeds(0);
   service_->add(shared_from_this());
-  stream_ = service_->open(*camera, *mode, *this);
+  restart_ = service_->loop().timer([this] { openStream(); });
+  silence_ = service_->loop().timer([this] { checkSilence(); });
+  openStream();
 }
 
 void CaptureFlow::stopNow(int error) {
-  fail(error);
+  if (!isStarted_) return;
   isStarted_ = false;
+  closeStream(error);
+  endFeeds(0);
+  restart_.reset();
+  silence_.reset();
+  stills_->fail(error);
+  service_->remove(shared_from_this());
 }
 
-void CaptureFlow::fail(int error) {
-  service_->remove(shared_from_this());
+void CaptureFlow::openStream() {
+  if (!isStarted_ || stream_) return;
+  const auto chosen = chosenCamera();
+  const Camera* const camera = chosen ? service_->find(*chosen) : nullptr;
+  const auto mode = camera ? highQualityMode(camera->modes) : std::nullopt;
+  hopeless_ = !chosen ? ENODEV : camera && !mode ? ENOTSUP : 0;
+  // One that is away starts when it is back. It has gone with the daemon, or by itself.
+  if (!camera) stills_->setReason(stills_->reason() == EPIPE ? EPIPE : ENODEV);
+  if (hopeless_ != 0) stills_->fail(hopeless_);
+  if (!mode) return endFeeds(hopeless_ != 0 ? hopeless_ : stills_->reason());
+  restart_->stop();
+  ++run_;
+  stills_->restart();
+  seenBySilence_ = arrived_;
+  stream_ = service_->open(*camera, *mode, *this);
+  silence_->startOnce(kCameraSilence);
+}
+
+void CaptureFlow::closeStream(int error) {
+  ++run_;
   stream_.reset();
-  silenceTimer_.reset();
-  schedule_.restart();
-  error_ = error;
-  endFeeds(error == ECANCELED ? 0 : error);
-  answerAll(nullptr, error);
+  silence_->stop();
+  // Session managers also take a stream away whose link they could not make.
+  const auto camera = chosenCamera();
+  const bool isThere = camera && service_->find(*camera);
+  stills_->setReason(error == ENODEV && isThere ? EIO : error);
+}
+
+void CaptureFlow::restart(int error) {
+  // A run of some length is no failed attempt.
+  if (stills_->hasSettled()) pace_.reset();
+  closeStream(error);
+  const auto pause = pace_.next();
+  // A hiccup is no reason to tell people of an error.
+  endFeeds(pause == pause.zero() ? 0 : stills_->reason());
+  restart_->startOnce(pause);
+}
+
+void CaptureFlow::checkSilence() {
+  if (std::exchange(seenBySilence_, arrived_) != arrived_) return silence_->startOnce(kCameraSilence);
+  // Devices that stall mostly say nothing. What waited has failed, or fails now, but the session goes on.
+  restart(ETIMEDOUT);
 }
 
 void CaptureFlow::endFeeds(int error) {
@@ -80,36 +126,18 @@ void CaptureFlow::endFeeds(int error) {
 }
 
 void CaptureFlow::abandon() {
-  waiting_.clear();
+  stills_->abandon();
   stopNow(ESHUTDOWN);
+}
+
+void CaptureFlow::camerasChanged() {
+  if (!stream_) openStream();
 }
 
 void CaptureFlow::request(StillAnswer answer) {
   if (!isStarted_) return answer(nullptr, ENOTCONN);
-  if (error_ != 0) return answer(nullptr, error_);
-  if (!schedule_.request(service_->loop().now())) return answer(nullptr, ETIMEDOUT);
-  waiting_.push_back(std::move(answer));
-  armTimer();
-}
-
-void CaptureFlow::answerAll(const std::shared_ptr<const picture::Frame>& frame, int error) {
-  for (auto& answer : std::exchange(waiting_, {}))
-    answer(frame, error);
-}
-
-void CaptureFlow::armTimer() {
-  const auto deadline = schedule_.deadline();
-  if (!deadline) return;
-  if (!silenceTimer_) silenceTimer_ = service_->loop().timer([this] { checkSilence(); });
-  silenceTimer_->startOnce(*deadline - service_->loop().now());
-}
-
-void CaptureFlow::checkSilence() {
-  // Frames put the deadline off; the timer is not touched at each of them, it looks again when it fires.
-  if (schedule_.hasFallenSilent(service_->loop().now()))
-    answerAll(nullptr, ETIMEDOUT);
-  else
-    armTimer();
+  if (hopeless_ != 0) return answer(nullptr, hopeless_);
+  stills_->request(std::move(answer));
 }
 
 bool CaptureFlow::anyFeedWants() {
@@ -124,24 +152,20 @@ bool CaptureFlow::anyFeedWants() {
 void CaptureFlow::frameArrived(const FrameBuffer& picture) {
   ++arrived_;
   const std::uint64_t sequence = sequence_++;
-  const bool answersStills = schedule_.frameArrived(service_->loop().now());
-  if (!answersStills && !anyFeedWants()) return;
+  const bool forStills = stills_->wantsFrame();
+  if (!forStills && !anyFeedWants()) return;
   const std::shared_ptr<const picture::Frame> frame = picture.copy(sequence);
   ++copied_;
-  if (answersStills) {
-    silenceTimer_->stop();
-    answerAll(frame, 0);
-  }
+  if (forStills) stills_->examine(frame);
   for (const auto& weakFeed : feeds_)
     if (const auto feed = weakFeed.lock()) feed->publish(frame);
 }
 
 void CaptureFlow::streamEnded(int error) {
-  error_ = error;
   // Not here, in the stream's own call: it is destroyed by this.
-  service_->loop().post([weakSelf = weak_from_this(), reason = error_] {
+  service_->loop().post([weakSelf = weak_from_this(), error, run = run_] {
     const auto self = weakSelf.lock();
-    if (self && self->isStarted_ && self->error_ == reason) self->fail(reason);
+    if (self && self->isStarted_ && self->run_ == run) self->restart(error);
   });
 }
 

@@ -11,15 +11,16 @@
 #include "platform/linux/camera/Camera.h"
 #include "platform/linux/camera/CaptureService.h"
 #include "platform/linux/camera/FrameFeed.h"
-#include "platform/linux/camera/StillSchedule.h"
+#include "platform/linux/camera/RestartPace.h"
+#include "platform/linux/camera/StillQueue.h"
 
 namespace platform_linux {
 
-/// Called once, on the camera's thread, which it must not hold: with the frame, or with none and an `errno`.
-using StillAnswer = std::function<void(std::shared_ptr<const picture::Frame> frame, int error)>;
-
-/// What a session does on the loop's thread: its stream, the stills that wait and the previews that look. The
-/// public operations are thread-safe and return at once.
+/// What a session does on the cameras' thread: its stream, the stills that wait and the previews that look.
+/// The public operations are thread-safe and return at once.
+///
+/// From its start to its stop a session looks after itself: a stream that ends, for whatever reason, is
+/// started again, at once when its camera has come back, otherwise after a pause. Stills wait meanwhile.
 class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, public FrameStream::Client {
  public:
   /// `arrived` counts usable pictures, `copied` those that were copied out of the camera's buffers.
@@ -28,7 +29,7 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
     std::uint64_t copied = 0;
   };
 
-  explicit CaptureFlow(std::shared_ptr<CaptureService> service) : service_(std::move(service)) {}
+  explicit CaptureFlow(std::shared_ptr<CaptureService> service);
   CaptureFlow(const CaptureFlow&) = delete;
   CaptureFlow& operator=(const CaptureFlow&) = delete;
   ~CaptureFlow() override = default;
@@ -41,8 +42,9 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   /// Stills that wait fail with ECANCELED.
   void stop();
   /// Asks for the next whole picture of a settled camera. Fails with ENOTCONN when the flow was not started,
-  /// ENODEV when there is no such camera or it was unplugged, EPIPE when the daemon has gone, ETIMEDOUT when
-  /// the camera is silent.
+  /// and when no such picture comes in time, with the reason: ENODEV when there is no such camera or it was
+  /// unplugged, EBUSY when another program has it, EPIPE when the daemon has gone, ETIMEDOUT when the camera
+  /// is silent. Without a camera, and with one of no mode that can be used (ENOTSUP), it fails at once.
   void requestStill(StillAnswer answer);
   /// Frames go to `feed`, too, as long as it lives.
   void addFeed(const std::shared_ptr<FrameFeed>& feed);
@@ -51,24 +53,25 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   /// Over all runs.
   [[nodiscard]] Counts counts() const { return {arrived_, copied_}; }
 
-  // For the service, on the loop's thread:
+  // For the service, on the cameras' thread:
 
+  /// Cameras have come or gone.
+  void camerasChanged();
   /// The end of everything: nobody is told anything.
   void abandon();
 
  private:
   void startNow();
-  /// No more frames will come, because of `error`: what waits fails, and so does what is asked for later. The
-  /// stream is given up before this returns.
-  void fail(int error);
   /// What the previews showed is over, because of `error`; 0: the next frame is on its way.
   void endFeeds(int error);
   void stopNow(int error);
   void request(StillAnswer answer);
-  void answerAll(const std::shared_ptr<const picture::Frame>& frame, int error);
+  void openStream();
+  void closeStream(int error);
+  void restart(int error);
   void checkSilence();
-  void armTimer();
   [[nodiscard]] bool anyFeedWants();
+  [[nodiscard]] std::optional<Camera> chosenCamera() const;
   void post(void (CaptureFlow::*task)());
 
   void frameArrived(const FrameBuffer& picture) override;
@@ -79,17 +82,20 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   std::optional<Camera> camera_;
   std::atomic<std::uint64_t> arrived_ = 0;
   std::atomic<std::uint64_t> copied_ = 0;
-
-  // The loop's thread only:
-  std::unique_ptr<FrameStream> stream_;
-  std::unique_ptr<CameraLoop::Timer> silenceTimer_;
-  StillSchedule schedule_;
-  std::vector<StillAnswer> waiting_;
-  std::vector<std::weak_ptr<FrameFeed>> feeds_;
   std::atomic<bool> isWatched_ = false;
+
+  // The cameras' thread only:
+  const std::shared_ptr<StillQueue> stills_;
+  std::vector<std::weak_ptr<FrameFeed>> feeds_;
+  std::unique_ptr<FrameStream> stream_;
+  std::unique_ptr<CameraLoop::Timer> restart_;  // while the flow is started
+  std::unique_ptr<CameraLoop::Timer> silence_;  // while the flow is started
+  RestartPace pace_;
+  std::uint64_t run_ = 0;  // counts the streams
   std::uint64_t sequence_ = 0;
+  std::uint64_t seenBySilence_ = 0;  // how many pictures had arrived when the silence was last looked at
   bool isStarted_ = false;
-  int error_ = 0;  // why nothing comes although started
+  int hopeless_ = 0;  // why this camera can never bring a frame; 0 when it can
 };
 
 }  // namespace platform_linux

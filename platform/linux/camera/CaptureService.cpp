@@ -7,9 +7,13 @@
 
 namespace platform_linux {
 
-CaptureService::CaptureService(platform::MainQueue& mainQueue, std::shared_ptr<CameraList> list,
-                               std::unique_ptr<CameraLoop> loop, std::shared_ptr<FrameSource> source)
-    : list_(std::move(list)), worker_(mainQueue), loop_(std::move(loop)), source_(std::move(source)) {
+CaptureService::CaptureService(Parts parts)
+    : log_(parts.log),
+      list_(std::move(parts.list)),
+      worker_(parts.mainQueue),
+      loop_(std::move(parts.loop)),
+      examiner_(std::move(parts.examiner)),
+      source_(std::move(parts.source)) {
   source_->start(*loop_, *this);
 }
 
@@ -39,6 +43,8 @@ const Camera* CaptureService::find(const Camera& camera) const {
 void CaptureService::camerasChanged(const FrameSource&, CameraCensus census) {
   cameras_ = std::move(census.cameras);
   list_->update(cameras_);
+  for (const auto& flow : std::set(flows_))
+    flow->camerasChanged();
 }
 
 }  // namespace platform_linux

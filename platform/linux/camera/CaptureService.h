@@ -3,10 +3,13 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <string>
 #include <vector>
 
+#include "platform/Foundation/NSLog.h"
 #include "platform/linux/base/DeliveryWorker.h"
 #include "platform/linux/camera/CameraList.h"
+#include "platform/linux/camera/FrameExaminer.h"
 #include "platform/linux/camera/FrameSource.h"
 
 namespace platform_linux {
@@ -17,9 +20,18 @@ class CaptureFlow;
 /// may outlive its `shutDown`: they then deliver nothing.
 class CaptureService final : private FrameSource::Client {
  public:
-  /// Starts the source; from then on `list` is kept up to date.
-  CaptureService(platform::MainQueue& mainQueue, std::shared_ptr<CameraList> list,
-                 std::unique_ptr<CameraLoop> loop, std::shared_ptr<FrameSource> source);
+  /// What the service is made of. The queue and the log outlive it.
+  struct Parts {
+    platform::MainQueue& mainQueue;
+    platform::NSLog& log;
+    std::shared_ptr<CameraList> list;  ///< kept up to date
+    std::unique_ptr<CameraLoop> loop;
+    std::unique_ptr<FrameExaminer> examiner;
+    std::shared_ptr<FrameSource> source;
+  };
+
+  /// Starts the source.
+  explicit CaptureService(Parts parts);
   CaptureService(const CaptureService&) = delete;
   CaptureService& operator=(const CaptureService&) = delete;
   ~CaptureService() override;
@@ -31,9 +43,13 @@ class CaptureService final : private FrameSource::Client {
   /// Whether cameras may be used. Main thread only.
   [[nodiscard]] CameraAccess& access() { return source_->access(); }
 
+  /// Writes a line about a camera to the log. Thread-safe.
+  void note(const std::string& line) { log_.log("Camera " + line); }
+
   /// Thread-safe.
   [[nodiscard]] CameraLoop& loop() { return *loop_; }
   [[nodiscard]] DeliveryWorker& worker() { return worker_; }
+  [[nodiscard]] FrameExaminer& examiner() { return *examiner_; }
 
   // On the loop's thread only:
 
@@ -53,9 +69,11 @@ class CaptureService final : private FrameSource::Client {
  private:
   void camerasChanged(const FrameSource& source, CameraCensus census) override;
 
+  platform::NSLog& log_;
   const std::shared_ptr<CameraList> list_;
   DeliveryWorker worker_;
   const std::unique_ptr<CameraLoop> loop_;
+  const std::unique_ptr<FrameExaminer> examiner_;
   const std::shared_ptr<FrameSource> source_;
   // The rest belongs to the loop's thread.
   std::vector<Camera> cameras_;

@@ -2,19 +2,27 @@
 
 #include <algorithm>
 
-#include "picture/JpegMarkers.h"
 #include "picture/PixelLayout.h"
 #include "picture/PixelSize.h"
 
 namespace platform_linux {
+namespace {
 
-std::optional<FrameBuffer> FrameBuffer::wholePicture(std::span<const FrameBlock> blocks,
-                                                     const FrameFormat& format) {
+// A start-of-image marker and another one (ITU-T T.81, Annex B). Whether the rest is whole takes longer to
+// find out than the cameras' thread has.
+bool beginsAsJpeg(std::span<const std::uint8_t> bytes) {
+  return bytes.size() > 4 && bytes[0] == 0xff && bytes[1] == 0xd8 && bytes[2] == 0xff;
+}
+
+}  // namespace
+
+std::optional<FrameBuffer> FrameBuffer::pictureIn(std::span<const FrameBlock> blocks,
+                                                  const FrameFormat& format) {
   if (blocks.empty() || blocks[0].bytes.empty()) return {};
   FrameBuffer picture(format);
   if (format.format == picture::PixelFormat::MJPG) {
     picture.planes_[0].bytes = blocks[0].bytes;
-    if (!picture::isCompleteJpeg(picture.planes_[0].bytes)) return {};
+    if (!beginsAsJpeg(picture.planes_[0].bytes)) return {};
     return picture;
   }
   if (!picture.findPlanes(blocks)) return {};

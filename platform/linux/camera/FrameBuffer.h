@@ -27,13 +27,14 @@ struct FrameBlock {
   std::size_t stride = 0;  ///< bytes from row to row; 0 when the camera does not state it
 };
 
-/// A whole picture in one of the camera's buffers, looked at in place. Valid as long as the buffer is held.
+/// A picture in one of the camera's buffers, looked at in place. Valid as long as the buffer is held. An
+/// uncompressed one is whole; of a JPEG stream the camera may have lost parts, which only its decoding tells.
 class FrameBuffer {
  public:
-  /// Nothing when the blocks hold no usable picture: there is none, or it is cut short. All planes may lie in
-  /// one block, one after the other, or each in a block of its own.
-  [[nodiscard]] static std::optional<FrameBuffer> wholePicture(std::span<const FrameBlock> blocks,
-                                                               const FrameFormat& format);
+  /// Nothing when the blocks hold no usable picture: there is none, or an uncompressed one is cut short. All
+  /// planes may lie in one block, one after the other, or each in a block of its own.
+  [[nodiscard]] static std::optional<FrameBuffer> pictureIn(std::span<const FrameBlock> blocks,
+                                                            const FrameFormat& format);
 
   /// A copy for keeping. The planes of uncompressed formats follow each other without a gap, the rows of
   /// I420's colour planes are half as long as those of its first.

@@ -21,7 +21,7 @@ class FrameStream {
     virtual ~Client() = default;
 
     /// A picture has arrived; it stays valid during the call, its buffer goes back after it. Pictures that
-    /// are empty, cut short or marked as corrupted are left out.
+    /// are empty or marked as corrupted, and uncompressed ones that are cut short, are left out.
     virtual void frameArrived(const FrameBuffer& picture) = 0;
     /// Nothing comes any more, because of `error`, an `errno`: ENODEV when the camera was unplugged, EBUSY
     /// when another program has it, EACCES when it may not be opened, EPIPE when the service that brings the

@@ -4,33 +4,34 @@
 
 namespace platform_linux {
 
-bool StillSchedule::request(Time now) {
-  if (silent_) return false;
-  if (!waitingSince_) waitingSince_ = now;
-  return true;
+void StillSchedule::restart() {
+  firstFrame_.reset();
+  lastSettling_.reset();
 }
 
-bool StillSchedule::frameArrived(Time now) {
+void StillSchedule::frameArrived(Time now) {
   if (!firstFrame_) firstFrame_ = now;
-  const bool answers = waitingSince_ && now - *firstFrame_ >= kExposureSettling;
-  lastFrame_ = now;
-  silent_ = false;
-  if (answers) waitingSince_.reset();
-  return answers;
+  if (!hasSettled(now)) lastSettling_ = now;
+  isSilent_ = false;
 }
 
-std::optional<StillSchedule::Time> StillSchedule::deadline() const {
-  if (!waitingSince_) return {};
-  const Time quietSince = lastFrame_ ? std::max(*lastFrame_, *waitingSince_) : *waitingSince_;
-  return quietSince + kCameraSilence;
+bool StillSchedule::hasSettled(Time now) const {
+  return firstFrame_ && now - *firstFrame_ >= kExposureSettling;
 }
 
-bool StillSchedule::hasFallenSilent(Time now) {
-  const auto limit = deadline();
-  if (!limit || now < *limit) return false;
-  silent_ = true;
-  waitingSince_.reset();
-  return true;
+bool StillSchedule::isExposureWorthKnowing(Time now) const {
+  return firstFrame_ && now - *firstFrame_ >= kExposureSettling - kExposureLookout;
+}
+
+bool StillSchedule::isYoung(Time now) const {
+  return firstFrame_ && now - *firstFrame_ < kExposureSettling + kExposurePatience;
+}
+
+StillSchedule::Time StillSchedule::deadline(Time since) const {
+  const Time quietSince = lastSettling_ ? std::max(*lastSettling_, since) : since;
+  // Runs that begin again and again, and never get old enough, do not put it off for ever.
+  return std::min(quietSince + kCameraSilence,
+                  since + kExposureSettling + kExposurePatience + kCameraSilence);
 }
 
 }  // namespace platform_linux

@@ -5,41 +5,53 @@
 
 namespace platform_linux {
 
-/// How long a camera's exposure and white balance are given to settle, from the first frame of a session. The
-/// most frequent fault of a first photo is that it was taken too early and is dark; cameras take up to about
-/// a second.
+/// How long a camera's exposure and white balance are given to settle, from the first frame of a run. The
+/// most frequent fault of a first photo is that it was taken too early and is dark; most cameras take up to
+/// about a second.
 inline constexpr std::chrono::seconds kExposureSettling{1};
+
+/// How long before that the exposure is looked at for the first time.
+inline constexpr std::chrono::milliseconds kExposureLookout{200};
+
+/// How much longer a still waits while they are seen to move.
+inline constexpr std::chrono::seconds kExposurePatience{2};
 
 /// How long a camera may send nothing usable before the waiting stills fail. Busy, stalled and broken devices
 /// often say nothing at all; slow ones were seen to need two to three seconds for their first frame.
 inline constexpr std::chrono::seconds kCameraSilence{5};
 
-/// When a session's stills are answered, and when they fail. Knows times only, no clock: each call is told
-/// the time, which must not run backwards.
+/// When a frame of a session may become a still, and when stills fail. Knows times only, no clock: each call
+/// is told the time, which must not run backwards.
 class StillSchedule {
  public:
   using Time = std::chrono::steady_clock::time_point;
 
-  /// A new run of the session: no frame yet, nothing waits.
-  void restart() { *this = {}; }
+  /// A new run of the camera: no frame yet. That it was silent is not forgotten before there is one.
+  void restart();
 
-  /// A still is asked for. False: it is to fail at once, as the camera has fallen silent and not come back.
-  [[nodiscard]] bool request(Time now);
+  /// A frame has arrived.
+  void frameArrived(Time now);
+  /// The last frame was a picture, but not one for a still, as the exposure is settling.
+  void exposureMoves(Time now) { lastSettling_ = now; }
 
-  /// A usable frame has arrived. True: all waiting stills are answered by it and wait no more.
-  [[nodiscard]] bool frameArrived(Time now);
+  /// Whether the run's frames may be stills: a second after the first.
+  [[nodiscard]] bool hasSettled(Time now) const;
+  /// Whether frames are worth examining: from shortly before they may be stills on, so that it is known by
+  /// then whether the exposure moves.
+  [[nodiscard]] bool isExposureWorthKnowing(Time now) const;
+  /// Whether the run is so young that its exposure is looked at.
+  [[nodiscard]] bool isYoung(Time now) const;
 
-  /// When the waiting stills are to fail if nothing arrives; nothing while none waits.
-  [[nodiscard]] std::optional<Time> deadline() const;
-
-  /// True when the deadline has passed: all waiting stills fail and wait no more.
-  [[nodiscard]] bool hasFallenSilent(Time now);
+  /// When a still that was asked for at `since` is to fail.
+  [[nodiscard]] Time deadline(Time since) const;
+  /// A still has failed for want of a picture: until the next frame others fail at once.
+  void fallSilent() { isSilent_ = true; }
+  [[nodiscard]] bool isSilent() const { return isSilent_; }
 
  private:
   std::optional<Time> firstFrame_;
-  std::optional<Time> lastFrame_;
-  std::optional<Time> waitingSince_;  // of the oldest still that waits
-  bool silent_ = false;
+  std::optional<Time> lastSettling_;  // the last frame that came too early for a still
+  bool isSilent_ = false;
 };
 
 }  // namespace platform_linux

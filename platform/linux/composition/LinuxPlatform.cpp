@@ -68,7 +68,7 @@ LinuxPlatform::~LinuxPlatform() = default;
 
 std::unique_ptr<Cameras> LinuxPlatform::makeCameras() {
   const auto hiddenCameraTitle = [this] { return bundle_.localizedStringForKey("Camera"); };
-  return std::make_unique<Cameras>(mainQueue_, notificationCenter_, frameSource(), hiddenCameraTitle);
+  return std::make_unique<Cameras>(mainQueue_, notificationCenter_, log_, frameSource(), hiddenCameraTitle);
 }
 
 std::shared_ptr<FrameSource> LinuxPlatform::frameSource() {

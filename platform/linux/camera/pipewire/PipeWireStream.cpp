@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <string>
 #include <utility>
 
@@ -25,11 +26,18 @@ constexpr int kBuffers = 4;
 constexpr int kFewestBuffers = 2;
 constexpr int kMostBuffers = 8;
 
+/// What keeps session managers from giving the stream another camera than the chosen one: when it cannot be
+/// linked, and when somebody changes the default. (WirePlumber's manual, "Linking Policy"; libpipewire has no
+/// names for these two.)
+constexpr const char* kDontFallback = "node.dont-fallback";
+constexpr const char* kDontMove = "node.dont-move";
+
 pw_properties* streamProperties(std::uint64_t serial) {
   // Handed over to the stream.
   return pw_properties_new(PW_KEY_MEDIA_TYPE, "Video", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_MEDIA_ROLE,
                            "Camera", PW_KEY_TARGET_OBJECT, std::to_string(serial).c_str(),
-                           PW_KEY_NODE_DONT_RECONNECT, "true", nullptr);
+                           PW_KEY_NODE_DONT_RECONNECT, "true", kDontFallback, "true", kDontMove, "true",
+                           nullptr);
 }
 
 const spa_pod* buffersParameter(spa_pod_builder& builder) {
@@ -134,8 +142,7 @@ void PipeWireStream::onBuffersReady() noexcept {
 void PipeWireStream::examine(const spa_buffer& buffer) {
   if (!format_ || endedBy_) return;
   const SpaBlocks blocks(buffer);
-  if (const auto picture = FrameBuffer::wholePicture(blocks.blocks(), *format_))
-    client_.frameArrived(*picture);
+  if (const auto picture = FrameBuffer::pictureIn(blocks.blocks(), *format_)) client_.frameArrived(*picture);
 }
 
 void PipeWireStream::end(int error) {

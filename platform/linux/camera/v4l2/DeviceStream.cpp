@@ -70,7 +70,7 @@ void DeviceStream::takePictures() {
 }
 
 void DeviceStream::show(const DeviceBuffers::Picture& picture) {
-  if (const auto frame = FrameBuffer::wholePicture(picture.blocks(), format_.frame))
+  if (const auto frame = FrameBuffer::pictureIn(picture.blocks(), format_.frame))
     client_.frameArrived(*frame);
 }
 

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <chrono>
+#include <deque>
+#include <optional>
+
+#include "picture/Frame.h"
+
+namespace platform_linux {
+
+/// The means of a picture's channels, 0 to 255: how bright it is and in which light.
+struct Exposure {
+  double red = 0;
+  double green = 0;
+  double blue = 0;
+};
+
+/// Measured on a small decode. Nothing when the frame is no whole picture. Thread-safe.
+[[nodiscard]] std::optional<Exposure> exposureOf(const picture::Frame& frame);
+
+/// Whether brightness and white balance still move from frame to frame. Compares over a tenth of a second:
+/// long enough for cameras that adjust at every third frame only, short enough that a settled one is seen to
+/// be.
+class ExposureTrend {
+ public:
+  using Time = std::chrono::steady_clock::time_point;
+
+  /// A new run of the camera.
+  void restart() { samples_.clear(); }
+  void add(Time time, const Exposure& exposure);
+  /// False until two frames have been measured.
+  [[nodiscard]] bool hasSettled() const;
+
+ private:
+  struct Sample {
+    Time time;
+    Exposure exposure;
+  };
+  // The first is the newest of those that are at least the window's length older than the last.
+  std::deque<Sample> samples_;
+};
+
+}  // namespace platform_linux

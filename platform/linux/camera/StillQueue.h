@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "picture/Frame.h"
+#include "platform/linux/camera/CameraLoop.h"
+#include "platform/linux/camera/Exposure.h"
+#include "platform/linux/camera/FrameExaminer.h"
+#include "platform/linux/camera/StillSchedule.h"
+
+namespace platform_linux {
+
+/// Called once, on the cameras' thread, which it must not hold: with the frame, or with none and an `errno`.
+using StillAnswer = std::function<void(std::shared_ptr<const picture::Frame> frame, int error)>;
+
+/// The stills of one session that wait for their picture. Each gets the next whole frame of a settled camera.
+/// Frames are examined while others still come: a damaged one is passed over for the next.
+///
+/// When only damaged ones have come within the limit, the best of them is the picture as long as at least
+/// half of it is there, and `note` says so: on a bad cable the user who asked for a photo is better served
+/// with what the preview shows, too, than with nothing. Of less than half nobody could tell what it shows.
+///
+/// On the cameras' thread only.
+class StillQueue : public std::enable_shared_from_this<StillQueue> {
+ public:
+  /// Loop and examiner outlive the queue. `note` takes a line for the log.
+  StillQueue(CameraLoop& loop, FrameExaminer& examiner, std::function<void(const std::string&)> note);
+  StillQueue(const StillQueue&) = delete;
+  StillQueue& operator=(const StillQueue&) = delete;
+  ~StillQueue() = default;
+
+  void request(StillAnswer answer);
+  [[nodiscard]] bool isEmpty() const { return waiting_.empty(); }
+
+  /// The camera runs anew: its exposure has to settle again. What waits, waits on.
+  void restart();
+  /// Whether the run has lasted long enough for stills.
+  [[nodiscard]] bool hasSettled() const { return schedule_.hasSettled(loop_.now()); }
+  /// Why no frames come, until one does: what stills fail with that nothing came for.
+  void setReason(int error) { reason_ = error; }
+  [[nodiscard]] int reason() const { return reason_; }
+
+  /// A frame has arrived; whether a copy of it is to be passed to `examine`.
+  [[nodiscard]] bool wantsFrame();
+  void examine(std::shared_ptr<const picture::Frame> frame);
+
+  /// All stills fail with `error`.
+  void fail(int error) { answer(waiting_.size(), nullptr, error); }
+  /// All stills go without an answer, and no timer stays.
+  void abandon();
+
+ private:
+  struct Still {
+    CameraLoop::Time since;
+    StillAnswer answer;
+  };
+  struct Damaged {
+    std::shared_ptr<const picture::Frame> frame;
+    double lost = 1;
+  };
+
+  void judge(const std::shared_ptr<const picture::Frame>& frame, const FrameFinding& finding);
+  void answer(std::size_t count, const std::shared_ptr<const picture::Frame>& frame, int error);
+  void armTimer();
+  void checkDeadline();
+  /// How many of the stills are to wait no longer.
+  [[nodiscard]] std::size_t countDue() const;
+
+  CameraLoop& loop_;
+  FrameExaminer& examiner_;
+  const std::function<void(const std::string&)> note_;
+  StillSchedule schedule_;
+  ExposureTrend trend_;
+  std::unique_ptr<CameraLoop::Timer> timer_;
+  std::deque<Still> waiting_;
+  std::optional<std::size_t> examined_;  // how many of them the frame under examination is for
+  Damaged best_;                         // of the frames for the still that waits longest
+  int reason_;
+};
+
+}  // namespace platform_linux

@@ -1,0 +1,151 @@
+#include "tests/camera/FakeFrameSource.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace camera_test {
+
+using platform_linux::Camera;
+using platform_linux::CameraCensus;
+using platform_linux::CameraMode;
+using platform_linux::FrameBlock;
+using platform_linux::FrameBuffer;
+using platform_linux::FrameStream;
+
+class FakeCameraLoop::FakeTimer final : public CameraLoop::Timer {
+ public:
+  FakeTimer(FakeCameraLoop& loop, std::function<void()> action)
+      : loop_(loop), action_(std::make_shared<std::function<void()>>(std::move(action))) {
+    loop_.timers_.push_back(this);
+  }
+  FakeTimer(const FakeTimer&) = delete;
+  FakeTimer& operator=(const FakeTimer&) = delete;
+  ~FakeTimer() override { std::erase(loop_.timers_, this); }
+
+  void startOnce(std::chrono::nanoseconds delay) override {
+    due_ = loop_.now_ + std::max(delay, std::chrono::nanoseconds{0});
+  }
+  void stop() override { due_.reset(); }
+  [[nodiscard]] std::optional<Time> due() const { return due_; }
+  void fire() {
+    due_.reset();
+    // Held, as the call may destroy its own timer.
+    const auto action = action_;
+    (*action)();
+  }
+
+ private:
+  FakeCameraLoop& loop_;
+  const std::shared_ptr<std::function<void()>> action_;
+  std::optional<Time> due_;
+};
+
+std::unique_ptr<platform_linux::CameraLoop::Timer> FakeCameraLoop::timer(std::function<void()> action) {
+  return std::make_unique<FakeTimer>(*this, std::move(action));
+}
+
+std::unique_ptr<platform_linux::CameraLoop::Watch> FakeCameraLoop::watch(int, std::function<void()>) {
+  return std::make_unique<Watch>();
+}
+
+void FakeCameraLoop::end(std::function<void()> last) {
+  if (std::exchange(hasEnded_, true)) return;
+  tasks_.clear();
+  last();
+}
+
+void FakeCameraLoop::run() {
+  while (!tasks_.empty() && !hasEnded_) {
+    const auto task = std::move(tasks_.front());
+    tasks_.pop_front();
+    task();
+  }
+}
+
+void FakeCameraLoop::advance(std::chrono::nanoseconds time) {
+  const Time until = now_ + time;
+  run();
+  for (;;) {
+    FakeTimer* next = nullptr;
+    for (auto* timer : timers_)
+      if (timer->due() && *timer->due() <= until && (!next || *timer->due() < *next->due())) next = timer;
+    if (!next) break;
+    now_ = std::max(now_, *next->due());
+    next->fire();
+    run();
+  }
+  now_ = until;
+}
+
+class FakeFrameSource::Stream final : public FrameStream {
+ public:
+  Stream(FakeFrameSource& source, const CameraMode& mode, Client& client)
+      : source_(source), mode_(mode), client_(client) {
+    source_.streams_.push_back(this);
+  }
+  Stream(const Stream&) = delete;
+  Stream& operator=(const Stream&) = delete;
+  ~Stream() override { std::erase(source_.streams_, this); }
+
+  void deliver(const std::vector<std::uint8_t>& bytes) {
+    if (hasEnded_) return;
+    const std::array blocks{FrameBlock{bytes, 0}};
+    client_.frameArrived(FrameBuffer::pictureIn(blocks, {mode_.format, mode_.width, mode_.height}).value());
+  }
+  void end(int error) {
+    if (!std::exchange(hasEnded_, true)) client_.streamEnded(error);
+  }
+
+ private:
+  FakeFrameSource& source_;
+  const CameraMode mode_;
+  Client& client_;
+  bool hasEnded_ = false;
+};
+
+void FakeFrameSource::start(platform_linux::CameraLoop& loop, Client& client) {
+  loop_ = &loop;
+  client_ = &client;
+}
+
+std::unique_ptr<FrameStream> FakeFrameSource::open(const Camera&, const CameraMode& mode,
+                                                   FrameStream::Client& client) {
+  ++opened;
+  auto stream = std::make_unique<Stream>(*this, mode, client);
+  if (refusal)
+    loop_->post([this] {
+      if (refusal) endStreams(*refusal);
+    });
+  return stream;
+}
+
+void FakeFrameSource::show(std::vector<Camera> cameras, CameraCensus::State state) {
+  client_->camerasChanged(*this, {state, std::move(cameras)});
+}
+
+void FakeFrameSource::deliver(std::vector<std::uint8_t> bytes) {
+  bytes.insert(bytes.begin(), {0xff, 0xd8, 0xff});
+  for (auto* stream : std::vector(streams_))
+    stream->deliver(bytes);
+}
+
+void FakeFrameSource::endStreams(int error) {
+  for (auto* stream : std::vector(streams_))
+    stream->end(error);
+}
+
+void FakeExaminer::examine(std::shared_ptr<const picture::Frame> frame, Question question,
+                           std::function<void(const platform_linux::FrameFinding&)> found) {
+  ++examined;
+  platform_linux::FrameFinding finding;
+  if (question != Question::kExposure) finding.lost = frame->bytes.at(3) / 100.0;
+  if (question != Question::kWhole) {
+    ++measured;
+    const double level = frame->bytes.at(4);
+    finding.exposure = platform_linux::Exposure{level, level, level};
+  }
+  loop_.post([found = std::move(found), finding] { found(finding); });
+}
+
+}  // namespace camera_test

@@ -1,0 +1,96 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "platform/linux/camera/FrameExaminer.h"
+#include "platform/linux/camera/FrameSource.h"
+
+namespace camera_test {
+
+/// The cameras' loop, moved on by hand.
+class FakeCameraLoop final : public platform_linux::CameraLoop {
+ public:
+  void post(std::function<void()> task) override { tasks_.push_back(std::move(task)); }
+  void end(std::function<void()> last) override;
+  [[nodiscard]] Time now() const override { return now_; }
+  [[nodiscard]] std::unique_ptr<Timer> timer(std::function<void()> action) override;
+  /// Nothing is ever ready.
+  [[nodiscard]] std::unique_ptr<Watch> watch(int descriptor, std::function<void()> ready) override;
+
+  /// Runs what was posted, and what that posts.
+  void run();
+  /// Moves the clock on, running each timer as it falls due.
+  void advance(std::chrono::nanoseconds time);
+
+ private:
+  class FakeTimer;
+
+  std::deque<std::function<void()>> tasks_;
+  std::vector<FakeTimer*> timers_;
+  Time now_{std::chrono::hours{1}};
+  bool hasEnded_ = false;
+};
+
+/// Cameras that the test plays.
+class FakeFrameSource final : public platform_linux::FrameSource {
+ public:
+  void start(platform_linux::CameraLoop& loop, Client& client) override;
+  void stop() override { isStopped = true; }
+  [[nodiscard]] std::unique_ptr<platform_linux::FrameStream> open(
+      const platform_linux::Camera& camera, const platform_linux::CameraMode& mode,
+      platform_linux::FrameStream::Client& client) override;
+  [[nodiscard]] platform_linux::CameraAccess& access() override { return access_; }
+
+  /// These cameras are there now.
+  void show(std::vector<platform_linux::Camera> cameras,
+            platform_linux::CameraCensus::State state = platform_linux::CameraCensus::State::kComplete);
+  /// A frame from every stream that is open: a JPEG stream of these bytes behind its first marker.
+  void deliver(std::vector<std::uint8_t> bytes);
+  /// Every stream that is open ends.
+  void endStreams(int error);
+
+  /// Streams that are opened end at once with this error.
+  std::optional<int> refusal;
+  int opened = 0;  ///< how many streams were asked for
+  bool isStopped = false;
+
+ private:
+  class Stream;
+  class Access final : public platform_linux::CameraAccess {
+   public:
+    [[nodiscard]] platform::AVAuthorizationStatus status() const override {
+      return platform::AVAuthorizationStatus::Authorized;
+    }
+    void request(std::function<void(bool granted)> completion) override { completion(true); }
+    void ask() override {}
+    [[nodiscard]] bool hidesCamera() const override { return false; }
+  };
+
+  Access access_;
+  platform_linux::CameraLoop* loop_ = nullptr;
+  Client* client_ = nullptr;
+  std::vector<Stream*> streams_;
+};
+
+/// Finds what the frame itself says: its third byte is the share that is lost, in hundredths, its fourth the
+/// brightness. Looks for as long as the test lets it.
+class FakeExaminer final : public platform_linux::FrameExaminer {
+ public:
+  explicit FakeExaminer(platform_linux::CameraLoop& loop) : loop_(loop) {}
+  void examine(std::shared_ptr<const picture::Frame> frame, Question question,
+               std::function<void(const platform_linux::FrameFinding&)> found) override;
+
+  int examined = 0;
+  int measured = 0;
+
+ private:
+  platform_linux::CameraLoop& loop_;
+};
+
+}  // namespace camera_test
