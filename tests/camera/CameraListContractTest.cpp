@@ -28,7 +28,8 @@ TEST_F(CameraListOnPipeWire, TwoCamerasOfOneNameAreBothThere) {
   plugIn("twin", "title=First");
   plugIn("twin", "title=Second");
   start();
-  EXPECT_THAT(names(), ElementsAre("twin", "twin"));
+  EXPECT_THAT(names(), ElementsAre("twin", "twin#Second"));
+  EXPECT_EQ(device("twin#Second")->localizedName(), "Second");
 }
 
 TEST_F(CameraListOnPipeWire, TellsOfPluggingAndUnpluggingAfterTheListHasChanged) {
@@ -93,6 +94,23 @@ TEST_F(CameraListOnPipeWire, CamerasGoAndComeBackWithTheDaemon) {
   awaitNews(4);
   EXPECT_THAT(news_,
               ElementsAre("disconnected: door", "disconnected:", "connected: desk", "connected: desk door"));
+}
+
+TEST_F(CameraListOnPipeWire, NeverNamesASharedScreen) {
+  plugIn("meta-screen-cast-src", "title=,property=media.role=");
+  plugIn("shared", "property=media.role=Screen");
+  plugIn("desk");
+  start();
+  EXPECT_THAT(names(), ElementsAre("desk"));
+}
+
+TEST_F(CameraListOnPipeWire, NamesThemByKindAndPriority) {
+  plugIn("loopback", "title=OBS Virtual Camera");
+  plugIn("infrared", "title=Integrated IR Camera");
+  plugIn("second", "property=priority.session=500");
+  plugIn("first", "property=priority.session=1000");
+  start();
+  EXPECT_THAT(names(), ElementsAre("first", "second", "infrared", "loopback"));
 }
 
 TEST_F(CameraListOnPipeWire, AccessIsGrantedAtOnce) {

@@ -82,6 +82,25 @@ TEST_F(Still, OfAHighDefinitionRawCameraHasThatStandardsColours) {
   EXPECT_TRUE(isADeliveredFrame(outcome.picture->frame().bytes, camera));
 }
 
+TEST_F(Still, ComesOutOfAnyMemory) {
+  for (const std::string memory : {"memptr", "memfd", "dmabuf"}) {
+    const auto camera = plugIn(memory, "modes=YUY2:640x480@30,memory=" + memory);
+    if (!cameras_) start();
+    turnUntil([&] { return cameras_->deviceWithUniqueID(memory) != nullptr; });
+    const Outcome outcome = take(runningRig(memory));
+    ASSERT_EQ(outcome.error, 0) << memory;
+    EXPECT_TRUE(isADeliveredFrame(outcome.picture->frame().bytes, camera)) << memory;
+  }
+}
+
+TEST_F(Still, SaysHowItsPictureLies) {
+  plugIn("desk", "modes=MJPG:640x480@30,transform=flipped-90");
+  start();
+  const Outcome outcome = take(runningRig("desk"));
+  ASSERT_EQ(outcome.error, 0);
+  EXPECT_EQ(outcome.picture->frame().transform, picture::Transform::Flipped90);
+}
+
 TEST_F(Still, WaitsUntilTheExposureHasSettled) {
   plugIn("desk", "modes=MJPG:640x480@30,warmup=20");
   start();

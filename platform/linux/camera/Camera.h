@@ -8,12 +8,29 @@
 
 namespace platform_linux {
 
+/// What sort of camera it is, in the order in which people want them.
+enum class CameraKind {
+  kColour,
+  kInfrared,  ///< made for recognising faces: grey, or named so
+  kVirtual    ///< another program's picture, such as a loopback's
+};
+
 /// What is known of one camera while it is plugged in.
 struct Camera {
-  std::string uniqueID;       ///< its identity, the same after each plugging in
-  std::string localizedName;  ///< for people
-  std::uint64_t serial = 0;   ///< of this plugging in: never used twice by its source, growing, not 0
-  std::vector<CameraMode> modes;
+  std::string uniqueID;            ///< its identity, the same after each plugging in
+  std::string localizedName = {};  ///< for people
+  std::uint64_t serial = 0;        ///< of this plugging in: never used twice by its source, growing, not 0
+  std::vector<CameraMode> modes = {};
+  CameraKind kind = CameraKind::kColour;
+  int priority = 0;        ///< the session's: the greater comes first
+  std::string place = {};  ///< of the device in the system, such as /dev/video0; may be empty
 };
+
+/// The kind of a camera by what it is called and what it sends.
+[[nodiscard]] CameraKind cameraKind(const std::string& localizedName, const std::vector<CameraMode>& modes);
+
+/// The order in which cameras are offered, the same for lists and for the choice of one: by kind, by
+/// priority, by their devices' numbers, and last in the order in which they appeared.
+[[nodiscard]] bool comesBefore(const Camera& a, const Camera& b);
 
 }  // namespace platform_linux

@@ -9,8 +9,9 @@ namespace platform_linux {
 namespace {
 
 bool contains(const std::vector<Camera>& cameras, const Camera& camera) {
-  return std::any_of(cameras.begin(), cameras.end(),
-                     [&](auto& each) { return each.serial == camera.serial; });
+  return std::any_of(cameras.begin(), cameras.end(), [&](auto& each) {
+    return each.serial == camera.serial && each.uniqueID == camera.uniqueID;
+  });
 }
 
 }  // namespace
@@ -23,13 +24,13 @@ std::vector<Camera> CameraList::cameras(std::chrono::milliseconds patience) {
   return seen_;
 }
 
-void CameraList::update(std::vector<Camera> cameras) {
+void CameraList::update(std::vector<Camera> cameras, bool isComplete) {
   const std::vector<Camera> before = std::exchange(newest_, std::move(cameras));
   {
     const std::scoped_lock lock(mutex_);
     if (!isKnown_) {
       seen_ = newest_;
-      isKnown_ = true;
+      isKnown_ = isComplete;
       becameKnown_.notify_all();
       return;
     }
@@ -50,9 +51,11 @@ void CameraList::apply(Change change, const Camera& camera) {
   {
     const std::scoped_lock lock(mutex_);
     if (change == Change::kConnected)
-      seen_.push_back(camera);
+      seen_.insert(std::upper_bound(seen_.begin(), seen_.end(), camera, comesBefore), camera);
     else
-      std::erase_if(seen_, [&](auto& each) { return each.serial == camera.serial; });
+      std::erase_if(seen_, [&](auto& each) {
+        return each.serial == camera.serial && each.uniqueID == camera.uniqueID;
+      });
   }
   notificationCenter_.postNotificationName(change == Change::kConnected
                                                ? platform::AVCaptureDeviceWasConnectedNotification

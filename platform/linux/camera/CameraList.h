@@ -24,13 +24,13 @@ class CameraList : public std::enable_shared_from_this<CameraList> {
   CameraList(platform::MainQueue& mainQueue, platform::NSNotificationCenter& notificationCenter)
       : mainQueue_(mainQueue), notificationCenter_(notificationCenter) {}
 
-  /// The cameras in the order in which they appeared. Waits for the first enumeration, bounded by `patience`,
-  /// and never again. Main thread only.
+  /// The cameras in the order in which they are offered. Waits for the first enumeration, bounded by
+  /// `patience`, and never again. Main thread only.
   [[nodiscard]] std::vector<Camera> cameras(std::chrono::milliseconds patience = kFirstEnumeration);
 
-  /// These cameras are there now, in that order; none of them when they cannot be known. On the loop's thread
-  /// only.
-  void update(std::vector<Camera> cameras);
+  /// These cameras are there now, in that order; none of them when they cannot be known. As long as it is not
+  /// `isComplete`, the first enumeration is not over. On the cameras' thread only.
+  void update(std::vector<Camera> cameras, bool isComplete = true);
 
  private:
   enum class Change { kConnected, kDisconnected };

@@ -42,7 +42,10 @@ const Camera* CaptureService::find(const Camera& camera) const {
 
 void CaptureService::camerasChanged(const FrameSource&, CameraCensus census) {
   cameras_ = std::move(census.cameras);
-  list_->update(cameras_);
+  std::sort(cameras_.begin(), cameras_.end(), comesBefore);
+  for (const auto& line : census.notes)
+    if (notes_.insert(line).second) note(line);
+  list_->update(cameras_, census.state != CameraCensus::State::kGathering);
   for (const auto& flow : std::set(flows_))
     flow->camerasChanged();
 }

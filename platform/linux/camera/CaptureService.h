@@ -77,6 +77,7 @@ class CaptureService final : private FrameSource::Client {
   const std::shared_ptr<FrameSource> source_;
   // The rest belongs to the loop's thread.
   std::vector<Camera> cameras_;
+  std::set<std::string> notes_;  // those that were written
   std::set<std::shared_ptr<CaptureFlow>> flows_;
 };
 

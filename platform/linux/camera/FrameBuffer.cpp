@@ -66,6 +66,7 @@ std::shared_ptr<picture::Frame> FrameBuffer::copy(std::uint64_t sequence) const 
   frame->stride = static_cast<int>(planes_[0].copyStride);
   frame->matrix = format_.matrix;
   frame->range = format_.range;
+  frame->transform = format_.transform;
   frame->captured = std::chrono::system_clock::now();
   frame->sequence = sequence;
   if (planeCount_ == 1) {

@@ -19,6 +19,7 @@ struct FrameFormat {
   std::uint32_t height = 0;  ///< pixels
   picture::ColorMatrix matrix = picture::ColorMatrix::BT601;
   picture::ColorRange range = picture::ColorRange::Unstated;
+  picture::Transform transform = picture::Transform::None;  ///< of one picture
 };
 
 /// One block of a camera's buffer, only its filled part.

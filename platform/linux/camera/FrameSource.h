@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "platform/linux/camera/Camera.h"
@@ -41,7 +42,9 @@ struct CameraCensus {
   };
 
   State state = State::kGathering;
-  std::vector<Camera> cameras;  ///< those that can be used, in the order in which they appeared
+  std::vector<Camera> cameras;  ///< those that can be used
+  std::vector<std::string> notes =
+      {};  ///< on those that cannot, and why: lines for the log, each written once
 };
 
 /// One way to the cameras of the machine. A second way is a folder of its own, and a line in the composition.

@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 #include <span>
-#include <string_view>
 #include <utility>
 
 #include "platform/linux/camera/pipewire/ErrorMessage.h"
@@ -12,23 +11,12 @@
 namespace platform_linux {
 namespace {
 
-std::string_view property(const spa_dict& properties, const char* key) {
-  const char* value = spa_dict_lookup(&properties, key);
-  return value ? value : "";
-}
-
-std::string titleOf(const spa_dict& properties) {
-  for (const char* key : {PW_KEY_NODE_DESCRIPTION, PW_KEY_NODE_NICK, PW_KEY_NODE_NAME})
-    if (const auto title = property(properties, key); !title.empty()) return std::string(title);
-  return {};
+std::uint64_t serialOf(const spa_dict& properties) {
+  const char* const serial = spa_dict_lookup(&properties, PW_KEY_OBJECT_SERIAL);
+  return serial ? std::strtoull(serial, nullptr, 10) : 0;
 }
 
 }  // namespace
-
-bool CameraNode::isCamera(const spa_dict& properties) {
-  return property(properties, PW_KEY_MEDIA_CLASS) == "Video/Source" &&
-         property(properties, PW_KEY_MEDIA_ROLE) != "Screen";
-}
 
 const pw_node_events& CameraNode::events() {
   static const pw_node_events table = [] {
@@ -47,11 +35,8 @@ const pw_node_events& CameraNode::events() {
 }
 
 CameraNode::CameraNode(pw_registry* registry, std::uint32_t id, const spa_dict& properties, Client& client)
-    : client_(client) {
-  camera_.uniqueID = property(properties, PW_KEY_NODE_NAME);
-  camera_.localizedName = titleOf(properties);
-  camera_.serial =
-      std::strtoull(std::string(property(properties, PW_KEY_OBJECT_SERIAL)).c_str(), nullptr, 10);
+    : client_(client), serial_(serialOf(properties)) {
+  properties_.merge(properties);
   node_ = bindNode(registry, id);
   if (node_) addNodeListener(node_, listener_, events(), this);
 }
@@ -63,13 +48,24 @@ CameraNode::~CameraNode() {
 }
 
 void CameraNode::finish() {
-  if (std::exchange(isAsking_, false)) camera_.modes = std::move(incomingModes_);
+  if (std::exchange(isAsking_, false)) modes_ = std::move(incomingModes_);
   isWhole_ = true;
+}
+
+std::string CameraNode::codedFormats() const {
+  std::string all;
+  for (const auto& format : codedFormats_)
+    all += (all.empty() ? "" : ", ") + format;
+  return all;
 }
 
 void CameraNode::onInfo(const pw_node_info& info) {
   if ((info.change_mask & PW_NODE_CHANGE_MASK_STATE) && info.state == PW_NODE_STATE_ERROR)
     client_.nodeFailed(*this, errorNumberOfMessage(info.error ? info.error : ""));
+  if ((info.change_mask & PW_NODE_CHANGE_MASK_PROPS) && info.props) {
+    properties_.merge(*info.props);
+    client_.nodeIsAsking();
+  }
   if (!(info.change_mask & PW_NODE_CHANGE_MASK_PARAMS)) return;
   for (const auto& parameter : std::span(info.params, info.n_params)) {
     if (parameter.id != SPA_PARAM_EnumFormat || !(parameter.flags & SPA_PARAM_INFO_READ)) continue;
@@ -81,8 +77,8 @@ void CameraNode::onInfo(const pw_node_info& info) {
 }
 
 void CameraNode::onFormat(const spa_pod* format) {
-  statesFormats_ = true;
   const auto modes = modesOfFormatPod(format);
+  if (modes.empty()) codedFormats_.insert(formatName(format));
   incomingModes_.insert(incomingModes_.end(), modes.begin(), modes.end());
 }
 

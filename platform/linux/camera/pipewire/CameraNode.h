@@ -1,12 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
 #include <pipewire/pipewire.h>
 
-#include "platform/linux/camera/Camera.h"
+#include "platform/linux/camera/pipewire/NodeProperties.h"
 
 namespace platform_linux {
 
@@ -23,21 +24,21 @@ class CameraNode {
     virtual void nodeFailed(const CameraNode& node, int error) = 0;
   };
 
-  /// Whether an object with these properties is a camera: a video source that does not say it is a screen's.
-  [[nodiscard]] static bool isCamera(const spa_dict& properties);
-
   CameraNode(pw_registry* registry, std::uint32_t id, const spa_dict& properties, Client& client);
   CameraNode(const CameraNode&) = delete;
   CameraNode& operator=(const CameraNode&) = delete;
   ~CameraNode();
 
-  /// What has been told so far is whole: it becomes visible in `camera`.
+  /// What has been told so far is whole: it becomes visible in `entry`.
   void finish();
   [[nodiscard]] bool isWhole() const { return isWhole_; }
-  /// False when the camera states formats and none can be decoded: infrared cameras that recognise faces, for
-  /// one.
-  [[nodiscard]] bool isUsable() const { return !camera_.modes.empty() || !statesFormats_; }
-  [[nodiscard]] const Camera& camera() const { return camera_; }
+  [[nodiscard]] std::uint64_t serial() const { return serial_; }
+  [[nodiscard]] const NodeProperties& properties() const { return properties_; }
+  /// False when the camera states formats and none can be decoded.
+  [[nodiscard]] bool isUsable() const { return !modes_.empty() || codedFormats_.empty(); }
+  /// The formats that cannot be decoded, for people; empty while none was stated.
+  [[nodiscard]] std::string codedFormats() const;
+  [[nodiscard]] NodeEntry entry() const { return {properties_, properties_.camera(modes_)}; }
 
  private:
   static const pw_node_events& events();
@@ -46,13 +47,15 @@ class CameraNode {
   void onFormat(const spa_pod* format);
 
   Client& client_;
-  Camera camera_;
+  NodeProperties properties_;
+  const std::uint64_t serial_;
   pw_node* node_;  // owned
   spa_hook listener_{};
+  std::vector<CameraMode> modes_;
   std::vector<CameraMode> incomingModes_;
+  std::set<std::string> codedFormats_;
   bool isAsking_ = false;
   bool isWhole_ = false;
-  bool statesFormats_ = false;
 };
 
 }  // namespace platform_linux

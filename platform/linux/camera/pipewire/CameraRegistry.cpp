@@ -1,12 +1,35 @@
 #include "platform/linux/camera/pipewire/CameraRegistry.h"
 
-#include <algorithm>
+#include <chrono>
 #include <string_view>
 #include <utility>
 
 #include "platform/linux/camera/pipewire/PipeWireCalls.h"
 
 namespace platform_linux {
+
+namespace {
+
+/// How long nodes are waited for that devices or a session manager may still bring. Session managers of today
+/// wait for a second before they show a device's nodes; whoever asks for the cameras waits for two.
+constexpr std::chrono::milliseconds kPatience{1800};
+
+std::string_view property(const spa_dict& properties, const char* key) {
+  const char* value = spa_dict_lookup(&properties, key);
+  return value ? value : "";
+}
+
+bool isCameraDevice(const spa_dict& properties) {
+  const auto api = property(properties, PW_KEY_DEVICE_API);
+  return api == "v4l2" || api == "libcamera";
+}
+
+bool isSessionManager(const spa_dict& properties) {
+  const auto name = property(properties, PW_KEY_APP_NAME);
+  return name.starts_with("WirePlumber") || name.starts_with("pipewire-media-session");
+}
+
+}  // namespace
 
 const pw_registry_events& CameraRegistry::events() {
   static const pw_registry_events table = [] {
@@ -24,10 +47,15 @@ const pw_registry_events& CameraRegistry::events() {
   return table;
 }
 
-CameraRegistry::CameraRegistry(PipeWireConnection& connection, Client& client)
+CameraRegistry::CameraRegistry(CameraLoop& loop, PipeWireConnection& connection, Client& client)
     : connection_(connection),
       client_(client),
-      registry_(pw_core_get_registry(connection.core(), PW_VERSION_REGISTRY, 0)) {
+      registry_(pw_core_get_registry(connection.core(), PW_VERSION_REGISTRY, 0)),
+      patience_(loop.timer([this] {
+        isPatient_ = false;
+        if (isComplete_) tell();
+      })) {
+  patience_->startOnce(kPatience);
   if (registry_) addRegistryListener(registry_, listener_, events(), this);
   awaitedSync_ = connection_.sync();
 }
@@ -53,27 +81,49 @@ void CameraRegistry::nodeIsAsking() {
 }
 
 void CameraRegistry::nodeFailed(const CameraNode& node, int error) {
-  client_.cameraFailed(node.camera().serial, error);
+  client_.cameraFailed(node.serial(), error);
 }
 
 void CameraRegistry::onGlobal(std::uint32_t id, const char* type, const spa_dict* properties) {
-  if (std::string_view(type) != PW_TYPE_INTERFACE_Node || !properties || !CameraNode::isCamera(*properties))
+  if (!properties) return;
+  const std::string_view kind(type);
+  if (kind == PW_TYPE_INTERFACE_Node && property(*properties, PW_KEY_MEDIA_CLASS).starts_with("Video/Source"))
+    nodes_[id] = std::make_unique<CameraNode>(registry_, id, *properties, *this);
+  else if (kind == PW_TYPE_INTERFACE_Device && isCameraDevice(*properties))
+    devices_.insert(id);
+  else if (kind == PW_TYPE_INTERFACE_Client && isSessionManager(*properties))
+    managers_.insert(id);
+  else
     return;
-  nodes_[id] = std::make_unique<CameraNode>(registry_, id, *properties, *this);
   awaitedSync_ = connection_.sync();
 }
 
 void CameraRegistry::onGlobalRemoved(std::uint32_t id) {
-  if (nodes_.erase(id) > 0 && isComplete_) tell();
+  const std::size_t gone = nodes_.erase(id) + devices_.erase(id) + managers_.erase(id);
+  if (gone > 0 && isComplete_) tell();
+}
+
+// Only while no camera is known: of several devices some may have no node for good, as those that are shown
+// by another way.
+bool CameraRegistry::mayExpectMore() const {
+  return isPatient_ && nodes_.empty() && (!devices_.empty() || managers_.empty());
 }
 
 void CameraRegistry::tell() {
-  std::vector<Camera> cameras;
-  for (const auto& [id, node] : nodes_)
-    if (node->isWhole() && node->isUsable()) cameras.push_back(node->camera());
-  // Serials grow with time, ids are used again.
-  std::sort(cameras.begin(), cameras.end(), [](auto& a, auto& b) { return a.serial < b.serial; });
-  client_.camerasChanged(std::move(cameras));
+  CameraCensus census;
+  std::vector<NodeEntry> entries;
+  for (const auto& [id, node] : nodes_) {
+    if (!node->isWhole() || !node->properties().isCamera()) continue;
+    if (node->isUsable())
+      entries.push_back(node->entry());
+    else
+      census.notes.push_back(node->properties().title() +
+                             " is not listed: it offers only what cannot be read here (" +
+                             node->codedFormats() + ")");
+  }
+  census.cameras = distinctCameras(std::move(entries));
+  census.state = mayExpectMore() ? CameraCensus::State::kGathering : CameraCensus::State::kComplete;
+  client_.camerasChanged(std::move(census));
 }
 
 }  // namespace platform_linux

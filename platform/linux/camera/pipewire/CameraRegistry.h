@@ -3,10 +3,11 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <vector>
+#include <set>
 
 #include <pipewire/pipewire.h>
 
+#include "platform/linux/camera/FrameSource.h"
 #include "platform/linux/camera/pipewire/CameraNode.h"
 #include "platform/linux/camera/pipewire/PipeWireConnection.h"
 
@@ -18,15 +19,14 @@ class CameraRegistry final : public CameraNode::Client {
   class Client {
    public:
     virtual ~Client() = default;
-    /// These cameras are there now, in the order in which they appeared; first told when all that were there
-    /// at the beginning are known with their modes.
-    virtual void camerasChanged(std::vector<Camera> cameras) = 0;
+    /// This is there now; first told when all that was there at the beginning is known with its modes.
+    virtual void camerasChanged(CameraCensus census) = 0;
     /// The camera of that serial has failed with `error`, an `errno`.
     virtual void cameraFailed(std::uint64_t serial, int error) = 0;
   };
 
   /// `connection` is connected and, like `client`, outlives the registry.
-  CameraRegistry(PipeWireConnection& connection, Client& client);
+  CameraRegistry(CameraLoop& loop, PipeWireConnection& connection, Client& client);
   CameraRegistry(const CameraRegistry&) = delete;
   CameraRegistry& operator=(const CameraRegistry&) = delete;
   ~CameraRegistry() override;
@@ -41,13 +41,19 @@ class CameraRegistry final : public CameraNode::Client {
   void nodeFailed(const CameraNode& node, int error) override;
   void onGlobal(std::uint32_t id, const char* type, const spa_dict* properties);
   void onGlobalRemoved(std::uint32_t id);
+  [[nodiscard]] bool mayExpectMore() const;
   void tell();
 
   PipeWireConnection& connection_;
   Client& client_;
   pw_registry* registry_;  // owned
   spa_hook listener_{};
-  std::map<std::uint32_t, std::unique_ptr<CameraNode>> nodes_;  // by the registry's id
+  // By the registry's id:
+  std::map<std::uint32_t, std::unique_ptr<CameraNode>> nodes_;
+  std::set<std::uint32_t> devices_;   // cameras' devices, which show nodes
+  std::set<std::uint32_t> managers_;  // session managers
+  const std::unique_ptr<CameraLoop::Timer> patience_;
+  bool isPatient_ = true;
   int awaitedSync_ = 0;
   bool isComplete_ = false;
 };

@@ -170,6 +170,23 @@ std::vector<CameraMode> modesOfFormatPod(const spa_pod* pod) {
   return modes;
 }
 
+std::string formatName(const spa_pod* pod) {
+  std::uint32_t mediaType = 0;
+  std::uint32_t subtype = 0;
+  if (!pod || spa_format_parse(pod, &mediaType, &subtype) < 0) return "an unknown format";
+  if (mediaType != SPA_MEDIA_TYPE_video) return "no pictures";
+  switch (subtype) {
+    case SPA_MEDIA_SUBTYPE_h264:
+      return "H.264";
+    case SPA_MEDIA_SUBTYPE_bayer:
+      return "Bayer";
+    case SPA_MEDIA_SUBTYPE_raw:
+      return "uncompressed pictures of an unknown layout";
+    default:
+      return "video format " + std::to_string(subtype);
+  }
+}
+
 const spa_pod* formatPodOfMode(const CameraMode& mode, spa_pod_builder& builder) {
   const bool isJpeg = mode.format == picture::PixelFormat::MJPG;
   spa_pod_frame object{};

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <vector>
 
 #include <spa/pod/builder.h>
@@ -15,6 +16,9 @@ namespace platform_linux {
 /// decoded. Of a range of sizes or rates only what the camera prefers and the upper end count, of the latter
 /// nothing that is not a camera's.
 [[nodiscard]] std::vector<CameraMode> modesOfFormatPod(const spa_pod* pod);
+
+/// What people call the format of an `EnumFormat` parameter that cannot be decoded: "H.264".
+[[nodiscard]] std::string formatName(const spa_pod* pod);
 
 /// Exactly `mode`, as an `EnumFormat` parameter in `builder`'s memory.
 [[nodiscard]] const spa_pod* formatPodOfMode(const CameraMode& mode, spa_pod_builder& builder);

@@ -69,7 +69,7 @@ void PipeWireFrameSource::connectTo(FileDescriptor socket) {
 }
 
 void PipeWireFrameSource::connected() {
-  registry_.emplace(*connection_, *this);
+  registry_.emplace(*loop_, *connection_, *this);
 }
 
 void PipeWireFrameSource::disconnected() {
@@ -83,12 +83,12 @@ void PipeWireFrameSource::synced(int sequence) {
   if (registry_) registry_->synced(sequence);
 }
 
-void PipeWireFrameSource::camerasChanged(std::vector<Camera> cameras) {
+void PipeWireFrameSource::camerasChanged(CameraCensus census) {
   for (auto* stream : streams_)
-    if (std::none_of(cameras.begin(), cameras.end(),
+    if (std::none_of(census.cameras.begin(), census.cameras.end(),
                      [&](auto& each) { return each.serial == stream->serial(); }))
       stream->end(ENODEV);
-  tell({CameraCensus::State::kComplete, std::move(cameras)});
+  tell(std::move(census));
 }
 
 void PipeWireFrameSource::cameraFailed(std::uint64_t serial, int error) {

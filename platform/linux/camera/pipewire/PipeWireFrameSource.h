@@ -55,7 +55,7 @@ class PipeWireFrameSource final : public FrameSource,
   void connected() override;
   void disconnected() override;
   void synced(int sequence) override;
-  void camerasChanged(std::vector<Camera> cameras) override;
+  void camerasChanged(CameraCensus census) override;
   void cameraFailed(std::uint64_t serial, int error) override;
   [[nodiscard]] bool isDaemonLost() const override { return connection_->isLost(); }
   void streamGoes(PipeWireStream& stream) override;

@@ -40,22 +40,33 @@ pw_properties* streamProperties(std::uint64_t serial) {
                            nullptr);
 }
 
-const spa_pod* buffersParameter(spa_pod_builder& builder) {
+// Memory that the processor reads fast is asked for first, a device's own only where there is no other.
+constexpr int kPlainMemory = (1 << SPA_DATA_MemFd) | (1 << SPA_DATA_MemPtr);
+constexpr int kDeviceMemory = 1 << SPA_DATA_DmaBuf;
+
+const spa_pod* buffersParameter(spa_pod_builder& builder, int memory) {
   spa_pod_frame object{};
   spa_pod_builder_push_object(&builder, &object, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers);
   spa_pod_builder_add(&builder, SPA_PARAM_BUFFERS_buffers,
                       SPA_POD_CHOICE_RANGE_Int(kBuffers, kFewestBuffers, kMostBuffers),
-                      SPA_PARAM_BUFFERS_dataType,
-                      SPA_POD_CHOICE_FLAGS_Int((1 << SPA_DATA_MemFd) | (1 << SPA_DATA_MemPtr)), 0);
+                      SPA_PARAM_BUFFERS_dataType, SPA_POD_CHOICE_FLAGS_Int(memory), 0);
   return static_cast<const spa_pod*>(spa_pod_builder_pop(&builder, &object));
 }
 
-const spa_pod* headerParameter(spa_pod_builder& builder) {
+const spa_pod* metaParameter(spa_pod_builder& builder, std::uint32_t type, std::size_t size) {
   spa_pod_frame object{};
   spa_pod_builder_push_object(&builder, &object, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta);
-  spa_pod_builder_add(&builder, SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Header), SPA_PARAM_META_size,
-                      SPA_POD_Int(static_cast<int>(sizeof(spa_meta_header))), 0);
+  spa_pod_builder_add(&builder, SPA_PARAM_META_type, SPA_POD_Id(type), SPA_PARAM_META_size,
+                      SPA_POD_Int(static_cast<int>(size)), 0);
   return static_cast<const spa_pod*>(spa_pod_builder_pop(&builder, &object));
+}
+
+// How the picture lies in the buffer, which cameras on turned mounts state with each frame.
+picture::Transform transformOf(const spa_buffer& buffer) {
+  const auto* meta = static_cast<const spa_meta_videotransform*>(
+      spa_buffer_find_meta_data(&buffer, SPA_META_VideoTransform, sizeof(spa_meta_videotransform)));
+  if (!meta || meta->transform > SPA_META_TRANSFORMATION_Flipped270) return picture::Transform::None;
+  return static_cast<picture::Transform>(meta->transform);
 }
 
 }  // namespace
@@ -127,7 +138,9 @@ void PipeWireStream::onFormatAgreed(const spa_pod* format) noexcept {
   std::array<std::uint8_t, kParameterBytes> memory{};
   spa_pod_builder builder{};
   spa_pod_builder_init(&builder, memory.data(), memory.size());
-  std::array parameters{buffersParameter(builder), headerParameter(builder)};
+  std::array parameters{buffersParameter(builder, kPlainMemory), buffersParameter(builder, kDeviceMemory),
+                        metaParameter(builder, SPA_META_Header, sizeof(spa_meta_header)),
+                        metaParameter(builder, SPA_META_VideoTransform, sizeof(spa_meta_videotransform))};
   pw_stream_update_params(stream_, parameters.data(), static_cast<std::uint32_t>(parameters.size()));
 }
 
@@ -142,7 +155,9 @@ void PipeWireStream::onBuffersReady() noexcept {
 void PipeWireStream::examine(const spa_buffer& buffer) {
   if (!format_ || endedBy_) return;
   const SpaBlocks blocks(buffer);
-  if (const auto picture = FrameBuffer::pictureIn(blocks.blocks(), *format_)) client_.frameArrived(*picture);
+  FrameFormat format = *format_;
+  format.transform = transformOf(buffer);
+  if (const auto picture = FrameBuffer::pictureIn(blocks.blocks(), format)) client_.frameArrived(*picture);
 }
 
 void PipeWireStream::end(int error) {

@@ -7,13 +7,12 @@
 namespace platform_linux {
 namespace {
 
-FrameBlock filledPart(const spa_data& data) {
-  if (!data.data || !data.chunk) return {};
+FrameBlock filledPart(const spa_data& data, const std::uint8_t* memory) {
+  if (!memory || !data.chunk) return {};
   const std::uint32_t offset = std::min(data.chunk->offset, data.maxsize);
   const std::uint32_t size = std::min(data.chunk->size, data.maxsize - offset);
   const std::int32_t stride = data.chunk->stride;
-  return {{static_cast<const std::uint8_t*>(data.data) + offset, size},
-          stride > 0 ? static_cast<std::size_t>(stride) : 0};
+  return {{memory + offset, size}, stride > 0 ? static_cast<std::size_t>(stride) : 0};
 }
 
 bool isMarkedCorrupted(const spa_buffer& buffer) {
@@ -30,7 +29,8 @@ bool isMarkedCorrupted(const spa_buffer& buffer) {
 SpaBlocks::SpaBlocks(const spa_buffer& buffer) {
   if (isMarkedCorrupted(buffer)) return;
   count_ = std::min<std::size_t>(buffer.n_datas, kMostBlocks);
-  std::transform(buffer.datas, buffer.datas + count_, blocks_.begin(), filledPart);
+  for (std::size_t i = 0; i < count_; ++i)
+    blocks_[i] = filledPart(buffer.datas[i], reads_[i].emplace(buffer.datas[i]).bytes());
 }
 
 }  // namespace platform_linux

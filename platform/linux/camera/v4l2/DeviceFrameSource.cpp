@@ -73,6 +73,8 @@ std::optional<Camera> DeviceFrameSource::readCamera(DeviceFile& file, const Devi
   if (camera.modes.empty()) return {};
   camera.localizedName = deviceTitle(entry, abilities.card);
   camera.serial = nextSerial_++;
+  camera.kind = cameraKind(camera.localizedName, camera.modes);
+  camera.place = entry.path;
   return camera;
 }
 

@@ -1,0 +1,197 @@
+#include "platform/linux/camera/pipewire/NodeProperties.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cstdlib>
+#include <span>
+#include <tuple>
+
+#include <pipewire/keys.h>
+
+namespace platform_linux {
+namespace {
+
+// Keys of session managers' monitors that libpipewire has no names for.
+constexpr const char* kDeviceNumbers = "device.devids";
+constexpr const char* kVideo4LinuxPath = "api.v4l2.path";
+constexpr const char* kLibcameraPath = "api.libcamera.path";
+
+/// What nodes of shared screens are called by compositors, desktop portals and programs.
+constexpr std::array<std::string_view, 9> kScreenNames{"screen",         "desktop-portal", "kwin",
+                                                       "gamescope",      "mutter",         "gnome-shell",
+                                                       "remote-desktop", "wlroots",        "monitor"};
+/// Raw sensors behind the image processors of laptops and tablets, and devices that send no pictures.
+constexpr std::array<std::string_view, 6> kPartNames{"ipu3", "ipu6", "ipu7", "isys", "atomisp", "metadata"};
+/// What makes one of several nodes of one name the same one next time, the steadiest first.
+constexpr std::array kTellingApart{"device.serial",   "api.v4l2.path", "api.libcamera.path", "object.path",
+                                   "device.bus-path", "node.nick",     "node.description"};
+
+std::string lowerCase(std::string_view text) {
+  std::string lower(text);
+  std::transform(lower.begin(), lower.end(), lower.begin(),
+                 [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+  return lower;
+}
+
+template <typename Words>
+bool containsAny(std::string_view text, const Words& words) {
+  const std::string lower = lowerCase(text);
+  return std::any_of(words.begin(), words.end(),
+                     [&](auto word) { return lower.find(word) != std::string::npos; });
+}
+
+// "Cam A (V4L2)" is "Cam A".
+std::string withoutWay(std::string title) {
+  for (const std::string_view way : {" (V4L2)", " (libcamera)"})
+    if (title.ends_with(way)) title.resize(title.size() - way.size());
+  return title;
+}
+
+// "Cam A  Cam A" is "Cam A": some monitors put maker and model together where both are the whole name.
+std::string notTwice(std::string title) {
+  for (std::size_t half = title.size() / 2 + 1; half-- > 1;) {
+    const std::string_view first = std::string_view(title).substr(0, half);
+    const std::string_view rest = std::string_view(title).substr(half);
+    const auto begin = rest.find_first_not_of(' ');
+    if (begin != std::string_view::npos && begin > 0 && rest.substr(begin) == first)
+      return std::string(first);
+  }
+  return title;
+}
+
+}  // namespace
+
+void NodeProperties::merge(const spa_dict& dictionary) {
+  for (const auto& item : std::span(dictionary.items, dictionary.n_items))
+    if (item.key && item.value) values_[item.key] = item.value;
+}
+
+std::string_view NodeProperties::get(const std::string& key) const {
+  const auto found = values_.find(key);
+  return found != values_.end() ? std::string_view(found->second) : std::string_view();
+}
+
+bool NodeProperties::isVideo4Linux() const {
+  return get(PW_KEY_DEVICE_API) == "v4l2" || !get(kVideo4LinuxPath).empty();
+}
+
+bool NodeProperties::isDevice() const {
+  return isVideo4Linux() || get(PW_KEY_DEVICE_API) == "libcamera" || !get(kLibcameraPath).empty();
+}
+
+bool NodeProperties::isScreen() const {
+  const auto role = get(PW_KEY_MEDIA_ROLE);
+  if (!role.empty()) return role != "Camera";
+  for (const char* key : {PW_KEY_NODE_NAME, PW_KEY_NODE_DESCRIPTION, PW_KEY_NODE_NICK, PW_KEY_MEDIA_NAME,
+                          PW_KEY_APP_NAME, PW_KEY_APP_PROCESS_BINARY})
+    if (containsAny(get(key), kScreenNames)) return true;
+  return false;
+}
+
+bool NodeProperties::isPartOfACamera() const {
+  for (const char* key : {PW_KEY_NODE_NAME, PW_KEY_NODE_DESCRIPTION, PW_KEY_NODE_NICK, "api.v4l2.cap.card",
+                          "api.v4l2.cap.driver", PW_KEY_DEVICE_PRODUCT_NAME})
+    if (containsAny(get(key), kPartNames)) return true;
+  return false;
+}
+
+bool NodeProperties::isCamera() const {
+  if (!get(PW_KEY_MEDIA_CLASS).starts_with("Video/Source")) return false;
+  if (isDevice()) return get(PW_KEY_MEDIA_ROLE) != "Screen" && !(isVideo4Linux() && isPartOfACamera());
+  return !isScreen();
+}
+
+std::string NodeProperties::title() const {
+  for (const char* key : {PW_KEY_NODE_NICK, PW_KEY_NODE_DESCRIPTION, PW_KEY_NODE_NAME})
+    if (const auto title = get(key); !title.empty()) return notTwice(withoutWay(std::string(title)));
+  return {};
+}
+
+std::set<std::string> NodeProperties::deviceNumbers() const {
+  // Numbers, in a list or alone: "20736", "[ 20736, 20737 ]".
+  std::set<std::string> numbers;
+  std::string number;
+  for (const char letter : std::string(get(kDeviceNumbers)) + ' ') {
+    if (std::isdigit(static_cast<unsigned char>(letter)) != 0) {
+      number += letter;
+    } else if (!number.empty()) {
+      numbers.insert(number);
+      number.clear();
+    }
+  }
+  return numbers;
+}
+
+Camera NodeProperties::camera(std::vector<CameraMode> modes) const {
+  Camera camera;
+  camera.uniqueID = get(PW_KEY_NODE_NAME);
+  camera.localizedName = title();
+  camera.serial = std::strtoull(std::string(get(PW_KEY_OBJECT_SERIAL)).c_str(), nullptr, 10);
+  camera.priority = std::atoi(std::string(get(PW_KEY_PRIORITY_SESSION)).c_str());
+  camera.place = get(kVideo4LinuxPath);
+  // A loopback is called by its user what he likes; its driver gives itself away.
+  const bool isLoopback =
+      containsAny(get("api.v4l2.cap.driver"), std::array<std::string_view, 1>{"loopback"}) ||
+      get(PW_KEY_NODE_VIRTUAL) == "true";
+  camera.kind = isLoopback ? CameraKind::kVirtual : cameraKind(camera.localizedName, modes);
+  camera.modes = std::move(modes);
+  return camera;
+}
+
+namespace {
+
+bool isSameDevice(const NodeEntry& a, const NodeEntry& b) {
+  const auto ofA = a.properties.deviceNumbers();
+  const auto ofB = b.properties.deviceNumbers();
+  return a.properties.isVideo4Linux() != b.properties.isVideo4Linux() &&
+         std::any_of(ofA.begin(), ofA.end(), [&](auto& number) { return ofB.contains(number); });
+}
+
+// The value of the first property that tells all of these nodes apart; none when there is none.
+const char* keyThatTellsApart(std::span<const NodeEntry> nodes) {
+  for (const char* key : kTellingApart) {
+    std::set<std::string_view> values;
+    for (const auto& node : nodes)
+      values.insert(node.properties.get(key));
+    if (values.size() == nodes.size() && !values.contains({})) return key;
+  }
+  return nullptr;
+}
+
+void tellApart(std::span<NodeEntry> twins) {
+  const char* const key = keyThatTellsApart(twins);
+  const auto value = [&](const NodeEntry& node) {
+    return key ? node.properties.get(key) : std::string_view();
+  };
+  std::sort(twins.begin(), twins.end(), [&](auto& a, auto& b) {
+    return std::tuple(value(a), a.camera.serial) < std::tuple(value(b), b.camera.serial);
+  });
+  for (std::size_t i = 1; i < twins.size(); ++i)
+    twins[i].camera.uniqueID += "#" + (key ? std::string(value(twins[i])) : std::to_string(i + 1));
+}
+
+}  // namespace
+
+std::vector<Camera> distinctCameras(std::vector<NodeEntry> nodes) {
+  std::erase_if(nodes, [&, all = nodes](const NodeEntry& node) {
+    return !node.properties.isVideo4Linux() &&
+           std::any_of(all.begin(), all.end(), [&](auto& other) { return isSameDevice(node, other); });
+  });
+  std::sort(nodes.begin(), nodes.end(),
+            [](auto& a, auto& b) { return a.camera.uniqueID < b.camera.uniqueID; });
+  for (auto first = nodes.begin(); first != nodes.end();) {
+    const auto end = std::find_if(first, nodes.end(), [name = first->camera.uniqueID](auto& each) {
+      return each.camera.uniqueID != name;
+    });
+    if (end - first > 1) tellApart(std::span(first, end));
+    first = end;
+  }
+  std::vector<Camera> cameras;
+  for (auto& node : nodes)
+    cameras.push_back(std::move(node.camera));
+  std::sort(cameras.begin(), cameras.end(), comesBefore);
+  return cameras;
+}
+
+}  // namespace platform_linux
