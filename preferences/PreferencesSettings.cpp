@@ -11,8 +11,8 @@ const std::string kVideoSourceIDKey = "VideoSourceID";
 void PreferencesWindowController::loadSettings() {
   const auto& defaults = platform_.standardUserDefaults;
   showPreview_ = 1;
-  if (defaults.objectForKey(kShowPreviewKey))
-    showPreview_ = static_cast<std::int8_t>(defaults.integerForKey(kShowPreviewKey));
+  if (const auto stored = defaults.integerForKey(kShowPreviewKey))
+    showPreview_ = static_cast<std::int8_t>(*stored);
   videoSourceID_ = "";
   if (defaults.objectForKey(kVideoSourceIDKey)) videoSourceID_ = defaults.stringForKey(kVideoSourceIDKey);
 }
@@ -36,9 +36,11 @@ void PreferencesWindowController::onPreviewChanged() {
 
 void PreferencesWindowController::onVideoSelect() {
   const auto popup = videoSource_.get();
-  if (!popup) return;
-  // The popup and the list are always rebuilt together, so the index names an entry.
-  videoSourceID_ = videoDevices_[static_cast<std::size_t>(popup->indexOfSelectedItem())].uniqueId;
+  // The popup and the list are always rebuilt together, so an index names an entry, unless it is that of "No
+  // camera".
+  const int index = popup ? popup->indexOfSelectedItem() : -1;
+  if (index < 0 || videoDevices_.empty()) return;
+  videoSourceID_ = videoDevices_[static_cast<std::size_t>(index)].uniqueId;
   platform_.standardUserDefaults.setObject(videoSourceID_, kVideoSourceIDKey);
   platform_.standardUserDefaults.synchronize();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace platform {
@@ -14,8 +15,10 @@ class NSUserDefaults {
   /// Whether a value is stored under `key` (keys are case-sensitive).
   virtual bool objectForKey(const std::string& key) const = 0;
 
-  /// The value as an integer: true 1, false 0, a number's text its number, anything else 0; absent 0.
-  virtual std::int64_t integerForKey(const std::string& key) const = 0;
+  /// The value as an integer: 1 for what people write for "on" (true, yes, on), 0 for "off" (false, no, off),
+  /// a number's text its number; letter case and blanks around do not count. Nothing when the value is absent
+  /// or reads as none of these, which is logged.
+  virtual std::optional<std::int64_t> integerForKey(const std::string& key) const = 0;
 
   /// The value as text; empty when absent.
   virtual std::string stringForKey(const std::string& key) const = 0;

@@ -6,6 +6,9 @@
 namespace suite {
 namespace {
 
+/// Some thousand runs; a file of that size and the one before it are kept.
+constexpr std::int64_t kMostBytes = 1'000'000;
+
 /// As of RFC 3339: 2026-11-21T12:00:00.123Z.
 std::string utcText(platform::NSDate::TimePoint moment) {
   using namespace std::chrono;
@@ -35,9 +38,8 @@ JsonLine EventFile::begin() const {
 }
 
 void EventFile::append(const JsonLine& line) {
-  const bool switchedOff =
-      suiteSettings_.objectForKey("UsageEvents") && suiteSettings_.integerForKey("UsageEvents") == 0;
-  if (!switchedOff) files_.appendLine(path_, line.text());
+  const bool isSwitchedOff = suiteSettings_.integerForKey("UsageEvents") == 0;
+  if (!isSwitchedOff) files_.appendLine(path_, line.text(), kMostBytes);
 }
 
 }  // namespace suite

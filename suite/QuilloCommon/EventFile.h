@@ -10,7 +10,8 @@
 namespace suite {
 
 /// A local file of events, a JSON object a line. It is the user's own: nothing sends it anywhere, and the
-/// suite setting "UsageEvents" set to false keeps it from being written. Main thread only.
+/// suite setting "UsageEvents" set to false keeps it from being written. It is bounded: from 1 MB on it is
+/// kept as `.1`, and a new one is begun. Main thread only.
 class EventFile {
  public:
   EventFile(platform::NSFileManager& files, platform::NSDate& dates, platform::NSUserDefaults& suiteSettings,

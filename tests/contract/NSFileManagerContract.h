@@ -41,12 +41,29 @@ TEST_P(NSFileManagerContract, TellsFoldersThatTakeFilesFromOthers) {
   EXPECT_NE(files_.whyNotWritableDirectory(factory_->folder() + "/nothing"), 0);
 }
 
+inline constexpr std::int64_t kMostBytes = 1000;
+
 TEST_P(NSFileManagerContract, AppendsLinesInOrder) {
   const std::string path = factory_->folder() + "/events.jsonl";
-  EXPECT_TRUE(files_.appendLine(path, "first"));
-  EXPECT_TRUE(files_.appendLine(path, ""));
-  EXPECT_TRUE(files_.appendLine(path, "second"));
+  EXPECT_TRUE(files_.appendLine(path, "first", kMostBytes));
+  EXPECT_TRUE(files_.appendLine(path, "", kMostBytes));
+  EXPECT_TRUE(files_.appendLine(path, "second", kMostBytes));
   EXPECT_EQ(factory_->content(path), "first\n\nsecond\n");
+}
+
+TEST_P(NSFileManagerContract, KeepsAFullFileBesideTheNewOne) {
+  const std::string path = factory_->folder() + "/events.jsonl";
+  const std::string half(kMostBytes / 2 - 1, 'h');
+  for (const std::string& line : {half, half, std::string("new"), half, half})
+    EXPECT_TRUE(files_.appendLine(path, line, kMostBytes));
+  EXPECT_EQ(factory_->content(path + ".1"), "new\n" + half + "\n");
+  EXPECT_EQ(factory_->content(path), half + "\n");
+}
+
+TEST_P(NSFileManagerContract, KeepsALineThatIsLongerThanAFile) {
+  const std::string path = factory_->folder() + "/events.jsonl";
+  EXPECT_TRUE(files_.appendLine(path, std::string(2 * kMostBytes, 'l'), kMostBytes));
+  EXPECT_EQ(factory_->content(path), std::string(2 * kMostBytes, 'l') + "\n");
 }
 
 }  // namespace contract

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -26,9 +28,9 @@ class NSUserDefaultsContract : public testing::TestWithParam<MakeNSUserDefaultsF
   std::unique_ptr<platform::NSUserDefaults> defaults_ = factory_->open();
 };
 
-TEST_P(NSUserDefaultsContract, AnAbsentValueIsEmptyAndZero) {
+TEST_P(NSUserDefaultsContract, AnAbsentValueIsEmptyAndNoNumber) {
   EXPECT_FALSE(defaults_->objectForKey("ShowPreview"));
-  EXPECT_EQ(defaults_->integerForKey("ShowPreview"), 0);
+  EXPECT_EQ(defaults_->integerForKey("ShowPreview"), std::nullopt);
   EXPECT_EQ(defaults_->stringForKey("ShowPreview"), "");
 }
 
@@ -40,13 +42,24 @@ TEST_P(NSUserDefaultsContract, ABooleanReadsAsOneOrZero) {
   EXPECT_EQ(defaults_->integerForKey("ShowPreview"), 0);
 }
 
-TEST_P(NSUserDefaultsContract, ATextReadsAsTheNumberThatItIs) {
-  for (const auto& [text, number] :
-       {std::pair("256", 256), std::pair("-1", -1), std::pair("true", 1), std::pair("false", 0),
-        std::pair("a camera", 0), std::pair("12 cameras", 0)}) {
+TEST_P(NSUserDefaultsContract, ATextReadsAsTheNumberThatItMeans) {
+  const std::map<std::string, int> meanings{{"256", 256}, {"-1", -1},   {"1", 1},     {" 0 ", 0}, {"true", 1},
+                                            {"True", 1},  {"true ", 1}, {"yes", 1},   {"YES", 1}, {"on", 1},
+                                            {"On ", 1},   {"false", 0}, {"FALSE", 0}, {"no", 0},  {"No", 0},
+                                            {"\toff", 0}, {"off", 0}};
+  for (const auto& [text, number] : meanings) {
     defaults_->setObject(text, "Key");
     EXPECT_EQ(defaults_->integerForKey("Key"), number) << text;
     EXPECT_EQ(defaults_->stringForKey("Key"), text);
+  }
+}
+
+TEST_P(NSUserDefaultsContract, AnyOtherTextReadsAsNoNumber) {
+  for (const std::string text :
+       {"", "maybe", "a camera", "12 cameras", "truely", "1.5", "99999999999999999999"}) {
+    defaults_->setObject(text, "Key");
+    EXPECT_EQ(defaults_->integerForKey("Key"), std::nullopt) << text;
+    EXPECT_TRUE(defaults_->objectForKey("Key"));
   }
 }
 

@@ -1,9 +1,12 @@
 #include "tests/fakes/FakeFoundation.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <cstdlib>
 #include <ctime>
+#include <numeric>
+#include <utility>
 
 namespace fakes {
 
@@ -82,7 +85,7 @@ int FakeMainLoop::activeTimers() const {
   }));
 }
 
-std::string FakeMainLoop::waiting() const {
+std::vector<FakeMainLoop::Postponed> FakeMainLoop::waiting() const {
   const std::scoped_lock lock(mutex_);
   std::vector<const Due*> inOrder;
   for (const auto& each : due_)
@@ -90,11 +93,16 @@ std::string FakeMainLoop::waiting() const {
   std::sort(inOrder.begin(), inOrder.end(), [](const Due* a, const Due* b) {
     return std::pair(a->at, a->number) < std::pair(b->at, b->number);
   });
-  std::string text;
+  std::vector<Postponed> all;
   for (const Due* each : inOrder)
-    text += std::to_string((each->at - now_).count()) + ":" +
-            std::to_string(each->work.target_type().hash_code()) + " ";
-  return text;
+    all.push_back({each->at - now_, each->work.target_type().hash_code()});
+  return all;
+}
+
+void FakeMainLoop::runNext() {
+  const auto all = waiting();
+  if (all.empty()) return;
+  if (const auto work = takeNext(now_ + all.front().in)) work();
 }
 
 std::function<void()> FakeMainLoop::takeNext(Milliseconds until) {
@@ -165,13 +173,16 @@ void FakeNotificationCenter::postNotificationName(const std::string& name) {
     if (!each->removed && each->name == name) each->handler();
 }
 
-std::int64_t FakeUserDefaults::integerForKey(const std::string& key) const {
-  const std::string value = stringForKey(key);
-  if (value == "true") return 1;
+std::optional<std::int64_t> FakeUserDefaults::integerForKey(const std::string& key) const {
+  std::string word;
+  for (const char letter : stringForKey(key))
+    if (letter != ' ' && letter != '\t') word += static_cast<char>(std::tolower(letter));
+  if (word == "true" || word == "yes" || word == "on") return 1;
+  if (word == "false" || word == "no" || word == "off") return 0;
   std::int64_t number = 0;
-  const char* const end = value.data() + value.size();
-  const auto [after, error] = std::from_chars(value.data(), end, number);
-  return error == std::errc() && after == end ? number : 0;
+  const char* const end = word.data() + word.size();
+  const auto [after, error] = std::from_chars(word.data(), end, number);
+  return error == std::errc() && after == end ? std::optional(number) : std::nullopt;
 }
 
 std::string FakeUserDefaults::stringForKey(const std::string& key) const {
@@ -194,6 +205,11 @@ bool FakeUserDefaults::synchronize() {
   return synchronizes;
 }
 
+bool FakeFileManager::fileExistsAtPath(const std::string& path) const {
+  if (whileLooking) whileLooking();
+  return existing.contains(path);
+}
+
 int FakeFileManager::whyNotWritableDirectory(const std::string& path) const {
   const auto found = notWritable.find(path);
   return found == notWritable.end() ? 0 : found->second;
@@ -204,7 +220,12 @@ std::string FakeFileManager::abbreviatingWithTilde(const std::string& path) cons
   return path.starts_with(home) ? "~" + path.substr(home.size()) : path;
 }
 
-bool FakeFileManager::appendLine(const std::string& path, const std::string& line) {
+bool FakeFileManager::appendLine(const std::string& path, const std::string& line, std::int64_t mostBytes) {
+  const auto& before = appended[path];
+  const auto bytes = std::accumulate(before.begin(), before.end(), line.size() + 1,
+                                     [](auto sum, const auto& each) { return sum + each.size() + 1; });
+  if (!before.empty() && bytes > static_cast<std::size_t>(mostBytes))
+    appended[path + ".1"] = std::exchange(appended[path], {});
   appended[path].push_back(line);
   // {"time":"…","tool":"…",REST} → the words of REST.
   const std::string toolEnd = "\"tool\":\"a5f597ea-d3f3-4347-bbe6-344e240acc7e\",";
@@ -226,6 +247,7 @@ std::string FakeBundle::localizedStringForKey(const std::string& key, const std:
 }
 
 bool FakeData::writeToFile(const std::string& path, bool atomically) const {
+  if (files_.whileWriting) files_.whileWriting();
   journal_.add("write " + name_ + " to " + path + (atomically ? " atomically" : ""));
   if (!fails_) files_.existing.insert(path);
   return !fails_;

@@ -46,14 +46,22 @@ class FakeMainLoop : public platform::MainQueue, public platform::NSRunLoop, pub
   void run() { advance(Milliseconds(0)); }
   /// Moves the clock on by `time`, running everything as it falls due.
   void advance(Milliseconds time);
+  /// Moves the clock on to the work that is due next and runs that alone.
+  void runNext();
   /// Waits for work from another thread, at most ten seconds, and runs it; answers whether any came.
   bool runWhenWorkArrives();
   /// The loop has ended: nothing runs any more, and whoever waits in `sync` is released.
   void end();
   int activeTimers() const;
-  /// The waiting work in the order in which it falls due: for each piece how long until then, and its kind.
-  /// Two loops of one program that answer the same will do the same.
-  std::string waiting() const;
+  /// A piece of work that waits.
+  struct Postponed {
+    Milliseconds in;   ///< how long until it is due
+    std::size_t kind;  ///< the same for work that was put there by the same line of code
+
+    bool operator==(const Postponed&) const = default;
+  };
+  /// The waiting work in the order in which it falls due.
+  std::vector<Postponed> waiting() const;
 
  private:
   struct Timer;
@@ -100,7 +108,7 @@ class FakeUserDefaults : public platform::NSUserDefaults {
  public:
   FakeUserDefaults(Journal& journal, std::string name) : journal_(journal), name_(std::move(name)) {}
   bool objectForKey(const std::string& key) const override { return values.contains(key); }
-  std::int64_t integerForKey(const std::string& key) const override;
+  std::optional<std::int64_t> integerForKey(const std::string& key) const override;
   std::string stringForKey(const std::string& key) const override;
   void setBool(bool value, const std::string& key) override;
   void setObject(const std::string& value, const std::string& key) override;
@@ -118,12 +126,15 @@ class FakeUserDefaults : public platform::NSUserDefaults {
 class FakeFileManager : public platform::NSFileManager {
  public:
   explicit FakeFileManager(Journal& journal) : journal_(journal) {}
-  bool fileExistsAtPath(const std::string& path) const override { return existing.contains(path); }
+  bool fileExistsAtPath(const std::string& path) const override;
   int whyNotWritableDirectory(const std::string& path) const override;
   std::string abbreviatingWithTilde(const std::string& path) const override;
   std::optional<std::string> picturesDirectory() override { return pictures; }
-  bool appendLine(const std::string& path, const std::string& line) override;
+  bool appendLine(const std::string& path, const std::string& line, std::int64_t mostBytes) override;
 
+  // What happens elsewhere while the disk is asked.
+  std::function<void()> whileLooking;
+  std::function<void()> whileWriting;
   std::set<std::string> existing;
   std::map<std::string, int> notWritable;
   std::optional<std::string> pictures = "/home/ada/Pictures";

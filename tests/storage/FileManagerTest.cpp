@@ -19,6 +19,8 @@ namespace {
 
 using platform_linux::FileManager;
 
+constexpr std::int64_t kMostBytes = 1'000'000;
+
 TEST(FileManager, ALinkThatLeadsNowhereIsThere) {
   const TemporaryFolder folder;
   std::filesystem::create_symlink("nothing", folder / "link");
@@ -88,7 +90,7 @@ TEST(FileManager, WithoutAHomeThereIsNoPicturesFolder) {
 
 TEST(AppendLine, MakesFoldersAndFileForTheUserAlone) {
   const TemporaryFolder folder;
-  EXPECT_TRUE(FileManager().appendLine(folder / "a/b/events", "line"));
+  EXPECT_TRUE(FileManager().appendLine(folder / "a/b/events", "line", kMostBytes));
   EXPECT_EQ(permissionsOf(folder / "a"), 0700U);
   EXPECT_EQ(permissionsOf(folder / "a/b"), 0700U);
   EXPECT_EQ(permissionsOf(folder / "a/b/events"), 0600U);
@@ -97,7 +99,7 @@ TEST(AppendLine, MakesFoldersAndFileForTheUserAlone) {
 TEST(AppendLine, EndsALineThatWasCutOffFirst) {
   const TemporaryFolder folder;
   makeFile(folder / "events", "whole\nhal");
-  EXPECT_TRUE(FileManager().appendLine(folder / "events", "next"));
+  EXPECT_TRUE(FileManager().appendLine(folder / "events", "next", kMostBytes));
   EXPECT_EQ(contentOf(folder / "events"), "whole\nhal\nnext\n");
 }
 
@@ -109,8 +111,8 @@ TEST(AppendLine, ALineThatDoesNotFitLeavesNothingBehind) {
     ::setrlimit(RLIMIT_FSIZE, &limit);
     ::signal(SIGXFSZ, SIG_IGN);
     FileManager files;
-    return !files.appendLine(folder / "events", std::string(100, 'x')) &&
-                   files.appendLine(folder / "events", "fits")
+    return !files.appendLine(folder / "events", std::string(100, 'x'), kMostBytes) &&
+                   files.appendLine(folder / "events", "fits", kMostBytes)
                ? 0
                : 1;
   });
@@ -122,7 +124,7 @@ TEST(AppendLine, AForeignLockHoldsNoLineBack) {
   const TemporaryFolder folder;
   makeFile(folder / "events", "whole\nhal");
   const LockHolder holder(folder / "events");
-  EXPECT_TRUE(FileManager().appendLine(folder / "events", "next"));
+  EXPECT_TRUE(FileManager().appendLine(folder / "events", "next", kMostBytes));
   EXPECT_EQ(contentOf(folder / "events"), "whole\nhal\nnext\n");
 }
 
@@ -134,7 +136,7 @@ TEST(AppendLine, ALineThatDoesNotFitIsNotTakenBackWithoutTheLock) {
     const rlimit limit{20, 20};
     ::setrlimit(RLIMIT_FSIZE, &limit);
     ::signal(SIGXFSZ, SIG_IGN);
-    return FileManager().appendLine(folder / "events", std::string(100, 'x')) ? 1 : 0;
+    return FileManager().appendLine(folder / "events", std::string(100, 'x'), kMostBytes) ? 1 : 0;
   });
   EXPECT_EQ(status, 0);
   // Cutting the file could cut off what others have added meanwhile.
@@ -145,17 +147,27 @@ TEST(AppendLine, ADeviceIsWrittenToAsItIs) {
   const TemporaryFolder folder;
   std::filesystem::create_symlink("/dev/null", folder / "off");
   std::filesystem::create_symlink("/dev/full", folder / "full");
-  EXPECT_TRUE(FileManager().appendLine(folder / "off", "line"));
-  EXPECT_FALSE(FileManager().appendLine(folder / "full", "line"));
+  EXPECT_TRUE(FileManager().appendLine(folder / "off", "line", kMostBytes));
+  EXPECT_FALSE(FileManager().appendLine(folder / "full", "line", kMostBytes));
 }
 
 TEST(AppendLine, FailsWhereNoFileCanBe) {
   const TemporaryFolder folder;
   makeFile(folder / "file", "");
-  EXPECT_FALSE(FileManager().appendLine(folder / "file/events", "line"));
-  EXPECT_FALSE(FileManager().appendLine(folder.path(), "line"));
+  EXPECT_FALSE(FileManager().appendLine(folder / "file/events", "line", kMostBytes));
+  EXPECT_FALSE(FileManager().appendLine(folder.path(), "line", kMostBytes));
 }
 
+TEST(AppendLine, AFullFileBehindALinkIsKeptBesideItsTarget) {
+  const TemporaryFolder folder;
+  makeFile(folder / "elsewhere", "old\n");
+  std::filesystem::create_symlink(folder / "elsewhere", folder / "events");
+  EXPECT_TRUE(FileManager().appendLine(folder / "events", "new", 5));
+  EXPECT_EQ(contentOf(folder / "elsewhere.1"), "old\n");
+  EXPECT_EQ(contentOf(folder / "elsewhere"), "new\n");
+}
+
+/// They fill the file one and a half times: it is set aside once meanwhile, and no line is lost by that.
 TEST(AppendLine, LinesOfManyProcessesNeverMix) {
   constexpr int kProcesses = 8;
   constexpr int kLines = 1000;
@@ -168,7 +180,8 @@ TEST(AppendLine, LinesOfManyProcessesNeverMix) {
       FileManager files;
       for (int line = 0; line < kLines; ++line)
         fine = files.appendLine(folder / "events",
-                                std::to_string(process) + std::string(200, 'a') + std::to_string(line)) &&
+                                std::to_string(process) + std::string(200, 'a') + std::to_string(line),
+                                kMostBytes) &&
                fine;
       std::_Exit(fine ? 0 : 1);
     }
@@ -180,7 +193,7 @@ TEST(AppendLine, LinesOfManyProcessesNeverMix) {
     EXPECT_EQ(status, 0);
   }
   std::map<std::string, int> next;
-  std::istringstream all(contentOf(folder / "events"));
+  std::istringstream all(contentOf(folder / "events.1") + contentOf(folder / "events"));
   for (std::string line; std::getline(all, line);) {
     const std::string process = line.substr(0, 1);
     EXPECT_EQ(line, process + std::string(200, 'a') + std::to_string(next[process]++));

@@ -180,15 +180,15 @@ bool appendsWholeLinesOnly(int which, int error, FaultySystem::Fault fault) {
   const TemporaryFolder folder;
   const std::string path = folder / "events/usage-events.jsonl";
   FileManager files;
-  EXPECT_TRUE(files.appendLine(path, "first"));
+  EXPECT_TRUE(files.appendLine(path, "first", 1000));
   bool appended = false;
   bool failed = false;
   {
     FaultySystem system(which, error, fault);
-    appended = files.appendLine(path, "second");
+    appended = files.appendLine(path, "second", 1000);
     failed = !system.failedCall().empty();
   }
-  EXPECT_TRUE(files.appendLine(path, "third"));
+  EXPECT_TRUE(files.appendLine(path, "third", 1000));
   EXPECT_EQ(contentOf(path), appended ? "first\nsecond\nthird\n" : "first\nthird\n")
       << "call number " << which << ", error " << error;
   return failed;

@@ -116,9 +116,28 @@ TEST_F(UserDefaultsTest, AnyTextComesBackAsItWas) {
 
 TEST_F(UserDefaultsTest, ANumberWithMoreBehindItIsNone) {
   makeFile(path_, "[CameraShot]\nA=12 cameras\nB=99999999999999999999\nC=-3\n");
-  EXPECT_EQ(open().integerForKey("A"), 0);
-  EXPECT_EQ(open().integerForKey("B"), 0);
+  EXPECT_EQ(open().integerForKey("A"), std::nullopt);
+  EXPECT_EQ(open().integerForKey("B"), std::nullopt);
   EXPECT_EQ(open().integerForKey("C"), -3);
+}
+
+TEST_F(UserDefaultsTest, WhatPeopleWriteByHandIsReadAsMeant) {
+  makeFile(path_, "[CameraShot]\nA=True\nB=true \nC= yes\nD=FALSE\nE = off \nF=1\r\n");
+  const auto defaults = open();
+  for (const std::string key : {"A", "B", "C", "F"})
+    EXPECT_EQ(defaults.integerForKey(key), 1) << key;
+  for (const std::string key : {"D", "E"})
+    EXPECT_EQ(defaults.integerForKey(key), 0) << key;
+  EXPECT_THAT(journal_.lines(), IsEmpty());
+}
+
+TEST_F(UserDefaultsTest, WhatCannotBeReadIsNamedInTheLogOnce) {
+  makeFile(path_, "[CameraShot]\nShowPreview=perhaps\n");
+  const auto defaults = open();
+  EXPECT_EQ(defaults.integerForKey("ShowPreview"), std::nullopt);
+  EXPECT_EQ(defaults.integerForKey("ShowPreview"), std::nullopt);
+  EXPECT_THAT(journal_.lines(),
+              ElementsAre(AllOf(HasSubstr("ShowPreview"), HasSubstr("\"perhaps\""), HasSubstr(path_))));
 }
 
 TEST_F(UserDefaultsTest, FilesByHandMayHaveStrayBackslashes) {

@@ -29,6 +29,14 @@ TEST(Settings, ReadTheLowestByteOfAStoredInteger) {
   }
 }
 
+TEST(Settings, WhatCannotBeReadCountsAsAbsent) {
+  for (const std::string value : {"", "perhaps", "12 cameras"}) {
+    PreferencesFixture desk;
+    desk.defaults.values["ShowPreview"] = value;
+    EXPECT_TRUE(desk.preferences().showPreview()) << value;
+  }
+}
+
 TEST(Settings, HaveKeysThatAreExact) {
   PreferencesFixture desk{{"First", "Second"}};
   desk.defaults.values = {{"showpreview", "false"}, {"videoSourceID", "id of Second"}};
@@ -123,6 +131,7 @@ TEST(CameraChoice, AsksForTheListAfreshEveryTime) {
 
 TEST(CameraChoice, EndsAtTheFirstOfTwoEqualIdentities) {
   PreferencesFixture desk;
+  desk.addCamera("Other", "other");
   desk.addCamera("Left", "same");
   desk.addCamera("Right", "same");
   desk.defaults.values["VideoSourceID"] = "same";

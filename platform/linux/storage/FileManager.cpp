@@ -1,19 +1,14 @@
 #include "platform/linux/storage/FileManager.h"
 
 #include <cerrno>
-#include <chrono>
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/stat.h>
-#include <tuple>
 #include <unistd.h>
 
 #include <glib.h>
 
-#include "platform/linux/base/FileDescriptor.h"
-#include "platform/linux/base/SystemCall.h"
-#include "platform/linux/storage/FileLock.h"
-#include "platform/linux/storage/PrivateFolders.h"
+#include "platform/linux/storage/LineFile.h"
 
 namespace platform_linux {
 
@@ -52,45 +47,8 @@ std::optional<std::string> FileManager::picturesDirectory() {
   return pictures.string();
 }
 
-namespace {
-
-/// How long a line waits for others. They hold the lock for microseconds; whoever keeps it longer is none of
-/// ours. Several lines a run are written on the main thread, and all of them together must not be noticed.
-constexpr std::chrono::milliseconds kLockPatience{50};
-
-/// Whether the file's last line lacks its end, as a power cut leaves it.
-bool endsInsideALine(int file, off_t size) {
-  char last = '\n';
-  return size > 0 && ::pread(file, &last, 1, size - 1) == 1 && last != '\n';
-}
-
-/// One write, so that even a reader sees whole lines; short when the disk is full.
-bool writeAtOnce(int file, const std::string& text) {
-  const ssize_t written = uninterrupted([&] { return ::write(file, text.data(), text.size()); });
-  return written == static_cast<ssize_t>(text.size());
-}
-
-bool appendToRegularFile(int file, const std::string& line) {
-  // Held for the microseconds of one write, so that a short write can be taken back before others append.
-  const bool locked = lockWithin(file, kLockPatience) == 0;
-  struct stat status {};
-  if (::fstat(file, &status) != 0) return false;
-  const std::string text = (endsInsideALine(file, status.st_size) ? "\n" : "") + line + "\n";
-  if (writeAtOnce(file, text)) return true;
-  if (locked) std::ignore = ::ftruncate(file, status.st_size);
-  return false;
-}
-
-}  // namespace
-
-bool FileManager::appendLine(const std::string& path, const std::string& line) {
-  if (!makePrivateFolders(fs::path(path).parent_path())) return false;
-  const FileDescriptor file(
-      ::open(path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0600));
-  struct stat status {};
-  if (!file || ::fstat(file.get(), &status) != 0) return false;
-  return S_ISREG(status.st_mode) ? appendToRegularFile(file.get(), line)
-                                 : writeAtOnce(file.get(), line + "\n");
+bool FileManager::appendLine(const std::string& path, const std::string& line, std::int64_t mostBytes) {
+  return appendLineTo(path, line, mostBytes);
 }
 
 }  // namespace platform_linux

@@ -19,8 +19,9 @@ class FileManager : public platform::NSFileManager {
   std::optional<std::string> picturesDirectory() override;
   /// New files are for the user alone (0600), so are new folders (0700). A device, e.g. a link to /dev/null,
   /// is written to as it is. Where a foreign program keeps the file locked, or the file system has no locks,
-  /// the line is written all the same; then one that does not fit may leave its beginning behind.
-  bool appendLine(const std::string& path, const std::string& line) override;
+  /// the line is written all the same; then one that does not fit may leave its beginning behind, and a
+  /// full file grows.
+  bool appendLine(const std::string& path, const std::string& line, std::int64_t mostBytes) override;
 };
 
 }  // namespace platform_linux

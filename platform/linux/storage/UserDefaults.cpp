@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <chrono>
 #include <ctime>
 #include <fcntl.h>
@@ -18,6 +17,7 @@
 #include "platform/linux/storage/FileLock.h"
 #include "platform/linux/storage/KeyFileText.h"
 #include "platform/linux/storage/PrivateFolders.h"
+#include "platform/linux/storage/SettingText.h"
 
 namespace platform_linux {
 
@@ -132,13 +132,19 @@ bool UserDefaults::objectForKey(const std::string& key) const {
   return value(key).has_value();
 }
 
-std::int64_t UserDefaults::integerForKey(const std::string& key) const {
-  const std::string text = stringForKey(key);
-  if (text == "true") return 1;
-  std::int64_t number = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  return error == std::errc() && stop == end ? number : 0;
+std::optional<std::int64_t> UserDefaults::integerForKey(const std::string& key) const {
+  const auto text = value(key);
+  if (!text) return std::nullopt;
+  const auto number = readInteger(*text);
+  if (!number && isNews(key))
+    log_.log("The setting " + key + " in " + path_ + " is neither yes nor no nor a number, but \"" + *text +
+             "\": its default is used");
+  return number;
+}
+
+bool UserDefaults::isNews(const std::string& key) const {
+  const std::scoped_lock lock(mutex_);
+  return reported_.insert(key).second;
 }
 
 std::string UserDefaults::stringForKey(const std::string& key) const {

@@ -3,6 +3,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "platform/Foundation/NSLog.h"
@@ -33,7 +34,7 @@ class UserDefaults : public platform::NSUserDefaults {
   ~UserDefaults() override;
 
   bool objectForKey(const std::string& key) const override;
-  std::int64_t integerForKey(const std::string& key) const override;
+  std::optional<std::int64_t> integerForKey(const std::string& key) const override;
   std::string stringForKey(const std::string& key) const override;
   void setBool(bool value, const std::string& key) override;
   void setObject(const std::string& value, const std::string& key) override;
@@ -42,6 +43,8 @@ class UserDefaults : public platform::NSUserDefaults {
  private:
   /// The text of the file, unescaped; nothing when the key is absent.
   std::optional<std::string> value(const std::string& key) const;
+  /// Whether nothing was said about the value of `key` before.
+  bool isNews(const std::string& key) const;
   void set(const std::string& value, const std::string& key);
   /// The file as it is now, empty when there is none; nothing when it must not be written over.
   GKeyFileHandle load() const;
@@ -58,6 +61,7 @@ class UserDefaults : public platform::NSUserDefaults {
 
   mutable std::mutex mutex_;
   GKeyFileHandle file_;
+  mutable std::set<std::string> reported_;      ///< keys whose values could not be read
   std::map<std::string, std::string> changes_;  ///< set since the last successful `synchronize`, escaped
 };
 
