@@ -94,6 +94,18 @@ TEST_F(ApplicationRunning, AnyThreadMayAskForTheEnd) {
   expectLines({"shouldTerminate", "willTerminate", "ended 0"});
 }
 
+TEST_F(ApplicationRunning, WhatOthersCanAskOfItIsWithdrawnOnceAtTheEnd) {
+  const auto probe = running("leave and withdraw");
+  expectLines({"shouldTerminate", "willTerminate", "withdrawn", "ended 0"});
+}
+
+TEST_F(ApplicationRunning, WindowsThatCouldNotBeShownAreTriedAgain) {
+  const auto probe = running("regular once a display is there");
+  expectLines({"no display yet", "windows"});
+  probe->signal(SIGTERM);
+  expectLines({"shouldTerminate", "willTerminate", "ended 0"});
+}
+
 TEST_F(ApplicationRunning, NothingThatIsDueRunsAfterTheEndHasBegun) {
   const auto probe = running("leave busy");
   expectLines({"shouldTerminate", "willTerminate", "ended 0"});

@@ -8,6 +8,7 @@
 #include <string>
 #include <sys/prctl.h>
 #include <thread>
+#include <utility>
 
 #include "platform/linux/application/Application.h"
 #include "platform/linux/application/Log.h"
@@ -63,8 +64,10 @@ class ProbeDelegate : public platform::NSApplicationDelegate {
     const std::string then = variable("PROBE_THEN");
     if (then == "leave") application_.terminate();
     if (then == "leave twice") leaveTwice();
+    if (then == "leave and withdraw") leaveAndWithdraw();
     if (then == "leave from thread") std::thread([this] { application_.terminate(); }).detach();
     if (then == "regular") application_.setActivationPolicy(platform::NSApplicationActivationPolicy::Regular);
+    if (then == "regular once a display is there") becomeRegularLater();
     if (then == "show windows") showWindows();
     if (then == "count" && count() >= 2) application_.terminate();
     if (then == "count and stay") count();
@@ -104,6 +107,23 @@ class ProbeDelegate : public platform::NSApplicationDelegate {
   void showWindows() {
     application_.setVisibleWindowsHandler([] { return true; });
     application_.setActivationHandler([] { tell("windows to the front"); });
+  }
+  void becomeRegularLater() {
+    application_.setUserInterfaceStarter([isThere = false](std::string& whyNot) mutable {
+      tell(isThere ? "windows" : "no display yet");
+      whyNot = "no display yet";
+      return std::exchange(isThere, true);
+    });
+    for (int turn = 0; turn < 2; ++turn)
+      queue_.async(
+          [this] { application_.setActivationPolicy(platform::NSApplicationActivationPolicy::Regular); });
+  }
+  void leaveAndWithdraw() {
+    application_.setEndHandler([this] {
+      tell("withdrawn");
+      application_.terminate();
+    });
+    application_.terminate();
   }
   void leaveTwice() {
     application_.lastWindowClosed();

@@ -397,7 +397,7 @@ class WindowListTest : public testing::Test {
   GtkWindow* open(const char* title) {
     auto* const window = GTK_WINDOW(gtk_window_new());
     gtk_window_set_title(window, title);
-    list_.add(window);
+    list_.add(window, [window] { gtk_widget_set_visible(GTK_WIDGET(window), FALSE); });
     gtk_window_present(window);
     EXPECT_TRUE(runUntil([window] { return gtk_window_is_active(window); }));
     return window;

@@ -163,8 +163,8 @@ bool Application::handle(const DesktopCall::ActivateAction& request) {
 }
 
 void Application::setActivationPolicy(platform::NSApplicationActivationPolicy policy) {
-  if (policy != platform::NSApplicationActivationPolicy::Regular || userInterfaceAsked_) return;
-  userInterfaceAsked_ = true;
+  // A launch that has failed is over; later on a display may have come since the last time.
+  if (policy != platform::NSApplicationActivationPolicy::Regular || status_ != EXIT_SUCCESS) return;
   std::string whyNot = "this program was built without windows";
   if (startUserInterface_ && startUserInterface_(whyNot)) return;
   log_.log("Cannot show windows: " + whyNot);
@@ -202,6 +202,7 @@ void Application::leave() {
   stage_ = Stage::Leaving;
   mainQueue_.end();
   runLoop_.end();
+  if (const auto withdraw = std::exchange(onEnd_, nullptr)) withdraw();
   departure_.begin([this] { stage_ = Stage::Gone; });
 }
 
@@ -223,6 +224,10 @@ void Application::setUserInterfaceStarter(std::function<bool(std::string& whyNot
 
 void Application::setActivationHandler(std::function<void()> handler) {
   onActivate_ = std::move(handler);
+}
+
+void Application::setEndHandler(std::function<void()> handler) {
+  onEnd_ = std::move(handler);
 }
 
 void Application::setVisibleWindowsHandler(std::function<bool()> handler) {

@@ -53,8 +53,9 @@ class Application : public platform::NSApplication {
   void activateIgnoringOtherApps(bool ignoring) override;
   void terminate() override;
 
-  /// Makes windows possible: called once, when the activation policy becomes regular; answers false, with the
-  /// reason, when that cannot be. Without a starter the program has no windows.
+  /// Makes windows possible: called whenever the activation policy becomes regular; answers false, with the
+  /// reason, while that cannot be, and true at once when it has done so before. Without a starter the program
+  /// has no windows.
   void setUserInterfaceStarter(std::function<bool(std::string& whyNot)> starter);
   /// Brings the windows to the front.
   void setActivationHandler(std::function<void()> handler);
@@ -63,6 +64,10 @@ class Application : public platform::NSApplication {
   void setVisibleWindowsHandler(std::function<bool()> handler);
   /// Takes clicks on the application's notifications while it runs.
   void setNotificationResponseHandler(std::function<void(platform::UNNotificationResponse)> handler);
+
+  /// Withdraws what others can still ask of the program: called once, when the end has begun and the delegate
+  /// has had its last word.
+  void setEndHandler(std::function<void()> handler);
 
   /// The user closed the last window: the delegate says whether that is the end.
   void lastWindowClosed();
@@ -108,13 +113,13 @@ class Application : public platform::NSApplication {
   bool launchedByClick_ = false;
   bool askedWhetherToEnd_ = false;
   int status_ = 0;
-  bool userInterfaceAsked_ = false;
   std::string activationToken_;
 
   std::function<bool(std::string&)> startUserInterface_;
   std::function<void()> onActivate_;
   std::function<bool()> hasVisibleWindows_;
   std::function<void(platform::UNNotificationResponse)> onNotificationResponse_;
+  std::function<void()> onEnd_;
 };
 
 }  // namespace platform_linux

@@ -28,6 +28,10 @@ Cameras::~Cameras() {
   service_->shutDown();
 }
 
+void Cameras::stop() {
+  service_->stopSessions();
+}
+
 std::vector<Camera> Cameras::cameras() {
   auto cameras = list_->cameras();
   if (cameras.empty() && service_->access().hidesCamera())

@@ -34,6 +34,10 @@ class Cameras final : public platform::AVFoundation {
   /// being saved; captures still pending are dropped. Sessions that outlive this deliver nothing.
   ~Cameras() override;
 
+  /// Turns the cameras off, without waiting: captures still pending are dropped; a photo that is being saved
+  /// is completed.
+  void stop();
+
   /// The first call waits until the cameras are known, bounded to two seconds.
   std::vector<std::shared_ptr<platform::AVCaptureDevice>> devicesWithMediaType(
       const std::string& mediaType) override;

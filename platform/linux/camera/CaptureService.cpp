@@ -21,10 +21,18 @@ CaptureService::~CaptureService() {
   shutDown();
 }
 
+void CaptureService::abandonFlows() {
+  for (const auto& flow : std::set(flows_))
+    flow->abandon();
+}
+
+void CaptureService::stopSessions() {
+  loop_->post([this] { abandonFlows(); });
+}
+
 void CaptureService::shutDown() {
   loop_->end([this] {
-    for (const auto& flow : std::set(flows_))
-      flow->abandon();
+    abandonFlows();
     source_->stop();
   });
   worker_.stop();

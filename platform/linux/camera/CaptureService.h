@@ -36,7 +36,9 @@ class CaptureService final : private FrameSource::Client {
   CaptureService& operator=(const CaptureService&) = delete;
   ~CaptureService() override;
 
-  /// Stops all sessions without another outcome; an outcome that is being delivered is waited for. Main
+  /// Stops all sessions without another outcome, and returns at once. Main thread only.
+  void stopSessions();
+  /// The same for good; an outcome that is being delivered is waited for. Main
   /// thread only, after the main loop has ended.
   void shutDown();
 
@@ -67,6 +69,7 @@ class CaptureService final : private FrameSource::Client {
   void remove(const std::shared_ptr<CaptureFlow>& flow) { flows_.erase(flow); }
 
  private:
+  void abandonFlows();
   void camerasChanged(const FrameSource& source, CameraCensus census) override;
 
   platform::NSLog& log_;

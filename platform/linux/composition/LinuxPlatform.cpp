@@ -91,6 +91,15 @@ void LinuxPlatform::connect() {
   });
   application_.setNotificationResponseHandler(
       [this](const platform::UNNotificationResponse& response) { notifications_.receiveResponse(response); });
+  application_.setEndHandler([this] {
+    presence_.reset();
+    if (windows_.get()) windows_.get()->withdraw();
+    cameras_->stop();
+  });
+}
+
+void LinuxPlatform::setToolStatus(int status) {
+  if (presence_) presence_->setStatus(status);
 }
 
 void LinuxPlatform::offerTool(const ToolActions& actions) {

@@ -50,10 +50,11 @@ class LinuxPlatform {
 
   const platform::Platform& ports() const { return ports_; }
 
-  /// Puts the tool where the desktop and the suite can see it: an icon in the tray, an object on the bus.
+  /// Puts the tool where the desktop and the suite can see it: an icon in the tray, an object on the bus;
+  /// they are withdrawn when the end begins.
   void offerTool(const ToolActions& actions);
   /// 0: starting or leaving; 1: a normal run is under way. After `offerTool`.
-  void setToolStatus(int status) { presence_->setStatus(status); }
+  void setToolStatus(int status);
 
   /// Runs the application to its end, completes a photo that is being saved then, and answers the exit
   /// status. Once only.

@@ -23,8 +23,9 @@ std::string resource(const std::string& path) {
 bool connectToDisplay(const std::string& applicationId) {
   // Before the toolkit starts: the desktop knows the windows by it.
   g_set_prgname(applicationId.c_str());
-  // Answers true the second time even when it failed the first: the display is what counts.
+  // Looks for a display the first time only, and answers true from then on: the display is what counts.
   gtk_init_check();
+  if (!gdk_display_get_default()) gdk_display_open(nullptr);
   return gdk_display_get_default() != nullptr;
 }
 
@@ -82,10 +83,19 @@ GtkUserInterface::GtkUserInterface(UserInterfaceHost host)
 
 std::unique_ptr<platform::NSNib> GtkUserInterface::loadNibNamed(const std::string& name,
                                                                 platform::NSActions actions) {
+  for (auto& [handler, call] : actions)
+    call = [this, call = std::move(call)] {
+      if (!windows_.isWithdrawn()) call();
+    };
   std::string whyNot;
   auto nib = nibs_.load(name, std::move(actions), whyNot);
   if (!nib) g_warning("%s", whyNot.c_str());
   return nib;
+}
+
+void GtkUserInterface::withdraw() {
+  openPanel_.dismiss();
+  windows_.withdraw();
 }
 
 std::shared_ptr<platform::NSImage> GtkUserInterface::imageNamed(const std::string& name) {

@@ -22,6 +22,7 @@ class GtkUserInterface : public UserInterface {
   platform::NSOpenPanel& openPanel() override { return openPanel_; }
   void activate() override { windows_.activate(); }
   bool hasVisibleWindows() const override { return windows_.anyShown(); }
+  void withdraw() override;
 
  private:
   explicit GtkUserInterface(UserInterfaceHost host);

@@ -17,9 +17,15 @@ std::optional<std::string> chosenFolder(GtkFileChooser* chooser) {
 }  // namespace
 
 OpenPanel::~OpenPanel() {
-  if (!chooser_) return;
-  g_signal_handler_disconnect(chooser_.get(), responseSignal_);
-  gtk_native_dialog_destroy(GTK_NATIVE_DIALOG(chooser_.get()));
+  dismiss();
+}
+
+void OpenPanel::dismiss() {
+  completion_ = nullptr;
+  const auto chooser = std::exchange(chooser_, {});
+  if (!chooser) return;
+  g_signal_handler_disconnect(chooser.get(), std::exchange(responseSignal_, 0));
+  gtk_native_dialog_destroy(GTK_NATIVE_DIALOG(chooser.get()));
 }
 
 void OpenPanel::chooseDirectory(const std::string& directory,

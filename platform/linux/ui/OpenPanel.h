@@ -23,6 +23,9 @@ class OpenPanel : public platform::NSOpenPanel {
                        std::function<void(std::optional<std::string>)> completion) override;
   void showMessage(const std::string& message) override;
 
+  /// Takes the chooser away without a word to whoever waits for its folder.
+  void dismiss();
+
  private:
   void answered(int response);
 

@@ -23,9 +23,25 @@ bool isOnScreen(GtkWindow* window) {
   return isShown(window) && !isMinimized(gtk_native_get_surface(GTK_NATIVE(window)));
 }
 
+void WindowList::add(GtkWindow* window, std::function<void()> takeOff) {
+  windows_.push_back(window);
+  takeOff_[window] = std::move(takeOff);
+}
+
 void WindowList::remove(GtkWindow* window) {
   std::erase(windows_, window);
+  takeOff_.erase(window);
   if (awaited_ == window) awaited_ = nullptr;
+}
+
+void WindowList::withdraw() {
+  isWithdrawn_ = true;
+  for (const auto& [window, takeOff] : takeOff_)
+    takeOff();
+  GList* const others = gtk_window_list_toplevels();
+  for (GList* other = others; other; other = other->next)
+    gtk_widget_set_visible(GTK_WIDGET(other->data), FALSE);
+  g_list_free(others);
 }
 
 bool WindowList::useToken(GtkWindow* window) {
@@ -42,6 +58,7 @@ bool WindowList::useToken(GtkWindow* window) {
 }
 
 void WindowList::show(GtkWindow* window) {
+  if (isWithdrawn_) return;
   if (useToken(window))
     gtk_window_present(window);
   else
@@ -81,7 +98,7 @@ void WindowList::activate() {
 }
 
 void WindowList::windowClosed() const {
-  if (!anyShown()) lastWindowClosed_();
+  if (!isWithdrawn_ && !anyShown()) lastWindowClosed_();
 }
 
 }  // namespace platform_linux

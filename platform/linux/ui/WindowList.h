@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,7 +21,8 @@ class WindowList {
       : lastWindowClosed_(std::move(lastWindowClosed)),
         takeActivationToken_(std::move(takeActivationToken)) {}
 
-  void add(GtkWindow* window) { windows_.push_back(window); }
+  /// `takeOff` takes the window off the screen.
+  void add(GtkWindow* window, std::function<void()> takeOff);
   void remove(GtkWindow* window);
 
   /// Shows the realised window before all others, with the keyboard where the desktop allows that: the user
@@ -36,6 +38,10 @@ class WindowList {
   /// Of the shown windows the one before all others: that in which the user works, or is about to; null
   /// without one. A window that was just asked to the front may not have the keyboard yet.
   GtkWindow* current() const;
+  /// The end of the program: all windows leave the screen, those that the toolkit has put over them too, and
+  /// none comes back. Windows tell their delegates nothing any more.
+  void withdraw();
+  bool isWithdrawn() const { return isWithdrawn_; }
   /// The user closed a window: tells when it was the last one shown.
   void windowClosed() const;
 
@@ -47,6 +53,8 @@ class WindowList {
   const std::function<void()> lastWindowClosed_;
   const std::function<std::string()> takeActivationToken_;
   std::vector<GtkWindow*> windows_;  ///< from back to front
+  std::map<GtkWindow*, std::function<void()>> takeOff_;
+  bool isWithdrawn_ = false;
   /// The window for which the desktop's latest leave was used, until it has the keyboard; then null.
   GtkWindow* awaited_ = nullptr;
   std::string awaitedToken_;
