@@ -12,7 +12,8 @@ constexpr std::chrono::milliseconds kSilentShotDelay{1000};
 }  // namespace
 
 void AppController::deviceConfigurationChanged() {
-  if (count_ == 0) recreate();
+  // A run that only handles a click on a notification never opens a camera.
+  if (running_ && count_ == 0) recreate();
 }
 
 void AppController::updateCameraStatus() {
@@ -39,10 +40,12 @@ void AppController::recreate() {
 
   if (runWithPreferences_ || preferences_->showPreview()) {
     recreateTaker();
-  } else if (auxiliary.isStatusOfMediaTypeDetermind(platform::AVMediaTypeVideo)) {
+  } else if (auxiliary.isStatusOfMediaTypeDetermind(platform::AVMediaTypeVideo) &&
+             !preferences_->isOpened()) {
     recreateSilently();
   }
-  // Else the answer of the user brings the silent run back here.
+  // Else the answer of the user brings the silent run back here; and who has the preferences minimised is not
+  // asking for a photo.
 }
 
 void AppController::recreateSilently() {

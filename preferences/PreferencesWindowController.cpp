@@ -46,8 +46,9 @@ void PreferencesWindowController::connectOutlets() {
   videoSource_.connect(outlet<platform::NSPopUpButton>("videoSource"));
   if (auto button = outlet<platform::NSButton>("outputLocation"))
     outputLocation_ = std::make_shared<suite::OutputLocationButton>(
-        std::move(button), platform_.openPanel, platform_.defaultFileManager, platform_.mainBundle,
-        suite_.locationManager);
+        suite::OutputLocationButton::Views{std::move(button),
+                                           outlet<platform::NSTextField>("outputLocationWarning")},
+        platform_.openPanel, platform_.defaultFileManager, platform_.mainBundle, suite_.locationManager);
 }
 
 void PreferencesWindowController::windowDidLoad() {
@@ -95,9 +96,19 @@ void PreferencesWindowController::onOutputLocationChanged() {
   });
 }
 
-void PreferencesWindowController::onDoneClicked() {
+bool PreferencesWindowController::isPreviewSwitchedOn() const {
   const auto button = previewSetting_.get();
-  if (button && button->state() == platform::NSControlStateValueOn) {
+  return button && button->state() == platform::NSControlStateValueOn;
+}
+
+bool PreferencesWindowController::windowShouldClose() {
+  if (isPreviewSwitchedOn()) return true;
+  onDoneClicked();
+  return false;
+}
+
+void PreferencesWindowController::onDoneClicked() {
+  if (isPreviewSwitchedOn()) {
     showCounterpart();
   } else {
     platform_.application.terminate();

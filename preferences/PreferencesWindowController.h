@@ -35,8 +35,8 @@ class PreferencesWindowController : public suite::QuilloWindowController {
   /// The camera to use now: the chosen one, else the first one, else nothing. Asked for afresh on every call.
   std::shared_ptr<platform::AVCaptureDevice> videoCaptureDevice() const;
 
-  /// Whether the window is on the screen.
-  bool isOpened() const { return isWindowVisible(); }
+  /// Whether the user has the window open: on the screen, or minimised and about to be used again.
+  bool isOpened() const { return isWindowOpen(); }
   bool isPreferencesDialogOpened() const { return isOpened(); }
 
   void updateOutputLocationText();
@@ -51,6 +51,8 @@ class PreferencesWindowController : public suite::QuilloWindowController {
   bool hidesCloseButton() const override { return true; }
 
   void windowDidBecomeKey() override { updateOutputLocationText(); }
+  /// With the preview switched off there is no window to go back to: closing is what Done is.
+  bool windowShouldClose() override;
   void windowDidChangeOcclusionState() override;
 
  protected:
@@ -66,6 +68,7 @@ class PreferencesWindowController : public suite::QuilloWindowController {
   void loadSettings();
   void observeCameras();
   void fillVideoSource(platform::NSPopUpButton& popup) const;
+  bool isPreviewSwitchedOn() const;
 
   const platform::Platform& platform_;
   suite::Suite& suite_;

@@ -133,7 +133,7 @@ void PreviewWindowController::shootButtonPressed() {
 }
 
 void PreviewWindowController::closeButtonPressed() {
-  if (const auto shown = window()) shown->orderOut();
+  if (const auto shown = loadedWindow()) shown->orderOut();
   callbacks_.onQuit();
 }
 

@@ -11,6 +11,8 @@ class NSWindowDelegate {
   virtual ~NSWindowDelegate() = default;
 
   virtual void windowDidBecomeKey() {}
+  /// The user closes the window by the window system's means. Answers whether it leaves the screen for that.
+  virtual bool windowShouldClose() { return true; }
   /// The window came on the screen, left it, or was covered or uncovered.
   virtual void windowDidChangeOcclusionState() = 0;
 };
@@ -22,8 +24,10 @@ class NSWindow {
  public:
   virtual ~NSWindow() = default;
 
-  /// Whether the window is on the screen; one that others cover is.
+  /// Whether the window is on the screen; one that others cover is, a minimised one is not.
   virtual bool isVisible() const = 0;
+  /// Whether the user has minimised the window.
+  virtual bool isMiniaturized() const = 0;
   /// Shows the window in front and gives it the keyboard.
   virtual void makeKeyAndOrderFront() = 0;
   /// Takes the window off the screen; it is kept.

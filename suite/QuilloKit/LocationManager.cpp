@@ -17,8 +17,11 @@ std::optional<std::string> LocationManager::locationForCurrentTool() {
 
 bool LocationManager::setLocationForCurrentTool(const std::string& folder) {
   const std::scoped_lock lock(mutex_);
+  const std::string before = locations_.stringForKey(toolIdentifier_);
   locations_.setObject(folder, toolIdentifier_);
-  return locations_.synchronize();
+  if (locations_.synchronize()) return true;
+  locations_.setObject(before, toolIdentifier_);
+  return false;
 }
 
 }  // namespace suite

@@ -20,7 +20,7 @@ class LocationManager {
   /// only when the user has no home.
   std::optional<std::string> locationForCurrentTool();
 
-  /// Stores the folder, durably; answers whether it could.
+  /// Stores the folder, durably, and answers whether it could; where not, the old one stays.
   bool setLocationForCurrentTool(const std::string& folder);
 
  private:

@@ -1,18 +1,29 @@
 #include "suite/QuilloKit/OutputLocationButton.h"
 
+#include <cerrno>
 #include <utility>
 
 namespace suite {
 
-OutputLocationButton::OutputLocationButton(std::shared_ptr<platform::NSButton> button,
-                                           platform::NSOpenPanel& panel, platform::NSFileManager& files,
-                                           platform::NSBundle& bundle, LocationManager& locations)
-    : button_(std::move(button)), panel_(panel), files_(files), bundle_(bundle), locations_(locations) {}
+OutputLocationButton::OutputLocationButton(Views views, platform::NSOpenPanel& panel,
+                                           platform::NSFileManager& files, platform::NSBundle& bundle,
+                                           LocationManager& locations)
+    : views_(std::move(views)), panel_(panel), files_(files), bundle_(bundle), locations_(locations) {}
 
 void OutputLocationButton::updateState() {
   const std::string folder = locations_.locationForCurrentTool().value_or("");
-  button_->setTitle(files_.abbreviatingWithTilde(folder));
-  button_->setToolTip(folder);
+  views_.button->setTitle(files_.abbreviatingWithTilde(folder));
+  views_.button->setToolTip(folder);
+  if (views_.warning) showWarning(folder);
+}
+
+void OutputLocationButton::showWarning(const std::string& folder) {
+  const int why = files_.whyNotWritableDirectory(folder);
+  if (why != 0)
+    views_.warning->setStringValue(
+        why == ENOENT ? bundle_.localizedStringForKey("This folder does not exist.")
+                      : bundle_.localizedStringForKey("Photos cannot be saved in this folder."));
+  views_.warning->setHidden(why == 0);
 }
 
 void OutputLocationButton::handleOutputLocationChanged(Completion completion) {
@@ -41,8 +52,9 @@ void OutputLocationButton::folderChosen(const std::string& folder, const Complet
   }
   const bool stored = locations_.setLocationForCurrentTool(folder);
   updateState();
-  completion(stored, 0, stored ? "" : bundle_.localizedStringForKey("The settings cannot be saved."),
-             {{"Changed", true}, {"Folder", shown}});
+  const std::string message = stored ? "" : bundle_.localizedStringForKey("The settings cannot be saved.");
+  if (!stored) panel_.showMessage(message);
+  completion(stored, 0, message, {{"Changed", stored}, {"Folder", shown}});
 }
 
 }  // namespace suite

@@ -22,22 +22,28 @@ class OutputLocationButton : public std::enable_shared_from_this<OutputLocationB
   using Completion = std::function<void(bool success, std::int64_t code, const std::string& message,
                                         const Dictionary& details)>;
 
-  OutputLocationButton(std::shared_ptr<platform::NSButton> button, platform::NSOpenPanel& panel,
-                       platform::NSFileManager& files, platform::NSBundle& bundle,
-                       LocationManager& locations);
+  struct Views {
+    std::shared_ptr<platform::NSButton> button;
+    /// Says what is wrong with the folder, hidden while nothing is; may be absent.
+    std::shared_ptr<platform::NSTextField> warning;
+  };
 
-  /// Brings the shown folder up to date.
+  OutputLocationButton(Views views, platform::NSOpenPanel& panel, platform::NSFileManager& files,
+                       platform::NSBundle& bundle, LocationManager& locations);
+
+  /// Brings the shown folder up to date, and whether photos can be saved there.
   void updateState();
 
   /// Asks the user for another folder and returns at once. `completion` runs once, when the user has chosen
-  /// or cancelled; cancelling is a success that changed nothing. A folder that cannot be written to is
-  /// refused, and the old one stays.
+  /// or cancelled; cancelling is a success that changed nothing. A folder that cannot be written to, or
+  /// whose choice cannot be stored, is refused: the user is told, and the old one stays.
   void handleOutputLocationChanged(Completion completion);
 
  private:
   void folderChosen(const std::string& folder, const Completion& completion);
+  void showWarning(const std::string& folder);
 
-  std::shared_ptr<platform::NSButton> button_;
+  const Views views_;
   platform::NSOpenPanel& panel_;
   platform::NSFileManager& files_;
   platform::NSBundle& bundle_;

@@ -8,16 +8,21 @@ QuilloWindowController::QuilloWindowController(platform::AppKit& appKit, std::st
     : appKit_(appKit), windowNibName_(std::move(windowNibName)) {}
 
 std::shared_ptr<platform::NSWindow> QuilloWindowController::window() {
-  if (!std::exchange(triedToLoad_, true)) {
+  if (!nib_) {
     nib_ = appKit_.loadNibNamed(windowNibName_, actions());
     if (nib_) windowDidLoad();
   }
-  return nib_ ? nib_->window() : nullptr;
+  return loadedWindow();
 }
 
 bool QuilloWindowController::isWindowVisible() const {
-  const auto loaded = nib_ ? nib_->window() : nullptr;
+  const auto loaded = loadedWindow();
   return loaded && loaded->isVisible();
+}
+
+bool QuilloWindowController::isWindowOpen() const {
+  const auto loaded = loadedWindow();
+  return loaded && (loaded->isVisible() || loaded->isMiniaturized());
 }
 
 void QuilloWindowController::showWindow() {

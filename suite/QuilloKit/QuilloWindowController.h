@@ -16,10 +16,13 @@ class QuilloWindowController : public platform::NSWindowDelegate,
  public:
   QuilloWindowController(platform::AppKit& appKit, std::string windowNibName);
 
-  /// The window, loaded on the first call; nothing where it cannot be loaded (no display, no such layout).
+  /// The window, loaded when it is first asked for; nothing while it cannot be loaded (no display yet, no such
+  /// layout).
   std::shared_ptr<platform::NSWindow> window();
   /// Whether the window is on the screen. Asking loads nothing, so a run without windows stays one.
   bool isWindowVisible() const;
+  /// Whether the user has the window open: on the screen or minimised. Asking loads nothing.
+  bool isWindowOpen() const;
 
   /// Loads the window if need be and brings it to the front.
   void showWindow();
@@ -33,6 +36,8 @@ class QuilloWindowController : public platform::NSWindowDelegate,
   virtual bool hidesCloseButton() const { return false; }
 
  protected:
+  /// The window, if it has been loaded.
+  std::shared_ptr<platform::NSWindow> loadedWindow() const { return nib_ ? nib_->window() : nullptr; }
   /// Called once, when the window has been loaded. Overrides call the base first.
   virtual void windowDidLoad();
   /// The handlers of the layout's controls. Overrides add theirs to the base's.
@@ -58,7 +63,6 @@ class QuilloWindowController : public platform::NSWindowDelegate,
   platform::AppKit& appKit_;
   const std::string windowNibName_;
   std::unique_ptr<platform::NSNib> nib_;
-  bool triedToLoad_ = false;
   std::function<void()> showCounterpart_;
 };
 

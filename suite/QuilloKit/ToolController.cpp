@@ -16,7 +16,7 @@ ToolController::ToolController(std::shared_ptr<QuilloWindowController> mainWindo
   preferencesWindowController_->setShowCounterpart([main, preferences] {
     // The main window first: at no moment is there no window, which would end the tool.
     if (const auto shown = main.lock()) shown->showWindow();
-    if (const auto left = preferences.lock(); left && left->isWindowVisible()) left->window()->orderOut();
+    if (const auto left = preferences.lock(); left && left->isWindowOpen()) left->window()->orderOut();
   });
 }
 
@@ -29,7 +29,8 @@ void ToolController::showPreferences() const {
 }
 
 bool ToolController::hasVisibleWindows() const {
-  return mainWindowController_->isWindowVisible() || preferencesWindowController_->isWindowVisible();
+  // The platform brings a minimised window back before it asks.
+  return mainWindowController_->isWindowOpen() || preferencesWindowController_->isWindowOpen();
 }
 
 }  // namespace suite

@@ -323,6 +323,30 @@ class WaysOut(WindowTest):
         self.wait_for_preview_colour("red")
 
     @in_windowed_desktop(RED)
+    def test_with_the_preview_switched_off_every_way_out_is_dones_and_takes_no_photo(self):
+        for key in ("Escape", "ctrl+w", "alt+F4"):
+            with self.subTest(key):
+                tool = self.open_preview()
+                self.windows.key("ctrl+comma")
+                self.windows.wait_for_window(PREFERENCES)
+                self.windows.click("Show a Preview First", PREFERENCES)
+                self.wait_for_setting(tool, "ShowPreview=false")
+                self.windows.key(key)
+                self.assertEqual(tool.wait(), 0, tool.log())
+                self.assertEqual(tool.names()[-2:], ["Launch", "Quit"])
+                self.assert_no_photo(tool)
+
+    @in_windowed_desktop(RED)
+    def test_minimised_they_come_back_when_the_tool_is_started_again(self):
+        tool = self.open_preferences()
+        self.windows.screen.minimize(PREFERENCES)
+        call_tool("Activate", "{}")
+        self.windows.wait_for_window(PREFERENCES)
+        self.assertEqual(tool.names(), ["Launch"])
+        self.assertEqual(tool.stop(), 0, tool.log())
+        self.assert_no_photo(tool)
+
+    @in_windowed_desktop(RED)
     def test_the_quit_key_ends_the_tool_from_the_preferences(self):
         tool = self.open_preview()
         self.windows.key("ctrl+comma")

@@ -1,6 +1,9 @@
 #include "tests/fakes/FakeAppKit.h"
 
+#include <algorithm>
 #include <utility>
+
+#include "tests/fakes/LayoutOutlets.h"
 
 namespace fakes {
 namespace {
@@ -8,14 +11,6 @@ namespace {
 const char* yesNo(bool value) {
   return value ? "YES" : "NO";
 }
-
-const std::map<std::string, std::vector<std::string>> kOutlets{
-    {"PreviewWindowController",
-     {"captureView", "warningView", "warningImage", "warningText", "warningDescription", "button",
-      "preferencesButton", "closeButton"}},
-    {"PreferencesWindowController",
-     {"outputLocation", "previewSetting", "videoSource", "preferencesButton", "closeButton"}},
-};
 
 struct FakeNib : platform::NSNib {
   explicit FakeNib(std::shared_ptr<FakeLayout> loaded) : layout(std::move(loaded)) {}
@@ -63,6 +58,7 @@ void FakeApplication::setActivationPolicy(platform::NSApplicationActivationPolic
 
 void FakeApplication::activateIgnoringOtherApps(bool ignoring) {
   journal_.add(std::string("application activateIgnoringOtherApps ") + yesNo(ignoring));
+  if (onActivate) onActivate();
 }
 
 void FakeApplication::terminate() {
@@ -143,18 +139,32 @@ void FakeView::selectItemAtIndex(int index) {
 
 void FakeWindow::makeKeyAndOrderFront() {
   journal_.add(name + " show");
-  if (std::exchange(visible, true)) return;
+  const bool wasOnScreen = isVisible();
+  visible = true;
+  minimised = false;
+  if (wasOnScreen) return;
   tellOcclusion();
   tellKey();
 }
 
 void FakeWindow::orderOut() {
   journal_.add(name + " orderOut");
-  if (std::exchange(visible, false)) tellOcclusion();
+  leaveScreen();
 }
 
 void FakeWindow::close() {
   journal_.add(name + " close");
+  const auto asked = delegate.lock();
+  if (!asked || asked->windowShouldClose()) leaveScreen();
+}
+
+void FakeWindow::minimise() {
+  journal_.add(name + " minimise");
+  if (!std::exchange(minimised, true)) tellOcclusion();
+}
+
+void FakeWindow::leaveScreen() {
+  minimised = false;
   if (std::exchange(visible, false)) tellOcclusion();
 }
 
@@ -200,11 +210,21 @@ std::unique_ptr<platform::NSNib> FakeAppKit::loadNibNamed(const std::string& nam
   auto layout = std::make_shared<FakeLayout>();
   layout->window = std::make_shared<FakeWindow>(journal_, name);
   layout->actions = std::move(actions);
-  for (const auto& outlet : kOutlets.at(name))
+  for (const auto& outlet : kLayoutOutlets.at(name))
     if (!missingOutlets.contains(outlet))
       layout->views[outlet] = std::make_shared<FakeView>(journal_, outlet);
   layouts[name] = layout;
   return std::make_unique<FakeNib>(layout);
+}
+
+bool FakeAppKit::hasWindows() const {
+  return std::any_of(layouts.begin(), layouts.end(),
+                     [](const auto& each) { return each.second->window->visible; });
+}
+
+void FakeAppKit::activate() const {
+  for (const auto& [name, layout] : layouts)
+    if (layout->window->isMiniaturized()) layout->window->makeKeyAndOrderFront();
 }
 
 std::shared_ptr<platform::NSSound> FakeAppKit::soundWithContentsOfFile(const std::string& file,

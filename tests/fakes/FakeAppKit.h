@@ -30,6 +30,7 @@ class FakeApplication : public platform::NSApplication, public platform::NSRunni
   /// How many processes of "com.verrano.quillo.CameraShot" run, this one included.
   int instances = 1;
   bool ended = false;
+  std::function<void()> onActivate;  ///< brings the windows to the front
 
  private:
   Journal& journal_;
@@ -40,9 +41,12 @@ class FakeWorkspace : public platform::NSWorkspace {
  public:
   explicit FakeWorkspace(Journal& journal) : journal_(journal) {}
   void selectFile(const std::string& path, const std::string& root) override {
+    if (whileSelecting) whileSelecting();
     journal_.add("workspace select " + path + " root \"" + root + "\"");
   }
   void openFileURL(const std::string& path) override { journal_.add("workspace open " + path); }
+
+  std::function<void()> whileSelecting;
 
  private:
   Journal& journal_;
@@ -121,26 +125,31 @@ class FakeView : public platform::NSImageView,
 class FakeWindow : public platform::NSWindow {
  public:
   FakeWindow(Journal& journal, std::string layout) : name(std::move(layout)), journal_(journal) {}
-  bool isVisible() const override { return visible; }
+  bool isVisible() const override { return visible && !minimised; }
+  bool isMiniaturized() const override { return visible && minimised; }
   void makeKeyAndOrderFront() override;
   void orderOut() override;
   unsigned styleMask() const override { return mask; }
   void setStyleMask(unsigned value) override;
   void setFrameAutosaveName(const std::string& value) override;
   void setDelegate(std::weak_ptr<platform::NSWindowDelegate> value) override;
-  /// The user closes the window with the window manager's means.
+  /// The user closes the window with the window manager's means, if the delegate lets it go.
   void close();
+  void minimise();
   /// What the window system tells when the window comes on the screen, leaves it, or is covered.
   void tellOcclusion() const;
   void tellKey() const;
 
   const std::string name;
   bool visible = false;
+  bool minimised = false;
   unsigned mask = 7;
   std::string autosaveName;
   std::weak_ptr<platform::NSWindowDelegate> delegate;
 
  private:
+  void leaveScreen();
+
   Journal& journal_;
 };
 
@@ -167,6 +176,10 @@ class FakeAppKit : public platform::AppKit {
 
   bool loaded(const std::string& name) const { return layouts.contains(name); }
   FakeLayout& layout(const std::string& name) { return *layouts.at(name); }
+  /// Whether any window is on the screen or minimised.
+  bool hasWindows() const;
+  /// Brings the windows that the user has open to the front, the minimised ones too.
+  void activate() const;
 
   std::map<std::string, std::shared_ptr<FakeLayout>> layouts;
   std::set<std::string> missingOutlets;

@@ -13,6 +13,10 @@ namespace fakes {
 
 /// A whole desktop of fakes around one journal and one clock, with the real suite on top.
 struct FakePlatform {
+  FakePlatform() {
+    application.onActivate = [this] { appKit.activate(); };
+  }
+
   Journal journal;
   FakeMainLoop loop{&journal};
   FakeNotificationCenter center{journal};

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/fakes/LayoutOutlets.h"
 #include "tests/ui/support/LayoutFile.h"
 #include "tests/ui/support/TestWindows.h"
 
@@ -63,6 +64,14 @@ TEST_F(LayoutsTest, PreferencesHaveEveryOutletOfItsKind) {
     EXPECT_TRUE(isA<platform::NSButton>(*nib, button)) << button;
 }
 
+TEST_F(LayoutsTest, TheFakesInventNoOutlet) {
+  for (const auto& [name, outlets] : fakes::kLayoutOutlets) {
+    const LayoutFile layout(name);
+    for (const auto& outlet : outlets)
+      EXPECT_THAT(layout.ids, testing::Contains(outlet)) << name;
+  }
+}
+
 TEST_F(LayoutsTest, PreviewNamesNothingUnknown) {
   const LayoutFile layout("PreviewWindowController");
   EXPECT_THAT(layout.ids,
@@ -77,7 +86,7 @@ TEST_F(LayoutsTest, PreviewNamesNothingUnknown) {
 TEST_F(LayoutsTest, PreferencesNameNothingUnknown) {
   const LayoutFile layout("PreferencesWindowController");
   EXPECT_THAT(layout.ids, UnorderedElementsAre("window", "videoSource", "previewSetting", "outputLocation",
-                                               "outputLocationName", "doneButton"));
+                                               "outputLocationWarning", "outputLocationName", "doneButton"));
   EXPECT_EQ(layout.handlers, kPreferencesHandlers);
   EXPECT_THAT(layout.shortcutActions, UnorderedElementsAre("quit", "showShortcuts"));
 }

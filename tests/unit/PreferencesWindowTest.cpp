@@ -28,12 +28,12 @@ TEST(PreferencesWindow, FillsItsControlsInOrderWhenLoaded) {
   desk.preferences();
   desk.journal.clear();
   desk.layout();
-  EXPECT_THAT(desk.journal.lines(),
-              ElementsAre("load PreferencesWindowController", "preferencesButton hidden YES",
-                          "closeButton hidden YES", "previewSetting state 1",
-                          "PreferencesWindowController setDelegate", "videoSource removeAllItems",
-                          "cameras listed", "videoSource addItem First", "videoSource select 0",
-                          "videoSource enabled YES", "outputLocation title ~/Pictures"));
+  EXPECT_THAT(
+      desk.journal.lines(),
+      ElementsAre("load PreferencesWindowController", "previewSetting state 1",
+                  "PreferencesWindowController setDelegate", "videoSource removeAllItems", "cameras listed",
+                  "videoSource addItem First", "videoSource select 0", "videoSource enabled YES",
+                  "outputLocation title ~/Pictures", "outputLocationWarning hidden YES"));
 }
 
 TEST(PreferencesWindow, ShowsASwitchThatIsOff) {
@@ -161,6 +161,77 @@ TEST(PreferencesWindow, ShowsTheFolderOfNowWheneverTheUserReturns) {
   EXPECT_EQ(desk.layout().view("outputLocation").title, "/mnt/photos");
 }
 
+/// The popup shows the first camera while the chosen one is away: choosing that one is a choice too.
+TEST(CameraPopup, TheCameraThatItShowsAlreadyCanBeChosen) {
+  PreferencesFixture desk{{"First", "Second"}};
+  desk.defaults.values["VideoSourceID"] = "id of Third";
+  desk.layout().press("onVideoSelect");
+  EXPECT_EQ(desk.preferences().videoSourceID(), "id of First");
+  EXPECT_TRUE(desk.journal.inOrder({"defaults setObject VideoSourceID id of First", "defaults synchronize"}));
+}
+
+TEST(CameraPopup, WithNothingSelectedChoosesNothing) {
+  PreferencesFixture desk;
+  desk.defaults.values["VideoSourceID"] = "id of First";
+  desk.layout().press("onVideoSelect");
+  EXPECT_EQ(desk.preferences().videoSourceID(), "id of First");
+  EXPECT_THAT(desk.journal.of("defaults"), IsEmpty());
+}
+
+/// A Linux desktop has more ways out of a window than its buttons: with the preview off all of them are
+/// Done's, or the next look for cameras would take a photo.
+TEST(ClosingThePreferences, WithThePreviewOffQuitsAsDoneDoes) {
+  ToolFixture tool;
+  tool.launch();
+  tool.openPreferences();
+  tool.switchPreview(false);
+  tool.closeWindow(kPreferencesWindow);
+  EXPECT_TRUE(tool.application.ended);
+  EXPECT_FALSE(tool.journal.has(usageEvent("Start", false)));
+}
+
+TEST(ClosingThePreferences, WithThePreviewOnLeavesThePreviewAlone) {
+  ToolFixture tool;
+  tool.launch();
+  tool.openPreferences();
+  tool.closeWindow(kPreferencesWindow);
+  tool.loop.advance(10s);
+  EXPECT_FALSE(tool.isVisible(kPreferencesWindow));
+  EXPECT_TRUE(tool.isVisible(kPreviewWindow));
+  EXPECT_FALSE(tool.application.ended);
+}
+
+TEST(MinimisedPreferences, AreStillOpenAndKeepTheCameraQuiet) {
+  ToolFixture tool;
+  tool.launch();
+  tool.openPreferences();
+  tool.switchPreview(false);
+  tool.minimise(kPreferencesWindow);
+  tool.loop.advance(10s);
+  EXPECT_TRUE(tool.controller().preferences()->isOpened());
+  EXPECT_FALSE(tool.journal.has(usageEvent("Start", false)));
+}
+
+TEST(MinimisedPreferences, ComeToTheFrontInPlaceOfAPhoto) {
+  for (void (ToolFixture::*const start)() : {&ToolFixture::startAgain, &ToolFixture::clickMenuIcon}) {
+    ToolFixture tool{{.showPreview = false}};
+    tool.launchForPreferences();
+    tool.minimise(kPreferencesWindow);
+    (tool.*start)();
+    EXPECT_TRUE(tool.isVisible(kPreferencesWindow));
+    EXPECT_EQ(tool.controller().count(), 0);
+  }
+}
+
+TEST(MinimisedPreferences, AreTheWindowThatAStartInAPreviewRunAsksFor) {
+  ToolFixture tool;
+  tool.launchForPreferences();
+  tool.minimise(kPreferencesWindow);
+  tool.startAgain();
+  EXPECT_TRUE(tool.isVisible(kPreferencesWindow));
+  EXPECT_FALSE(tool.isVisible(kPreviewWindow));
+}
+
 TEST(DoneButton, WithThePreviewOnShowsThePreviewInPlaceOfThePreferences) {
   ToolFixture tool;
   tool.launchForPreferences();
@@ -226,8 +297,7 @@ TEST(OutputLocation, RefusedIsLoggedAndThenReported) {
 
 TEST(PreferencesWindow, BearsALayoutWithoutItsControls) {
   PreferencesFixture desk{{"First"}};
-  desk.appKit.missingOutlets = {"outputLocation", "previewSetting", "videoSource", "preferencesButton",
-                                "closeButton"};
+  desk.appKit.missingOutlets = {"outputLocation", "outputLocationWarning", "previewSetting", "videoSource"};
   desk.layout();
   for (const std::string action : {"onVideoSelect", "onPreviewChanged", "onOutputLocationChanged"})
     desk.layout().press(action);

@@ -27,6 +27,14 @@ TEST(StartUp, WiresTheToolInOrder) {
                           "running applications com.verrano.quillo.CameraShot"));
 }
 
+TEST(StartUp, TellsTheSuiteThatItStartsAndThenThatItRuns) {
+  ToolFixture tool;
+  std::vector<int> told;
+  tool.suite.common.toolDataClientProvider()->setStatusObserver([&](int status) { told.push_back(status); });
+  tool.launch();
+  EXPECT_THAT(told, ElementsAre(0, 1));
+}
+
 TEST(StartUp, IsTheDelegateOfTheNotificationCentre) {
   ToolFixture tool;
   tool.launch();
@@ -52,6 +60,17 @@ TEST(ClickLaunch, ReportsThenHandlesTheClickAndQuitsATenthOfASecondLater) {
   EXPECT_TRUE(tool.application.ended);
 }
 
+TEST(ClickLaunch, StaysATenthOfASecondAfterAClickThatTookItsTime) {
+  ToolFixture tool;
+  tool.workspace.whileSelecting = [&] { tool.loop.advance(300ms); };
+  tool.launchByClickOn(kPhotoPath);
+  EXPECT_TRUE(tool.journal.has("workspace select " + kPhotoPath + " root \"\""));
+  tool.loop.advance(99ms);
+  EXPECT_FALSE(tool.application.ended);
+  tool.loop.advance(1ms);
+  EXPECT_TRUE(tool.application.ended);
+}
+
 TEST(ClickLaunch, StartsNothingElse) {
   ToolFixture tool;
   tool.launchByClickOn(kPhotoPath);
@@ -63,6 +82,20 @@ TEST(ClickLaunch, StartsNothingElse) {
   EXPECT_THAT(tool.journal.of("running applications"), IsEmpty());
   EXPECT_FALSE(tool.controller().running());
   EXPECT_EQ(tool.controller().provider()->toolStatus(), 0);
+}
+
+TEST(ClickLaunch, LeavesACameraThatComesMeanwhileAlone) {
+  for (const bool showPreview : {true, false}) {
+    ToolFixture tool{{.showPreview = showPreview, .cameras = {}}};
+    tool.launchByClickOn(kPhotoPath);
+    tool.loop.advance(50ms);
+    tool.plug("Desk camera");
+    tool.loop.advance(10s);
+    EXPECT_EQ(tool.takersMade(), 0U);
+    EXPECT_THAT(tool.journal.of("event"),
+                ElementsAre(usageEvent("Launch", showPreview, "{\"ClickOnNotification\":true}"),
+                            usageEvent("Quit", showPreview)));
+  }
 }
 
 TEST(ClickLaunch, HasATimerAndNoMenuIconCallback) {

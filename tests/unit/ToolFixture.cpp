@@ -73,9 +73,14 @@ void ToolFixture::chooseCamera(int index) {
 
 void ToolFixture::closeWindow(const std::string& name) {
   appKit.layout(name).window->close();
-  const bool lastOne = std::none_of(appKit.layouts.begin(), appKit.layouts.end(),
-                                    [](const auto& each) { return each.second->window->isVisible(); });
-  if (lastOne && delegate.applicationShouldTerminateAfterLastWindowClosed()) application.terminate();
+  if (!appKit.hasWindows() && delegate.applicationShouldTerminateAfterLastWindowClosed())
+    application.terminate();
+}
+
+void ToolFixture::startAgain() {
+  const bool hasWindows = appKit.hasWindows();
+  appKit.activate();
+  delegate.applicationShouldHandleReopen(hasWindows);
 }
 
 bool ToolFixture::isVisible(const std::string& window) const {

@@ -50,6 +50,8 @@ struct ToolFixture : fakes::FakePlatform {
 
   /// What the user does.
   void openPreferences() { delegate.applicationOpenFile(AppDelegate::kToolIdentifier); }
+  /// The user starts the program again: the desktop brings the windows to the front, then tells the delegate.
+  void startAgain();
   void clickMenuIcon() { controller().provider()->clickMenuIcon(); }
   void pressShoot() { previewLayout().press("shootButtonPressed"); }
   void pressClose() { previewLayout().press("closeButtonPressed"); }
@@ -58,6 +60,7 @@ struct ToolFixture : fakes::FakePlatform {
   void chooseCamera(int index);
   /// Closes the window by the window manager's means, which may have been the last one.
   void closeWindow(const std::string& name);
+  void minimise(const std::string& window) { appKit.layout(window).window->minimise(); }
 
   bool isVisible(const std::string& window) const;
   bool hasActiveTimer() const { return loop.activeTimers() > 0; }

@@ -54,14 +54,42 @@ TEST(QuilloWindowController, LoadsNothingWhenAskedForItsVisibility) {
   EXPECT_THAT(pair.journal.lines(), IsEmpty());
 }
 
-TEST(QuilloWindowController, HasNoWindowWhereNoneCanBeLoadedAndTriesOnce) {
+TEST(QuilloWindowController, HasItsWindowAsSoonAsItCanBeLoaded) {
   Pair pair;
   pair.appKit.hasDisplay = false;
-  EXPECT_EQ(pair.main->window(), nullptr);
   pair.main->showWindow();
+  EXPECT_EQ(pair.main->window(), nullptr);
   EXPECT_FALSE(pair.main->isWindowVisible());
   EXPECT_EQ(pair.main->loads, 0);
-  EXPECT_EQ(pair.journal.of("load").size(), 1U);
+  pair.appKit.hasDisplay = true;
+  pair.main->showWindow();
+  EXPECT_TRUE(pair.main->isWindowVisible());
+  EXPECT_EQ(pair.main->loads, 1);
+}
+
+TEST(QuilloWindowController, IsOpenOnTheScreenAndMinimised) {
+  Pair pair;
+  EXPECT_FALSE(pair.main->isWindowOpen());
+  pair.main->showWindow();
+  EXPECT_TRUE(pair.main->isWindowOpen());
+  pair.window(kMain).minimise();
+  EXPECT_TRUE(pair.main->isWindowOpen());
+  EXPECT_FALSE(pair.main->isWindowVisible());
+  pair.main->window()->orderOut();
+  EXPECT_FALSE(pair.main->isWindowOpen());
+}
+
+TEST(QuilloWindowController, HidesTheButtonsThatItsTitleBarGoesWithout) {
+  struct Bare : PlainWindowController {
+    using PlainWindowController::PlainWindowController;
+    bool hidesPreferencesButton() const override { return true; }
+    bool hidesCloseButton() const override { return true; }
+  };
+  Pair pair;
+  const auto bare = std::make_shared<Bare>(pair.appKit, kMain);
+  bare->window();
+  EXPECT_TRUE(pair.appKit.layout(kMain).view("preferencesButton").hidden);
+  EXPECT_TRUE(pair.appKit.layout(kMain).view("closeButton").hidden);
 }
 
 TEST(QuilloWindowController, LeavesBothButtonsInTheHeaderUnlessToldOtherwise) {
@@ -131,8 +159,10 @@ struct FolderControl : fakes::FakePlatform {
   }
 
   std::shared_ptr<fakes::FakeView> button = std::make_shared<fakes::FakeView>(journal, "outputLocation");
-  std::shared_ptr<OutputLocationButton> control =
-      std::make_shared<OutputLocationButton>(button, panel, files, bundle, suite.locationManager);
+  std::shared_ptr<fakes::FakeView> warning =
+      std::make_shared<fakes::FakeView>(journal, "outputLocationWarning");
+  std::shared_ptr<OutputLocationButton> control = std::make_shared<OutputLocationButton>(
+      OutputLocationButton::Views{button, warning}, panel, files, bundle, suite.locationManager);
   Dictionary told;
 };
 
@@ -176,11 +206,47 @@ TEST(OutputLocationButton, RefusesAFolderThatCannotBeWrittenTo) {
   EXPECT_EQ(desk.suite.locationManager.locationForCurrentTool(), "/home/ada/Pictures");
 }
 
-TEST(OutputLocationButton, SaysWhenTheChoiceCannotBeStored) {
+TEST(OutputLocationButton, TellsTheUserWhenTheChoiceCannotBeStoredAndShowsTheOldFolder) {
+  for (const std::string before : {"", "/home/ada/Shots"}) {
+    FolderControl desk;
+    if (!before.empty()) desk.suite.locationManager.setLocationForCurrentTool(before);
+    desk.locations.synchronizes = false;
+    desk.choose("/mnt/stick");
+    EXPECT_TRUE(desk.journal.inOrder(
+        {"panel message The settings cannot be saved.", "completed NO 0 The settings cannot be saved."}));
+    EXPECT_EQ(desk.told, (Dictionary{{"Changed", false}, {"Folder", "/mnt/stick"}}));
+    EXPECT_EQ(desk.button->title, before.empty() ? "~/Pictures" : "~/Shots");
+    EXPECT_EQ(desk.suite.locationManager.locationForCurrentTool(),
+              before.empty() ? "/home/ada/Pictures" : before);
+  }
+}
+
+TEST(OutputLocationButton, WarnsOfAFolderThatIsGoneOrCannotBeWrittenTo) {
   FolderControl desk;
-  desk.locations.synchronizes = false;
-  desk.choose("/mnt/stick");
-  EXPECT_TRUE(desk.journal.has("completed NO 0 The settings cannot be saved."));
+  desk.files.notWritable["/home/ada/Pictures"] = ENOENT;
+  desk.control->updateState();
+  EXPECT_EQ(desk.warning->text, "This folder does not exist.");
+  EXPECT_FALSE(desk.warning->hidden);
+  EXPECT_EQ(desk.button->title, "~/Pictures");
+
+  desk.files.notWritable["/home/ada/Pictures"] = EROFS;
+  desk.control->updateState();
+  EXPECT_EQ(desk.warning->text, "Photos cannot be saved in this folder.");
+  EXPECT_FALSE(desk.warning->hidden);
+
+  desk.files.notWritable.clear();
+  desk.control->updateState();
+  EXPECT_TRUE(desk.warning->hidden);
+}
+
+TEST(OutputLocationButton, DoesWithoutTheWarningWhereTheLayoutHasNone) {
+  FolderControl desk;
+  desk.control =
+      std::make_shared<OutputLocationButton>(OutputLocationButton::Views{desk.button, nullptr}, desk.panel,
+                                             desk.files, desk.bundle, desk.suite.locationManager);
+  desk.files.notWritable["/home/ada/Pictures"] = ENOENT;
+  desk.control->updateState();
+  EXPECT_EQ(desk.button->title, "~/Pictures");
 }
 
 TEST(OutputLocationButton, ForgetsTheQuestionAtItsEnd) {

@@ -22,7 +22,7 @@ Window::Window(GtkWindow* window, WindowList& windows, WindowFrames& frames)
                                                  return true;
                                                })),
       activeSignal_(window, "notify::is-active", [this] { tellKey(); }) {
-  windows_.add(window);
+  windows_.add(window, [this] { orderOut(); });
 }
 
 Window::~Window() {
@@ -32,6 +32,10 @@ Window::~Window() {
     signal->disconnect();
   keys_.reset();
   gtk_window_destroy(window_.get());
+}
+
+bool Window::isMiniaturized() const {
+  return gtk_widget_get_mapped(GTK_WIDGET(window_.get())) && !isVisible();
 }
 
 void Window::makeKeyAndOrderFront() {
@@ -73,6 +77,10 @@ void Window::saveFrame() {
   frames_.save(frameName_, frame);
 }
 
+std::shared_ptr<platform::NSWindowDelegate> Window::delegate() const {
+  return windows_.isWithdrawn() ? nullptr : delegate_.lock();
+}
+
 void Window::mapped() {
   stateSignal_ = SignalConnection(gtk_native_get_surface(GTK_NATIVE(window_.get())), "notify::state",
                                   [this] { tellOcclusion_.schedule(); });
@@ -86,6 +94,8 @@ void Window::unmapped() {
 }
 
 void Window::closedByUser() {
+  const auto asked = delegate();
+  if (asked && !asked->windowShouldClose()) return;
   orderOut();
   tellClosed_.schedule();
 }
@@ -97,13 +107,13 @@ void Window::tellOcclusion() {
   if (isVisible() == toldVisible_ && seen == toldSeen_) return;
   toldVisible_ = isVisible();
   toldSeen_ = seen;
-  if (const auto delegate = delegate_.lock()) delegate->windowDidChangeOcclusionState();
+  if (const auto told = delegate()) told->windowDidChangeOcclusionState();
 }
 
 void Window::tellKey() {
   if (!gtk_window_is_active(window_.get())) return;
   windows_.turnedTo(window_.get());
-  if (const auto delegate = delegate_.lock()) delegate->windowDidBecomeKey();
+  if (const auto told = delegate()) told->windowDidBecomeKey();
 }
 
 }  // namespace platform_linux

@@ -27,6 +27,7 @@ class Window : public platform::NSWindow {
   ~Window() override;
 
   bool isVisible() const override { return isOnScreen(window_.get()); }
+  bool isMiniaturized() const override;
   void makeKeyAndOrderFront() override;
   void orderOut() override;
   unsigned styleMask() const override;
@@ -37,6 +38,8 @@ class Window : public platform::NSWindow {
   }
 
  private:
+  /// Whom to tell; nobody once the program ends.
+  std::shared_ptr<platform::NSWindowDelegate> delegate() const;
   void mapped();
   void unmapped();
   void closedByUser();
