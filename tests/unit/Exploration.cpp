@@ -2,34 +2,71 @@
 
 #include <algorithm>
 #include <sstream>
+#include <typeinfo>
+
+#include "app/Weakly.h"
 
 namespace camera_shot::exploration {
 namespace {
 
-fakes::FakePhotoOutput* busyOutput(const ToolFixture& tool) {
+/// More are no news: what is true of three is true of thirty.
+constexpr int kMostShots = 3;
+
+using Outputs = std::vector<std::shared_ptr<fakes::FakePhotoOutput>>;
+
+/// Those that owe an answer, the oldest first.
+Outputs busyOutputs(const ToolFixture& tool) {
+  Outputs busy;
   for (const auto& output : tool.avFoundation.outputs)
-    if (output->pending() > 0) return output.get();
-  return nullptr;
+    if (output->pending() > 0) busy.push_back(output);
+  return busy;
 }
 
 bool always(const ToolFixture&) {
   return true;
 }
 
+/// What waits for the main loop's next turn comes before any news from outside.
+bool isIdle(const ToolFixture& tool) {
+  const auto waiting = tool.loop.waiting();
+  return waiting.empty() || waiting.front().in > 0ms;
+}
+
 bool capturePending(const ToolFixture& tool) {
-  return busyOutput(tool) != nullptr;
+  return isIdle(tool) && !busyOutputs(tool).empty();
+}
+
+/// A camera that was given up owes a photo, and so does the one in use.
+bool twoCamerasBusy(const ToolFixture& tool) {
+  return isIdle(tool) && busyOutputs(tool).size() > 1;
+}
+
+/// What the controller has put off until later: shots, and looks for cameras.
+std::ptrdiff_t postponed(const ToolFixture& tool) {
+  using Call = decltype(weakly(std::shared_ptr<AppController>(), &AppController::takePhoto));
+  const auto waiting = tool.loop.waiting();
+  return std::count_if(waiting.begin(), waiting.end(),
+                       [](const auto& each) { return each.kind == typeid(Call).hash_code(); });
+}
+
+bool takesMoreShots(const ToolFixture& tool) {
+  return tool.delegate.controller()->count() + postponed(tool) < kMostShots;
 }
 
 bool previewVisible(const ToolFixture& tool) {
   return tool.isVisible(kPreviewWindow);
 }
 
+bool canShoot(const ToolFixture& tool) {
+  return previewVisible(tool) && takesMoreShots(tool);
+}
+
 bool preferencesVisible(const ToolFixture& tool) {
   return tool.isVisible(kPreferencesWindow);
 }
 
-bool hasCameras(const ToolFixture& tool) {
-  return !tool.avFoundation.devices.empty();
+bool accessAsked(const ToolFixture& tool) {
+  return isIdle(tool) && !tool.avFoundation.accessRequests.empty();
 }
 
 bool isPlugged(const ToolFixture& tool, const std::string& name) {
@@ -46,8 +83,8 @@ void togglePlug(ToolFixture& tool, const std::string& name) {
   }
 }
 
-void deliver(ToolFixture& tool) {
-  busyOutput(tool)->deliver(std::make_shared<fakes::FakePhoto>(
+void deliver(ToolFixture& tool, fakes::FakePhotoOutput& output) {
+  output.deliver(std::make_shared<fakes::FakePhoto>(
       std::make_shared<fakes::FakeData>(tool.journal, tool.files, "photo")));
   tool.loop.run();
 }
@@ -57,36 +94,93 @@ void chooseNextCamera(ToolFixture& tool) {
   tool.chooseCamera((popup.selected + 1) % static_cast<int>(popup.items.size()));
 }
 
-}  // namespace
+bool canChooseCamera(const ToolFixture& tool) {
+  return preferencesVisible(tool) && !tool.avFoundation.devices.empty();
+}
 
-const std::vector<Event>& allEvents() {
-  static const std::vector<Event> events{
-      {"a second passes", always, [](ToolFixture& tool) { tool.loop.advance(1s); }},
-      {"a tenth of a second passes", always, [](ToolFixture& tool) { tool.loop.advance(100ms); }},
-      {"first camera plugged or unplugged", always, [](ToolFixture& tool) { togglePlug(tool, "First"); }},
-      {"second camera plugged or unplugged", always, [](ToolFixture& tool) { togglePlug(tool, "Second"); }},
-      {"photo delivered", capturePending, deliver},
-      {"capture fails", capturePending, [](ToolFixture& tool) { busyOutput(tool)->fail(5); }},
-      {"access granted", [](const ToolFixture& tool) { return !tool.avFoundation.accessRequests.empty(); },
+std::vector<Event> cameraEvents() {
+  return {
+      {"first camera plugged or unplugged", takesMoreShots,
+       [](ToolFixture& tool) { togglePlug(tool, "First"); }},
+      {"second camera plugged or unplugged", takesMoreShots,
+       [](ToolFixture& tool) { togglePlug(tool, "Second"); }},
+      {"photo delivered", capturePending,
+       [](ToolFixture& tool) { deliver(tool, *busyOutputs(tool).front()); }},
+      {"photo delivered by the later camera", twoCamerasBusy,
+       [](ToolFixture& tool) { deliver(tool, *busyOutputs(tool).back()); }},
+      {"capture fails", capturePending, [](ToolFixture& tool) { busyOutputs(tool).front()->fail(5); }},
+      {"capture of the later camera fails", twoCamerasBusy,
+       [](ToolFixture& tool) { busyOutputs(tool).back()->fail(5); }},
+      {"access granted", accessAsked,
        [](ToolFixture& tool) { tool.answerAccess(platform::AVAuthorizationStatus::Authorized); }},
-      {"access denied", [](const ToolFixture& tool) { return !tool.avFoundation.accessRequests.empty(); },
+      {"access denied", accessAsked,
        [](ToolFixture& tool) { tool.answerAccess(platform::AVAuthorizationStatus::Denied); }},
-      {"shoot button", previewVisible, [](ToolFixture& tool) { tool.pressShoot(); }},
-      {"menu icon", always, [](ToolFixture& tool) { tool.clickMenuIcon(); }},
-      {"reopen", always, [](ToolFixture& tool) { tool.delegate.applicationShouldHandleReopen(false); }},
+  };
+}
+
+std::vector<Event> userEvents() {
+  return {
+      {"shoot button", canShoot, [](ToolFixture& tool) { tool.pressShoot(); }, true},
+      {"menu icon", takesMoreShots, [](ToolFixture& tool) { tool.clickMenuIcon(); }, true},
+      {"started again", takesMoreShots, [](ToolFixture& tool) { tool.startAgain(); }, true},
       {"open preferences", always, [](ToolFixture& tool) { tool.openPreferences(); }},
-      {"close preferences", preferencesVisible,
-       [](ToolFixture& tool) { tool.closeWindow(kPreferencesWindow); }},
       {"done button", preferencesVisible, [](ToolFixture& tool) { tool.pressDone(); }},
       {"preview switch", preferencesVisible,
        [](ToolFixture& tool) { tool.switchPreview(!tool.controller().preferences()->showPreview()); }},
-      {"choose camera", [](const ToolFixture& tool) { return preferencesVisible(tool) && hasCameras(tool); },
-       chooseNextCamera},
+      {"choose camera", canChooseCamera, chooseNextCamera},
       {"preview's close button", previewVisible, [](ToolFixture& tool) { tool.pressClose(); }},
-      {"preview closed by the window manager", previewVisible,
-       [](ToolFixture& tool) { tool.closeWindow(kPreviewWindow); }},
       {"quit", always, [](ToolFixture& tool) { tool.application.terminate(); }},
   };
+}
+
+std::vector<Event> desktopEvents() {
+  return {
+      {"the next thing is due", [](const ToolFixture& tool) { return !tool.loop.waiting().empty(); },
+       [](ToolFixture& tool) { tool.loop.runNext(); }},
+      {"preferences closed by the window manager", preferencesVisible,
+       [](ToolFixture& tool) { tool.closeWindow(kPreferencesWindow); }},
+      {"preferences minimised", preferencesVisible,
+       [](ToolFixture& tool) { tool.minimise(kPreferencesWindow); }},
+      {"preview closed by the window manager", previewVisible,
+       [](ToolFixture& tool) { tool.closeWindow(kPreviewWindow); }},
+      {"preview minimised", previewVisible, [](ToolFixture& tool) { tool.minimise(kPreviewWindow); }},
+      {"a display appears", [](const ToolFixture& tool) { return !tool.appKit.hasDisplay; },
+       [](ToolFixture& tool) { tool.appKit.hasDisplay = true; }},
+  };
+}
+
+/// Takers that still play a part: those that owe an answer, and the last one.
+void describeTakers(const ToolFixture& tool, std::ostream& state) {
+  for (std::size_t taker = 0; taker < tool.takersMade(); ++taker) {
+    const auto& output = *tool.avFoundation.outputs[taker];
+    const bool isLast = taker + 1 == tool.takersMade();
+    if (output.pending() == 0 && !isLast) continue;
+    state << output.pending() << output.allConnections.front()->mirrored;
+    if (isLast) state << 'r' << tool.avFoundation.sessions[taker]->running;
+  }
+}
+
+/// Doing twice at the same moment what ends the run, or clears a picture away, is doing it once.
+void describeWaiting(const ToolFixture& tool, std::ostream& state) {
+  std::vector<fakes::FakeMainLoop::Postponed> told;
+  const auto postponedOnes = postponed(tool);
+  for (const auto& each : tool.loop.waiting()) {
+    if (std::find(told.begin(), told.end(), each) != told.end()) continue;
+    told.push_back(each);
+    state << each.in.count() << ':' << each.kind % 1000 << ' ';
+  }
+  state << 'x' << std::min<std::ptrdiff_t>(postponedOnes, kMostShots + 1);
+}
+
+}  // namespace
+
+const std::vector<Event>& allEvents() {
+  static const std::vector<Event> events = [] {
+    std::vector<Event> all = desktopEvents();
+    for (const auto& more : {cameraEvents(), userEvents()})
+      all.insert(all.end(), more.begin(), more.end());
+    return all;
+  }();
   return events;
 }
 
@@ -94,10 +188,14 @@ std::string nameOf(Start start) {
   switch (start) {
     case Start::Preview:
       return "preview";
+    case Start::PreviewWithoutCamera:
+      return "preview without a camera";
     case Start::Silent:
       return "silent";
     case Start::SilentWithoutCamera:
       return "silent without a camera";
+    case Start::SilentWithoutDisplay:
+      return "silent without a display";
     case Start::SilentUnanswered:
       return "silent, access not answered";
     case Start::Preferences:
@@ -112,13 +210,15 @@ std::string nameOf(Start start) {
 
 std::unique_ptr<ToolFixture> launched(Start start) {
   ToolSetUp setUp;
-  setUp.showPreview = start == Start::Preview || start == Start::Preferences || start == Start::Click;
+  setUp.showPreview = start == Start::Preview || start == Start::PreviewWithoutCamera ||
+                      start == Start::Preferences || start == Start::Click;
   setUp.cameras = {"First", "Second"};
-  if (start == Start::SilentWithoutCamera) setUp.cameras = {};
+  if (start == Start::SilentWithoutCamera || start == Start::PreviewWithoutCamera) setUp.cameras = {};
   if (start == Start::SilentUnanswered) setUp.authorization = platform::AVAuthorizationStatus::NotDetermined;
   if (start == Start::SecondInstance) setUp.instances = 2;
 
   auto tool = std::make_unique<ToolFixture>(setUp);
+  tool->appKit.hasDisplay = start != Start::SilentWithoutDisplay;
   if (start == Start::Click) {
     tool->launchByClickOn("/home/ada/Pictures/photo.png");
   } else if (start == Start::Preferences) {
@@ -136,20 +236,16 @@ std::string stateOf(ToolFixture& tool) {
         << controller.preferences()->showPreview() << controller.preferences()->videoSourceID() << ' '
         << (controller.currentCamera() ? controller.currentCamera()->uniqueID() : "none") << ' '
         << controller.preview()->buttonState() << tool.application.ended << tool.hasActiveTimer()
-        << static_cast<int>(tool.avFoundation.authorization) << tool.avFoundation.accessRequests.size()
-        << ' ';
+        << static_cast<int>(tool.avFoundation.authorization)
+        << std::min<std::size_t>(tool.avFoundation.accessRequests.size(), kMostShots)
+        << tool.appKit.hasDisplay << ' ';
   for (const auto& [name, layout] : tool.appKit.layouts)
-    state << name << layout->window->isVisible();
+    state << name << layout->window->isVisible() << layout->window->isMiniaturized();
   for (const auto& device : tool.avFoundation.devices)
     state << device->uniqueID() << ',';
-  for (std::size_t taker = 0; taker < tool.takersMade(); ++taker) {
-    // An output that owes nothing and is not the last one plays no part any more.
-    const auto& output = *tool.avFoundation.outputs[taker];
-    if (output.pending() == 0 && taker + 1 < tool.takersMade()) continue;
-    state << tool.avFoundation.sessions[taker]->running << output.pending()
-          << output.allConnections.front()->mirrored;
-  }
-  state << ' ' << tool.loop.waiting();
+  describeTakers(tool, state);
+  state << ' ';
+  describeWaiting(tool, state);
   return state.str();
 }
 

@@ -11,8 +11,10 @@ namespace camera_shot::exploration {
 /// How a run begins.
 enum class Start {
   Preview,
+  PreviewWithoutCamera,
   Silent,
   SilentWithoutCamera,
+  SilentWithoutDisplay,
   SilentUnanswered,
   Preferences,
   Click,
@@ -24,9 +26,12 @@ struct Event {
   std::string name;
   bool (*isPossible)(const ToolFixture&);
   void (*happen)(ToolFixture&);
+  /// Whether the user asks for a photo by it.
+  bool asksForPhoto = false;
 };
 
-/// Everything that can happen.
+/// Everything that can happen. With three shots pending no further one is asked for, so that there is an end to
+/// what a run can become.
 const std::vector<Event>& allEvents();
 
 std::string nameOf(Start start);

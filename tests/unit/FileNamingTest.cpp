@@ -83,6 +83,13 @@ TEST(FileNaming, TakesTheMomentWhenTheFileIsNamed) {
   EXPECT_EQ(desk.taker().generatePath("/f"), "/f/Camera shot 2026-11-21 12.01.01.png");
 }
 
+TEST(FileNaming, KeepsTheMomentThroughAllAttempts) {
+  PhotoTakerFixture desk;
+  desk.files.existing = {kStem + ".png", kStem + " (1).png"};
+  desk.files.whileLooking = [&] { desk.loop.advance(1s); };
+  EXPECT_EQ(desk.taker().generatePath(kFolder), kStem + " (2).png");
+}
+
 TEST(FileNaming, AsksForTheOutputFolderAtEachShot) {
   PhotoTakerFixture desk;
   desk.shoot();

@@ -119,6 +119,20 @@ TEST(PhotoTaker, ShowsTheStillOnThePreviewForOneSecond) {
   EXPECT_EQ(desk.journal.count("overlay removeFromSuperlayer"), 1);
 }
 
+/// The main thread does not stand still while the file is written on the camera's.
+TEST(PhotoTaker, ShowsTheStillBeforeTheFileIsThereAndReportsItAfterwards) {
+  PhotoTakerFixture desk;
+  desk.files.whileWriting = [&] {
+    desk.loop.run();
+    EXPECT_TRUE(desk.journal.has("preview addSublayer"));
+    EXPECT_THAT(desk.journal.of("onSuccess"), IsEmpty());
+  };
+  desk.shoot();
+  desk.loop.run();
+  EXPECT_TRUE(desk.journal.inOrder(
+      {"preview addSublayer", "write photo.png to " + kPath + " atomically", "onSuccess " + kPath}));
+}
+
 TEST(PhotoTaker, GivesTheOverlayTheBoundsThatThePreviewHasThen) {
   PhotoTakerFixture desk;
   desk.shoot();

@@ -47,6 +47,20 @@ TEST(SilentRun, ShootsOneSecondAfterTheCameraWasStartedAndNotBefore) {
   EXPECT_EQ(tool.avFoundation.output().pending(), 1);
 }
 
+/// It looks for a camera once more in the second that it stays: the second notification takes the first one's
+/// place.
+TEST(SilentRun, WithoutACameraSaysSoAtOnceAndOnceMoreBeforeItEnds) {
+  ToolFixture tool{{.showPreview = false, .cameras = {}}};
+  const std::string error = "notify Photo_Taken_Notification_Error: Camera not found.";
+  tool.launch();
+  EXPECT_THAT(tool.journal.of("notify"), ElementsAre(error));
+  tool.loop.advance(999ms);
+  EXPECT_THAT(tool.journal.of("notify"), ElementsAre(error));
+  tool.loop.advance(10s);
+  EXPECT_THAT(tool.journal.of("notify"), ElementsAre(error, error));
+  EXPECT_TRUE(tool.application.ended);
+}
+
 TEST(SilentRun, OpensNoWindow) {
   ToolFixture tool{{.showPreview = false}};
   tool.launch();
