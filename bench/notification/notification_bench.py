@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Measures the way of a notification from the saved photo to the desktop's notification service, and the helper.
 
     notification_bench.py [--build DIR] [--prefix DIR] [--count N]

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Compares the live preview with other programs' on the same virtual camera and display, in one run.
 
     preview_bench.py [--build DIR] [--prefix DIR] [--seconds N] [--memory MINUTES] [--stutter]

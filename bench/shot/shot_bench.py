@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Measures whole photos against what one would use instead, in ratios, in one run.
 
     shot_bench.py [--build DIR] [--prefix DIR] [--count N]

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Measures how long the windows let people wait, on a Wayland display of their own without a graphics processor.
 
     window_bench.py [--build DIR] [--prefix DIR] [--count N]

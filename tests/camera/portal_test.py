@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """The installed program in a sandbox: cameras come through the desktop's real portal, once its user has said so."""
 
 import sys

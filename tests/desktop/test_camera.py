@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """The virtual camera: that it delivers what it says, and that its faults do what they say."""
 
 import os

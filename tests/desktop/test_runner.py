@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """The runner: what it gives its command, and that it leaves nothing behind."""
 
 import os

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Cameras that are missing, go away, fall silent, or send what is no picture."""
 
 import os

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """The program and its helper on the bus: many starts, calls of the desktop, and what is missing, silent or killed."""
 
 import os

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Clicks at every moment around the end of the program: whoever gets them, each shows its photo exactly once.
 
     notifications_sweep_test.py [--clicks N]

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """From the photo to the bubble on the screen, and from a click there to the file manager and the image program."""
 
 import time

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """What the notifications say, each in its situation, and which of them take each other's place."""
 
 import os
@@ -8,7 +8,7 @@ from pathlib import Path
 from bubbles import SERVICES, Notifications, bubble_of
 from scripted_services import ScriptedDaemon
 from session_bus import Monitor, turn_until
-from tool import HD, Tool, ToolTest, control, in_desktop
+from tool import HD, WITHOUT_OVERRIDE, Tool, ToolTest, control, in_desktop
 
 TAKEN = "Camera shot taken.\nClick here to show it in the file manager."
 UNABLE = "Unable to take camera shot."
@@ -17,8 +17,6 @@ NOT_ALLOWED = "Allow access to the camera in the privacy settings."
 ERROR = "Error occured"
 SPARE = "name=spare,modes=MJPG:320x240@30"
 LATE = "name=late,modes=MJPG:640x480@30,start-delay=60000"
-# A superuser may open everything; without these rights even one is refused what a file's mode refuses.
-WITHOUT_OVERRIDE = ("setpriv", "--inh-caps=-all", "--bounding-set=-dac_override,-dac_read_search")
 
 
 class Texts(ToolTest):

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """No bus, no display, two starts at once, and being asked to end."""
 
 import subprocess

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """A silent run that goes well: the photo, its pixels, and the story of the run."""
 
 import os

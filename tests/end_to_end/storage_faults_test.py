@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Damaged settings, difficult folders, taken names, foreign locks, and runs that are ended while they save."""
 
 import contextlib
@@ -120,14 +120,10 @@ class Folders(ToolTest):
 
     @in_desktop(HD + ",noise=20")
     def test_on_a_full_disk(self):
-        folder = Path(os.environ["HOME"]) / "small disk"
-        folder.mkdir()
-        mount = 'mount -t tmpfs -o size=256k none "$0" && exec "$@"'
-        namespace = ["unshare", "--mount"] if os.geteuid() == 0 else ["unshare", "--mount", "--map-root-user"]
-        look = f'"$@"; status=$?; ls -A "{folder}" >"{folder}/../listing"; exit $status'
-        tool = Tool(photos=folder, command=[*namespace, "sh", "-c", mount, folder, "sh", "-c", look, "sh"])
+        # A limit on the size of files (512 blocks of 512 bytes) fails a write in the middle, as a full disk does.
+        tool = Tool(command=["sh", "-c", "trap '' XFSZ; ulimit -f 512; exec \"$@\"", "sh"])
         self.assert_run_without_a_file(tool)
-        self.assertEqual((folder / "../listing").read_text(encoding="utf-8"), "")
+        self.assertEqual(os.listdir(tool.photo_folder), [])
 
     @in_desktop(HD)
     def test_names_that_are_taken_by_files_and_folders_are_counted_past(self):

@@ -6,7 +6,7 @@ import subprocess
 import time
 
 import pixels
-from tool import TOOL_IDENTIFIER, Tool, ToolTest
+from tool import TOOL_IDENTIFIER, WITHOUT_OVERRIDE, Tool, ToolTest
 from waiting import BOUND, wait_until
 from windows import APPLICATION, PREFERENCES, PREVIEW, Windows
 
@@ -49,14 +49,9 @@ class WindowTest(ToolTest):
             self.windows = Windows()
             self.addCleanup(self.windows.close)
 
-    def open_preferences(self, mount_read_only=None, **options):
-        """A run that only shows the preferences; on request it finds that folder read-only."""
-        command = WITH_PREFERENCES
-        if mount_read_only:
-            namespace = ["unshare", "--mount"] if os.geteuid() == 0 else ["unshare", "--mount", "--map-root-user"]
-            mount = 'mount -t tmpfs -o ro none "$0" && exec "$@"'
-            command = [*namespace, "sh", "-c", mount, mount_read_only, *command]
-        tool = Tool(command=command, **options).start()
+    def open_preferences(self, **options):
+        """A run that only shows the preferences; a folder's mode holds for it even if it is root's."""
+        tool = Tool(command=[*WITHOUT_OVERRIDE, *WITH_PREFERENCES], **options).start()
         self.windows.wait_for_window(PREFERENCES)
         return tool
 

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Keeps the include arrows between the storeys: prints every include that points the wrong way and fails on them.
 
     include_arrows.py [TREE]     the tree to read, by default the one this file lies in

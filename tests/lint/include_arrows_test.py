@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """The include lint finds each kind of wrong arrow, and nothing else."""
 
 import tempfile

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """The installed package in a private desktop: the menu's entry starts the program, which takes its photo.
 
 With CAMERA_SHOT_PREFIX=/usr it is the system's own installation that is tested; install-cycle does that.

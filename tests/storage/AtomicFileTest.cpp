@@ -112,7 +112,7 @@ TEST(AtomicFile, SaysWhyItCannotBegin) {
   EXPECT_EQ(whyNotOpened(folder / "nowhere/photo.png"), ENOENT);
   EXPECT_EQ(whyNotOpened(folder / "file/photo.png"), ENOTDIR);
   EXPECT_EQ(whyNotOpened(folder / ""), EISDIR);
-  std::filesystem::permissions(folder.path(), std::filesystem::perms(0755));
+  const ClosedFolder closed(folder.path());
   EXPECT_EQ(inChild([&] { return becomeNobody() ? whyNotOpened(folder / "photo.png") : -1; }), EACCES);
 }
 

@@ -31,7 +31,7 @@ TEST(FileManager, ALinkThatLeadsNowhereIsThere) {
 TEST(FileManager, SaysWhyAFolderTakesNoFiles) {
   const TemporaryFolder folder;
   makeFile(folder / "file", "");
-  std::filesystem::permissions(folder.path(), std::filesystem::perms(0755));
+  const ClosedFolder closed(folder.path());
   EXPECT_EQ(FileManager().whyNotWritableDirectory(folder / "file"), ENOTDIR);
   EXPECT_EQ(FileManager().whyNotWritableDirectory(folder / "nothing"), ENOENT);
   EXPECT_EQ(

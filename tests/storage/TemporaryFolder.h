@@ -7,6 +7,7 @@
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace storage_tests {
@@ -51,5 +52,20 @@ inline mode_t permissionsOf(const std::string& path) {
   struct stat status {};
   return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 0777 : 0;
 }
+
+/// Takes from everybody, its owner included, the permission to write in a folder, and gives it back at its
+/// end. Root must give up its rights to notice.
+class ClosedFolder {
+ public:
+  explicit ClosedFolder(std::filesystem::path path) : path_(std::move(path)) { allow(0555); }
+  ~ClosedFolder() { allow(0755); }
+  ClosedFolder(const ClosedFolder&) = delete;
+  ClosedFolder& operator=(const ClosedFolder&) = delete;
+
+ private:
+  void allow(unsigned mode) const { std::filesystem::permissions(path_, std::filesystem::perms(mode)); }
+
+  const std::filesystem::path path_;
+};
 
 }  // namespace storage_tests

@@ -158,8 +158,8 @@ TEST_F(UserDefaultsTest, ADamagedFileIsSetAsideAndNamedInTheLog) {
 
 TEST_F(UserDefaultsTest, ADamagedFileThatCannotBeSetAsideIsNotWrittenOver) {
   makeFile(path_, "garbage\n");
-  std::filesystem::permissions(folder_.path(), std::filesystem::perms(0755));
   std::filesystem::permissions(path_, std::filesystem::perms(0644));
+  const ClosedFolder closed(folder_.path());
   const int status = inChild([&] {
     if (!becomeNobody()) return 2;
     auto defaults = open();

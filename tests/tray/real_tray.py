@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """The icon in a real tray, that of the Xfce panel, and the mouse on it. Runs in a private desktop with a display.
 
     tests/desktop/run --display --service-dir DIR -- tests/tray/real_tray.py TRAY_PROBE

@@ -34,8 +34,10 @@ for_window [app_id=".*"] floating enable
 exec echo "$WAYLAND_DISPLAY" "$SWAYSOCK" >{ready}
 """
 
-# sway refuses to be root, which tests in containers are.
-_NOT_AS_ROOT = ("unshare", "--user", "--map-user=1000", "--map-group=1000") if os.geteuid() == 0 else ()
+# sway refuses to be root, which tests in containers are. It becomes another user then, who may still write in the
+# desktop's folders; a namespace, in which it could keep its files, is not to be had in every container.
+_NOT_AS_ROOT = ("setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "--inh-caps=-all,+dac_override",
+                "--ambient-caps=+dac_override", "--pdeathsig=TERM") if os.geteuid() == 0 else ()
 
 
 def start_wayland(surroundings):

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """The kernel's cameras without PipeWire, in the emulated machine."""
 
 import subprocess

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """A USB webcam in user space: the kernel's vhci_hcd brings its USB traffic here (USB/IP), and uvcvideo drives it.
 
     usb_camera.py JPEG...     serves these pictures of 640x480 in turn, as MJPEG

@@ -1,0 +1,1 @@
+// Compiled for its precompiled headers alone, which the test programs share.
