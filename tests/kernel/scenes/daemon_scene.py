@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """The kernel's cameras by way of PipeWire and WirePlumber, in the emulated machine."""
 
 import os
