@@ -50,8 +50,11 @@ def prepare(folder):
 
 
 def _output(*command):
+    # depmod and modprobe are where ordinary users do not look.
+    environment = os.environ | {"PATH": os.environ.get("PATH", "") + ":/usr/sbin:/sbin"}
     try:
-        return subprocess.run(command, check=True, capture_output=True, text=True, stdin=subprocess.DEVNULL).stdout
+        return subprocess.run(command, check=True, capture_output=True, text=True, stdin=subprocess.DEVNULL,
+                              env=environment).stdout
     except FileNotFoundError as error:
         raise missing(command[0], {"depmod": "kmod", "modprobe": "kmod"}.get(command[0], "apt")) from error
     except subprocess.CalledProcessError as error:
