@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Cameras as they are met in the field: the photo that each gives."""
 
 import unittest

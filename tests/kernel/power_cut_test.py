@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Power cuts: a machine is killed around the moment at which it announces a photo. What was announced is there, and whole.
 
     power_cut_test.py [--file-system ext4|btrfs|vfat] [--cuts N] [--seed N]

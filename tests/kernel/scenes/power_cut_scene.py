@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """In the machine whose power is cut: a disk at /dev/vda, and somebody who takes photos on it.
 
     power_cut_scene.py tool|control|read FILE-SYSTEM SHARE
