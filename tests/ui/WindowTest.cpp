@@ -5,8 +5,8 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/ui/MainLoop.h"
+#include "platform/linux/ui/Toplevel.h"
 #include "platform/linux/ui/WindowList.h"
-#include "platform/linux/ui/WindowPosition.h"
 #include "tests/ui/support/Keyboard.h"
 #include "tests/ui/support/TestWindows.h"
 

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "platform/linux/ui/ContainerWidget.h"
-#include "platform/linux/ui/NamedImage.h"
 
 namespace platform_linux {
 bool Control::isEnabled() const {

@@ -7,7 +7,7 @@
 #include <adwaita.h>
 
 #include "platform/linux/ui/GraphicsProcessor.h"
-#include "platform/linux/ui/NamedImage.h"
+#include "platform/linux/ui/View.h"
 // Generated as C.
 extern "C" {
 #include "resources/CameraShotResources.h"

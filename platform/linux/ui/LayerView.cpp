@@ -9,7 +9,7 @@
 #include "platform/linux/ui/ContainerWidget.h"
 #include "platform/linux/ui/MainLoop.h"
 #include "platform/linux/ui/Signals.h"
-#include "platform/linux/ui/ToplevelState.h"
+#include "platform/linux/ui/Toplevel.h"
 
 namespace platform_linux {
 namespace {

@@ -1,10 +1,84 @@
 #include "platform/linux/ui/PictureTexture.h"
 
+#include <cstdint>
 #include <utility>
 
+#include "platform/linux/ui/GraphicsProcessor.h"
 #include "platform/linux/ui/MainLoop.h"
 
 namespace platform_linux {
+namespace {
+
+/// Pixels on loan: they go back to their pool when the last user is done with them.
+struct LentPixels {
+  std::shared_ptr<picture::PixelBufferPool> pool;
+  picture::PixelBufferPool::Buffer pixels;
+};
+
+void giveBack(gpointer lentPixels) noexcept {
+  const std::unique_ptr<LentPixels> done(static_cast<LentPixels*>(lentPixels));
+  done->pool->giveBack(std::move(done->pixels));
+}
+
+int strideOf(picture::PixelSize size) {
+  return size.width * 4;
+}
+
+GdkTexture* makeTexture(picture::PixelSize size, std::unique_ptr<LentPixels> lent) {
+  const auto& pixels = *lent->pixels;
+  GBytes* const bytes = g_bytes_new_with_free_func(pixels.data(), pixels.size(), giveBack, lent.release());
+  GdkTexture* const texture =
+      gdk_memory_texture_new(size.width, size.height, GDK_MEMORY_B8G8R8A8_PREMULTIPLIED, bytes,
+                             static_cast<std::size_t>(strideOf(size)));
+  g_bytes_unref(bytes);
+  return texture;
+}
+
+cairo_surface_t* makeImage(picture::PixelSize size, std::unique_ptr<LentPixels> lent) {
+  static const cairo_user_data_key_t kLentPixels{};
+  cairo_surface_t* const image = cairo_image_surface_create_for_data(lent->pixels->data(), CAIRO_FORMAT_RGB24,
+                                                                     size.width, size.height, strideOf(size));
+  const auto kept = cairo_surface_set_user_data(image, &kLentPixels, lent.get(), giveBack);
+  // Without memory for the note the image is in its error state too, and draws nothing.
+  if (kept == CAIRO_STATUS_SUCCESS) static_cast<void>(lent.release());
+  return image;
+}
+
+void appendImage(GtkSnapshot* snapshot, cairo_surface_t* image, picture::PixelSize size,
+                 const graphene_rect_t& area) {
+  cairo_t* const context = gtk_snapshot_append_cairo(snapshot, &area);
+  cairo_translate(context, area.origin.x, area.origin.y);
+  cairo_scale(context, area.size.width / size.width, area.size.height / size.height);
+  cairo_set_source_surface(context, image, 0, 0);
+  cairo_pattern_set_extend(cairo_get_source(context), CAIRO_EXTEND_PAD);
+  cairo_set_operator(context, CAIRO_OPERATOR_SOURCE);
+  cairo_paint(context);
+  cairo_destroy(context);
+}
+
+}  // namespace
+
+bool isDrawnByGraphicsProcessor() {
+  static const bool kHasOne = hasGraphicsProcessor();
+  return kHasOne;
+}
+
+Texture::Texture(picture::DecodedPicture picture, std::shared_ptr<picture::PixelBufferPool> pool)
+    : size_(picture.size) {
+  auto lent = std::make_unique<LentPixels>(LentPixels{std::move(pool), std::move(picture.pixels)});
+  if (isDrawnByGraphicsProcessor())
+    texture_ = GObjectRef<GdkTexture>::adopt(makeTexture(size_, std::move(lent)));
+  else
+    image_.reset(makeImage(size_, std::move(lent)));
+}
+
+void Texture::append(GtkSnapshot* snapshot, const graphene_rect_t& area) const {
+  if (image_)
+    appendImage(snapshot, image_.get(), size_, area);
+  else
+    gtk_snapshot_append_texture(snapshot, texture_.get(), &area);
+}
+
 PictureTexture::PictureTexture(DecodeThread& decodeThread, std::function<void()> onReady)
     : decodeThread_(decodeThread), onReady_(std::move(onReady)) {}
 

@@ -6,7 +6,6 @@
 
 #include "platform/linux/ui/Button.h"
 #include "platform/linux/ui/LayerView.h"
-#include "platform/linux/ui/NamedImage.h"
 #include "platform/linux/ui/PopUpButton.h"
 
 namespace platform_linux {

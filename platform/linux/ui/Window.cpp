@@ -2,8 +2,7 @@
 
 #include <utility>
 
-#include "platform/linux/ui/ToplevelState.h"
-#include "platform/linux/ui/WindowPosition.h"
+#include "platform/linux/ui/Toplevel.h"
 
 namespace platform_linux {
 

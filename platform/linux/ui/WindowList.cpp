@@ -6,8 +6,7 @@
 
 #include <gdk/wayland/gdkwayland.h>
 
-#include "platform/linux/ui/ActivationToken.h"
-#include "platform/linux/ui/ToplevelState.h"
+#include "platform/linux/ui/Toplevel.h"
 
 namespace platform_linux {
 namespace {

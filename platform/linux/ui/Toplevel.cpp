@@ -1,5 +1,6 @@
-#include "platform/linux/ui/WindowPosition.h"
+#include "platform/linux/ui/Toplevel.h"
 
+#include <gdk/wayland/gdkwayland.h>
 #include <gdk/x11/gdkx.h>
 
 #include "platform/linux/base/GObjectRef.h"
@@ -48,6 +49,18 @@ bool isOnMonitor(GdkSurface* surface, WindowFrame::Position position) {
 
 }  // namespace
 
+bool isMinimized(GdkSurface* surface) {
+  return GDK_IS_TOPLEVEL(surface) &&
+         (gdk_toplevel_get_state(GDK_TOPLEVEL(surface)) & GDK_TOPLEVEL_STATE_MINIMIZED);
+}
+
+bool isSeen(GdkSurface* surface) {
+  // GDK_TOPLEVEL_STATE_SUSPENDED of GTK 4.12, by its number: the headers that we build with may be older.
+  constexpr unsigned kSuspended = 1U << 16;
+  return !isMinimized(surface) &&
+         !(GDK_IS_TOPLEVEL(surface) && (gdk_toplevel_get_state(GDK_TOPLEVEL(surface)) & kSuspended));
+}
+
 std::optional<WindowFrame::Position> positionOf(GtkWindow* window) {
   GdkSurface* const surface = x11SurfaceOf(window);
   if (!surface) return {};
@@ -66,6 +79,27 @@ void moveTo(GtkWindow* window, WindowFrame::Position position) {
   if (!surface || !isOnMonitor(surface, position)) return;
   const X11Window x11(surface);
   XMoveWindow(x11.display, x11.window, position.x, position.y);
+}
+
+void useActivationToken(GtkWindow* window, const std::string& token) {
+  gtk_window_set_startup_id(window, token.c_str());
+  // On Wayland, GTK looks for the token at the display: before 4.10 there only, later before it asks the
+  // compositor for one of its own, which is no leave of the user's, and turns to that of the window.
+  G_GNUC_BEGIN_IGNORE_DEPRECATIONS
+  GdkDisplay* const display = gtk_widget_get_display(GTK_WIDGET(window));
+  if (GDK_IS_WAYLAND_DISPLAY(display))
+    gdk_wayland_display_set_startup_notification_id(display, token.c_str());
+  G_GNUC_END_IGNORE_DEPRECATIONS
+}
+
+void presentAsAskedForNow(GtkWindow* window) {
+  G_GNUC_BEGIN_IGNORE_DEPRECATIONS
+  GdkSurface* const surface = gtk_native_get_surface(GTK_NATIVE(window));
+  if (!GDK_IS_X11_SURFACE(surface)) return gtk_window_present(window);
+  const guint32 now = gdk_x11_get_server_time(surface);
+  gdk_x11_surface_set_user_time(surface, now);
+  gtk_window_present_with_time(window, now);
+  G_GNUC_END_IGNORE_DEPRECATIONS
 }
 
 }  // namespace platform_linux
