@@ -1,6 +1,7 @@
 // Draws every window in every look that matters and writes the pictures: for people to look at.
 //     ui_screenshots FOLDER LOCALE-FOLDER [LANGUAGE]
 // The locale folder is that of a build tree or an installation; without a language it is English.
+#include <cerrno>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -27,6 +28,7 @@ struct Look {
   bool rightToLeft = false;
   bool longTexts = false;
   std::string buttonLayout = ":minimize,maximize,close";
+  double fontScale = 1;
 };
 
 platform::NSActions silentActions() {
@@ -42,7 +44,8 @@ void apply(const Look& look) {
   adw_style_manager_set_color_scheme(adw_style_manager_get_default(),
                                      look.dark ? ADW_COLOR_SCHEME_FORCE_DARK : ADW_COLOR_SCHEME_FORCE_LIGHT);
   g_object_set(gtk_settings_get_default(), "gtk-decoration-layout", look.buttonLayout.c_str(),
-               "gtk-enable-animations", FALSE, nullptr);
+               "gtk-enable-animations", FALSE, "gtk-xft-dpi", static_cast<int>(96 * 1024 * look.fontScale),
+               nullptr);
 }
 
 /// As the program's string table has it.
@@ -76,6 +79,15 @@ class Studio {
     useCamera(*nib);
     waitForPicture();
     shoot(localized("Camera Shot"), "preview-" + look.name);
+  }
+
+  /// Before the first picture; with an error as LivePicture tells it.
+  void waiting(const Look& look, int error) {
+    const auto nib = open("PreviewWindowController", look);
+    const auto camera = std::make_shared<FakeCameraLayer>();
+    nib->view("captureView")->setLayer(camera);
+    camera->fail(error);
+    shoot(localized("Camera Shot"), (error == 0 ? "starting-" : "in-use-") + look.name);
   }
 
   void warning(const Look& look, bool denied) {
@@ -198,18 +210,26 @@ void shootAll(Studio& studio) {
     const Look narrow{"narrow" + shade, 360, 480, dark};
     for (const Look& look : {wide, narrow}) {
       studio.preview(look);
+      studio.waiting(look, 0);
+      studio.waiting(look, EBUSY);
       studio.warning(look, false);
       studio.warning(look, true);
-      studio.preferences(look);
-      studio.preferencesWithoutCamera(look);
     }
+    studio.preferences(wide);
+    studio.preferencesWithoutCamera(wide);
     studio.refusedFolder(wide);
   }
   studio.preview({"close-at-left", 640, 480, false, false, false, "close,minimize:"});
   studio.preview({"right-to-left", 640, 480, false, true, false});
-  studio.preferences({"right-to-left", 560, 440, false, true, false});
-  studio.preferences({"long-narrow", 360, 560, false, false, true});
-  studio.preferences({"very-wide", 1300, 440, true, false, false});
+  studio.preferences({.name = "right-to-left", .rightToLeft = true});
+  studio.preferences({.name = "long", .longTexts = true});
+  for (const double scale : {1.5, 2.0}) {
+    const Look large{
+        .name = "large-" + std::to_string(int(scale * 100)), .width = 960, .height = 540, .fontScale = scale};
+    studio.preview(large);
+    studio.warning(large, true);
+    studio.preferences(large);
+  }
 }
 
 void shootLanguage(Studio& studio, const std::string& language) {

@@ -76,7 +76,8 @@ void getProperty(GObject* object, guint, GValue* value, GParamSpec*) noexcept {
 
 void snapshotLayers(GtkWidget* widget, GtkSnapshot* snapshot) noexcept {
   stateOf(widget).painter.snapshot(snapshot, gtk_widget_get_scale_factor(widget));
-  snapshotChildren(widget, snapshot);
+  // The words that stand there instead of a picture are taken away a little later than the picture comes.
+  if (!stateOf(widget).painter.hasPicture()) snapshotChildren(widget, snapshot);
 }
 
 void allocateLayers(GtkWidget* widget, int width, int height, int baseline) noexcept {

@@ -7,8 +7,9 @@
 namespace platform_linux {
 
 /// The widget class `LayerView` of the layouts: draws a layer tree over its whole area, and its children on
-/// top of it. Its property `status` says in words why no live picture is there; it is empty while one is.
-/// Drawing stops while the widget is unmapped or its window minimised or known to be hidden from sight.
+/// top of it, but not over a live picture. Its property `status` says in words why no live picture is there;
+/// it is empty while one is. Drawing stops while the widget is unmapped or its window minimised or known to
+/// be hidden from sight.
 GType layerViewType();
 
 bool isLayerView(GtkWidget* widget);
