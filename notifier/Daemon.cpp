@@ -18,7 +18,7 @@ using platform_linux::hasType;
 using platform_linux::kBus;
 using platform_linux::kBusPath;
 constexpr const char* kService = platform_linux::kDesktopNotifications;
-const std::string kPath = platform_linux::objectPath(kService);
+constexpr const char* kPath = "/org/freedesktop/Notifications";
 constexpr const char* kApplicationName = "Camera Shot";
 // How long a bubble stays.
 constexpr gint32 kUntilTheUserRemovesIt = 0;
@@ -81,17 +81,26 @@ GVariant* hints(const Daemon::Instance& instance, const std::string& application
   return g_variant_builder_end(&hints);
 }
 
-/// A property by which services tell that the user is not to be disturbed.
+/// Where desktops tell that the user is not to be disturbed: a method with two texts that answers a variant.
 struct SignOfQuiet {
+  const char* name;  ///< null: the notification service itself
+  const char* path;
   const char* interface;
-  const char* property;
+  const char* method;
+  const char* first;
+  const char* second;
 };
 constexpr std::array kSignsOfQuiet{
-    SignOfQuiet{kService, "Inhibited"},  // Plasma
-    SignOfQuiet{"org.dunstproject.cmd0", "paused"},
+    // Plasma
+    SignOfQuiet{nullptr, kPath, platform_linux::kProperties, "Get", kService, "Inhibited"},
+    // dunst
+    SignOfQuiet{nullptr, kPath, platform_linux::kProperties, "Get", "org.dunstproject.cmd0", "paused"},
+    // Xfce, whose service reads it from there
+    SignOfQuiet{"org.xfce.Xfconf", "/org/xfce/Xfconf", "org.xfce.Xfconf", "GetProperty", "xfce4-notifyd",
+                "/do-not-disturb"},
 };
 
-/// Whether the answer to a question for a property is the boolean true.
+/// Whether the answer is the boolean true.
 bool isTrue(GVariant* reply) {
   if (!hasType(reply, "(v)")) return false;
   GVariant* value = nullptr;
@@ -111,7 +120,7 @@ bool saysGone(const GError* error) {
 Daemon::Daemon(const SessionBus& bus, DaemonListener& listener) : bus_(bus), listener_(listener) {
   // From any sender: the listener compares it with the instance that showed the bubble.
   signals_ = g_dbus_connection_signal_subscribe(
-      bus_.connection(), nullptr, kService, nullptr, kPath.c_str(), nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
+      bus_.connection(), nullptr, kService, nullptr, kPath, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
       [](GDBusConnection*, const char* sender, const char*, const char*, const char* signal,
          GVariant* parameters,
          gpointer self) noexcept { static_cast<Daemon*>(self)->onDaemonSignal(sender, signal, parameters); },
@@ -213,8 +222,9 @@ void Daemon::askWhetherToBeQuiet(const std::string& daemon, std::function<void(b
   };
   const auto question = std::make_shared<Question>(Question{std::move(handler)});
   for (const SignOfQuiet& sign : kSignsOfQuiet)
-    bus_.call({daemon, kPath, platform_linux::kProperties, "Get",
-               g_variant_new("(ss)", sign.interface, sign.property)},
+    bus_.call({sign.name ? sign.name : daemon, sign.path, sign.interface, sign.method,
+               g_variant_new("(ss)", sign.first, sign.second), platform_linux::kBusPatience,
+               G_DBUS_CALL_FLAGS_NO_AUTO_START},
               [self = std::weak_ptr(self_), question](GVariant* reply, const GError*) {
                 question->quiet = question->quiet || isTrue(reply);
                 if (--question->repliesToCome == 0 && !self.expired()) question->handler(question->quiet);

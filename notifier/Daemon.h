@@ -58,7 +58,7 @@ class Daemon {
   /// no click is lost, unless a list keeps it.
   void notify(const Instance& instance, const std::string& applicationId, std::uint32_t replaces,
               const Notification& notification, NotifyHandler handler);
-  /// Whether the user has told the service not to disturb; false where it does not say.
+  /// Whether the user is not to be disturbed; false where neither the service nor its desktop says so.
   void askWhetherToBeQuiet(const std::string& daemon, std::function<void(bool quiet)> handler);
   /// Removes a bubble; `done` runs whether or not there was one.
   void close(const std::string& daemon, std::uint32_t id, std::function<void()> done);

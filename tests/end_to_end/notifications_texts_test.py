@@ -41,12 +41,15 @@ class Texts(ToolTest):
 
     def assert_nothing_to_click(self, notification):
         self.assertEqual(notification.labels, [])
+        self.assertNotIn("image-data", notification.hints)
 
     @in_desktop(HD, options=(*SERVICES, "--locale", "de_DE.UTF-8"))
     def test_a_photo_in_german(self):
         shown = self.notification_of(Tool())
         self.assertEqual(shown.text, "Foto aufgenommen.\nKlicken Sie hier, um es in der Dateiverwaltung anzuzeigen.")
         self.assertEqual(shown.labels, ["Anzeigen", "Öffnen"])
+        width, height, *_ = shown.hints["image-data"]  # the photo, small
+        self.assertEqual((width, height), (182, 102))
 
     @in_desktop(options=SERVICES)
     def test_no_camera(self):

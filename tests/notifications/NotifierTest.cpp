@@ -364,6 +364,27 @@ TEST_F(SoundOfANotification, IsNotHeardWhileTheServiceIsToldNotToDisturb) {
   EXPECT_EQ(journal_.read(), "message-new-instant\ndialog-information\n");
 }
 
+TEST_F(SoundOfANotification, IsNotHeardWhileXfceIsToldNotToDisturb) {
+  auto settings = std::make_unique<MockService>(
+      bus_.address(), "org.xfce.Xfconf",
+      "<method name='GetProperty'><arg type='s' direction='in'/><arg type='s' direction='in'/>"
+      "<arg type='v' direction='out'/></method>",
+      [](const MockService::Call&) { return g_variant_new("(v)", g_variant_new_boolean(TRUE)); });
+  hangIn("nowhere");
+  ASSERT_TRUE(postWithSound("One"));
+  ASSERT_TRUE(settings->waitForCalls(1));
+  EXPECT_EQ(settings->calls()[0].arguments, "('xfce4-notifyd', '/do-not-disturb')");
+  // The helper has the answer, and has acted upon it, before it has what this client says afterwards.
+  ASSERT_TRUE(post(settings->client(), kFailure, "Error"));
+  ASSERT_TRUE(waitForNotifications(2));
+  ASSERT_TRUE(waitUntilChildless(service_->client().processOf(kNotifier)));
+  settings = nullptr;
+  ASSERT_TRUE(postWithSound("Two"));
+  ASSERT_TRUE(heard(2));
+  ASSERT_TRUE(waitUntilChildless(service_->client().processOf(kNotifier)));
+  EXPECT_EQ(journal_.read(), "message-new-instant\ndialog-information\n");
+}
+
 TEST_F(SoundOfANotification, ThatHangsEndsWithinItsBound) {
   hangIn("play");
   ASSERT_TRUE(postWithSound("One"));

@@ -93,7 +93,7 @@ void SessionBus::call(const Call& call, std::function<void(GVariant*, const GErr
     (*handler)(reply.get(), error.get());
   };
   g_dbus_connection_call(connection_.get(), call.name.c_str(), call.path.c_str(), call.interface.c_str(),
-                         call.method.c_str(), owned.get(), nullptr, G_DBUS_CALL_FLAGS_NONE,
+                         call.method.c_str(), owned.get(), nullptr, call.flags,
                          static_cast<int>(call.patience.count()), nullptr, finish,
                          std::make_unique<Done>(std::move(done)).release());
 }

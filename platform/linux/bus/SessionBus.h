@@ -35,6 +35,7 @@ class SessionBus {
     std::string method;
     GVariant* arguments;
     std::chrono::milliseconds patience = kBusPatience;
+    GDBusCallFlags flags = G_DBUS_CALL_FLAGS_NONE;  ///< G_DBUS_CALL_FLAGS_NO_AUTO_START: not to be started
   };
   /// A call to the bus itself. `arguments` floating.
   static Call toBus(const std::string& method, GVariant* arguments);
