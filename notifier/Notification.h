@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/base/Handles.h"
 
 namespace notifier {
 

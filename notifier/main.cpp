@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "notifier/Service.h"
-#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/base/Handles.h"
 #include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/desktop/SoundProcess.h"
 

@@ -11,7 +11,7 @@ namespace application_tests {
 
 namespace {
 
-using platform_linux::GObjectHandle;
+using platform_linux::GObjectRef;
 
 class ApplicationRunning : public ProbeTest {
  protected:
@@ -130,8 +130,8 @@ class SlowHelper {
   ~SlowHelper() { g_dbus_connection_unregister_object(connection_, registration_); }
 
   bool waitForTheCall() {
-    turnUntil([this] { return call_ != nullptr; });
-    return call_ != nullptr;
+    turnUntil([this] { return static_cast<bool>(call_); });
+    return static_cast<bool>(call_);
   }
   void answer() {
     g_dbus_method_invocation_return_value(call_.release(), nullptr);
@@ -141,12 +141,12 @@ class SlowHelper {
  private:
   static void onCall(GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*,
                      GDBusMethodInvocation* call, gpointer data) noexcept {
-    static_cast<SlowHelper*>(data)->call_.reset(call);
+    static_cast<SlowHelper*>(data)->call_ = GObjectRef<GDBusMethodInvocation>::adopt(call);
   }
   static constexpr GDBusInterfaceVTable kMethods{onCall, nullptr, nullptr, {}};
 
   GDBusConnection* const connection_;
-  GObjectHandle<GDBusMethodInvocation> call_;
+  GObjectRef<GDBusMethodInvocation> call_;
   guint registration_ = 0;
 };
 

@@ -75,7 +75,7 @@ GDBusConnection* ProbeTest::connection() {
   if (!connection_) {
     const auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-    connection_.reset(
+    connection_ = platform_linux::GObjectRef<GDBusConnection>::adopt(
         g_dbus_connection_new_for_address_sync(bus().address().c_str(), flags, nullptr, nullptr, nullptr));
   }
   return connection_.get();

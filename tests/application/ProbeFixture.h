@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/base/FileDescriptor.h"
-#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/base/Handles.h"
 #include "tests/application/PrivateBus.h"
 #include "tests/application/ProbeJournal.h"
 #include "tests/application/ProcessUnderTest.h"
@@ -70,7 +70,7 @@ class ProbeTest : public testing::Test {
   std::string call(const char* method, GVariant* arguments);
 
   std::unique_ptr<PrivateBus> bus_;
-  platform_linux::GObjectHandle<GDBusConnection> connection_;
+  platform_linux::GObjectRef<GDBusConnection> connection_;
 };
 
 }  // namespace application_tests

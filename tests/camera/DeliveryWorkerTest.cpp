@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/base/DeliveryWorker.h"
+#include "platform/linux/camera/DeliveryWorker.h"
 #include "tests/fakes/FakeFoundation.h"
 
 namespace camera_test {

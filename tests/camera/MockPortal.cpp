@@ -12,7 +12,7 @@ namespace {
 
 using platform_linux::GDBusNodeInfoHandle;
 using platform_linux::GErrorHandle;
-using platform_linux::GObjectHandle;
+using platform_linux::GObjectRef;
 using platform_linux::GVariantHandle;
 
 constexpr const char* kName = "org.freedesktop.portal.Desktop";
@@ -106,7 +106,7 @@ void MockPortal::onCall(const char* sender, const std::string& method, GVariant*
   calls_.push_back(method);
   if (method == "AccessCamera") request_ = requestOf(sender, tokenOf(arguments));
   if (contains(silent, method))
-    unanswered_.emplace_back(invocation);
+    unanswered_.push_back(GObjectRef<GDBusMethodInvocation>::adopt(invocation));
   else if (contains(failing, method))
     g_dbus_method_invocation_return_dbus_error(invocation, error.c_str(), "refused");
   else if (method == "AccessCamera")
@@ -125,7 +125,7 @@ void MockPortal::returnRemote(GDBusMethodInvocation* invocation) const {
                                                "no daemon");
     return;
   }
-  const GObjectHandle<GUnixFDList> descriptors(g_unix_fd_list_new_from_array(&socket, 1));
+  const auto descriptors = GObjectRef<GUnixFDList>::adopt(g_unix_fd_list_new_from_array(&socket, 1));
   g_dbus_method_invocation_return_value_with_unix_fd_list(invocation, g_variant_new("(h)", 0),
                                                           descriptors.get());
 }

@@ -53,7 +53,7 @@ class MockPortal {
   bool isCameraPresent_ = false;
   std::vector<std::string> calls_;
   std::string request_;
-  std::vector<platform_linux::GObjectHandle<GDBusMethodInvocation>> unanswered_;
+  std::vector<platform_linux::GObjectRef<GDBusMethodInvocation>> unanswered_;
 };
 
 }  // namespace camera_test

@@ -78,7 +78,7 @@ void MockService::onCall(const char* sender, const char* method, GVariant* argum
     if (GVariant* const reply = answer_(call))
       g_dbus_method_invocation_return_value(invocation, reply);
     else
-      unanswered_.emplace_back(invocation);
+      unanswered_.push_back(platform_linux::GObjectRef<GDBusMethodInvocation>::adopt(invocation));
   } catch (const std::runtime_error& error) {
     g_dbus_method_invocation_return_dbus_error(invocation, error.what(), "refused");
   }

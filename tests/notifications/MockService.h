@@ -58,7 +58,7 @@ class MockService {
   int propertyReads_ = 0;
   std::map<std::string, platform_linux::GVariantHandle> properties_;
   std::vector<Call> calls_;
-  std::vector<platform_linux::GObjectHandle<GDBusMethodInvocation>> unanswered_;
+  std::vector<platform_linux::GObjectRef<GDBusMethodInvocation>> unanswered_;
 };
 
 }  // namespace camera_shot_tests

@@ -8,7 +8,7 @@ namespace camera_shot_tests {
 namespace {
 
 using platform_linux::GErrorHandle;
-using platform_linux::GObjectHandle;
+using platform_linux::GObjectRef;
 using platform_linux::GVariantHandle;
 
 const std::string kServiceMethods = R"(

@@ -12,10 +12,13 @@ namespace camera_shot_tests {
 /// The file to which the library writes, and what it has written.
 class SoundJournal {
  public:
-  SoundJournal() : path_((folder_.path() / "journal").string()), file_(g_file_new_for_path(path_.c_str())) {
+  SoundJournal()
+      : path_((folder_.path() / "journal").string()),
+        file_(platform_linux::GObjectRef<GFile>::adopt(g_file_new_for_path(path_.c_str()))) {
     setenv("SOUND_JOURNAL", path_.c_str(), 1);
     // Each change is a turn of the main loop.
-    monitor_.reset(g_file_monitor_file(file_.get(), G_FILE_MONITOR_NONE, nullptr, nullptr));
+    monitor_ = platform_linux::GObjectRef<GFileMonitor>::adopt(
+        g_file_monitor_file(file_.get(), G_FILE_MONITOR_NONE, nullptr, nullptr));
   }
 
   bool waitFor(const std::string& text) const {
@@ -31,8 +34,8 @@ class SoundJournal {
  private:
   const TemporaryFolder folder_;
   const std::string path_;
-  const platform_linux::GObjectHandle<GFile> file_;
-  platform_linux::GObjectHandle<GFileMonitor> monitor_;
+  const platform_linux::GObjectRef<GFile> file_;
+  platform_linux::GObjectRef<GFileMonitor> monitor_;
 };
 
 }  // namespace camera_shot_tests

@@ -15,7 +15,7 @@ namespace camera_shot_tests {
 namespace {
 
 using platform_linux::GErrorHandle;
-using platform_linux::GObjectHandle;
+using platform_linux::GObjectRef;
 using platform_linux::GVariantHandle;
 
 constexpr int kLimit = 20000;  // milliseconds
@@ -109,7 +109,8 @@ TemporaryFolder::~TemporaryFolder() {
   std::filesystem::remove_all(path_, ignored);
 }
 
-BusClient::BusClient(const std::string& address) : connection_(connectTo(address)) {}
+BusClient::BusClient(const std::string& address)
+    : connection_(GObjectRef<GDBusConnection>::adopt(connectTo(address))) {}
 
 BusClient::~BusClient() {
   g_dbus_connection_close_sync(connection_.get(), nullptr, nullptr);

@@ -6,7 +6,7 @@
 #include <string>
 #include <sys/types.h>
 
-#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/base/Handles.h"
 
 namespace camera_shot_tests {
 
@@ -50,7 +50,7 @@ class BusClient {
   pid_t processOf(const std::string& name) const;
 
  private:
-  const platform_linux::GObjectHandle<GDBusConnection> connection_;
+  const platform_linux::GObjectRef<GDBusConnection> connection_;
 };
 
 /// A session bus with nothing on it, which becomes this process's (DBUS_SESSION_BUS_ADDRESS).

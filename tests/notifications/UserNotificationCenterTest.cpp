@@ -16,7 +16,7 @@
 namespace camera_shot_tests {
 namespace {
 
-using platform_linux::GObjectHandle;
+using platform_linux::GObjectRef;
 using platform_linux::GVariantHandle;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
@@ -119,11 +119,12 @@ TEST(UserNotificationCenter, ThePhotoGoesToTheShellAsAnIcon) {
   const GVariantHandle dictionary(g_variant_get_child_value(arguments.get(), 2));
   const GVariantHandle serialised(g_variant_lookup_value(dictionary.get(), "icon", nullptr));
   ASSERT_TRUE(serialised);
-  const GObjectHandle<GIcon> icon(g_icon_deserialize(serialised.get()));
+  const auto icon = GObjectRef<GIcon>::adopt(g_icon_deserialize(serialised.get()));
   ASSERT_TRUE(G_IS_BYTES_ICON(icon.get()));
-  const GObjectHandle<GInputStream> stream(
+  const auto stream = GObjectRef<GInputStream>::adopt(
       g_loadable_icon_load(G_LOADABLE_ICON(icon.get()), 48, nullptr, nullptr, nullptr));
-  const GObjectHandle<GdkPixbuf> pixbuf(gdk_pixbuf_new_from_stream(stream.get(), nullptr, nullptr));
+  const auto pixbuf =
+      GObjectRef<GdkPixbuf>::adopt(gdk_pixbuf_new_from_stream(stream.get(), nullptr, nullptr));
   ASSERT_TRUE(pixbuf);
   ASSERT_EQ(gdk_pixbuf_get_width(pixbuf.get()), 2);
   ASSERT_EQ(gdk_pixbuf_get_height(pixbuf.get()), 1);

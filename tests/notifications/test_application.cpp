@@ -4,12 +4,12 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/base/Handles.h"
 #include "platform/linux/bus/BusNames.h"
 
 using platform_linux::GDBusNodeInfoHandle;
 using platform_linux::GMainLoopHandle;
-using platform_linux::GObjectHandle;
+using platform_linux::GObjectRef;
 using platform_linux::GVariantHandle;
 
 namespace {
@@ -40,7 +40,7 @@ void onAction(GDBusConnection* connection, const char*, const char*, const char*
 
 int main(int count, char** arguments) {
   const std::string name = count > 1 ? arguments[1] : "com.verrano.quillo.CameraShot";
-  const GObjectHandle<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+  const auto bus = GObjectRef<GDBusConnection>::adopt(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
   if (!bus) return EXIT_FAILURE;
   const GMainLoopHandle loop(g_main_loop_new(nullptr, FALSE));
   const GDBusNodeInfoHandle node(g_dbus_node_info_new_for_xml(kInterface, nullptr));

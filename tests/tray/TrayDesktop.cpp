@@ -45,12 +45,14 @@ bool turnsUntil(const std::function<bool()>& condition) {
   return condition();
 }
 
-TrayDesktop::TrayDesktop() : bus_(g_test_dbus_new(G_TEST_DBUS_NONE)), connection_(connectTo(bus_.get())) {}
+TrayDesktop::TrayDesktop()
+    : bus_(platform_linux::GObjectRef<GTestDBus>::adopt(g_test_dbus_new(G_TEST_DBUS_NONE))),
+      connection_(platform_linux::GObjectRef<GDBusConnection>::adopt(connectTo(bus_.get()))) {}
 
 TrayDesktop::~TrayDesktop() {
   watcher_.reset();
   g_dbus_connection_close_sync(connection_.get(), nullptr, nullptr);
-  connection_.reset();
+  connection_ = {};
   g_test_dbus_stop(bus_.get());
 }
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/base/Handles.h"
 #include "platform/linux/bus/ExportedInterface.h"
 
 /// A session bus of the test's own, with whoever else is on it: the desktop, on a connection apart from the
@@ -37,8 +37,8 @@ class TrayDesktop {
   std::vector<std::string> heard;
 
  private:
-  platform_linux::GObjectHandle<GTestDBus> bus_;
-  platform_linux::GObjectHandle<GDBusConnection> connection_;
+  platform_linux::GObjectRef<GTestDBus> bus_;
+  platform_linux::GObjectRef<GDBusConnection> connection_;
   std::unique_ptr<platform_linux::ExportedInterface> watcher_;
 };
 

@@ -83,7 +83,7 @@ class LayerViewTest : public testing::Test {
   }
 
   TestUserInterface ui_;
-  DecodeThread decodeThread_;
+  Worker decodeThread_;
   std::uint64_t flushes_ = 0;
   GtkWindow* window_;
   GtkWidget* view_;

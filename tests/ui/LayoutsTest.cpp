@@ -141,7 +141,7 @@ class BrokenLayoutsTest : public testing::Test {
  protected:
   /// The reason why the layout is refused; empty when it is not.
   std::string load(const std::string& name, platform::NSActions actions = {}) {
-    platform_linux::DecodeThread decodeThread;
+    platform_linux::Worker decodeThread;
     platform_linux::WindowFrames frames("/nowhere");
     platform_linux::WindowList windows([] {}, [] { return std::string(); });
     const platform_linux::NibLoader loader(windows, frames, decodeThread, {});

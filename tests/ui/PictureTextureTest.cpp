@@ -32,7 +32,7 @@ class PictureTextureTest : public testing::Test {
 
   int ready_ = 0;
   std::uint64_t flushes_ = 0;
-  DecodeThread thread_;
+  Worker thread_;
   PictureTexture texture_{thread_, [this] { ++ready_; }};
 };
 

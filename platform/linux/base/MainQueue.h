@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "platform/Foundation/MainQueue.h"
-#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/base/Handles.h"
 
 namespace platform_linux {
 

@@ -56,7 +56,7 @@ std::string localPath(const char* argument) {
   if (const GStringHandle scheme(g_uri_parse_scheme(argument));
       scheme && std::string_view(scheme.get()) != "file")
     return argument;
-  const GObjectHandle<GFile> file(g_file_new_for_commandline_arg(argument));
+  const auto file = GObjectRef<GFile>::adopt(g_file_new_for_commandline_arg(argument));
   const GStringHandle path(g_file_get_path(file.get()));
   return path ? path.get() : argument;
 }

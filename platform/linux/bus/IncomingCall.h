@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/base/Handles.h"
 
 namespace platform_linux {
 
@@ -11,7 +11,7 @@ namespace platform_linux {
 class IncomingCall {
  public:
   /// Takes over the invocation.
-  explicit IncomingCall(GDBusMethodInvocation* invocation) : invocation_(invocation) {}
+  explicit IncomingCall(GDBusMethodInvocation* invocation) : invocation_(GObjectRef<GDBusMethodInvocation>::adopt(invocation)) {}
   IncomingCall(IncomingCall&&) noexcept = default;
   /// A call that nobody answered is refused.
   ~IncomingCall();
@@ -27,7 +27,7 @@ class IncomingCall {
 
  private:
   /// Our own reference, so that method and arguments can be read after the answer.
-  GObjectHandle<GDBusMethodInvocation> invocation_;
+  GObjectRef<GDBusMethodInvocation> invocation_;
   bool answered_ = false;
 };
 

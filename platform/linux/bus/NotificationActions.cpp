@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/base/Handles.h"
 #include "platform/linux/bus/DesktopCall.h"
 
 namespace platform_linux {

@@ -18,7 +18,7 @@ namespace {
 class Deadline {
  public:
   explicit Deadline(std::chrono::milliseconds patience)
-      : cancellable_(g_cancellable_new()), watch_([this, patience] {
+      : cancellable_(GObjectRef<GCancellable>::adopt(g_cancellable_new())), watch_([this, patience] {
           std::unique_lock lock(mutex_);
           if (!condition_.wait_for(lock, patience, [this] { return over_; }))
             g_cancellable_cancel(cancellable_.get());
@@ -37,7 +37,7 @@ class Deadline {
   GCancellable* cancellable() const { return cancellable_.get(); }
 
  private:
-  const GObjectHandle<GCancellable> cancellable_;
+  const GObjectRef<GCancellable> cancellable_;
   std::mutex mutex_;
   std::condition_variable condition_;
   bool over_ = false;
@@ -63,7 +63,7 @@ GDBusConnection* connect() {
 
 }  // namespace
 
-SessionBus::SessionBus() : connection_(connect()) {}
+SessionBus::SessionBus() : connection_(GObjectRef<GDBusConnection>::adopt(connect())) {}
 
 GVariantHandle SessionBus::callBus(const char* method, GVariant* arguments, const char* replyType) const {
   const GVariantHandle owned(g_variant_ref_sink(arguments));

@@ -4,7 +4,7 @@
 #include <functional>
 #include <string>
 
-#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/base/Handles.h"
 
 namespace platform_linux {
 
@@ -45,7 +45,7 @@ class SessionBus {
   void call(const Call& call, std::function<void(GVariant* reply, const GError* error)> done) const;
 
  private:
-  GObjectHandle<GDBusConnection> connection_;
+  GObjectRef<GDBusConnection> connection_;
 };
 
 /// Whether a call failed because its answer did not come in time. The service may yet do what it was asked,

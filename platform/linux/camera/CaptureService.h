@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "platform/Foundation/NSLog.h"
-#include "platform/linux/base/DeliveryWorker.h"
+#include "platform/linux/camera/DeliveryWorker.h"
 #include "platform/linux/camera/CameraList.h"
 #include "platform/linux/camera/FrameExaminer.h"
 #include "platform/linux/camera/FrameSource.h"

@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "picture/Frame.h"
-#include "platform/linux/base/DecodeThread.h"
+#include "platform/linux/base/Worker.h"
 #include "platform/linux/camera/CameraLoop.h"
 #include "platform/linux/camera/Exposure.h"
 
@@ -43,7 +43,7 @@ class FrameExaminerThread final : public FrameExaminer {
 
  private:
   CameraLoop& loop_;
-  DecodeThread worker_;
+  Worker worker_;
 };
 
 }  // namespace platform_linux

@@ -13,7 +13,7 @@
 #include <canberra.h>
 #include <gio/gio.h>
 
-#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/base/Handles.h"
 
 namespace platform_linux {
 namespace {
@@ -87,7 +87,7 @@ bool isOn(const char* schemaName, const char* path, const char* key) {
   const std::unique_ptr<GSettingsSchema, SchemaDeleter> schema(
       g_settings_schema_source_lookup(installed, schemaName, TRUE));
   if (!schema || !g_settings_schema_has_key(schema.get(), key)) return true;
-  const GObjectHandle<GSettings> settings(g_settings_new_full(schema.get(), nullptr, path));
+  const auto settings = GObjectRef<GSettings>::adopt(g_settings_new_full(schema.get(), nullptr, path));
   const GVariantHandle value(g_settings_get_value(settings.get(), key));
   return !g_variant_is_of_type(value.get(), G_VARIANT_TYPE_BOOLEAN) || g_variant_get_boolean(value.get());
 }

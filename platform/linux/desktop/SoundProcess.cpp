@@ -4,7 +4,7 @@
 #include <system_error>
 #include <vector>
 
-#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/base/Handles.h"
 
 namespace platform_linux {
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <utility>
 
-#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/base/Handles.h"
 
 namespace platform_linux {
 namespace {
@@ -18,8 +18,8 @@ struct Request {
   std::shared_ptr<void> hold;
 };
 
-GObjectHandle<GFile> fileAt(const std::string& path) {
-  return GObjectHandle<GFile>(g_file_new_for_path(path.c_str()));
+GObjectRef<GFile> fileAt(const std::string& path) {
+  return GObjectRef<GFile>::adopt(g_file_new_for_path(path.c_str()));
 }
 
 void onOpened(GObject*, GAsyncResult* result, gpointer data) noexcept {
@@ -29,8 +29,8 @@ void onOpened(GObject*, GAsyncResult* result, gpointer data) noexcept {
   g_message("\"%s\" could not be opened: %s", request->path.c_str(), error.message().c_str());
 }
 
-void open(const GObjectHandle<GFile>& file, Request request) {
-  const GObjectHandle<GAppLaunchContext> context(g_app_launch_context_new());
+void open(const GObjectRef<GFile>& file, Request request) {
+  const auto context = GObjectRef<GAppLaunchContext>::adopt(g_app_launch_context_new());
   if (!request.activationToken.empty()) {
     // The first is Wayland's name for it, the second X11's.
     for (const char* variable : {"XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID"})
@@ -43,7 +43,7 @@ void open(const GObjectHandle<GFile>& file, Request request) {
 
 void openFolder(Request request) {
   const auto file = fileAt(request.path);
-  const GObjectHandle<GFile> folder(g_file_get_parent(file.get()));
+  const auto folder = GObjectRef<GFile>::adopt(g_file_get_parent(file.get()));
   if (folder) open(folder, std::move(request));
 }
 

@@ -6,7 +6,7 @@
 #include <span>
 
 #include "picture/png/PngWriter.h"
-#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/base/Handles.h"
 
 namespace platform_linux {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "picture/Thumbnail.h"
 #include "platform/UserNotifications/UNNotification.h"
-#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/base/Handles.h"
 #include "platform/linux/bus/NotificationActions.h"
 
 namespace platform_linux {

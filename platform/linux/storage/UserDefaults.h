@@ -9,7 +9,7 @@
 #include "platform/Foundation/NSLog.h"
 #include "platform/Foundation/NSUserDefaults.h"
 #include "platform/linux/base/FileDescriptor.h"
-#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/base/Handles.h"
 
 namespace platform_linux {
 

@@ -3,7 +3,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/linux/base/GLibHandles.h"
+#include "platform/linux/base/Handles.h"
 
 namespace platform_linux {
 namespace {

@@ -13,7 +13,7 @@ void Control::setEnabled(bool enabled) {
   gtk_widget_set_sensitive(widget(), enabled);
 }
 
-Button::Button(GtkWidget* widget, DecodeThread& decodeThread)
+Button::Button(GtkWidget* widget, Worker& decodeThread)
     : Control(widget, decodeThread), pressed_(widget, "state-flags-changed", [this] { showImage(); }) {}
 
 void Button::setTitle(const std::string& title) {

@@ -21,7 +21,7 @@ class Control : public View, public virtual platform::NSControl {
 /// button; without these the button shows one of the two alone.
 class Button : public Control, public platform::NSButton {
  public:
-  Button(GtkWidget* widget, DecodeThread& decodeThread);
+  Button(GtkWidget* widget, Worker& decodeThread);
 
   /// A push button is neither on nor off.
   int state() const override { return platform::NSControlStateValueOff; }

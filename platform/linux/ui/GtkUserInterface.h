@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/linux/base/DecodeThread.h"
+#include "platform/linux/base/Worker.h"
 #include "platform/linux/ui/NibLoader.h"
 #include "platform/linux/ui/OpenPanel.h"
 #include "platform/linux/ui/UserInterface.h"
@@ -27,7 +27,7 @@ class GtkUserInterface : public UserInterface {
  private:
   explicit GtkUserInterface(UserInterfaceHost host);
 
-  DecodeThread decodeThread_;
+  Worker decodeThread_;
   WindowFrames frames_;
   WindowList windows_;
   OpenPanel openPanel_;

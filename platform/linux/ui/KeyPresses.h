@@ -4,7 +4,7 @@
 
 #include <gtk/gtk.h>
 
-#include "platform/linux/base/GObjectRef.h"
+#include "platform/linux/base/Handles.h"
 #include "platform/linux/ui/Signals.h"
 
 namespace platform_linux {

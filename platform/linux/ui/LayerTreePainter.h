@@ -26,7 +26,7 @@ class LayerTreePainter {
   ~LayerTreePainter() { setLayer(nullptr); }
 
   /// Without a decode thread, which must outlive the painter, no pictures are drawn.
-  void setDecodeThread(DecodeThread& decodeThread) { decodeThread_ = &decodeThread; }
+  void setDecodeThread(Worker& decodeThread) { decodeThread_ = &decodeThread; }
 
   void setLayer(std::shared_ptr<Layer> layer);
   const std::shared_ptr<Layer>& layer() const { return root_; }
@@ -69,7 +69,7 @@ class LayerTreePainter {
   PictureTexture* stillOf(const Layer& layer);
 
   const std::function<void()> redraw_;
-  DecodeThread* decodeThread_ = nullptr;
+  Worker* decodeThread_ = nullptr;
   std::shared_ptr<Layer> root_;
   LivePicture* livePicture_ = nullptr;  ///< root_, when it is one
   std::shared_ptr<FrameBell> bell_;     ///< while listening to livePicture_

@@ -23,7 +23,7 @@ GObject* objectOf(GtkBuilder* builder, const char* id, GType type) {
 
 class Nib : public platform::NSNib {
  public:
-  Nib(GObjectRef<GtkBuilder> builder, std::shared_ptr<Window> window, DecodeThread& decodeThread)
+  Nib(GObjectRef<GtkBuilder> builder, std::shared_ptr<Window> window, Worker& decodeThread)
       : builder_(std::move(builder)), decodeThread_(decodeThread), window_(std::move(window)) {
     arrangeTitleButtons();
     hideCoveredPicture();
@@ -65,7 +65,7 @@ class Nib : public platform::NSNib {
   }
 
   const GObjectRef<GtkBuilder> builder_;
-  DecodeThread& decodeThread_;
+  Worker& decodeThread_;
   const std::shared_ptr<Window> window_;
   mutable std::map<std::string, std::shared_ptr<platform::NSView>> views_;
   std::optional<TitleButtons> titleButtons_;
@@ -163,7 +163,7 @@ bool addLayout(GtkBuilder* builder, const std::string& name, std::string& whyNot
 
 }  // namespace
 
-NibLoader::NibLoader(WindowList& windows, WindowFrames& frames, DecodeThread& decodeThread,
+NibLoader::NibLoader(WindowList& windows, WindowFrames& frames, Worker& decodeThread,
                      platform::NSActions actions)
     : windows_(windows), frames_(frames), decodeThread_(decodeThread), commonActions_(std::move(actions)) {
   // Layouts find widget classes by name; these are our own, and those that only layouts use.

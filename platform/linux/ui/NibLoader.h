@@ -4,7 +4,7 @@
 #include <string>
 
 #include "platform/AppKit/NSNib.h"
-#include "platform/linux/base/DecodeThread.h"
+#include "platform/linux/base/Worker.h"
 #include "platform/linux/ui/WindowFrames.h"
 #include "platform/linux/ui/WindowList.h"
 
@@ -21,8 +21,7 @@ inline constexpr const char* kNibActionPrefix = "nib";
 class NibLoader {
  public:
   /// `actions` are the program's own, offered to every layout beside those of its controller.
-  NibLoader(WindowList& windows, WindowFrames& frames, DecodeThread& decodeThread,
-            platform::NSActions actions);
+  NibLoader(WindowList& windows, WindowFrames& frames, Worker& decodeThread, platform::NSActions actions);
 
   /// The layout NAME.ui of the resource bundle, its controls connected to `actions`; nothing, with the reason
   /// in `whyNot`, when there is none, it is damaged or names a handler that is not there.
@@ -32,7 +31,7 @@ class NibLoader {
  private:
   WindowList& windows_;
   WindowFrames& frames_;
-  DecodeThread& decodeThread_;
+  Worker& decodeThread_;
   const platform::NSActions commonActions_;
 };
 

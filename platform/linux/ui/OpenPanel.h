@@ -5,7 +5,7 @@
 #include <gtk/gtk.h>
 
 #include "platform/AppKit/NSOpenPanel.h"
-#include "platform/linux/base/GObjectRef.h"
+#include "platform/linux/base/Handles.h"
 #include "platform/linux/ui/Signals.h"
 #include "platform/linux/ui/WindowList.h"
 

@@ -79,7 +79,7 @@ void Texture::append(GtkSnapshot* snapshot, const graphene_rect_t& area) const {
     gtk_snapshot_append_texture(snapshot, texture_.get(), &area);
 }
 
-PictureTexture::PictureTexture(DecodeThread& decodeThread, std::function<void()> onReady)
+PictureTexture::PictureTexture(Worker& decodeThread, std::function<void()> onReady)
     : decodeThread_(decodeThread), onReady_(std::move(onReady)) {}
 
 PictureTexture::~PictureTexture() {

@@ -6,8 +6,8 @@
 #include <gtk/gtk.h>
 
 #include "picture/PreviewDecoder.h"
-#include "platform/linux/base/DecodeThread.h"
-#include "platform/linux/base/GObjectRef.h"
+#include "platform/linux/base/Worker.h"
+#include "platform/linux/base/Handles.h"
 
 namespace platform_linux {
 
@@ -45,7 +45,7 @@ class PictureTexture {
  public:
   /// `onReady` asks for a redraw; it comes after every decoding, also of a damaged frame. `decodeThread` must
   /// outlive this object.
-  PictureTexture(DecodeThread& decodeThread, std::function<void()> onReady);
+  PictureTexture(Worker& decodeThread, std::function<void()> onReady);
   PictureTexture(const PictureTexture&) = delete;
   PictureTexture& operator=(const PictureTexture&) = delete;
   ~PictureTexture();
@@ -74,7 +74,7 @@ class PictureTexture {
                  std::shared_ptr<const Texture> texture);
   bool isUpToDate() const;
 
-  DecodeThread& decodeThread_;
+  Worker& decodeThread_;
   const std::function<void()> onReady_;
   const std::shared_ptr<picture::PixelBufferPool> pool_ = std::make_shared<picture::PixelBufferPool>();
   /// What a job that is under way finds its way back by; empty once this object has gone.

@@ -63,7 +63,7 @@ GType popUpRowType() {
   return kType;
 }
 
-PopUpButton::PopUpButton(GtkWidget* widget, DecodeThread& decodeThread)
+PopUpButton::PopUpButton(GtkWidget* widget, Worker& decodeThread)
     : Control(widget, decodeThread), shown_(GObjectRef<GtkStringList>::adopt(gtk_string_list_new(nullptr))) {
   adw_combo_row_set_model(ADW_COMBO_ROW(widget), G_LIST_MODEL(shown_.get()));
 }

@@ -13,7 +13,7 @@ GType popUpRowType();
 /// A PopUpRow. Items of equal title are told apart for the user, and only for the user, by a number.
 class PopUpButton : public Control, public platform::NSPopUpButton {
  public:
-  PopUpButton(GtkWidget* widget, DecodeThread& decodeThread);
+  PopUpButton(GtkWidget* widget, Worker& decodeThread);
 
   void removeAllItems() override;
   void addItem(const platform::NSMenuItem& item) override;

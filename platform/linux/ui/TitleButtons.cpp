@@ -4,7 +4,7 @@
 #include <sstream>
 #include <string>
 
-#include "platform/linux/base/GObjectRef.h"
+#include "platform/linux/base/Handles.h"
 
 namespace platform_linux {
 namespace {

@@ -3,7 +3,7 @@
 #include <gdk/wayland/gdkwayland.h>
 #include <gdk/x11/gdkx.h>
 
-#include "platform/linux/base/GObjectRef.h"
+#include "platform/linux/base/Handles.h"
 
 namespace platform_linux {
 namespace {

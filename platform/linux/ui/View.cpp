@@ -10,7 +10,7 @@
 
 namespace platform_linux {
 
-View::View(GtkWidget* widget, DecodeThread& decodeThread)
+View::View(GtkWidget* widget, Worker& decodeThread)
     : widget_(GObjectRef<GtkWidget>::share(widget)),
       decodeThread_(decodeThread),
       hidden_(!gtk_widget_get_visible(widget)),
@@ -42,7 +42,7 @@ void TextField::setStringValue(const std::string& text) {
   gtk_label_set_label(GTK_LABEL(widget()), text.c_str());
 }
 
-std::shared_ptr<platform::NSView> makeView(GtkWidget* widget, DecodeThread& decodeThread) {
+std::shared_ptr<platform::NSView> makeView(GtkWidget* widget, Worker& decodeThread) {
   if (GTK_IS_IMAGE(widget)) return std::make_shared<ImageView>(widget, decodeThread);
   if (GTK_IS_LABEL(widget)) return std::make_shared<TextField>(widget, decodeThread);
   if (GTK_IS_SWITCH(widget)) return std::make_shared<Switch>(widget, decodeThread);

@@ -7,8 +7,8 @@
 #include <gtk/gtk.h>
 
 #include "platform/AppKit/NSView.h"
-#include "platform/linux/base/DecodeThread.h"
-#include "platform/linux/base/GObjectRef.h"
+#include "platform/linux/base/Handles.h"
+#include "platform/linux/base/Worker.h"
 #include "platform/linux/photo/Layer.h"
 #include "platform/linux/ui/MainLoop.h"
 
@@ -35,7 +35,7 @@ class NamedImage : public platform::NSImage {
 class View : public virtual platform::NSView {
  public:
   /// `decodeThread` decodes what the layers show, and must outlive the view's widget.
-  View(GtkWidget* widget, DecodeThread& decodeThread);
+  View(GtkWidget* widget, Worker& decodeThread);
 
   /// Takes effect before the next drawing: a view that is shown and hidden again meanwhile costs nothing.
   void setHidden(bool hidden) override;
@@ -48,7 +48,7 @@ class View : public virtual platform::NSView {
 
  private:
   const GObjectRef<GtkWidget> widget_;
-  DecodeThread& decodeThread_;
+  Worker& decodeThread_;
   std::shared_ptr<Layer> layer_;
   bool hidden_;
   DeferredCall applyHidden_;
@@ -71,6 +71,6 @@ class TextField : public View, public platform::NSTextField {
 };
 
 /// The view for `widget`, of the kind that fits its class.
-std::shared_ptr<platform::NSView> makeView(GtkWidget* widget, DecodeThread& decodeThread);
+std::shared_ptr<platform::NSView> makeView(GtkWidget* widget, Worker& decodeThread);
 
 }  // namespace platform_linux

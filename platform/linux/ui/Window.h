@@ -7,7 +7,7 @@
 #include <gtk/gtk.h>
 
 #include "platform/AppKit/NSWindow.h"
-#include "platform/linux/base/GObjectRef.h"
+#include "platform/linux/base/Handles.h"
 #include "platform/linux/ui/KeyPresses.h"
 #include "platform/linux/ui/MainLoop.h"
 #include "platform/linux/ui/Signals.h"

@@ -6,7 +6,7 @@
 
 #include <gtk/gtk.h>
 
-#include "platform/linux/base/GObjectRef.h"
+#include "platform/linux/base/Handles.h"
 #include "platform/linux/ui/GtkUserInterface.h"
 #include "tests/ui/support/TestFrames.h"
 

@@ -50,7 +50,7 @@ void onRemoteOpened(GObject* source, GAsyncResult* result, gpointer data) noexce
   GUnixFDList* list = nullptr;
   const GVariantHandle reply(
       g_dbus_connection_call_with_unix_fd_list_finish(G_DBUS_CONNECTION(source), &list, result, nullptr));
-  const GObjectHandle<GUnixFDList> descriptors(list);
+  const auto descriptors = GObjectRef<GUnixFDList>::adopt(list);
   (*opened)(firstOf(descriptors.get()));
 }
 
@@ -93,7 +93,7 @@ void CameraPortal::onPresenceRead(GVariant* reply, const GError* error) {
 }
 
 void CameraPortal::watchPortal() {
-  connection_.reset(static_cast<GDBusConnection*>(g_object_ref(bus_().connection())));
+  connection_ = GObjectRef<GDBusConnection>::share(bus_().connection());
   watch_ = g_bus_watch_name_on_connection(
       connection_.get(), kName, G_BUS_NAME_WATCHER_FLAGS_NONE,
       [](GDBusConnection*, const char*, const char* owner, gpointer self) noexcept {

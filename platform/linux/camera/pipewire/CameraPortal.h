@@ -59,7 +59,7 @@ class CameraPortal : public std::enable_shared_from_this<CameraPortal> {
   const std::chrono::milliseconds patience_;
   std::function<void(Answer)> answered_;  // empty once it ran
   bool isCameraPresent_ = false;
-  GObjectHandle<GDBusConnection> connection_;  // once there is something on it to be undone
+  GObjectRef<GDBusConnection> connection_;  // once there is something on it to be undone
   guint watch_ = 0;
   guint changes_ = 0;
   guint responses_ = 0;
