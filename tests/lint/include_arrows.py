@@ -4,7 +4,9 @@
     include_arrows.py [TREE]     the tree to read, by default the one this file lies in
 
 Storeys, from the ground up: the ports (platform/<Framework>), pictures (picture), the ports' Linux implementation
-(platform/linux), the suite, and the tool's folders. A storey that is not named as allowed below is forbidden.
+(platform/linux), the suite, and the tool's folders. A storey that is not named as allowed below is forbidden. Within
+platform/linux the same holds for its rooms, whose declared arrows must not go in a circle. Headers that nobody includes
+are told as well.
 """
 
 import re
@@ -34,6 +36,29 @@ ALLOWED = {
     # The notification helper is a program of its own, on Linux only.
     "notifier": ["notifications/NotificationIdentifiers.h", LINUX],
 }
+# The rooms of platform/linux, and which others each may include: what several services need lies below them, and no service
+# leans on another one.
+ROOMS = {
+    "base": [],
+    "bus": ["base"],
+    "storage": ["base"],
+    "photo": ["base", "storage"],
+    "camera": ["base", "photo"],
+    # The sources of frames: the cameras do not know them, only the composition does.
+    "camera/pipewire": ["base", "bus", "camera"],
+    "camera/v4l2": ["base", "camera"],
+    "application": ["base", "bus"],
+    "notifications": ["base", "bus"],
+    "desktop": ["base", "bus"],
+    "tray": ["base", "bus"],
+    "ui": ["base", "photo"],
+    "composition": [
+        "base", "bus", "storage", "photo", "camera", "camera/pipewire", "camera/v4l2", "application", "notifications",
+        "desktop", "tray", "ui",
+    ],
+}
+# A library's headers that stay in one room.
+ROOM_OF_HEADER = {"pipewire/": "camera/pipewire", "spa/": "camera/pipewire", "linux/videodev2.h": "camera/v4l2"}
 FREE = ["tests", "bench"]
 # Headers that the build makes, and the one storey that may include them.
 GENERATED = {"resources/CameraShotResources.h": LINUX}
@@ -65,11 +90,51 @@ def storey(path):
     return top if top in ALLOWED or top in FREE else None
 
 
+def room(path):
+    """The room of platform/linux that a path belongs to: the folders below it, without the file."""
+    return "/".join(path.split("/")[2:-1])
+
+
+def circle(rooms):
+    """A circle among the declared arrows, as a list of rooms; empty when there is none."""
+    def follow(way):
+        for aim in rooms[way[-1]]:
+            if aim in way:
+                return [*way, aim]
+            if found := follow([*way, aim]):
+                return found
+        return []
+
+    for start in rooms:
+        if found := follow([start]):
+            return found
+    return []
+
+
+def room_complaint(file, bracket, target):
+    """What is wrong between the rooms of platform/linux, or None."""
+    own = room(file)
+    if bracket == "<":
+        for prefix, home in ROOM_OF_HEADER.items():
+            if target.startswith(prefix) and own != home:
+                return f"<{target}>: only {LINUX}/{home} knows this library"
+        return None
+    if storey(target) != LINUX or room(target) == own:
+        return None
+    if own not in ROOMS:
+        return f"{LINUX}/{own}: this room's arrows are not declared"
+    if room(target) not in ROOMS[own]:
+        return f'"{target}": {LINUX}/{own} must not include {LINUX}/{room(target)}'
+    return None
+
+
 def complaint(file, bracket, target, tree):
     """What is wrong with `file` including `target`, or None."""
     own = storey(file)
     if own in FREE:
         return None
+    if own == LINUX and (what := room_complaint(file, bracket, target)):
+        return what
     rules = ALLOWED.get(file, ALLOWED[own])
     if bracket == "<":
         if own in PURE and file not in ALLOWED and target not in STANDARD_HEADERS:
@@ -87,23 +152,46 @@ def complaint(file, bracket, target, tree):
     return f'"{target}": {file if file in ALLOWED else own} must not include {aim or "it"}'
 
 
-def complaints(tree):
-    """Every wrong include of the tree, as texts with file and line."""
-    found = []
+def includes(tree):
+    """Every include of the tree: file, number of the line, kind of bracket, target."""
     for path in sorted(tree.rglob("*")):
         file = path.relative_to(tree).as_posix()
         if path.suffix not in SOURCE_ENDINGS or storey(file) is None:
             continue
         for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
-            include = INCLUDE.match(line)
-            if include and (what := complaint(file, include[1], include[2], tree)):
-                found.append(f"{file}:{number}: {what}")
-    return found
+            if include := INCLUDE.match(line):
+                yield file, number, include[1], include[2]
+
+
+def complaints(tree):
+    """Every wrong include of the tree, as texts with file and line."""
+    return [
+        f"{file}:{number}: {what}"
+        for file, number, bracket, target in includes(tree)
+        if (what := complaint(file, bracket, target, tree))
+    ]
+
+
+def unused_headers(tree):
+    """The headers that nobody includes, as texts."""
+    included = {target for _, _, _, target in includes(tree)}
+    headers = (path.relative_to(tree).as_posix() for path in sorted(tree.rglob("*.h")))
+    return [
+        f"{header}: nobody includes this header"
+        for header in headers
+        if storey(header) is not None and header not in included
+    ]
+
+
+def circles(rooms):
+    """The circle among the declared arrows, as texts."""
+    way = circle(rooms)
+    return [f"the declared arrows of {LINUX} go in a circle: " + " -> ".join(way)] if way else []
 
 
 def main():
     tree = Path(sys.argv[1]) if len(sys.argv) > 1 else Path(__file__).resolve().parents[2]
-    found = complaints(tree)
+    found = circles(ROOMS) + complaints(tree) + unused_headers(tree)
     print("\n".join(found) if found else "All include arrows point the right way.")
     return 1 if found else 0
 

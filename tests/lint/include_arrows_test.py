@@ -16,6 +16,9 @@ class IncludeArrows(unittest.TestCase):
         for target in [
             "platform/AppKit/NSWindow.h",
             "platform/linux/ui/Window.h",
+            "platform/linux/bus/SessionBus.h",
+            "platform/linux/camera/pipewire/Stream.h",
+            "picture/Frame.h",
             "suite/Suite.h",
             "app/AppController.h",
             "capture/PhotoTaker.h",
@@ -54,6 +57,12 @@ class IncludeArrows(unittest.TestCase):
             ("suite/Wrong.cpp", "<unistd.h>"),
             ("platform/AppKit/Wrong.h", "<gio/gio.h>"),
             ("capture/Wrong.cpp", '"PhotoTaker.h"'),
+            ("picture/Wrong.cpp", '"platform/linux/ui/Window.h"'),
+            ("capture/Wrong.cpp", '"picture/Frame.h"'),
+            ("platform/linux/base/Wrong.cpp", '"platform/linux/bus/SessionBus.h"'),
+            ("platform/linux/camera/Wrong.cpp", '"platform/linux/camera/pipewire/Stream.h"'),
+            ("platform/linux/camera/Wrong.cpp", "<pipewire/pipewire.h>"),
+            ("platform/linux/attic/Wrong.cpp", '"platform/linux/ui/Window.h"'),
         ]:
             with self.subTest(file=file, include=include):
                 found = self.complaints_about(file, include)
@@ -72,10 +81,23 @@ class IncludeArrows(unittest.TestCase):
             ("platform/linux/ui/Right.cpp", '"platform/AppKit/NSWindow.h"'),
             ("platform/linux/ui/Right.cpp", "<gtk/gtk.h>"),
             ("platform/linux/ui/Right.cpp", '"resources/CameraShotResources.h"'),
+            ("platform/linux/ui/Right.cpp", '"picture/Frame.h"'),
+            ("platform/linux/tray/Right.cpp", '"platform/linux/bus/SessionBus.h"'),
+            ("platform/linux/camera/pipewire/Right.cpp", "<pipewire/pipewire.h>"),
             ("tests/Right.cpp", '"platform/linux/ui/Window.h"'),
         ]:
             with self.subTest(file=file, include=include):
                 self.assertEqual(self.complaints_about(file, include), [])
+
+    def test_a_circle_of_rooms_is_found(self):
+        self.assertEqual(include_arrows.circles({"a": ["b"], "b": ["c"], "c": []}), [])
+        self.assertEqual(len(include_arrows.circles({"a": ["b"], "b": ["c"], "c": ["b"]})), 1)
+
+    def test_a_header_that_nobody_includes_is_found(self):
+        self.write("app/Right.cpp", '#include "suite/Suite.h"\n')
+        found = include_arrows.unused_headers(self.tree)
+        self.assertNotIn("suite/Suite.h: nobody includes this header", found)
+        self.assertIn("capture/PhotoTaker.h: nobody includes this header", found)
 
 
 if __name__ == "__main__":
