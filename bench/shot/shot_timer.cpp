@@ -80,7 +80,7 @@ int main(int argc, char** argv) {
   }
   const std::string tool = camera_shot::AppDelegate::kToolIdentifier;
   platform_linux::LinuxPlatform desktop(
-      {"com.verrano.quillo.CameraShot", "quillo-camera-shot", "bench.ini", tool});
+      {"com.verrano.quillo.CameraShot", "quillo-camera-shot", "bench.ini", tool, {}});
   const auto settings = desktop.sharedSettings("bench-suite.ini", "Suite");
   const auto locations = desktop.sharedSettings("bench-locations.ini", "Locations");
   locations->setObject(argv[1], tool);

@@ -94,7 +94,8 @@ void StillQueue::checkDeadline() {
   if (best_.lost <= kMostLost) {
     note_("only damaged pictures came; the best one was taken, of which " +
           std::to_string(std::lround(best_.lost * 100)) + " % is missing");
-    const auto best = best_.frame;
+    auto best = std::make_shared<picture::Frame>(*best_.frame);
+    best->isDamaged = true;
     return answer(due, best, 0);
   }
   schedule_.fallSilent();
