@@ -17,21 +17,20 @@ TEST(NotifierService, APostInItsHandsIsShownAlthoughAnotherHasTheName) {
   TestBus bus;
   const auto daemon = makeService(bus.address());
   const auto other = makeHelper(bus.address());
-  const BusClient client(bus.address());
   const platform_linux::SessionBus session;
   const std::string self = g_dbus_connection_get_unique_name(session.connection());
 
-  // The bus reads what was sent to it in this order: the notification reaches the helper first, and then the
-  // answer that the name is another's.
+  // The bus reads what comes over one connection in its order: the notification reaches the helper first, and
+  // then the answer that the name is another's.
   bus.pause();
   g_dbus_connection_call(
-      client.connection(), self.c_str(), platform_linux::objectPath(kNotifier).c_str(), kNotifier.c_str(),
+      session.connection(), self.c_str(), platform_linux::objectPath(kNotifier).c_str(), kNotifier.c_str(),
       "Post",
       g_variant_new_parsed("(%s, 'Photo', {'title': <'Taken'>, 'default-action': <'app.show-photo'>, "
                            "'default-action-target': <'/a.png'>, 'default-action-label': <'Show'>})",
                            kApplication.c_str()),
       nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr, nullptr);
-  g_dbus_connection_flush_sync(client.connection(), nullptr, nullptr);
+  g_dbus_connection_flush_sync(session.connection(), nullptr, nullptr);
   bool ended = false;
   const notifier::Service helper(session, kNotifier, [&ended] { ended = true; });
   bus.resume();
