@@ -68,17 +68,17 @@ TEST_F(Still, OfARawCameraIsItsPixels) {
   EXPECT_EQ(frame.format, picture::PixelFormat::YUY2);
   EXPECT_EQ(frame.stride, 1280);
   EXPECT_EQ(frame.matrix, picture::ColorMatrix::BT601);
-  EXPECT_EQ(frame.range, picture::ColorRange::Limited);
+  EXPECT_EQ(frame.range, picture::ColorRange::Unstated);
   EXPECT_TRUE(isADeliveredFrame(frame.bytes, camera));
 }
 
-TEST_F(Still, OfAHighDefinitionRawCameraHasThatStandardsColours) {
+TEST_F(Still, OfARawCameraThatStatesNoColoursIsTheSameAtEverySize) {
   const auto camera = plugIn("desk", "modes=NV12:1280x720@30");
   start();
   const Outcome outcome = take(runningRig("desk"));
   ASSERT_EQ(outcome.error, 0);
   EXPECT_EQ(outcome.picture->frame().format, picture::PixelFormat::NV12);
-  EXPECT_EQ(outcome.picture->frame().matrix, picture::ColorMatrix::BT709);
+  EXPECT_EQ(outcome.picture->frame().matrix, picture::ColorMatrix::BT601);
   EXPECT_TRUE(isADeliveredFrame(outcome.picture->frame().bytes, camera));
 }
 
