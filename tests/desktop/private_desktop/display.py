@@ -2,6 +2,7 @@
 
 import os
 import shlex
+from pathlib import Path
 
 from .processes import Child, ReadyPipe, start_reporting
 
@@ -49,5 +50,8 @@ def start_wayland(surroundings):
         compositor = Child("sway", command, surroundings.environment | private, surroundings.log("sway"))
         line = compositor.read_line(ready.descriptor, "the compositor does not answer")
     display, control = line.split(" ", 1)
+    if _NOT_AS_ROOT:  # its sockets are open to a root that has given up its rights, too
+        for socket in (Path(surroundings.environment["XDG_RUNTIME_DIR"]) / display, Path(control)):
+            socket.chmod(0o777)
     surroundings.environment.update(WAYLAND_DISPLAY=display, SWAYSOCK=control, GDK_BACKEND="wayland")
     return compositor
