@@ -50,6 +50,7 @@ Camera::Camera(pw_loop* loop, CameraSpec spec)
       recorder_(spec_),
       timer_(pw_loop_add_timer(loop, &Camera::onTick, this), SourceDeleter{loop}),
       nodeTimer_(pw_loop_add_timer(loop, &Camera::onNodeTime, this), SourceDeleter{loop}),
+      releaseTimer_(pw_loop_add_timer(loop, &Camera::onRelease, this), SourceDeleter{loop}),
       lostEvent_(pw_loop_add_event(loop, &Camera::onLost, this), SourceDeleter{loop}) {}
 
 void Camera::plug(const Done& done) {
@@ -169,17 +170,22 @@ void Camera::suspend() {
 }
 
 FrameLayout Camera::chooseFormat(const NegotiatedFormat& format) {
-  if (isBusy()) throw std::system_error(EBUSY, std::generic_category());
+  refuseWhileBusy();
   format_ = format;
   frames_ = &store_.prepare(format.format, format.width, format.height);
   return frames_->layout();
 }
 
-bool Camera::isBusy() {
-  if (!faults_.busy) return false;
-  const auto now = std::chrono::steady_clock::now();
-  if (!firstRefusal_) firstRefusal_ = now;
-  return !faults_.busyFor || now < *firstRefusal_ + std::chrono::milliseconds(*faults_.busyFor);
+void Camera::refuseWhileBusy() {
+  if (!faults_.busy) return;
+  if (faults_.busyFor) setTimer(releaseTimer_, *faults_.busyFor * kMillisecond, 0);
+  throw std::system_error(EBUSY, std::generic_category());
+}
+
+void Camera::release() {
+  faults_.busy = false;
+  // A stream that refused a format is of no more use.
+  if (state_ == State::kFailed) plug([](const std::string&) {});
 }
 
 void Camera::streamStateChanged(pw_stream_state state) {
@@ -295,6 +301,10 @@ void Camera::onTick(void* data, std::uint64_t /*expirations*/) noexcept {
 
 void Camera::onNodeTime(void* data, std::uint64_t /*expirations*/) noexcept {
   static_cast<Camera*>(data)->enterNode();
+}
+
+void Camera::onRelease(void* data, std::uint64_t /*expirations*/) noexcept {
+  static_cast<Camera*>(data)->release();
 }
 
 void Camera::onLost(void* data, std::uint64_t /*count*/) noexcept {

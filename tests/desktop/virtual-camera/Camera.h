@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -76,6 +75,7 @@ class Camera {
 
   static void onTick(void* data, std::uint64_t expirations) noexcept;
   static void onNodeTime(void* data, std::uint64_t expirations) noexcept;
+  static void onRelease(void* data, std::uint64_t expirations) noexcept;
   static void onLost(void* data, std::uint64_t count) noexcept;
 
   void connect();
@@ -87,7 +87,8 @@ class Camera {
   void failPlug(const std::string& error);
   void completeUnplug(int sequence);
   void loseDaemon();
-  bool isBusy();
+  void refuseWhileBusy();
+  void release();
   FrameLayout chooseFormat(const NegotiatedFormat& format);
   void streamStateChanged(pw_stream_state state);
   void startRun();
@@ -105,6 +106,7 @@ class Camera {
   std::function<void()> changed_ = [] {};
   Source timer_;
   Source nodeTimer_;
+  Source releaseTimer_;
   Source lostEvent_;
 
   std::unique_ptr<Connection> connection_;
@@ -117,7 +119,6 @@ class Camera {
   State state_ = State::kUnplugged;
   PreparedFrames* frames_ = nullptr;
   std::optional<NegotiatedFormat> format_;
-  std::optional<std::chrono::steady_clock::time_point> firstRefusal_;
   bool stalled_ = false;
   bool withheld_ = false;
   std::uint64_t sequence_ = 0;
