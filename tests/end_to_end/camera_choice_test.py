@@ -50,6 +50,11 @@ class Order(ToolTest):
     def test_kinds_of_camera_count_more_than_priority(self):
         self.assert_photo_of_chosen()
 
+    @in_desktop(f"name=sensor,title=imx,modes=BAYER:1920x1080@30,{V4L2}0", f"name=stream,modes=H264:1920x1080@30,{V4L2}1",
+                f"name=meta,modes=none,{V4L2}2", CHOSEN)
+    def test_nodes_that_give_no_picture_are_no_cameras(self):
+        self.assert_photo_of_chosen()
+
     @in_desktop("name=ir,title=IR camera,modes=GRAY8:320x240@30")
     def test_an_infrared_camera_is_better_than_none(self):
         tool = Tool()
@@ -68,6 +73,14 @@ class NoCameras(ToolTest):
                 f"name=gamescope,title=,property=media.role=,modes=BGRx:320x240@30/60")
     def test_a_shared_screen_is_no_camera_with_or_without_a_role(self):
         self.assert_no_camera()
+
+    @in_desktop(f"name=sensor,title=imx,modes=BAYER:1920x1080@30,{V4L2}0", f"name=stream,modes=H264:1920x1080@30,{V4L2}1",
+                f"name=meta,modes=none,{V4L2}2")
+    def test_the_journal_says_why_a_node_is_no_camera(self):
+        self.assert_no_camera()
+        log = Tool().log()
+        for word in ("H.264", "Bayer"):
+            self.assertIn(word.lower(), log.lower())
 
 
 class Popup(WindowTest):

@@ -23,6 +23,15 @@ class SilentRun(ToolTest):
     def test_the_system_sleeps_for_a_moment(self):
         self.assert_photo(Tool().start())
 
+    @in_desktop(f"{DESK},device=usb-1,device-property=device.api=v4l2,node-delay=1500")
+    def test_the_node_comes_long_after_its_device(self):
+        self.assert_photo(Tool().start())
+
+    @in_desktop(f"{DESK},exposure=2500")
+    def test_the_exposure_settles_slowly(self):
+        picture = self.assert_photo(Tool().start())
+        self.assertGreater(picture.at(0.97, 0.5)[0], 200)
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -10,14 +10,17 @@ namespace platform_linux {
 namespace {
 
 constexpr std::chrono::milliseconds kWindow{100};
+/// Enough frames for an answer before that: many cameras adjust at every second frame only.
+constexpr std::size_t kFewestSamples = 3;
 /// Changes below this are noise, mains light that beats with the frame rate, or movement in the picture.
 constexpr double kLevels = 3;
 constexpr double kShare = 0.03;
 /// The picture is decoded at about this size; small enough to cost little, large enough to average well.
 constexpr picture::PixelSize kMeasured{64, 48};
 
-bool isNear(double a, double b) {
-  return std::abs(a - b) <= std::max(kLevels, kShare * std::max(a, b));
+// Whether two means differ by less than that; `part` of it for frames that are closer than the window.
+bool isNear(double a, double b, double part) {
+  return std::abs(a - b) <= part * std::max(kLevels, kShare * std::max(a, b));
 }
 
 }  // namespace
@@ -48,9 +51,13 @@ void ExposureTrend::add(Time time, const Exposure& exposure) {
 
 bool ExposureTrend::hasSettled() const {
   if (samples_.size() < 2) return false;
+  const std::chrono::duration<double> span = samples_.back().time - samples_.front().time;
+  const double part = std::min(1.0, span / kWindow);
+  if (part < 1 && samples_.size() < kFewestSamples) return false;
   const Exposure& before = samples_.front().exposure;
   const Exposure& now = samples_.back().exposure;
-  return isNear(before.red, now.red) && isNear(before.green, now.green) && isNear(before.blue, now.blue);
+  return isNear(before.red, now.red, part) && isNear(before.green, now.green, part) &&
+         isNear(before.blue, now.blue, part);
 }
 
 }  // namespace platform_linux

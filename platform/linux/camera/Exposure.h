@@ -28,7 +28,7 @@ class ExposureTrend {
   /// A new run of the camera.
   void restart() { samples_.clear(); }
   void add(Time time, const Exposure& exposure);
-  /// False until two frames have been measured.
+  /// False until three frames have been measured, or two that are a tenth of a second apart.
   [[nodiscard]] bool hasSettled() const;
 
  private:

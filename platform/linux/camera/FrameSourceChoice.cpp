@@ -127,7 +127,11 @@ void FrameSourceChoice::choose() {
   // Until the other source has told its cameras there is nothing to tell.
   if (isOtherChosen_ && !otherCensus_) return;
   access_->choose(isOtherChosen_);
-  client_->camerasChanged(*this, isOtherChosen_ ? *otherCensus_ : *usualCensus_);
+  CameraCensus census = isOtherChosen_ ? *otherCensus_ : *usualCensus_;
+  // Why the usual source has no camera is worth knowing then.
+  if (isOtherChosen_)
+    census.notes.insert(census.notes.end(), usualCensus_->notes.begin(), usualCensus_->notes.end());
+  client_->camerasChanged(*this, std::move(census));
 }
 
 void FrameSourceChoice::otherStreamGoes() {

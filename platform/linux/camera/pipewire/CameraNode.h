@@ -34,8 +34,8 @@ class CameraNode {
   [[nodiscard]] bool isWhole() const { return isWhole_; }
   [[nodiscard]] std::uint64_t serial() const { return serial_; }
   [[nodiscard]] const NodeProperties& properties() const { return properties_; }
-  /// False when the camera states formats and none can be decoded.
-  [[nodiscard]] bool isUsable() const { return !modes_.empty() || codedFormats_.empty(); }
+  /// False when none of the formats that it states can be decoded, or it states none.
+  [[nodiscard]] bool isUsable() const { return !modes_.empty(); }
   /// The formats that cannot be decoded, for people; empty while none was stated.
   [[nodiscard]] std::string codedFormats() const;
   [[nodiscard]] NodeEntry entry() const { return {properties_, properties_.camera(modes_)}; }

@@ -21,7 +21,13 @@ std::string_view property(const spa_dict& properties, const char* key) {
 
 bool isCameraDevice(const spa_dict& properties) {
   const auto api = property(properties, PW_KEY_DEVICE_API);
-  return api == "v4l2" || api == "libcamera";
+  return api == "v4l2" || api == "libcamera" || property(properties, PW_KEY_MEDIA_CLASS) == "Video/Device";
+}
+
+std::string whyNotListed(const CameraNode& node) {
+  const std::string coded = node.codedFormats();
+  return node.properties().title() + " is not listed: it offers " +
+         (coded.empty() ? "no pictures" : "only what cannot be read here (" + coded + ")");
 }
 
 bool isSessionManager(const spa_dict& properties) {
@@ -117,9 +123,7 @@ void CameraRegistry::tell() {
     if (node->isUsable())
       entries.push_back(node->entry());
     else
-      census.notes.push_back(node->properties().title() +
-                             " is not listed: it offers only what cannot be read here (" +
-                             node->codedFormats() + ")");
+      census.notes.push_back(whyNotListed(*node));
   }
   census.cameras = distinctCameras(std::move(entries));
   census.state = mayExpectMore() ? CameraCensus::State::kGathering : CameraCensus::State::kComplete;
