@@ -44,7 +44,9 @@ class Cut:
         self._disk = folder / "disk"
         with open(self._disk, "wb") as disk:
             disk.truncate(DISK_BYTES)
-        subprocess.run([*MAKE[file_system], self._disk], check=True, stdout=subprocess.DEVNULL)
+        # The programs that make file systems are where ordinary users do not look.
+        environment = os.environ | {"PATH": os.environ.get("PATH", "") + ":/usr/sbin:/sbin"}
+        subprocess.run([*MAKE[file_system], self._disk], check=True, stdout=subprocess.DEVNULL, env=environment)
 
     def _boot(self, name, *arguments):
         share = self._folder / name
