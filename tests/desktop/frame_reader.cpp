@@ -36,6 +36,8 @@ constexpr int kNoCameraStatus = 2;
 constexpr int kUnpluggedStatus = 3;
 constexpr int kErrorStatus = 4;
 
+constexpr std::uint64_t kNoFrame = 0;  // the camera counts its frames from 1
+
 constexpr const char* kUsage =
     "Usage: frame_reader NAME MODE FRAMES [FOLDER]\n"
     "Reads FRAMES frames from the camera NAME in MODE, as in MJPG:640x480@30, and writes a line for each:\n"
@@ -242,10 +244,13 @@ void FrameReader::openStream() {
 }
 
 void FrameReader::take(const spa_buffer& buffer) {
-  const auto bytes = contents(buffer);
   const auto* header = static_cast<const spa_meta_header*>(
       spa_buffer_find_meta_data(&buffer, SPA_META_Header, sizeof(spa_meta_header)));
-  const auto sequence = header == nullptr ? 0 : header->seq;
+  const auto sequence = header == nullptr ? kNoFrame : header->seq;
+  // The graph's first cycle, which is its own, may pass a buffer on that the camera is still about to fill.
+  // The camera writes the number last, so it is read first.
+  if (sequence == kNoFrame) return;
+  const auto bytes = contents(buffer);
   if (!folder_.empty()) {
     std::ofstream file(folder_ + "/" + std::to_string(sequence), std::ios::binary);
     file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
