@@ -48,6 +48,28 @@ def raw(name, width, height, **how):
     return lambda path: raw_reference.decode(path.read_bytes(), name, width, height, **how)
 
 
+class Lying:
+    """Decodes frames that lie in the buffer flipped left to right and then turned counter-clockwise, upright again."""
+
+    def __init__(self, decode, transform):
+        self._decode = decode
+        self._flipped, angle = "flipped" in transform, transform.split("-")[-1]
+        self._turns = int(angle) // 90 if angle.isdigit() else 0
+
+    def __call__(self, path):
+        picture = self._decode(path)
+        for _ in range(self._turns):
+            picture = picture.turned()
+        return picture.mirrored() if self._flipped else picture
+
+    def as_sent(self, upright):
+        """The upright picture as it lies in the buffer."""
+        picture = upright.mirrored() if self._flipped else upright
+        for _ in range(-self._turns % 4):
+            picture = picture.turned()
+        return picture
+
+
 class FieldTest(ToolTest):
     """`check` runs the tool with each of the cameras at once."""
 
@@ -65,7 +87,7 @@ class FieldTest(ToolTest):
 
     def assert_shows_one_of(self, photo, camera, decode, tolerance):
         nearest = 256
-        for path in self.likely(photo, camera):
+        for path in self.likely(photo, camera, decode):
             picture = decode(path)
             if picture is not None:
                 nearest = min(nearest, photo.furthest(picture.mirrored()))
@@ -75,9 +97,10 @@ class FieldTest(ToolTest):
                   f"from the nearest by {nearest}\n{camera.tool.log()}")
 
     @staticmethod
-    def likely(photo, camera):
+    def likely(photo, camera, decode):
         """The frames sent, those first whose number the photo shows."""
-        count = counter(photo.mirrored())
+        upright = photo.mirrored()
+        count = counter(decode.as_sent(upright) if isinstance(decode, Lying) else upright)
         frames = camera.frames()
         shown = [path for path in frames if int(path.stem) & 0xFFFF == count]
         return shown + [path for path in frames if path not in shown][:_COUNTER_BITS]
