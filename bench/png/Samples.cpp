@@ -1,16 +1,13 @@
 #include "bench/png/Samples.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
-#include <jpeglib.h>
-
 #include "bench/png/Scenes.h"
 #include "picture/PhotoRows.h"
+#include "tests/support/jpeg/JpegEncoder.h"
 
 namespace camera_shot_bench {
 namespace {
@@ -52,35 +49,7 @@ void makeDrawings(std::uint32_t width, std::uint32_t height, const std::function
 }  // namespace
 
 Bytes encodeCameraJpeg(const Picture& picture, int quality) {
-  jpeg_compress_struct encoder{};
-  jpeg_error_mgr errors{};
-  encoder.err = jpeg_std_error(&errors);
-  jpeg_create_compress(&encoder);
-  unsigned char* bytes = nullptr;
-  unsigned long size = 0;
-  jpeg_mem_dest(&encoder, &bytes, &size);
-  encoder.image_width = picture.width;
-  encoder.image_height = picture.height;
-  encoder.input_components = 3;
-  encoder.in_color_space = JCS_RGB;
-  jpeg_set_defaults(&encoder);
-  jpeg_set_quality(&encoder, quality, TRUE);
-  encoder.comp_info[0].h_samp_factor = 2;
-  encoder.comp_info[0].v_samp_factor = 1;
-  jpeg_start_compress(&encoder, TRUE);
-  while (encoder.next_scanline < encoder.image_height) {
-    Bytes row(
-        picture.pixels.begin() + static_cast<std::ptrdiff_t>(encoder.next_scanline * picture.rowBytes()),
-        picture.pixels.begin() +
-            static_cast<std::ptrdiff_t>((encoder.next_scanline + 1) * picture.rowBytes()));
-    JSAMPROW pointer = row.data();
-    jpeg_write_scanlines(&encoder, &pointer, 1);
-  }
-  jpeg_finish_compress(&encoder);
-  Bytes jpeg(bytes, bytes + size);
-  jpeg_destroy_compress(&encoder);
-  std::free(bytes);
-  return jpeg;
+  return test_support::encodeJpeg(picture.width, picture.height, picture.pixels, {.quality = quality});
 }
 
 Picture decodeJpeg(const Bytes& jpeg) {

@@ -99,9 +99,9 @@ TEST_F(ApplicationLaunch, OtherCallsThatReachAProcessLaunchedByAClickAreHandedOn
   expectLines({"willFinishLaunching",
                "launched by Photo_Taken_Notification UNNotificationDefaultActionIdentifier /stay"});
   const int clicked = journal_.teller();
-  g_dbus_connection_call(connection(), kProbeIdentifier, "/com/example/Probe", "org.freedesktop.Application",
-                         "Activate", g_variant_new("(a{sv})", nullptr), nullptr, G_DBUS_CALL_FLAGS_NONE, -1,
-                         nullptr, nullptr, nullptr);
+  g_dbus_connection_call(client().connection(), kProbeIdentifier, "/com/example/Probe",
+                         "org.freedesktop.Application", "Activate", g_variant_new("(a{sv})", nullptr),
+                         nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr, nullptr);
   EXPECT_EQ(activateAction("open-photo", "/another.png"), "");
   expectLines({"clicked Photo_Taken_Notification OPEN_ACTION /another.png"});
   ::kill(clicked, SIGTERM);

@@ -151,8 +151,8 @@ class SlowHelper {
 };
 
 TEST_F(ApplicationRunning, AHoldKeepsTheProcessUntilTheReplyCame) {
-  SlowHelper helper(connection());
-  ASSERT_TRUE(callBus("RequestName", g_variant_new("(su)", "com.example.Helper", 0U)));
+  SlowHelper helper(client().connection());
+  ASSERT_TRUE(client().ask("RequestName", g_variant_new("(su)", "com.example.Helper", 0U)));
   const auto probe = running("hold for a reply");
   ASSERT_TRUE(helper.waitForTheCall());
   expectLines({"shouldTerminate", "willTerminate"});
@@ -180,11 +180,11 @@ TEST_F(ApplicationRunning, OutlivesTheBus) {
 
 TEST_F(ApplicationRunning, EndsOnABusThatAnswersNothing) {
   const auto probe = running();
-  bus().signal(SIGSTOP);
+  bus().pause();
   probe->signal(SIGTERM);
   expectLines({"shouldTerminate", "willTerminate", "ended 0"});
   EXPECT_EQ(probe->wait(), 0);
-  bus().signal(SIGCONT);
+  bus().resume();
 }
 
 // Each click launches a process that leaves at once; the next click is sent a little later every time, so
@@ -199,7 +199,7 @@ TEST_F(ApplicationRunning, NoClickIsLostAroundTheEnd) {
     EXPECT_EQ(activateAction("show-photo", sent.back()), "");
     journal_.waitFor(sent.back());
     for (int delay = 0; delay < i % kDelays; ++delay)
-      callBus("GetId", g_variant_new("()"));
+      client().ask("GetId", nullptr);
   }
   std::vector<std::string> heard;
   for (const std::string& line : journal_.lines())
@@ -243,7 +243,7 @@ TEST_F(ApplicationRunning, ClicksThatReachALeavingProcessGoToTheNextOne) {
   std::vector<std::string> sent;
   for (int i = 0; i < kClicks; ++i) {
     sent.push_back("/photo " + std::to_string(i));
-    clicks.send(connection(), sent.back());
+    clicks.send(client().connection(), sent.back());
   }
   std::vector<std::string> heard;
   for (int i = 0; i < kClicks; ++i) {

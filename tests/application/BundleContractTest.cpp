@@ -4,6 +4,7 @@
 #include "tests/application/ProbeFixture.h"
 #include "tests/contract/NSBundleContract.h"
 #include "tests/fakes/FakeFoundation.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace contract {
 
@@ -11,7 +12,7 @@ namespace {
 
 std::shared_ptr<platform::NSBundle> makeReal(const BundleTables& tables) {
   struct Made {
-    application_tests::TemporaryFolder folder;
+    test_support::TemporaryFolder folder;
     platform_linux::Bundle bundle{"com.verrano.quillo.CameraShot", "main", folder.path(), {"de"}};
   };
   const auto made = std::make_shared<Made>();

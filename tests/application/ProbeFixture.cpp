@@ -4,6 +4,9 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include "tests/support/BusClient.h"
+#include "tests/support/PrivateBus.h"
+
 namespace application_tests {
 
 using platform_linux::GErrorHandle;
@@ -22,16 +25,6 @@ GVariant* platformData(const std::string& token) {
 }
 
 }  // namespace
-
-TemporaryFolder::TemporaryFolder() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "probe-XXXXXX").string();
-  if (::mkdtemp(pattern.data())) path_ = pattern;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-  std::error_code error;
-  std::filesystem::remove_all(path_, error);
-}
 
 Environment probeEnvironment(const std::filesystem::path& folder) {
   Environment environment{{"PROBE_JOURNAL", (folder / "journal").string()},
@@ -62,30 +55,25 @@ std::unique_ptr<ProcessUnderTest> ProbeTest::start(const std::string& then,
   return std::make_unique<ProcessUnderTest>(command, environment, (folder_.path() / "stderr").string());
 }
 
-PrivateBus& ProbeTest::bus(bool activatable) {
+test_support::PrivateBus& ProbeTest::bus(bool activatable) {
   if (!bus_) {
-    bus_ = std::make_unique<PrivateBus>(folder_.path(), environment_, kProbeIdentifier,
-                                        activatable ? PROBE_APPLICATION : "");
+    bus_ = std::make_unique<test_support::PrivateBus>(environment_);
+    if (activatable) bus_->addService(kProbeIdentifier, PROBE_APPLICATION, "--gapplication-service");
     environment_["DBUS_SESSION_BUS_ADDRESS"] = bus_->address();
   }
   return *bus_;
 }
 
-GDBusConnection* ProbeTest::connection() {
-  if (!connection_) {
-    const auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-    connection_ = platform_linux::GObjectRef<GDBusConnection>::adopt(
-        g_dbus_connection_new_for_address_sync(bus().address().c_str(), flags, nullptr, nullptr, nullptr));
-  }
-  return connection_.get();
+const test_support::BusClient& ProbeTest::client() {
+  if (!client_) client_ = std::make_unique<test_support::BusClient>(bus().address());
+  return *client_;
 }
 
 std::string ProbeTest::call(const char* method, GVariant* arguments) {
   GErrorHandle error;
   const GVariantHandle reply(g_dbus_connection_call_sync(
-      connection(), kProbeIdentifier, "/com/example/Probe", "org.freedesktop.Application", method, arguments,
-      nullptr, G_DBUS_CALL_FLAGS_NONE, kPatience, nullptr, error.out()));
+      client().connection(), kProbeIdentifier, "/com/example/Probe", "org.freedesktop.Application", method,
+      arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, kPatience, nullptr, error.out()));
   return error.message();
 }
 
@@ -103,19 +91,6 @@ std::string ProbeTest::activateAction(const std::string& name, const std::string
   g_variant_builder_init(&parameters, G_VARIANT_TYPE("av"));
   if (!target.empty()) g_variant_builder_add(&parameters, "v", g_variant_new_string(target.c_str()));
   return call("ActivateAction", g_variant_new("(sav@a{sv})", name.c_str(), &parameters, platformData({})));
-}
-
-GVariantHandle ProbeTest::callBus(const char* method, GVariant* arguments) {
-  return GVariantHandle(g_dbus_connection_call_sync(
-      connection(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method,
-      arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, kPatience, nullptr, nullptr));
-}
-
-bool ProbeTest::nameHasOwner(const std::string& name) {
-  const GVariantHandle reply = callBus("NameHasOwner", g_variant_new("(s)", name.c_str()));
-  gboolean owned = FALSE;
-  if (reply) g_variant_get(reply.get(), "(b)", &owned);
-  return owned != FALSE;
 }
 
 void ProbeTest::expectLines(const std::vector<std::string>& expected) {

@@ -10,26 +10,15 @@
 
 #include "platform/linux/base/FileDescriptor.h"
 #include "platform/linux/base/Handles.h"
-#include "tests/application/PrivateBus.h"
 #include "tests/application/ProbeJournal.h"
 #include "tests/application/ProcessUnderTest.h"
+#include "tests/support/BusClient.h"
+#include "tests/support/PrivateBus.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace application_tests {
 
 inline constexpr const char* kProbeIdentifier = "com.example.Probe";
-
-/// A folder of its own, gone with the test.
-class TemporaryFolder {
- public:
-  TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  ~TemporaryFolder();
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
 
 /// What a probe needs to know of a test that keeps everything in `folder`: its journal, its lifeline (a pipe;
 /// a probe without one lives on) and the user's folders.
@@ -47,21 +36,17 @@ class ProbeTest : public testing::Test {
                                           const std::vector<std::string>& arguments = {});
   /// The bus, started when first asked for; probes started before have none. `activatable`: it knows how to
   /// start the probe.
-  PrivateBus& bus(bool activatable = true);
-  GDBusConnection* connection();
+  test_support::PrivateBus& bus(bool activatable = true);
+  const test_support::BusClient& client();
 
   /// Calls the application as a desktop does and answers the error's text, empty when all went well.
   std::string activate(const std::string& token = {});
   std::string open(const std::string& uri);
   std::string activateAction(const std::string& name, const std::string& target);
-  /// Calls the bus itself, for its answer or just for the time that takes.
-  platform_linux::GVariantHandle callBus(const char* method, GVariant* arguments);
-  bool nameHasOwner(const std::string& name);
-
   /// The next lines of the journal, as many as there are in `expected`, are these.
   void expectLines(const std::vector<std::string>& expected);
 
-  TemporaryFolder folder_;
+  test_support::TemporaryFolder folder_;
   ProbeJournal journal_;
   Environment environment_;
 
@@ -69,8 +54,8 @@ class ProbeTest : public testing::Test {
   platform_linux::FileDescriptor lifeline_;
   std::string call(const char* method, GVariant* arguments);
 
-  std::unique_ptr<PrivateBus> bus_;
-  platform_linux::GObjectRef<GDBusConnection> connection_;
+  std::unique_ptr<test_support::PrivateBus> bus_;
+  std::unique_ptr<test_support::BusClient> client_;
 };
 
 }  // namespace application_tests

@@ -7,6 +7,8 @@
 #include "tests/application/ProbeFixture.h"
 #include "tests/contract/NSRunningApplicationContract.h"
 #include "tests/fakes/FakeAppKit.h"
+#include "tests/support/PrivateBus.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace contract {
 
@@ -21,7 +23,7 @@ class RealProcesses : public NSRunningApplicationFactory {
     environment_["PROBE_THEN"] = "count and stay";
     environment_["DBUS_SESSION_BUS_ADDRESS"] = "";
     if (hasBus) {
-      bus_ = std::make_unique<application_tests::PrivateBus>(folder_.path(), environment_, "", "");
+      bus_ = std::make_unique<test_support::PrivateBus>(environment_);
       environment_["DBUS_SESSION_BUS_ADDRESS"] = bus_->address();
     }
     for (const char* const name : {"XDG_RUNTIME_DIR", "DBUS_SESSION_BUS_ADDRESS"})
@@ -44,10 +46,10 @@ class RealProcesses : public NSRunningApplicationFactory {
   }
 
  private:
-  const application_tests::TemporaryFolder folder_;
+  const test_support::TemporaryFolder folder_;
   application_tests::ProbeJournal journal_{folder_.path() / "journal"};
   application_tests::Environment environment_ = application_tests::probeEnvironment(folder_.path());
-  std::unique_ptr<application_tests::PrivateBus> bus_;
+  std::unique_ptr<test_support::PrivateBus> bus_;
   std::unique_ptr<platform_linux::SessionBus> session_;
   std::unique_ptr<platform_linux::RunningApplications> count_;
   std::deque<std::unique_ptr<ProcessUnderTest>> others_;

@@ -13,6 +13,7 @@
 #include "platform/linux/base/FileDescriptor.h"
 #include "tests/application/CatalogFile.h"
 #include "tests/application/ProbeFixture.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace application_tests {
 
@@ -28,7 +29,7 @@ class Texts : public testing::Test {
     return Bundle("id", "main", folder_.path(), languages).localizedStringForKey(key);
   }
 
-  TemporaryFolder folder_;
+  test_support::TemporaryFolder folder_;
 };
 
 TEST_F(Texts, ComeFromTheFirstLanguageThatHasThem) {
@@ -95,7 +96,7 @@ TEST(Date, LaysOutTheLocalTime) {
 }
 
 TEST(Log, WritesTheLineAsItStands) {
-  const TemporaryFolder folder;
+  const test_support::TemporaryFolder folder;
   const std::string path = folder.path() / "errors";
   const platform_linux::FileDescriptor before(::dup(STDERR_FILENO));
   {

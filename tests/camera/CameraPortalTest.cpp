@@ -10,17 +10,19 @@
 
 #include "platform/linux/camera/pipewire/CameraPortal.h"
 #include "tests/camera/MockPortal.h"
-#include "tests/notifications/TestBus.h"
+#include "tests/support/BusClient.h"
+#include "tests/support/MainLoop.h"
+#include "tests/support/PrivateBus.h"
 
 namespace camera_test {
 namespace {
 
-using camera_shot_tests::BusClient;
-using camera_shot_tests::TestBus;
-using camera_shot_tests::waitUntil;
 using platform_linux::CameraPortal;
 using platform_linux::FileDescriptor;
 using platform_linux::SessionBus;
+using test_support::BusClient;
+using test_support::PrivateBus;
+using test_support::waitUntil;
 using testing::ElementsAre;
 using Answer = platform_linux::CameraPortal::Answer;
 
@@ -50,7 +52,7 @@ class CameraPortalTest : public testing::Test {
     waitUntil([&] { return isDone; });
   }
 
-  TestBus testBus_;
+  PrivateBus testBus_;
   SessionBus bus_;
   std::optional<MockPortal> mock_;
   std::shared_ptr<CameraPortal> portal_;
@@ -111,7 +113,7 @@ TEST_F(CameraPortalTest, WithoutAPortalThereIsNobodyToAsk) {
 }
 
 TEST_F(CameraPortalTest, OnABusThatDiedThereIsNobodyToAsk) {
-  testBus_.stop();
+  testBus_.kill();
   makePortal();
   ask();
   ASSERT_TRUE(waitForAnswer());

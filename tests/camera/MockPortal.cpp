@@ -7,6 +7,8 @@
 
 #include <gio/gunixfdlist.h>
 
+#include "tests/support/MainLoop.h"
+
 namespace camera_test {
 namespace {
 
@@ -72,7 +74,7 @@ int MockPortal::countOf(const std::string& method) const {
 }
 
 bool MockPortal::waitFor(const std::string& method, int count) const {
-  return camera_shot_tests::waitUntil([&] { return countOf(method) >= count; });
+  return test_support::waitUntil([&] { return countOf(method) >= count; });
 }
 
 void MockPortal::setCameraPresent(bool present) {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/notifications/TestBus.h"
+#include "tests/support/BusClient.h"
 
 namespace camera_test {
 
@@ -48,7 +48,7 @@ class MockPortal {
               GDBusMethodInvocation* invocation);
   void returnRemote(GDBusMethodInvocation* invocation) const;
 
-  camera_shot_tests::BusClient client_;
+  test_support::BusClient client_;
   guint registration_ = 0;
   bool isCameraPresent_ = false;
   std::vector<std::string> calls_;

@@ -6,13 +6,13 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/camera/pipewire/Sandbox.h"
-#include "tests/notifications/TestBus.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace camera_test {
 namespace {
 
-using camera_shot_tests::TemporaryFolder;
 using platform_linux::runsInSandbox;
+using test_support::TemporaryFolder;
 
 /// A file system of its own with an executable in it.
 class SandboxTest : public testing::Test {

@@ -21,13 +21,14 @@
 #include "tests/camera/CameraFixture.h"
 #include "tests/camera/MockPortal.h"
 #include "tests/camera/PrivateDesktop.h"
+#include "tests/support/MainLoop.h"
 
 namespace camera_test {
 namespace {
 
-using camera_shot_tests::waitUntil;
 using platform::AVAuthorizationStatus;
 using platform_linux::SessionBus;
+using test_support::waitUntil;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

@@ -1,6 +1,5 @@
 #include <cstdlib>
 #include <fcntl.h>
-#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/camera/pipewire/SocketAccess.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace camera_test {
 namespace {
@@ -23,31 +23,27 @@ class SocketAccessTest : public testing::Test {
   SocketAccessTest() {
     for (const char* name : {"PIPEWIRE_REMOTE", "PIPEWIRE_RUNTIME_DIR", "USERPROFILE"})
       ::unsetenv(name);
-    ::setenv("XDG_RUNTIME_DIR", folder_.c_str(), 1);
+    ::setenv("XDG_RUNTIME_DIR", folder_.path().c_str(), 1);
   }
   ~SocketAccessTest() override {
     if (::getuid() == 0) {
       EXPECT_EQ(::seteuid(0), 0);
     }
-    std::filesystem::remove_all(folder_);
   }
 
  protected:
   void makeSocket(mode_t mode) {
-    const std::string path = folder_ + "/pipewire-0";
+    const std::string path = folder_ / "pipewire-0";
     ASSERT_EQ(::mknod(path.c_str(), S_IFSOCK | 0600, 0), 0);
     ASSERT_EQ(::chmod(path.c_str(), mode), 0);
-    ASSERT_EQ(::chmod(folder_.c_str(), 0755), 0);
+    ASSERT_EQ(::chmod(folder_.path().c_str(), 0755), 0);
     // A superuser could not be refused anything: this one stops being one for the question.
     if (::getuid() == 0) {
       ASSERT_EQ(::seteuid(65534), 0);
     }
   }
 
-  std::string folder_ = [] {
-    std::string name = std::filesystem::temp_directory_path() / "camera-access-XXXXXX";
-    return std::string(::mkdtemp(name.data()));
-  }();
+  const test_support::TemporaryFolder folder_;
 };
 
 TEST_F(SocketAccessTest, IsGrantedWithoutADaemon) {
@@ -68,7 +64,7 @@ TEST_F(SocketAccessTest, IsDeniedToWhomMayNotOpenTheSocket) {
 }
 
 TEST_F(SocketAccessTest, LooksWhereTheLibraryLooks) {
-  EXPECT_THAT(daemonSocketPaths(), ElementsAre(folder_ + "/pipewire-0", "/run/pipewire/pipewire-0"));
+  EXPECT_THAT(daemonSocketPaths(), ElementsAre(folder_ / "pipewire-0", "/run/pipewire/pipewire-0"));
   ::setenv("PIPEWIRE_RUNTIME_DIR", "/other", 1);
   ::setenv("PIPEWIRE_REMOTE", "mine", 1);
   EXPECT_THAT(daemonSocketPaths(), ElementsAre("/other/mine", "/run/pipewire/mine"));

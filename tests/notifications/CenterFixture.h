@@ -10,7 +10,7 @@
 #include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/notifications/UserNotificationCenter.h"
 #include "tests/notifications/MockService.h"
-#include "tests/notifications/TestBus.h"
+#include "tests/support/MainLoop.h"
 
 namespace camera_shot_tests {
 
@@ -60,7 +60,7 @@ class Center {
 
   bool held() const { return !hold_.expired(); }
   bool waitForRelease() const {
-    return waitUntil([this] { return !held(); });
+    return test_support::waitUntil([this] { return !held(); });
   }
   platform_linux::UserNotificationCenter* operator->() { return &center_; }
   int soundsPlayed() const { return soundsPlayed_; }

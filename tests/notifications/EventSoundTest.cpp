@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/desktop/Sound.h"
+#include "tests/notifications/Processes.h"
 #include "tests/notifications/SoundJournal.h"
 
 namespace camera_shot_tests {

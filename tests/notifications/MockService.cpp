@@ -5,8 +5,11 @@
 #include <utility>
 
 #include "platform/linux/bus/BusNames.h"
+#include "tests/support/MainLoop.h"
 
 namespace camera_shot_tests {
+
+using test_support::waitUntil;
 
 using platform_linux::GDBusNodeInfoHandle;
 using platform_linux::GErrorHandle;

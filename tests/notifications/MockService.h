@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/notifications/TestBus.h"
+#include "tests/support/BusClient.h"
 
 namespace camera_shot_tests {
 
@@ -44,12 +44,12 @@ class MockService {
   /// Sends a signal to everybody. `arguments` floating.
   void emit(const char* signal, GVariant* arguments) const;
   std::string uniqueName() const;
-  const BusClient& client() const { return client_; }
+  const test_support::BusClient& client() const { return client_; }
 
  private:
   void onCall(const char* sender, const char* method, GVariant* arguments, GDBusMethodInvocation* invocation);
 
-  BusClient client_;
+  test_support::BusClient client_;
   const std::string name_;
   const std::string interface_;
   const std::string path_;

@@ -3,8 +3,14 @@
 #include <utility>
 
 #include "platform/linux/bus/BusNames.h"
+#include "tests/support/BusClient.h"
+#include "tests/support/MainLoop.h"
 
 namespace camera_shot_tests {
+
+using test_support::BusClient;
+using test_support::waitUntil;
+
 namespace {
 
 using platform_linux::GErrorHandle;

@@ -9,7 +9,7 @@
 
 #include "tests/notifications/CenterFixture.h"
 #include "tests/notifications/MockService.h"
-#include "tests/notifications/TestBus.h"
+#include "tests/support/BusClient.h"
 
 namespace camera_shot_tests {
 
@@ -28,7 +28,7 @@ inline const std::string kFailure = "{'title': <'Camera not found.'>, 'default-a
 
 /// Posts through the helper, which the bus starts where it does not run, and waits until it has taken the
 /// notification.
-testing::AssertionResult post(const BusClient& client, const std::string& dictionary,
+testing::AssertionResult post(const test_support::BusClient& client, const std::string& dictionary,
                               const std::string& identifier = "Photo",
                               const std::string& applicationId = kApplication);
 

@@ -6,15 +6,21 @@
 #include "notifier/Service.h"
 #include "platform/linux/bus/BusNames.h"
 #include "tests/notifications/NotifierFixture.h"
+#include "tests/support/MainLoop.h"
+#include "tests/support/PrivateBus.h"
 
 namespace camera_shot_tests {
+
+using test_support::PrivateBus;
+using test_support::waitUntil;
+
 namespace {
 
 using ::testing::HasSubstr;
 using ::testing::SizeIs;
 
 TEST(NotifierService, APostInItsHandsIsShownAlthoughAnotherHasTheName) {
-  TestBus bus;
+  PrivateBus bus;
   const auto daemon = makeService(bus.address());
   const auto other = makeHelper(bus.address());
   const platform_linux::SessionBus session;

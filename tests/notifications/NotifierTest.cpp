@@ -10,9 +10,18 @@
 #include <gtest/gtest.h>
 
 #include "tests/notifications/NotifierFixture.h"
+#include "tests/notifications/Processes.h"
 #include "tests/notifications/SoundJournal.h"
+#include "tests/support/BusClient.h"
+#include "tests/support/MainLoop.h"
+#include "tests/support/PrivateBus.h"
 
 namespace camera_shot_tests {
+
+using test_support::BusClient;
+using test_support::PrivateBus;
+using test_support::waitUntil;
+
 namespace {
 
 using ::testing::ElementsAre;
@@ -35,7 +44,7 @@ class Notifier : public testing::Test {
   }
   void close(std::uint32_t id) const { service_->emit("NotificationClosed", g_variant_new("(uu)", id, 2U)); }
 
-  TestBus bus_;
+  PrivateBus bus_;
   std::unique_ptr<MockService> service_ = makeService(bus_.address());
 };
 
@@ -396,7 +405,7 @@ TEST_F(Notifier, EndsWithTheBus) {
   ASSERT_TRUE(post(service_->client(), kPhoto));
   ASSERT_TRUE(waitForNotifications(1));
   const pid_t helper = service_->client().processOf(kNotifier);
-  bus_.stop();
+  bus_.kill();
   EXPECT_TRUE(waitForEnd(helper));
 }
 

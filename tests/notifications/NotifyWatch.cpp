@@ -3,7 +3,11 @@
 #include <array>
 #include <stdexcept>
 
+#include "tests/support/MainLoop.h"
+
 namespace camera_shot_tests {
+
+using test_support::waitUntil;
 
 using platform_linux::GVariantHandle;
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/notifications/TestBus.h"
+#include "tests/support/BusClient.h"
 
 namespace camera_shot_tests {
 
@@ -25,7 +25,7 @@ class NotifyWatch {
   std::vector<std::uint32_t> ids() const;
   GDBusMessage* onMessage(GDBusConnection* connection, GDBusMessage* message);
 
-  const BusClient client_;
+  const test_support::BusClient client_;
   guint filter_ = 0;
   mutable std::mutex mutex_;
   std::vector<std::uint32_t> ids_;  // guarded by mutex_: filters run on the library's thread

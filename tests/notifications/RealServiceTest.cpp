@@ -17,8 +17,12 @@
 
 #include "tests/notifications/NotifierFixture.h"
 #include "tests/notifications/NotifyWatch.h"
+#include "tests/support/BusClient.h"
 
 namespace camera_shot_tests {
+
+using test_support::BusClient;
+
 namespace {
 
 using ::testing::HasSubstr;

@@ -6,6 +6,7 @@
 #include "tests/contract/NSSoundContract.h"
 #include "tests/fakes/FakeAppKit.h"
 #include "tests/notifications/SoundJournal.h"
+#include "tests/support/MainLoop.h"
 
 namespace contract {
 
@@ -21,7 +22,7 @@ class RealSounds : public NSSoundFactory {
     return static_cast<int>(std::count(lines.begin(), lines.end(), '\n'));
   }
   bool runUntil(const std::function<bool()>& condition) override {
-    return camera_shot_tests::waitUntil(condition);
+    return test_support::waitUntil(condition);
   }
 
  private:

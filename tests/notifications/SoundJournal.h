@@ -5,7 +5,9 @@
 #include <sstream>
 #include <string>
 
-#include "tests/notifications/TestBus.h"
+#include "platform/linux/base/Handles.h"
+#include "tests/support/MainLoop.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace camera_shot_tests {
 
@@ -22,7 +24,7 @@ class SoundJournal {
   }
 
   bool waitFor(const std::string& text) const {
-    return waitUntil([&] { return read() == text; });
+    return test_support::waitUntil([&] { return read() == text; });
   }
 
   std::string read() const {
@@ -32,7 +34,7 @@ class SoundJournal {
   }
 
  private:
-  const TemporaryFolder folder_;
+  const test_support::TemporaryFolder folder_;
   const std::string path_;
   const platform_linux::GObjectRef<GFile> file_;
   platform_linux::GObjectRef<GFileMonitor> monitor_;

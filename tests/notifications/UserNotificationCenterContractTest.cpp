@@ -6,6 +6,8 @@
 #include "tests/fakes/FakeUserNotifications.h"
 #include "tests/notifications/CenterFixture.h"
 #include "tests/notifications/NotifierFixture.h"
+#include "tests/support/MainLoop.h"
+#include "tests/support/PrivateBus.h"
 
 namespace contract {
 
@@ -34,13 +36,13 @@ class RealCenter : public UNUserNotificationCenterFactory {
   /// What is under way keeps the connection, which the next centre must not share.
   ~RealCenter() override {
     center_.reset();
-    EXPECT_TRUE(camera_shot_tests::waitUntil([this] { return hold_.expired(); }));
+    EXPECT_TRUE(test_support::waitUntil([this] { return hold_.expired(); }));
   }
   platform::UNUserNotificationCenter& center() override { return *center_; }
   std::map<std::string, ShownNotification> shown() const override { return shown_; }
   void act(const platform::UNNotificationResponse& response) override { center_->receiveResponse(response); }
   bool runUntil(const std::function<bool()>& condition) override {
-    return camera_shot_tests::waitUntil(condition);
+    return test_support::waitUntil(condition);
   }
 
  private:
@@ -63,7 +65,7 @@ class RealCenter : public UNUserNotificationCenterFactory {
   }
 
   std::map<std::string, ShownNotification> shown_;
-  const camera_shot_tests::TestBus bus_;
+  const test_support::PrivateBus bus_;
   const std::unique_ptr<camera_shot_tests::MockService> helper_ = camera_shot_tests::makeHelper(
       bus_.address(), [this](const camera_shot_tests::MockService::Call& call) { return show(call); });
   const std::unique_ptr<camera_shot_tests::MockService> service_ =

@@ -12,8 +12,16 @@
 
 #include "platform/linux/notifications/UserNotificationCenter.h"
 #include "tests/notifications/CenterFixture.h"
+#include "tests/support/MainLoop.h"
+#include "tests/support/PrivateBus.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace camera_shot_tests {
+
+using test_support::PrivateBus;
+using test_support::TemporaryFolder;
+using test_support::waitUntil;
+
 namespace {
 
 using platform_linux::GObjectRef;
@@ -36,7 +44,7 @@ std::string photoArguments(const std::string& more) {
 const std::string kForHelper = photoArguments("'sound': <'default'>, ");
 
 TEST(UserNotificationCenter, ShellGetsTextsActionsAndTargets) {
-  const TestBus bus;
+  const PrivateBus bus;
   const auto shell = makeShell(bus.address());
   Center center;
   center->addNotificationRequest(photoRequest());
@@ -45,7 +53,7 @@ TEST(UserNotificationCenter, ShellGetsTextsActionsAndTargets) {
 }
 
 TEST(UserNotificationCenter, HelperGetsTheSameWithoutAShell) {
-  const TestBus bus;
+  const PrivateBus bus;
   const auto helper = makeHelper(bus.address());
   Center center;
   center->addNotificationRequest(photoRequest());
@@ -54,7 +62,7 @@ TEST(UserNotificationCenter, HelperGetsTheSameWithoutAShell) {
 }
 
 TEST(UserNotificationCenter, HelperIsAskedWhenTheShellRefuses) {
-  const TestBus bus;
+  const PrivateBus bus;
   // What the shell answers for a program without a desktop file.
   const auto shell = makeShell(bus.address(), [](const MockService::Call&) -> GVariant* {
     throw std::runtime_error("org.gtk.Notifications.InvalidApp");
@@ -68,7 +76,7 @@ TEST(UserNotificationCenter, HelperIsAskedWhenTheShellRefuses) {
 }
 
 TEST(UserNotificationCenter, AFailureHasNothingToClickButStillADefaultAction) {
-  const TestBus bus;
+  const PrivateBus bus;
   const auto shell = makeShell(bus.address());
   Center center;
   center->addNotificationRequest(failureRequest());
@@ -80,7 +88,7 @@ TEST(UserNotificationCenter, AFailureHasNothingToClickButStillADefaultAction) {
 }
 
 TEST(UserNotificationCenter, AFileNameThatIsNoTextIsSentAsAnAddress) {
-  const TestBus bus;
+  const PrivateBus bus;
   const auto shell = makeShell(bus.address());
   Center center;
   center->addNotificationRequest(photoRequest("/home/me/\xff.png"));
@@ -95,7 +103,7 @@ TEST(UserNotificationCenter, AFileNameThatIsNoTextIsSentAsAnAddress) {
 const picture::Thumbnail kTwoPixels{{2, 1}, {255, 0, 0, 0, 0, 255}};
 
 TEST(UserNotificationCenter, ThePhotoGoesToTheHelperAsPixels) {
-  const TestBus bus;
+  const PrivateBus bus;
   const auto helper = makeHelper(bus.address());
   Center center;
   center.setThumbnail(kTwoPixels);
@@ -107,7 +115,7 @@ TEST(UserNotificationCenter, ThePhotoGoesToTheHelperAsPixels) {
 }
 
 TEST(UserNotificationCenter, ThePhotoGoesToTheShellAsAnIcon) {
-  const TestBus bus;
+  const PrivateBus bus;
   const auto shell = makeShell(bus.address());
   Center center;
   center.setThumbnail(kTwoPixels);
@@ -134,7 +142,7 @@ TEST(UserNotificationCenter, ThePhotoGoesToTheShellAsAnIcon) {
 }
 
 TEST(UserNotificationCenter, TheSoundIsOursWhereTheShellKnowsOfNone) {
-  const TestBus bus;
+  const PrivateBus bus;
   const auto shell = makeShell(bus.address());
   Center center;
   center->addNotificationRequest(photoRequest());
@@ -143,7 +151,7 @@ TEST(UserNotificationCenter, TheSoundIsOursWhereTheShellKnowsOfNone) {
 }
 
 TEST(UserNotificationCenter, TheSoundIsTheHelpersWhereItShowsTheNotification) {
-  const TestBus bus;
+  const PrivateBus bus;
   const auto helper = makeHelper(bus.address());
   Center center;
   center->addNotificationRequest(photoRequest());
@@ -152,7 +160,7 @@ TEST(UserNotificationCenter, TheSoundIsTheHelpersWhereItShowsTheNotification) {
 }
 
 TEST(UserNotificationCenter, ARequestTakesThePlaceOfAnEarlierOneThatWaits) {
-  const TestBus bus;
+  const PrivateBus bus;
   const auto shell = makeShell(bus.address());
   Center center;
   center->addNotificationRequest(photoRequest("/first.png"));
@@ -164,7 +172,7 @@ TEST(UserNotificationCenter, ARequestTakesThePlaceOfAnEarlierOneThatWaits) {
 }
 
 TEST(UserNotificationCenter, TheDelegateMayWithholdTheSound) {
-  const TestBus bus;
+  const PrivateBus bus;
   const auto shell = makeShell(bus.address());
   Center center;
   const auto delegate = std::make_shared<TestDelegate>();
@@ -178,7 +186,7 @@ TEST(UserNotificationCenter, TheDelegateMayWithholdTheSound) {
 }
 
 TEST(UserNotificationCenter, TheDelegateMayWithholdTheNotification) {
-  const TestBus bus;
+  const PrivateBus bus;
   const auto shell = makeShell(bus.address());
   Center center;
   const auto delegate = std::make_shared<TestDelegate>();
@@ -194,7 +202,7 @@ TEST(UserNotificationCenter, TheDelegateMayWithholdTheNotification) {
 }
 
 TEST(UserNotificationCenter, TheEndIsHeldUntilTheNotificationHasBeenTaken) {
-  const TestBus bus;
+  const PrivateBus bus;
   Center center;
   bool heldAtTheCall = false;
   const auto shell = makeShell(bus.address(), [&](const MockService::Call&) {
@@ -208,7 +216,7 @@ TEST(UserNotificationCenter, TheEndIsHeldUntilTheNotificationHasBeenTaken) {
 }
 
 TEST(UserNotificationCenter, AShellThatNeverAnswersIsGivenUpAndNobodyElseIsAsked) {
-  const TestBus bus;
+  const PrivateBus bus;
   const auto shell = makeShell(bus.address(), [](const MockService::Call&) -> GVariant* { return nullptr; });
   const auto helper = makeHelper(bus.address());
   Center center;
@@ -219,22 +227,22 @@ TEST(UserNotificationCenter, AShellThatNeverAnswersIsGivenUpAndNobodyElseIsAsked
 }
 
 TEST(UserNotificationCenter, WithoutAnyServiceNothingIsLeftUnderWay) {
-  const TestBus bus;
+  const PrivateBus bus;
   Center center;
   center->addNotificationRequest(photoRequest());
   EXPECT_TRUE(center.waitForRelease());
 }
 
 TEST(UserNotificationCenter, ABusThatDiesLeavesNothingUnderWay) {
-  TestBus bus;
+  PrivateBus bus;
   Center center;
   center->addNotificationRequest(photoRequest());
-  bus.stop();
+  bus.kill();
   EXPECT_TRUE(center.waitForRelease());
 }
 
 TEST(UserNotificationCenter, AResponseReachesTheDelegateAndHoldsTheEndUntilItIsDone) {
-  const TestBus bus;
+  const PrivateBus bus;
   Center center;
   const auto delegate = std::make_shared<TestDelegate>();
   center->setDelegate(delegate);
@@ -248,7 +256,7 @@ TEST(UserNotificationCenter, AResponseReachesTheDelegateAndHoldsTheEndUntilItIsD
 }
 
 TEST(UserNotificationCenter, AResponseWithoutADelegateIsNobodys) {
-  const TestBus bus;
+  const PrivateBus bus;
   Center center;
   center->setDelegate(std::make_shared<TestDelegate>());
   center->receiveResponse({{photoRequest()}, "OPEN_ACTION"});
@@ -275,7 +283,7 @@ Answer ask(Center& center) {
 }
 
 TEST(Authorization, IsNotGrantedWhereNothingShowsNotifications) {
-  const TestBus bus;
+  const PrivateBus bus;
   Center center;
   const Answer answer = ask(center);
   EXPECT_FALSE(answer.granted);
@@ -283,14 +291,14 @@ TEST(Authorization, IsNotGrantedWhereNothingShowsNotifications) {
 }
 
 TEST(Authorization, IsGrantedByAShell) {
-  const TestBus bus;
+  const PrivateBus bus;
   const auto shell = makeShell(bus.address());
   Center center;
   EXPECT_TRUE(ask(center).granted);
 }
 
 TEST(Authorization, IsGrantedWhereTheBusCanStartHelperAndService) {
-  TestBus bus;
+  PrivateBus bus;
   bus.addService(kHelper, "/nowhere/helper");
   bus.addService(kService, "/nowhere/service");
   Center center;
@@ -298,7 +306,7 @@ TEST(Authorization, IsGrantedWhereTheBusCanStartHelperAndService) {
 }
 
 TEST(Authorization, NeedsAServiceBehindTheHelper) {
-  TestBus bus;
+  PrivateBus bus;
   bus.addService(kHelper, "/nowhere/helper");
   Center center;
   EXPECT_FALSE(ask(center).granted);

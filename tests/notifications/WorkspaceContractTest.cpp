@@ -3,6 +3,8 @@
 #include "tests/contract/NSWorkspaceContract.h"
 #include "tests/fakes/FakeAppKit.h"
 #include "tests/notifications/WorkspaceFixture.h"
+#include "tests/support/MainLoop.h"
+#include "tests/support/PrivateBus.h"
 
 namespace contract {
 
@@ -17,7 +19,7 @@ class RealWorkspace : public NSWorkspaceFactory {
  public:
   /// What is under way keeps the connection, which the next workspace must not share.
   ~RealWorkspace() override {
-    EXPECT_TRUE(camera_shot_tests::waitUntil([this] { return hold_.expired(); }));
+    EXPECT_TRUE(test_support::waitUntil([this] { return hold_.expired(); }));
   }
   platform::NSWorkspace& workspace() override { return workspace_; }
   std::string photo() const override { return home_.photo(); }
@@ -44,7 +46,7 @@ class RealWorkspace : public NSWorkspaceFactory {
     return paths;
   }
   bool runUntil(const std::function<bool()>& condition) override {
-    return camera_shot_tests::waitUntil(condition);
+    return test_support::waitUntil(condition);
   }
 
  private:
@@ -61,7 +63,7 @@ class RealWorkspace : public NSWorkspaceFactory {
   }
 
   const camera_shot_tests::Home& home_ = camera_shot_tests::home();
-  const camera_shot_tests::TestBus bus_;
+  const test_support::PrivateBus bus_;
   const std::unique_ptr<MockService> files_ = camera_shot_tests::makeFileManager(bus_.address());
   const std::unique_ptr<MockService> opened_ = camera_shot_tests::makeOpeningJournal(bus_.address());
   const platform_linux::SessionBus session_;

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "tests/notifications/MockService.h"
-#include "tests/notifications/TestBus.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace camera_shot_tests {
 
@@ -21,7 +21,7 @@ class Home {
   std::string folder() const { return folder_.path().string(); }
 
  private:
-  const TemporaryFolder folder_;
+  const test_support::TemporaryFolder folder_;
 };
 
 /// One for all tests: the library asks for the user's folders once in a process.

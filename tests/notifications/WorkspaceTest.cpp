@@ -7,8 +7,14 @@
 
 #include "platform/linux/desktop/Workspace.h"
 #include "tests/notifications/WorkspaceFixture.h"
+#include "tests/support/MainLoop.h"
+#include "tests/support/PrivateBus.h"
 
 namespace camera_shot_tests {
+
+using test_support::PrivateBus;
+using test_support::waitUntil;
+
 namespace {
 
 using ::testing::ElementsAre;
@@ -30,7 +36,7 @@ class Workspace : public testing::Test {
   std::vector<std::string> opened() const { return journal_->callsOf("Write"); }
 
   const Home& home_ = home();
-  TestBus bus_;
+  PrivateBus bus_;
   std::unique_ptr<MockService> journal_ = makeOpeningJournal(bus_.address());
   platform_linux::SessionBus session_;
   std::weak_ptr<void> hold_;

@@ -3,27 +3,19 @@
 #include <optional>
 
 #include "tests/picture/TestPictures.h"
+#include "tests/support/jpeg/JpegEncoder.h"
 
 namespace camera_shot_test {
 
-struct JpegOptions {
-  int quality = 90;
-  /// Horizontal and vertical sampling of luma; 2 and 1 make 4:2:2, as most cameras do.
-  int lumaAcross = 2;
-  int lumaDown = 1;
-  bool grey = false;
-  bool progressive = false;
-  int restartRows = 0;
-};
+using test_support::JpegOptions;
+using test_support::withoutHuffmanTables;
 
-/// A JPEG stream of `picture`.
-Bytes encodeJpeg(const Picture& picture, const JpegOptions& options = {});
+inline Bytes encodeJpeg(const Picture& picture, const JpegOptions& options = {}) {
+  return test_support::encodeJpeg(picture.width, picture.height, picture.pixels, options);
+}
 
 /// What the reference decoder makes of a sound `jpeg` at its defaults, one row at a time.
 Picture referenceDecode(const Bytes& jpeg);
-
-/// `jpeg` without its Huffman tables, as cameras send it.
-Bytes withoutHuffmanTables(const Bytes& jpeg);
 
 /// What our own source delivers; nothing when it fails at any point.
 std::optional<Picture> decodeJpeg(const Bytes& jpeg);

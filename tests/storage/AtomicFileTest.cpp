@@ -11,7 +11,7 @@
 #include "platform/linux/storage/AtomicFile.h"
 #include "platform/linux/storage/TemporaryName.h"
 #include "tests/storage/ChildProcess.h"
-#include "tests/storage/TemporaryFolder.h"
+#include "tests/storage/Files.h"
 
 namespace storage_tests {
 

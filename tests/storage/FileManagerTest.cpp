@@ -10,8 +10,8 @@
 
 #include "platform/linux/storage/FileManager.h"
 #include "tests/storage/ChildProcess.h"
+#include "tests/storage/Files.h"
 #include "tests/storage/LockHolder.h"
-#include "tests/storage/TemporaryFolder.h"
 
 namespace storage_tests {
 

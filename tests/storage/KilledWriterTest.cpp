@@ -11,7 +11,7 @@
 #include "platform/linux/storage/UserDefaults.h"
 #include "tests/fakes/FakeFoundation.h"
 #include "tests/storage/ChildProcess.h"
-#include "tests/storage/TemporaryFolder.h"
+#include "tests/storage/Files.h"
 
 namespace storage_tests {
 

@@ -4,7 +4,7 @@
 #include "tests/contract/NSFileManagerContract.h"
 #include "tests/contract/NSUserDefaultsContract.h"
 #include "tests/fakes/FakeFoundation.h"
-#include "tests/storage/TemporaryFolder.h"
+#include "tests/storage/Files.h"
 
 namespace contract {
 

@@ -7,8 +7,8 @@
 #include "platform/linux/storage/UserDefaults.h"
 #include "tests/fakes/FakeFoundation.h"
 #include "tests/storage/ChildProcess.h"
+#include "tests/storage/Files.h"
 #include "tests/storage/LockHolder.h"
-#include "tests/storage/TemporaryFolder.h"
 
 namespace storage_tests {
 

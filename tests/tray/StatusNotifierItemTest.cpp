@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "platform/linux/tray/StatusNotifierItem.h"
+#include "tests/support/MainLoop.h"
 #include "tests/tray/TrayDesktop.h"
 
 namespace {
@@ -67,7 +68,7 @@ class StatusNotifierItemTest : public ::testing::Test {
     return path ? g_variant_get_string(path.get(), nullptr) : "/";
   }
   bool onTray(std::size_t times) {
-    return turnsUntil([&] { return desktop.registered.size() >= times; });
+    return test_support::waitUntil([&] { return desktop.registered.size() >= times; });
   }
 
   /// Once another program has registered, the tray has heard of everybody who had a reason to before.
@@ -128,7 +129,7 @@ TEST_F(StatusNotifierItemTest, AChangeOfStatusIsTold) {
   program->item.setStatus(Status::Active);
   program->item.setStatus(Status::Active);
   program->item.setStatus(Status::Passive);
-  ASSERT_TRUE(turnsUntil([&] { return desktop.heard.size() >= 2; }));
+  ASSERT_TRUE(test_support::waitUntil([&] { return desktop.heard.size() >= 2; }));
   EXPECT_EQ(itemProperty("Status"), "'Passive'");
   EXPECT_THAT(desktop.heard, ElementsAre("NewStatus('Active',)", "NewStatus('Passive',)"));
 }

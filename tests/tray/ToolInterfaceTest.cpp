@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "platform/linux/tray/ToolInterface.h"
+#include "tests/support/MainLoop.h"
 #include "tests/tray/TrayDesktop.h"
 
 namespace {
@@ -44,7 +45,7 @@ TEST_F(ToolInterfaceTest, TellsTheSuiteTheToolsStatus) {
   EXPECT_EQ(status(), 1);
   tool.setStatus(1);
   tool.setStatus(0);
-  ASSERT_TRUE(turnsUntil([&] { return desktop.heard.size() >= 2; }));
+  ASSERT_TRUE(test_support::waitUntil([&] { return desktop.heard.size() >= 2; }));
   EXPECT_EQ(status(), 0);
   EXPECT_THAT(desktop.heard,
               ElementsAre("PropertiesChanged('com.verrano.quillo.Tool1', {'Status': <1>}, [])",

@@ -1,23 +1,23 @@
 #pragma once
 
-#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "platform/linux/base/Handles.h"
 #include "platform/linux/bus/ExportedInterface.h"
+#include "tests/support/BusClient.h"
+#include "tests/support/PrivateBus.h"
 
 /// A session bus of the test's own, with whoever else is on it: the desktop, on a connection apart from the
 /// program's.
 class TrayDesktop {
  public:
-  /// Starts the bus and points the environment to it.
-  TrayDesktop();
+  TrayDesktop() = default;
   TrayDesktop(const TrayDesktop&) = delete;
   TrayDesktop& operator=(const TrayDesktop&) = delete;
-  ~TrayDesktop();
 
-  GDBusConnection* connection() const { return connection_.get(); }
+  GDBusConnection* connection() const { return client_.connection(); }
 
   /// Starts a tray: whoever registers with it is in `registered`.
   void startTray();
@@ -37,10 +37,7 @@ class TrayDesktop {
   std::vector<std::string> heard;
 
  private:
-  platform_linux::GObjectRef<GTestDBus> bus_;
-  platform_linux::GObjectRef<GDBusConnection> connection_;
+  const test_support::PrivateBus bus_;
+  const test_support::BusClient client_{bus_.address()};
   std::unique_ptr<platform_linux::ExportedInterface> watcher_;
 };
-
-/// Turns the main loop until `condition` holds; answers false when it does not within ten seconds.
-bool turnsUntil(const std::function<bool()>& condition);

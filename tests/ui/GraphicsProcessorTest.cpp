@@ -1,10 +1,9 @@
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 
 #include <gtest/gtest.h>
 
 #include "platform/linux/ui/GraphicsProcessor.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 
@@ -13,30 +12,25 @@ using platform_linux::hasGraphicsProcessor;
 /// A folder of devices.
 class GraphicsProcessor : public testing::Test {
  public:
-  ~GraphicsProcessor() override { std::filesystem::remove_all(folder_); }
-
  protected:
-  void addDevice(const std::string& name) { std::ofstream(folder_ + "/" + name).put('x'); }
+  void addDevice(const std::string& name) { std::ofstream(folder_ / name).put('x'); }
 
-  std::string folder_ = [] {
-    std::string name = (std::filesystem::temp_directory_path() / "camera-shot-dri-XXXXXX").string();
-    return std::string(::mkdtemp(name.data()));
-  }();
+  const test_support::TemporaryFolder folder_;
 };
 
 TEST_F(GraphicsProcessor, IsThereWithItsRenderDevice) {
   addDevice("card0");
   addDevice("renderD128");
-  EXPECT_TRUE(hasGraphicsProcessor(folder_));
+  EXPECT_TRUE(hasGraphicsProcessor(folder_.path()));
 }
 
 TEST_F(GraphicsProcessor, IsNotThereWithAScreenAlone) {
   addDevice("card0");
-  EXPECT_FALSE(hasGraphicsProcessor(folder_));
+  EXPECT_FALSE(hasGraphicsProcessor(folder_.path()));
 }
 
 TEST_F(GraphicsProcessor, IsNotThereWithoutAnyDevices) {
-  EXPECT_FALSE(hasGraphicsProcessor(folder_ + "/nothing"));
+  EXPECT_FALSE(hasGraphicsProcessor(folder_ / "nothing"));
 }
 
 }  // namespace

@@ -31,18 +31,6 @@ Scan scanOf(const Bytes& jpeg) {
   return {first, end - first};
 }
 
-void removeSegments(Bytes& jpeg, std::uint8_t marker) {
-  auto at = kFirstSegment;
-  while (jpeg[at + 1] != jpeg_marker::kScan) {
-    const auto end = segmentEnd(jpeg, at);
-    if (jpeg[at + 1] == marker)
-      jpeg.erase(jpeg.begin() + static_cast<std::ptrdiff_t>(at),
-                 jpeg.begin() + static_cast<std::ptrdiff_t>(end));
-    else
-      at = end;
-  }
-}
-
 void insertBeforeRestarts(Bytes& jpeg, std::size_t count) {
   const auto scan = scanOf(jpeg);
   Bytes changed(jpeg.begin(), jpeg.begin() + static_cast<std::ptrdiff_t>(scan.first));

@@ -24,7 +24,6 @@ struct Scan {
 
 /// The functions below take whole JPEGs as libjpeg writes them.
 Scan scanOf(const Bytes& jpeg);
-void removeSegments(Bytes& jpeg, std::uint8_t marker);
 /// Puts `count` bytes that are no marker before each restart marker of the first scan.
 void insertBeforeRestarts(Bytes& jpeg, std::size_t count);
 /// Bytes that are not zero and no marker.

@@ -31,9 +31,6 @@ Rgb landscape(double x, double y);
 /// The picture as a camera's JPEG frame.
 std::shared_ptr<picture::Frame> jpegFrame(int width, int height, const Painter& painter);
 
-/// The same frame with its Huffman tables left out, as many cameras send it.
-std::shared_ptr<picture::Frame> withoutHuffmanTables(const picture::Frame& frame);
-
 /// A photo around a frame.
 std::shared_ptr<const platform_linux::PictureData> photoOf(std::shared_ptr<const picture::Frame> frame,
                                                            bool mirrored);

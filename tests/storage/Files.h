@@ -1,43 +1,17 @@
 #pragma once
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <sys/stat.h>
-#include <unistd.h>
 #include <utility>
-#include <vector>
+
+#include "tests/support/TemporaryFolder.h"
 
 namespace storage_tests {
 
-/// A folder of a test's own, gone with it.
-class TemporaryFolder {
- public:
-  TemporaryFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "storage-XXXXXX").string();
-    if (::mkdtemp(pattern.data())) path_ = pattern;
-  }
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  ~TemporaryFolder() {
-    std::error_code error;
-    std::filesystem::remove_all(path_, error);
-  }
-
-  std::string operator/(const std::string& name) const { return (path_ / name).string(); }
-  std::string path() const { return path_.string(); }
-  std::vector<std::string> names() const {
-    std::vector<std::string> found;
-    for (const auto& entry : std::filesystem::directory_iterator(path_))
-      found.push_back(entry.path().filename());
-    return found;
-  }
-
- private:
-  std::filesystem::path path_;
-};
+using test_support::TemporaryFolder;
 
 inline std::string contentOf(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
