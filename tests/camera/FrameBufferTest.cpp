@@ -111,6 +111,39 @@ TEST(FrameBuffer, OfAnOddWidthMayBeTight) {
   EXPECT_EQ(frame->bytes.size(), 27U);
 }
 
+// What GStreamer 1.22 makes of 321 by 241 pixels: the bytes in all, where the second plane begins, its stride.
+struct PaddedRows {
+  picture::PixelFormat format;
+  std::size_t size;
+  std::size_t firstStride;
+  std::size_t secondPlane = 0;
+  std::size_t secondStride = 0;
+};
+
+constexpr PaddedRows kPaddedRows[] = {
+    {I420, 118096, 324, 78408, 164}, {YV12, 118096, 324, 78408, 164},  {NV12, 117612, 324, 78408, 324},
+    {NV16, 156168, 324, 78084, 324}, {NV24, 233288, 324, 78084, 644},  {YUY2, 155204, 644},
+    {RGB, 232324, 964},              {RGB16, 155204, 644},             {GRAY8, 78084, 324},
+};
+
+TEST(FrameBuffer, KnowsRowsThatEndAtWholeWordsByTheirSizeWhenNoStrideIsStated) {
+  for (const auto& [format, size, firstStride, secondPlane, secondStride] : kPaddedRows) {
+    for (const std::size_t stated : {std::size_t{0}, firstStride}) {
+      SCOPED_TRACE(picture::PixelLayout::of(format).name);
+      std::vector<std::uint8_t> bytes(size);
+      const std::size_t secondRow = secondPlane > 0 ? secondPlane + secondStride : firstStride;
+      bytes[secondRow] = 201;
+      TestBuffer buffer;
+      buffer.block(bytes, stated);
+      const auto frame = buffer.picture({format, 321, 241}).value().copy(0);
+      std::string failure;
+      const auto planes = picture::planesOf(*frame, failure);
+      ASSERT_TRUE(planes) << failure;
+      EXPECT_EQ((*planes)[secondPlane > 0 ? 1 : 0].row(1)[0], 201);
+    }
+  }
+}
+
 TEST(FrameBuffer, IsNoneWhenItsSizeIsAbsurd) {
   TestBuffer buffer;
   buffer.block(64, 8);

@@ -1,12 +1,59 @@
 #include "platform/linux/camera/FrameBuffer.h"
 
 #include <algorithm>
+#include <numeric>
 
 #include "picture/PixelLayout.h"
 #include "picture/PixelSize.h"
 
 namespace platform_linux {
 namespace {
+
+/// What a plane takes in memory.
+struct PlaneSpace {
+  std::size_t stride = 0;
+  std::size_t rows = 0;
+};
+using PlaneSpaces = std::array<PlaneSpace, picture::PixelLayout::kMaximumPlanes>;
+
+// Drivers state the first plane's stride, and the others follow from it.
+PlaneSpaces spacesOfDrivers(const picture::PixelLayout& layout, const FrameFormat& format,
+                            std::size_t firstStride) {
+  PlaneSpaces spaces;
+  for (std::size_t i = 0; i < layout.planeCount; ++i)
+    spaces[i] = {layout.stride(i, firstStride, static_cast<int>(format.width)),
+                 layout.rows(i, static_cast<int>(format.height))};
+  return spaces;
+}
+
+// GStreamer ends the rows of every plane at a whole word and, where two rows share their colours, completes
+// the first plane to an even number of rows (`gst_video_info_set_format`).
+PlaneSpaces spacesOfWords(const picture::PixelLayout& layout, const FrameFormat& format) {
+  constexpr std::size_t kWord = 4;
+  PlaneSpaces spaces;
+  for (std::size_t i = 0; i < layout.planeCount; ++i) {
+    const std::size_t words = (layout.rowBytes(i, static_cast<int>(format.width)) + kWord - 1) / kWord;
+    spaces[i] = {words * kWord, layout.rows(i, static_cast<int>(format.height))};
+  }
+  spaces[0].rows = std::max(spaces[0].rows, layout.rows(layout.planeCount - 1, static_cast<int>(format.height))
+                                                << layout.planes[layout.planeCount - 1].down);
+  return spaces;
+}
+
+std::size_t bytesOf(const PlaneSpaces& spaces) {
+  return std::accumulate(spaces.begin(), spaces.end(), std::size_t{0},
+                         [](std::size_t sum, const PlaneSpace& each) { return sum + each.stride * each.rows; });
+}
+
+// Nodes that are fed by GStreamer may state no stride at all: then the size of their block tells.
+PlaneSpaces spacesInBlock(const FrameBlock& block, const picture::PixelLayout& layout,
+                          const FrameFormat& format) {
+  const PlaneSpaces words = spacesOfWords(layout, format);
+  const bool agrees = block.stride == 0 || block.stride == words[0].stride;
+  if (agrees && block.bytes.size() == bytesOf(words)) return words;
+  const std::size_t tight = layout.rowBytes(0, static_cast<int>(format.width));
+  return spacesOfDrivers(layout, format, block.stride > 0 ? block.stride : tight);
+}
 
 // A start-of-image marker and another one (ITU-T T.81, Annex B). Whether the rest is whole takes longer to
 // find out than the cameras' thread has.
@@ -36,15 +83,15 @@ bool FrameBuffer::findPlanes(std::span<const FrameBlock> blocks) {
   planeCount_ = layout.planeCount;
   // Most cameras put all planes into one block of memory, one after the other; some use a block a plane.
   const bool blockAPlane = planeCount_ > 1 && blocks.size() >= planeCount_;
+  const PlaneSpaces spaces = spacesInBlock(blocks[0], layout, format_);
   std::span<const std::uint8_t> rest = blocks[0].bytes;
-  const std::size_t firstStride = blocks[0].stride > 0 ? blocks[0].stride : layout.rowBytes(0, width);
 
   for (std::size_t i = 0; i < planeCount_; ++i) {
     Plane& plane = planes_[i];
     plane.rowBytes = layout.rowBytes(i, width);
     plane.rows = layout.rows(i, static_cast<int>(format_.height));
-    plane.copyStride = layout.stride(i, firstStride, width);
-    plane.stride = plane.copyStride;
+    plane.copyStride = layout.stride(i, spaces[0].stride, width);
+    plane.stride = spaces[i].stride;
     if (blockAPlane) {
       rest = blocks[i].bytes;
       if (blocks[i].stride > 0) plane.stride = blocks[i].stride;
@@ -53,7 +100,7 @@ bool FrameBuffer::findPlanes(std::span<const FrameBlock> blocks) {
     // The last row may come without its padding.
     if (rest.size() < plane.stride * (plane.rows - 1) + plane.rowBytes) return false;
     plane.bytes = rest.first(std::min(rest.size(), plane.stride * plane.rows));
-    rest = rest.subspan(plane.bytes.size());
+    rest = rest.subspan(std::min(rest.size(), plane.stride * spaces[i].rows));
   }
   return true;
 }
