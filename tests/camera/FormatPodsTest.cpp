@@ -84,13 +84,35 @@ TEST(ModesOfFormat, OfRangesAreThePreferredAndTheUpperEnd) {
       .choice(SPA_FORMAT_VIDEO_size, SPA_CHOICE_Step,
               [](auto* builder) {
                 spa_pod_builder_rectangle(builder, 640, 480);
-                spa_pod_builder_rectangle(builder, 32, 32);
+                spa_pod_builder_rectangle(builder, 32, 24);
                 spa_pod_builder_rectangle(builder, 2592, 1944);
                 spa_pod_builder_rectangle(builder, 16, 16);
               })
       .rate(30, 1);
   EXPECT_THAT(modesOfFormatPod(format.pod()),
               ElementsAre(CameraMode{MJPG, 640, 480, {30, 1}}, CameraMode{MJPG, 2592, 1944, {30, 1}}));
+}
+
+TEST(ModesOfFormat, OfStepsEndWhereTheStepsDo) {
+  FormatBuilder format(SPA_MEDIA_SUBTYPE_mjpg);
+  format
+      .choice(SPA_FORMAT_VIDEO_size, SPA_CHOICE_Step,
+              [](auto* builder) {
+                spa_pod_builder_rectangle(builder, 640, 480);
+                spa_pod_builder_rectangle(builder, 32, 33);
+                spa_pod_builder_rectangle(builder, 1366, 768);
+                spa_pod_builder_rectangle(builder, 16, 0);
+              })
+      .rate(30, 1);
+  EXPECT_THAT(modesOfFormatPod(format.pod()),
+              ElementsAre(CameraMode{MJPG, 640, 480, {30, 1}}, CameraMode{MJPG, 1360, 768, {30, 1}}));
+}
+
+TEST(ModesOfFormat, OfJpegNeedNoSizeWhichEachFrameTells) {
+  EXPECT_THAT(modesOfFormatPod(FormatBuilder(SPA_MEDIA_SUBTYPE_mjpg).rate(30, 1).pod()),
+              ElementsAre(CameraMode{MJPG, 0, 0, {30, 1}}));
+  EXPECT_THAT(modesOfFormatPod(FormatBuilder(SPA_MEDIA_SUBTYPE_mjpg).pod()),
+              ElementsAre(CameraMode{MJPG, 0, 0, FrameRate{}}));
 }
 
 TEST(ModesOfFormat, LeaveOutUpperEndsThatMeanAnything) {
@@ -132,8 +154,12 @@ TEST(ModesOfFormat, AreNoneOfWhatCannotBeRead) {
   EXPECT_THAT(
       modesOfFormatPod(FormatBuilder(SPA_MEDIA_SUBTYPE_raw, SPA_MEDIA_TYPE_audio).size(640, 480).pod()),
       IsEmpty());
-  EXPECT_THAT(modesOfFormatPod(FormatBuilder(SPA_MEDIA_SUBTYPE_mjpg).rate(30, 1).pod()), IsEmpty())
-      << "no size";
+  EXPECT_THAT(modesOfFormatPod(FormatBuilder(SPA_MEDIA_SUBTYPE_raw)
+                                   .id(SPA_FORMAT_VIDEO_format, SPA_VIDEO_FORMAT_NV12)
+                                   .rate(30, 1)
+                                   .pod()),
+              IsEmpty())
+      << "raw pictures without a size";
   EXPECT_THAT(modesOfFormatPod(FormatBuilder(SPA_MEDIA_SUBTYPE_mjpg).size(0, 480).pod()), IsEmpty());
   // A value of the wrong type.
   EXPECT_THAT(modesOfFormatPod(FormatBuilder(SPA_MEDIA_SUBTYPE_mjpg).id(SPA_FORMAT_VIDEO_size, 3).pod()),
@@ -148,7 +174,7 @@ TEST(ModesOfFormat, AreNoneOfWhatCannotBeRead) {
 }
 
 TEST(FormatOfMode, SaysExactlyThatMode) {
-  std::vector<CameraMode> modes{{YUY2, 640, 480, {30000, 1001}}, {NV12, 640, 480, FrameRate{}}};
+  std::vector<CameraMode> modes{{YUY2, 640, 480, {30000, 1001}}, {NV12, 640, 480, FrameRate{}}, {MJPG, 0, 0, {30, 1}}};
   for (const auto format : picture::kAllPixelFormats)
     modes.push_back({format, 1280, 720, {30, 1}});
   for (const CameraMode& mode : modes) {

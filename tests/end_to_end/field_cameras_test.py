@@ -106,6 +106,8 @@ class Odd(FieldTest):
     def test_rates_and_sizes(self):
         self.check([("modes=MJPG:320x240@5", jpeg), ("modes=MJPG:320x240@0", jpeg), ("modes=MJPG:320x240@30000:1001", jpeg),
                     ("modes=MJPG:320x240@1..30", jpeg), ("modes=MJPG:64x48..320x240%16@30", jpeg),
+                    ("modes=MJPG:64x48..330x250%16@30", jpeg), ("modes=MJPG:unstated@30", jpeg),
+                    ("modes=MJPG:320x240@unstated", jpeg), ("modes=MJPG:unstated@unstated", jpeg),
                     ("modes=MJPG:64x48..320x240@15/5", jpeg)])
 
     @in_desktop()

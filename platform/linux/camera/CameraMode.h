@@ -24,10 +24,11 @@ struct FrameRate {
 /// One way in which a camera can deliver pictures, of a format that can be decoded here.
 struct CameraMode {
   picture::PixelFormat format = picture::PixelFormat::MJPG;
-  std::uint32_t width = 0;   ///< pixels
+  std::uint32_t width = 0;  ///< pixels; with a height of 0, too: of JPEG streams that only tell it themselves
   std::uint32_t height = 0;  ///< pixels
   FrameRate rate;
 
+  [[nodiscard]] bool saysSize() const { return width != 0 && height != 0; }
   bool operator==(const CameraMode&) const = default;
 };
 

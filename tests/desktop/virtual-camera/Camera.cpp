@@ -15,6 +15,9 @@ namespace {
 
 constexpr std::uint64_t kSecond = 1'000'000'000;
 constexpr std::uint64_t kMillisecond = kSecond / 1000;
+/// Of pictures whose size the camera does not tell.
+constexpr std::uint32_t kOwnWidth = 320;
+constexpr std::uint32_t kOwnHeight = 240;
 
 const char* stateName(Camera::State state) {
   switch (state) {
@@ -172,7 +175,9 @@ void Camera::suspend() {
 FrameLayout Camera::chooseFormat(const NegotiatedFormat& format) {
   refuseWhileBusy();
   format_ = format;
-  frames_ = &store_.prepare(format.format, format.width, format.height);
+  const bool anySize = format.width == 0;
+  frames_ = &store_.prepare(format.format, anySize ? kOwnWidth : format.width,
+                            anySize ? kOwnHeight : format.height);
   return frames_->layout();
 }
 

@@ -119,6 +119,10 @@ TEST(CameraSpec, ReadsRangesOfSizesAndRates) {
                                  Mode{PixelFormat::kMjpg, 641, 481, {Rate(30000, 1001), 0}}));
 }
 
+TEST(CameraSpec, MayLeaveSizeAndRateUnstated) {
+  EXPECT_THAT(parseModes("MJPG:unstated@unstated"), ElementsAre(Mode{PixelFormat::kMjpg, 0, 0, {}}));
+}
+
 TEST(CameraSpec, MayHaveNoModes) {
   EXPECT_THAT(parseCameraSpec("modes=none").modes, ElementsAre());
 }

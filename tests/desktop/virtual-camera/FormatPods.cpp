@@ -54,6 +54,7 @@ spa_media_subtype subtype(PixelFormat format) {
 }
 
 void addSizes(spa_pod_builder& builder, const Mode& mode) {
+  if (mode.width == 0) return;
   spa_pod_builder_prop(&builder, SPA_FORMAT_VIDEO_size, 0);
   if (!mode.sizes) {
     spa_pod_builder_rectangle(&builder, mode.width, mode.height);
@@ -70,6 +71,7 @@ void addSizes(spa_pod_builder& builder, const Mode& mode) {
 }
 
 void addRates(spa_pod_builder& builder, const Mode& mode) {
+  if (mode.rates.empty()) return;
   spa_pod_builder_prop(&builder, SPA_FORMAT_VIDEO_framerate, 0);
   const auto& first = mode.rates.front();
   if (mode.rates.size() == 1) {

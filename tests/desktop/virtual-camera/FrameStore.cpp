@@ -92,12 +92,12 @@ std::size_t PreparedFrames::write(std::uint64_t sequence, std::uint8_t light, st
 FrameStore::FrameStore(CameraSpec& spec) : spec_(spec) {
   for (const auto& path : spec.pictures) {
     pictures_.push_back(readFile(path));
-    const auto [width, height] = jpegSize(pictures_.back(), path);
-    if (spec.modes.empty()) spec.modes.push_back({PixelFormat::kMjpg, width, height, {30}});
-    const auto& mode = spec.modes.front();
-    if (spec.modes.size() != 1 || mode.format != PixelFormat::kMjpg || mode.width != width ||
-        mode.height != height)
-      throw std::runtime_error(path + ": pictures need exactly one mode, MJPG of their common size");
+    if (spec.modes.empty()) {
+      const auto [width, height] = jpegSize(pictures_.back(), path);
+      spec.modes.push_back({PixelFormat::kMjpg, width, height, {30}});
+    }
+    if (spec.modes.size() != 1 || spec.modes.front().format != PixelFormat::kMjpg)
+      throw std::runtime_error(path + ": pictures need exactly one mode, of MJPG");
   }
 }
 

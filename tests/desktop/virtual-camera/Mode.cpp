@@ -1,5 +1,6 @@
 #include "tests/desktop/virtual-camera/Mode.h"
 
+#include <string_view>
 #include <utility>
 
 #include "tests/desktop/virtual-camera/SpecText.h"
@@ -8,6 +9,7 @@ namespace virtual_camera {
 namespace {
 
 constexpr std::uint32_t kLeastLength = 16;
+constexpr std::string_view kUnstated = "unstated";
 constexpr std::uint32_t kMostLength = 65500;  // the most that JPEG can hold
 
 struct Size {
@@ -28,6 +30,7 @@ Rate parseRate(const std::string& text) {
 }
 
 void parseSizes(const std::string& text, Mode& mode) {
+  if (text == kUnstated) return;
   const auto [least, most] = cut(text, "..");
   const auto size = parseSize(least);
   mode.width = size.width;
@@ -39,6 +42,7 @@ void parseSizes(const std::string& text, Mode& mode) {
 }
 
 void parseRates(const std::string& text, Mode& mode) {
+  if (text == kUnstated) return;
   const auto [least, most] = cut(text, "..");
   mode.ratesAreRange = !most.empty();
   if (mode.ratesAreRange) {

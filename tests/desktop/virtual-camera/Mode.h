@@ -31,9 +31,9 @@ struct SizeRange {
 /// One picture format that the camera offers, with its frame rates (preferred first).
 struct Mode {
   PixelFormat format = PixelFormat::kMjpg;
-  std::uint32_t width = 0;
+  std::uint32_t width = 0;  ///< with a height of 0, too: not told
   std::uint32_t height = 0;
-  std::vector<Rate> rates;
+  std::vector<Rate> rates;  ///< none: not told
   std::optional<SizeRange> sizes = std::nullopt;
   bool ratesAreRange = false;  ///< the two rates are the ends of a range
 

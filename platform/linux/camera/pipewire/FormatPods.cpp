@@ -62,7 +62,7 @@ std::uint32_t spaOfPixelFormat(picture::PixelFormat format) {
 template <typename T>
 struct Choice {
   bool isRange = false;
-  std::vector<T> values;  // of a range: the preferred one, the smallest, the largest
+  std::vector<T> values;  // of a range: the preferred one, the smallest, the largest, and the step if any
 };
 
 template <typename T>
@@ -102,12 +102,31 @@ std::vector<picture::PixelFormat> formatsOf(const spa_pod* pod) {
   return formats;
 }
 
-std::vector<spa_rectangle> sizesOf(const spa_pod* pod) {
+// The last of the steps from `smallest` on that is not beyond `largest`.
+std::uint32_t lastStep(std::uint32_t smallest, std::uint32_t largest, std::uint32_t step) {
+  return step == 0 || largest < smallest ? largest : largest - (largest - smallest) % step;
+}
+
+spa_rectangle largestOf(const Choice<spa_rectangle>& range) {
+  const spa_rectangle smallest = range.values[1];
+  const spa_rectangle largest = range.values[2];
+  const spa_rectangle step = range.values.size() > 3 ? range.values[3] : spa_rectangle{};
+  return {lastStep(smallest.width, largest.width, step.width),
+          lastStep(smallest.height, largest.height, step.height)};
+}
+
+std::vector<spa_rectangle> sizesOf(const spa_pod* pod, picture::PixelFormat format) {
+  // Each JPEG stream tells its size; nodes that pass on what others coded may not know it.
+  const bool isStated = spa_pod_find_prop(pod, nullptr, SPA_FORMAT_VIDEO_size) != nullptr;
+  if (!isStated && format == picture::PixelFormat::MJPG) return {spa_rectangle{}};
   const auto choice = choiceOf<spa_rectangle>(pod, SPA_FORMAT_VIDEO_size, SPA_TYPE_Rectangle);
-  if (!choice.isRange) return choice.values;
-  std::vector<spa_rectangle> sizes{choice.values[0]};
-  const spa_rectangle largest = choice.values[2];
-  if (largest.width <= kLargestSide && largest.height <= kLargestSide) sizes.push_back(largest);
+  auto sizes = choice.values;
+  if (choice.isRange) {
+    sizes.resize(1);
+    const spa_rectangle largest = largestOf(choice);
+    if (largest.width <= kLargestSide && largest.height <= kLargestSide) sizes.push_back(largest);
+  }
+  std::erase_if(sizes, [](const spa_rectangle& size) { return size.width == 0 || size.height == 0; });
   return sizes;
 }
 
@@ -164,9 +183,9 @@ std::vector<CameraMode> modesOfFormatPod(const spa_pod* pod) {
   if (!pod || !spa_pod_is_object_type(pod, SPA_TYPE_OBJECT_Format)) return {};
   std::vector<CameraMode> modes;
   for (const auto format : formatsOf(pod))
-    for (const auto& size : sizesOf(pod))
+    for (const auto& size : sizesOf(pod, format))
       for (const auto& rate : ratesOf(pod))
-        if (size.width != 0 && size.height != 0) modes.push_back({format, size.width, size.height, rate});
+        modes.push_back({format, size.width, size.height, rate});
   return modes;
 }
 
@@ -199,8 +218,10 @@ const spa_pod* formatPodOfMode(const CameraMode& mode, spa_pod_builder& builder)
     spa_pod_builder_prop(&builder, SPA_FORMAT_VIDEO_format, 0);
     spa_pod_builder_id(&builder, spaOfPixelFormat(mode.format));
   }
-  spa_pod_builder_prop(&builder, SPA_FORMAT_VIDEO_size, 0);
-  spa_pod_builder_rectangle(&builder, mode.width, mode.height);
+  if (mode.saysSize()) {
+    spa_pod_builder_prop(&builder, SPA_FORMAT_VIDEO_size, 0);
+    spa_pod_builder_rectangle(&builder, mode.width, mode.height);
+  }
   if (mode.rate.stated()) {
     spa_pod_builder_prop(&builder, SPA_FORMAT_VIDEO_framerate, 0);
     spa_pod_builder_fraction(&builder, mode.rate.numerator, mode.rate.denominator);
