@@ -103,19 +103,6 @@ std::optional<PixelSize> sizeOfJpeg(Bytes jpeg) {
   return isAcceptablePictureSize(size) ? std::optional(size) : std::nullopt;
 }
 
-bool hasJpegScan(Bytes jpeg) {
-  const auto segments = jpegHeaderSegments(jpeg);
-  return segments && sizeOfJpeg(jpeg) && segments->back().offset + segments->back().size < jpeg.size();
-}
-
-bool isCompleteJpeg(Bytes jpeg) {
-  const auto segments = jpegHeaderSegments(jpeg);
-  if (!segments) return false;
-  const Bytes scan = jpeg.subspan(segments->back().offset + segments->back().size);
-  constexpr std::array kEnd = {kMarkerPrefix, kEndOfImage};
-  return std::find_end(scan.begin(), scan.end(), kEnd.begin(), kEnd.end()) != scan.end();
-}
-
 std::optional<ExifBlock> exifOfJpeg(Bytes jpeg) {
   const auto segments = jpegHeaderSegments(jpeg);
   if (!segments) return std::nullopt;

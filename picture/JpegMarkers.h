@@ -28,15 +28,6 @@ struct JpegSegment {
 /// stream does not begin as a JPEG stream or ends, or goes wrong, before its first scan.
 [[nodiscard]] std::optional<std::vector<JpegSegment>> jpegHeaderSegments(std::span<const std::uint8_t> jpeg);
 
-/// Cheap test for what may be a picture: a header that says of what size it is, and a scan with data. Nothing
-/// is decoded, and nothing is asked of the end, as many cameras leave out the end marker or send their whole
-/// buffer behind it: see examineFrame for whether the picture is whole.
-[[nodiscard]] bool hasJpegScan(std::span<const std::uint8_t> jpeg);
-
-/// Cheap test for a stream that ends well: well-formed header segments, a scan, and an end-of-image marker
-/// behind it. Nothing is decoded.
-[[nodiscard]] bool isCompleteJpeg(std::span<const std::uint8_t> jpeg);
-
 /// The size that a stream's frame header states; nothing when it has none that is acceptable.
 [[nodiscard]] std::optional<PixelSize> sizeOfJpeg(std::span<const std::uint8_t> jpeg);
 

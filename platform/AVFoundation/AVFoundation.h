@@ -19,7 +19,7 @@ class AVFoundation {
  public:
   virtual ~AVFoundation() = default;
 
-  /// The cameras present now, in a stable order: the order in which they appeared.
+  /// The cameras present now, the one to be preferred first; in the same order as long as they are the same.
   virtual std::vector<std::shared_ptr<AVCaptureDevice>> devicesWithMediaType(
       const std::string& mediaType) = 0;
   /// The camera of that identity, or nothing when it is not present.

@@ -12,56 +12,16 @@ namespace {
 using namespace std::chrono_literals;
 using picture::ExifBlock;
 using picture::exifOfJpeg;
-using picture::isCompleteJpeg;
 using picture::jpegWithExif;
 using picture::Orientation;
 
 const std::chrono::system_clock::time_point kNoon{1'700'000'000'250ms};
 
-TEST(CompleteJpeg, IsAWholeStream) {
-  const Bytes jpeg = encodeJpeg(photoPicture(160, 120, 1));
-  EXPECT_TRUE(picture::isCompleteJpeg(jpeg));
-  EXPECT_TRUE(picture::isCompleteJpeg(withoutHuffmanTables(jpeg)));
-  EXPECT_TRUE(picture::isCompleteJpeg(encodeJpeg(photoPicture(160, 120, 1), {.progressive = true})));
-}
-
-TEST(CompleteJpeg, MayHaveAnythingBehindItsEnd) {
-  const Bytes jpeg = encodeJpeg(photoPicture(160, 120, 1));
-  for (const auto& tail : {Bytes(4096, 0), Bytes(3, 1), Bytes(5000, 0xA5), Bytes{0xFF, 0xD9}}) {
-    Bytes padded = jpeg;
-    padded.insert(padded.end(), tail.begin(), tail.end());
-    EXPECT_TRUE(picture::isCompleteJpeg(padded));
-    EXPECT_TRUE(picture::hasJpegScan(padded));
-  }
-}
-
-TEST(CompleteJpeg, IsNoTruncatedStream) {
-  const Bytes jpeg = encodeJpeg(photoPicture(160, 120, 1));
-  for (std::size_t size = 0; size < jpeg.size(); ++size) {
-    Bytes truncated(jpeg.begin(), jpeg.begin() + static_cast<std::ptrdiff_t>(size));
-    ASSERT_FALSE(picture::isCompleteJpeg(truncated)) << size;
-    truncated.resize(jpeg.size());  // as in a camera's buffer that was cleared before
-    ASSERT_FALSE(picture::isCompleteJpeg(truncated)) << size << ", padded";
-  }
-}
-
-TEST(JpegScan, NeedsAHeaderWithASizeAndSomeData) {
-  const Bytes jpeg = encodeJpeg(photoPicture(160, 120, 1));
-  const auto segments = picture::jpegHeaderSegments(jpeg).value();
-  const std::size_t data = segments.back().offset + segments.back().size;
-  for (std::size_t size = 0; size <= data; ++size)
-    ASSERT_FALSE(picture::hasJpegScan(std::span(jpeg).first(size))) << size;
-  EXPECT_TRUE(picture::hasJpegScan(std::span(jpeg).first(data + 1)));
-  EXPECT_TRUE(picture::hasJpegScan(std::span(jpeg).first(jpeg.size() - 2))) << "no end marker";
-  const Bytes noSize = {0xFF, 0xD8, 0xFF, 0xDA, 0, 6, 0, 0, 63, 0, 1, 2, 3, 0xFF, 0xD9};
-  EXPECT_FALSE(picture::hasJpegScan(noSize));
-}
-
-TEST(JpegScan, MayHaveStrayBytesAndFillBytesInItsHeader) {
+TEST(JpegHeader, MayHaveStrayBytesAndFillBytes) {
   Bytes jpeg = encodeJpeg(photoPicture(160, 120, 1));
   const Bytes stray = {1, 2, 0xFF, 0, 0xFF, 0xD0, 0xFF, 0xFF};
   jpeg.insert(jpeg.begin() + 20, stray.begin(), stray.end());  // behind the first segment
-  EXPECT_TRUE(picture::hasJpegScan(jpeg));
+  EXPECT_TRUE(picture::sizeOfJpeg(jpeg).has_value());
   EXPECT_TRUE(decodeJpeg(jpeg).has_value()) << "the decoder takes it, too";
 }
 
@@ -70,13 +30,6 @@ TEST(SizeOfJpeg, IsWhatTheFrameHeaderSays) {
   EXPECT_EQ(picture::sizeOfJpeg(encodeJpeg(photoPicture(20, 10, 1), {.progressive = true})),
             (picture::PixelSize{20, 10}));
   EXPECT_FALSE(picture::sizeOfJpeg(Bytes{0xFF, 0xD8}).has_value());
-}
-
-TEST(CompleteJpeg, IsNotTwoMarkersAlone) {
-  EXPECT_FALSE(picture::isCompleteJpeg(Bytes{0xFF, 0xD8, 0xFF, 0xD9}));
-  EXPECT_FALSE(picture::isCompleteJpeg(Bytes{0xFF, 0xD8}));
-  EXPECT_FALSE(picture::isCompleteJpeg(Bytes(100, 0xFF)));
-  EXPECT_FALSE(picture::isCompleteJpeg(Bytes(100, 0)));
 }
 
 TEST(JpegWithExif, LeavesEveryOtherByteAlone) {

@@ -6,8 +6,8 @@
 #include <string>
 
 #include "platform/AppKit/NSWorkspace.h"
+#include "platform/linux/base/TerminationHold.h"
 #include "platform/linux/bus/SessionBus.h"
-#include "platform/linux/bus/TerminationHold.h"
 
 namespace platform_linux {
 

@@ -9,9 +9,9 @@
 
 #include "picture/Thumbnail.h"
 #include "platform/UserNotifications/UNUserNotificationCenter.h"
+#include "platform/linux/base/TerminationHold.h"
 #include "platform/linux/bus/NotificationActions.h"
 #include "platform/linux/bus/SessionBus.h"
-#include "platform/linux/bus/TerminationHold.h"
 
 namespace platform_linux {
 

@@ -91,7 +91,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::memcpy(&fields, data + bytes.size(), sizeof fields);
   if (const auto exif = picture::ExifBlock::parse(bytes))
     require(picture::ExifBlock::parse(exif->bytes()).has_value());
-  (void)picture::isCompleteJpeg(bytes);
+  (void)picture::sizeOfJpeg(bytes);
   const picture::Frame frame = frameOf(bytes, fields);
   const auto stored = picture::storedSize(frame);
   if (picture::isAcceptablePictureSize(stored) &&
@@ -101,7 +101,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   require(health.lostPart >= 0 && health.lostPart <= 1);
   const bool isPhoto = writePhoto(frame, fields.view % 2 != 0);
   if (!frame.isDamaged) require(isPhoto == health.isWhole());
-  if (health.isWhole() && frame.format == picture::PixelFormat::MJPG) require(picture::hasJpegScan(bytes));
+  if (health.isWhole() && frame.format == picture::PixelFormat::MJPG) require(picture::sizeOfJpeg(bytes));
   showPreview(frame, fields.view, isPhoto);
   return 0;
 }
