@@ -174,7 +174,8 @@ TEST(ModesOfFormat, AreNoneOfWhatCannotBeRead) {
 }
 
 TEST(FormatOfMode, SaysExactlyThatMode) {
-  std::vector<CameraMode> modes{{YUY2, 640, 480, {30000, 1001}}, {NV12, 640, 480, FrameRate{}}, {MJPG, 0, 0, {30, 1}}};
+  std::vector<CameraMode> modes{
+      {YUY2, 640, 480, {30000, 1001}}, {NV12, 640, 480, FrameRate{}}, {MJPG, 0, 0, {30, 1}}};
   for (const auto format : picture::kAllPixelFormats)
     modes.push_back({format, 1280, 720, {30, 1}});
   for (const CameraMode& mode : modes) {

@@ -111,7 +111,8 @@ TEST(FrameBuffer, OfAnOddWidthMayBeTight) {
   EXPECT_EQ(frame->bytes.size(), 27U);
 }
 
-// What GStreamer 1.22 makes of 321 by 241 pixels: the bytes in all, where the second plane begins, its stride.
+// What GStreamer 1.22 makes of 321 by 241 pixels: the bytes in all, where the second plane begins, its
+// stride.
 struct PaddedRows {
   picture::PixelFormat format;
   std::size_t size;
@@ -121,9 +122,15 @@ struct PaddedRows {
 };
 
 constexpr PaddedRows kPaddedRows[] = {
-    {I420, 118096, 324, 78408, 164}, {YV12, 118096, 324, 78408, 164},  {NV12, 117612, 324, 78408, 324},
-    {NV16, 156168, 324, 78084, 324}, {NV24, 233288, 324, 78084, 644},  {YUY2, 155204, 644},
-    {RGB, 232324, 964},              {RGB16, 155204, 644},             {GRAY8, 78084, 324},
+    {I420, 118096, 324, 78408, 164},
+    {YV12, 118096, 324, 78408, 164},
+    {NV12, 117612, 324, 78408, 324},
+    {NV16, 156168, 324, 78084, 324},
+    {NV24, 233288, 324, 78084, 644},
+    {YUY2, 155204, 644},
+    {RGB, 232324, 964},
+    {RGB16, 155204, 644},
+    {GRAY8, 78084, 324},
 };
 
 TEST(FrameBuffer, KnowsRowsThatEndAtWholeWordsByTheirSizeWhenNoStrideIsStated) {

@@ -35,14 +35,16 @@ PlaneSpaces spacesOfWords(const picture::PixelLayout& layout, const FrameFormat&
     const std::size_t words = (layout.rowBytes(i, static_cast<int>(format.width)) + kWord - 1) / kWord;
     spaces[i] = {words * kWord, layout.rows(i, static_cast<int>(format.height))};
   }
-  spaces[0].rows = std::max(spaces[0].rows, layout.rows(layout.planeCount - 1, static_cast<int>(format.height))
-                                                << layout.planes[layout.planeCount - 1].down);
+  spaces[0].rows =
+      std::max(spaces[0].rows, layout.rows(layout.planeCount - 1, static_cast<int>(format.height))
+                                   << layout.planes[layout.planeCount - 1].down);
   return spaces;
 }
 
 std::size_t bytesOf(const PlaneSpaces& spaces) {
-  return std::accumulate(spaces.begin(), spaces.end(), std::size_t{0},
-                         [](std::size_t sum, const PlaneSpace& each) { return sum + each.stride * each.rows; });
+  return std::accumulate(
+      spaces.begin(), spaces.end(), std::size_t{0},
+      [](std::size_t sum, const PlaneSpace& each) { return sum + each.stride * each.rows; });
 }
 
 // Nodes that are fed by GStreamer may state no stride at all: then the size of their block tells.

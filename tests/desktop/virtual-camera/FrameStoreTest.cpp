@@ -230,14 +230,24 @@ TEST_F(Pictures, AreServedInTurnAsTheyAre) {
   EXPECT_EQ(frame(store, format, 2), one);
 }
 
-TEST_F(Pictures, MustHaveOneSize) {
+TEST_F(Pictures, MayHaveAnySizeAndContent) {
+  const Bytes one = encodeJpeg(drawTestPicture(64, 32, 0, 0), {});
+  const Bytes text{'t', 'e', 'x', 't'};
+  auto spec = parseCameraSpec("modes=MJPG:32x32@30,picture=" + save("one.jpg", one) +
+                              ",picture=" + save("text.jpg", text));
+  FrameStore store(spec);
+  const Format format{PixelFormat::kMjpg, 32, 32};
+  EXPECT_EQ(frame(store, format, 0), one);
+  EXPECT_EQ(frame(store, format, 1), text);
+}
+
+TEST_F(Pictures, AreOfMjpgOnly) {
   const auto one = save("one.jpg", encodeJpeg(drawTestPicture(64, 32, 0, 0), {}));
-  const auto two = save("two.jpg", encodeJpeg(drawTestPicture(32, 32, 0, 0), {}));
-  auto spec = parseCameraSpec("picture=" + one + ",picture=" + two);
+  auto spec = parseCameraSpec("modes=YUY2:64x32@30,picture=" + one);
   EXPECT_THROW(FrameStore{spec}, std::runtime_error);
 }
 
-TEST_F(Pictures, MustBeJpegs) {
+TEST_F(Pictures, MustTellTheirSizeWhereNoModeIsSaid) {
   auto text = parseCameraSpec("picture=" + save("text.jpg", {'t', 'e', 'x', 't'}));
   EXPECT_THROW(FrameStore{text}, std::runtime_error);
   auto missing = parseCameraSpec("picture=/nowhere/at-all.jpg");
