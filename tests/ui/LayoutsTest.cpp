@@ -127,6 +127,53 @@ TEST_F(LayoutsTest, WidgetsWithoutAVisibleNameHaveAnAccessibleOne) {
         << id;
 }
 
+/// Letters of another size, for the time that it lives.
+class LetterScale {
+ public:
+  explicit LetterScale(double scale) {
+    g_object_set(settings_, "gtk-xft-dpi", int(kNormal * scale), nullptr);
+  }
+  ~LetterScale() { g_object_set(settings_, "gtk-xft-dpi", kNormal, nullptr); }
+  LetterScale(const LetterScale&) = delete;
+  LetterScale& operator=(const LetterScale&) = delete;
+
+ private:
+  static constexpr int kNormal = 96 * 1024;  // dots an inch, in 1024ths
+  GtkSettings* const settings_ = gtk_settings_get_default();
+};
+
+TEST_F(LayoutsTest, TheWarningStaysClearOfTheShootButton) {
+  for (const double scale : {1.0, 1.5, 2.0}) {
+    const LetterScale letters(scale);
+    const auto nib = ui_->loadNibNamed("PreviewWindowController", recording(kPreviewHandlers));
+    const auto panel = nib->view("warningView");
+    panel->setHidden(false);
+    const auto text = [&](const char* id) {
+      return std::dynamic_pointer_cast<platform::NSTextField>(nib->view(id));
+    };
+    text("warningText")->setStringValue("The tool is not allowed to access the camera.");
+    text("warningDescription")->setHidden(false);
+    text("warningDescription")
+        ->setStringValue(
+            "Please open the macOS System Preferences > Security & Privacy > Privacy and allow \"Verrano "
+            "Quillo\" to access the camera.");
+    nib->window()->makeKeyAndOrderFront();
+    const Screenshot drawn(GTK_WIDGET(toplevelWithTitle("Camera Shot")));
+    const auto boundsOf = [&](const char* id) {
+      graphene_rect_t bounds{};
+      EXPECT_TRUE(gtk_widget_compute_bounds(widget("Camera Shot", id),
+                                            GTK_WIDGET(toplevelWithTitle("Camera Shot")), &bounds));
+      return bounds;
+    };
+    const auto button = boundsOf("button");
+    for (const char* const id : {"warningImage", "warningText", "warningDescription"}) {
+      const auto bounds = boundsOf(id);
+      EXPECT_GE(bounds.origin.y, 0) << id << " at " << scale;
+      EXPECT_LE(bounds.origin.y + bounds.size.height, button.origin.y) << id << " at " << scale;
+    }
+  }
+}
+
 TEST_F(LayoutsTest, AnUnknownOutletIsNoView) {
   const auto nib = ui_->loadNibNamed("PreviewWindowController", recording(kPreviewHandlers));
   EXPECT_FALSE(nib->view("noSuchOutlet"));

@@ -169,12 +169,13 @@ class Studio {
     camera->deliver(jpegFrame(1280, 720, landscape));
   }
 
-  /// The picture is decoded beside the main thread, and drawn when it is there.
+  /// The picture is decoded beside the main thread, and drawn when it is there; until then words stand in the
+  /// middle.
   void waitForPicture() {
     GtkWidget* const view = widgetById(window(localized("Camera Shot")), "captureView");
     constexpr int kDrawings = 300;
     for (int i = 0; i < kDrawings; ++i)
-      if (Screenshot(view).at(0.5, 0.5).green > 0) return;
+      if (Screenshot(view).at(0.2, 0.4).green > 0) return;
     throw std::runtime_error("the camera's picture does not appear");
   }
 
