@@ -1,29 +1,15 @@
 #!/usr/bin/python3
 """Cameras that are missing, go away, fall silent, or send what is no picture."""
 
-import os
-import socket
 import unittest
 
 import pixels
 from saves import LARGE, Save
-from tool import HD, Tool, ToolTest, control, in_desktop
-from waiting import BOUND, wait_until
+from tool import HD, CameraLine, Tool, ToolTest, control, in_desktop
+from waiting import wait_until
 
 SMALL = "name=desk,title=Desk camera,modes=MJPG:640x480@30"
 LATE = SMALL + ",start-delay=60000"  # no frame before a test has done its part
-
-
-def ask(camera, request):
-    """The answer on a camera's control socket, once it has taken effect; without the delay of a new process."""
-    camera.sendall(request.encode() + b"\n")
-    answer = b""
-    while not answer.endswith(b"\n"):
-        part = camera.recv(4096)
-        if not part:
-            raise AssertionError(f"no answer to {request}")
-        answer += part
-    return answer.decode()
 
 
 class CameraFaults(ToolTest):
@@ -60,21 +46,19 @@ class CameraFaults(ToolTest):
     @in_desktop(LARGE)
     def test_unplugged_while_the_file_is_written(self):
         tool = Tool()
-        with socket.socket(socket.AF_UNIX) as camera:
-            camera.settimeout(BOUND)
-            camera.connect(os.environ["CAMERA_1_CONTROL"])
+        with CameraLine(1) as camera:
             for _ in range(5):
                 save = Save(tool.photo_folder)
                 tool.start()
                 save.wait_for(0)
-                gone = ask(camera, "unplug")
+                gone = camera.ask("unplug")
                 being_written = save.size() is not None
                 self.assertRegex(gone, "^ok .*state=unplugged")
                 self.assertEqual(tool.wait(), 0, tool.log())
                 self.assert_one_photo(tool).unlink()
                 if being_written:
                     return
-                self.assertRegex(ask(camera, "plug"), "^ok ")
+                self.assertRegex(camera.ask("plug"), "^ok ")
         self.fail("all of the saves were over before the camera was gone")
 
     @in_desktop(SMALL + ",fault=stall:0")

@@ -1,13 +1,60 @@
 #!/usr/bin/env python3
-"""Cameras that are not ready, fail and come back: a silent run waits for its photo within its limit."""
+"""Cameras that are not ready, fail and come back: a silent run waits for its photo within its limit, and the preview
+shows them again by itself."""
 
+import contextlib
+import os
+import re
+import signal
+import subprocess
 import unittest
+from pathlib import Path
 
 import pixels
-from tool import Tool, ToolTest, in_desktop
+from tool import CameraLine, Tool, ToolTest, control, in_desktop
+from waiting import wait_until
+from window_case import GREEN, RED, WindowTest, camera_of
+from windows import in_windowed_desktop
 
 MODES = "modes=MJPG:320x240@30"
 DESK = f"name=desk,title=Desk camera,{MODES}"
+
+
+class Streams:
+    """Counts the streams of cameras' pictures that programs have opened, as PipeWire tells of them."""
+
+    def __init__(self):
+        self._folder = Path(os.environ["CAMERA_DESKTOP_DIR"]) / "streams"
+        self._folder.mkdir()
+        self._told = self._folder / "told"
+        with open(self._told, "wb") as told:
+            self._monitor = subprocess.Popen(["stdbuf", "-oL", "pw-mon"], stdout=told, stdin=subprocess.DEVNULL)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self._monitor.terminate()
+        self._monitor.wait()
+
+    def count(self):
+        told = re.split(r"^(added|changed|removed):$", self._told.read_text(errors="replace"), flags=re.MULTILINE)
+        return sum(event == "added" and 'media.class = "Stream/Input/Video"' in what
+                   for event, what in zip(told[1::2], told[2::2]))
+
+    def wait_for(self, count):
+        wait_until(lambda: self.count() >= count, self._folder, what=f"stream {count}")
+
+
+@contextlib.contextmanager
+def session_manager_stopped():
+    """The session manager does nothing meanwhile and then catches up, as on a busy machine."""
+    manager = int(os.environ["WIREPLUMBER_PID"])
+    os.kill(manager, signal.SIGSTOP)
+    try:
+        yield
+    finally:
+        os.kill(manager, signal.SIGCONT)
 
 
 class SilentRun(ToolTest):
@@ -31,6 +78,73 @@ class SilentRun(ToolTest):
     def test_the_exposure_settles_slowly(self):
         picture = self.assert_photo(Tool().start())
         self.assertGreater(picture.at(0.97, 0.5)[0], 200)
+
+    @in_desktop(RED, GREEN)
+    def test_the_camera_goes_while_the_session_manager_is_held_up(self):
+        with Streams() as streams, CameraLine(1) as red:
+            tool = Tool().start()
+            red.ask("wait-streaming")
+            with session_manager_stopped():
+                red.ask("unplug")
+                streams.wait_for(2)
+            self.assertEqual(tool.wait(), 0, tool.log())
+        self.assertTrue(tool.photos(), tool.log())
+        self.assertEqual({camera_of(pixels.decode_png(photo).at(0.3, 0.3)) for photo in tool.photos()}, {"green"})
+
+
+class Preview:
+    """What holds on every kind of display."""
+
+    def assert_lives(self, tool, colour):
+        """The preview shows that camera, and a photo of it can be taken."""
+        self.wait_for_preview_colour(colour)
+        self.windows.key("space")
+        self.assertEqual(self.photo_colour(self.wait_for_photos(tool, 1)[0]), colour)
+
+    @in_windowed_desktop(RED, GREEN)
+    def test_the_camera_goes_while_the_session_manager_is_held_up(self):
+        with Streams() as streams, CameraLine(1) as red:
+            tool = self.open_preview()
+            self.wait_for_preview_colour("red")
+            with session_manager_stopped():
+                red.ask("unplug")
+                streams.wait_for(2)
+            self.assert_lives(tool, "green")
+
+    @in_windowed_desktop(RED)
+    def test_the_camera_fails_and_is_plugged_again(self):
+        tool = self.open_preview()
+        self.wait_for_preview_colour("red")
+        control("camera", "1", "error")
+        control("camera", "1", "plug")
+        self.assert_lives(tool, "red")
+
+    @in_windowed_desktop(RED)
+    def test_the_system_sleeps_for_a_moment(self):
+        tool = self.open_preview()
+        self.wait_for_preview_colour("red")
+        control("camera", "1", "suspend")
+        control("camera", "1", "wait-streaming")
+        self.assert_lives(tool, "red")
+
+    @in_windowed_desktop(f"{RED},fault=busy:2000")
+    def test_another_program_lets_go_of_the_camera(self):
+        self.assert_lives(self.open_preview(), "red")
+
+    @in_windowed_desktop(RED)
+    def test_the_daemon_restarts(self):
+        tool = self.open_preview()
+        self.wait_for_preview_colour("red")
+        control("pipewire", "restart")
+        self.assert_lives(tool, "red")
+
+
+class PreviewOnX11(Preview, WindowTest):
+    pass
+
+
+class PreviewOnWayland(Preview, WindowTest):
+    display = "wayland"
 
 
 if __name__ == "__main__":

@@ -5,12 +5,13 @@ import functools
 import json
 import os
 import signal
+import socket
 import subprocess
 import sys
 import unittest
 from pathlib import Path
 
-from waiting import wait_for_exit, wait_until
+from waiting import BOUND, wait_for_exit, wait_until
 
 ROOT = Path(__file__).resolve().parents[2]
 TOOL_IDENTIFIER = "a5f597ea-d3f3-4347-bbe6-344e240acc7e"
@@ -51,6 +52,32 @@ def in_desktop(*cameras, options=()):
 def control(*words):
     """Asks the private desktop for something; returns its answer once it has taken effect."""
     return subprocess.run([ROOT / "tests/desktop/control", *words], check=True, capture_output=True, text=True).stdout
+
+
+class CameraLine:
+    """A camera's control socket: asked without the delay of a new process, and without the session manager's help."""
+
+    def __init__(self, number):
+        self._socket = socket.socket(socket.AF_UNIX)
+        self._socket.settimeout(BOUND)
+        self._socket.connect(os.environ[f"CAMERA_{number}_CONTROL"])
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self._socket.close()
+
+    def ask(self, request):
+        """The answer, once the request has taken effect."""
+        self._socket.sendall(request.encode() + b"\n")
+        answer = b""
+        while not answer.endswith(b"\n"):
+            part = self._socket.recv(4096)
+            if not part:
+                raise AssertionError(f"no answer to {request}")
+            answer += part
+        return answer.decode()
 
 
 class Tool:
