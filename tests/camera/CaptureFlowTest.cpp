@@ -73,6 +73,14 @@ class CaptureFlowTest : public testing::Test {
       frame();
   }
 
+  /// Somebody looks at the live picture.
+  std::shared_ptr<FrameFeed> watch() {
+    auto feed = std::make_shared<FrameFeed>();
+    feed->setListener([] {});
+    flow_->addFeed(feed);
+    return feed;
+  }
+
   fakes::Journal journal_;
   fakes::FakeMainLoop queue_;
   fakes::FakeNotificationCenter center_{journal_};
@@ -87,6 +95,7 @@ class CaptureFlowTest : public testing::Test {
 };
 
 TEST_F(CaptureFlowTest, AStillOfASettledCameraIsTheNextFrame) {
+  const auto feed = watch();
   start();
   settle();
   for (int i = 0; i < 100; ++i)
@@ -96,6 +105,26 @@ TEST_F(CaptureFlowTest, AStillOfASettledCameraIsTheNextFrame) {
   frame();
   EXPECT_THAT(outcomes_, ElementsAre(number_));
   EXPECT_EQ(examiner_->measured, 0) << "its exposure settled long ago";
+}
+
+TEST_F(CaptureFlowTest, AStillThatIsAskedForAsTheRunGetsOldEnoughIsTheNextFrameOfASteadyCamera) {
+  start();
+  for (int i = 0; i < 31; ++i)
+    frame();
+  capture();
+  frame();
+  EXPECT_THAT(outcomes_, ElementsAre(32)) << "what came before has told that nothing moves";
+}
+
+TEST_F(CaptureFlowTest, ARunThatNobodyWatchesIsMeasuredForAsLongAsItIsYoungOnly) {
+  start();
+  for (int i = 0; i < 100; ++i)
+    frame();
+  const int measured = examiner_->measured;
+  EXPECT_GT(measured, 0);
+  for (int i = 0; i < 100; ++i)
+    frame();
+  EXPECT_EQ(examiner_->measured, measured);
 }
 
 TEST_F(CaptureFlowTest, AStillOfANewRunWaitsForASecond) {

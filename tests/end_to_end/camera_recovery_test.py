@@ -74,7 +74,7 @@ class SilentRun(ToolTest):
     def test_the_node_comes_long_after_its_device(self):
         self.assert_photo(Tool().start())
 
-    @in_desktop(f"{DESK},exposure=2500")
+    @in_desktop(f"{DESK},exposure=1600")
     def test_the_exposure_settles_slowly(self):
         picture = self.assert_photo(Tool().start())
         self.assertGreater(picture.at(0.97, 0.5)[0], 200)

@@ -152,8 +152,10 @@ bool CaptureFlow::anyFeedWants() {
 void CaptureFlow::frameArrived(const FrameBuffer& picture) {
   ++arrived_;
   const std::uint64_t sequence = sequence_++;
-  const bool forStills = stills_->wantsFrame();
-  if (!forStills && !anyFeedWants()) return;
+  const bool forFeeds = anyFeedWants();
+  const bool forStills =
+      stills_->wantsFrame(forFeeds ? StillQueue::Purpose::kPreview : StillQueue::Purpose::kStill);
+  if (!forStills && !forFeeds) return;
   const std::shared_ptr<const picture::Frame> frame = picture.copy(sequence);
   ++copied_;
   if (forStills) stills_->examine(frame);

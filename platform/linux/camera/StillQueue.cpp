@@ -29,15 +29,17 @@ void StillQueue::restart() {
   trend_.restart();
 }
 
-bool StillQueue::wantsFrame() {
-  schedule_.frameArrived(loop_.now());
+bool StillQueue::wantsFrame(Purpose purpose) {
+  const auto now = loop_.now();
+  schedule_.frameArrived(now);
   reason_ = ETIMEDOUT;
-  return !waiting_.empty() && !examined_ && schedule_.isExposureWorthKnowing(loop_.now());
+  const bool isStillToCome = !waiting_.empty() || (purpose == Purpose::kStill && schedule_.isYoung(now));
+  return isStillToCome && !examined_ && schedule_.isExposureWorthKnowing(now);
 }
 
 void StillQueue::examine(std::shared_ptr<const picture::Frame> frame) {
   const auto now = loop_.now();
-  const bool mayBeStill = schedule_.hasSettled(now);
+  const bool mayBeStill = schedule_.hasSettled(now) && !waiting_.empty();
   auto question = schedule_.isYoung(now) ? FrameExaminer::Question::kBoth : FrameExaminer::Question::kWhole;
   if (!mayBeStill) question = FrameExaminer::Question::kExposure;
   examined_ = mayBeStill ? waiting_.size() : 0;

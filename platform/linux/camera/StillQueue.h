@@ -45,8 +45,13 @@ class StillQueue : public std::enable_shared_from_this<StillQueue> {
   void setReason(int error) { reason_ = error; }
   [[nodiscard]] int reason() const { return reason_; }
 
-  /// A frame has arrived; whether a copy of it is to be passed to `examine`.
-  [[nodiscard]] bool wantsFrame();
+  /// What the session runs for: one that nobody watches runs for a still, which is asked for sooner or later.
+  enum class Purpose { kPreview, kStill };
+
+  /// A frame has arrived; whether a copy of it is to be passed to `examine`. Where a still is to come, that
+  /// is also the case shortly before the run is old enough for it: whether the exposure moves is known by
+  /// then.
+  [[nodiscard]] bool wantsFrame(Purpose purpose);
   void examine(std::shared_ptr<const picture::Frame> frame);
 
   /// All stills fail with `error`.
