@@ -8,7 +8,8 @@ namespace picture {
 
 /// Filters one row of RGB pixels (PNG specification, section 9): the filter's number, then `row.size()`
 /// residuals, go to `out`. `previous` is the row above, of the same size; all zero for the first row of a
-/// picture. The filter is Paeth's, which was within 1.5 % of any way to choose one on photographs; only a
+/// picture. The filter is Paeth's, which was within 1.5 % of any way to choose one on noisy photographs,
+/// unless the row is smooth and another one leaves longer repetitions, which took up to 6 % off clean ones. A
 /// black row stays as it is, so that black rows together are zeros without a break.
 void filterRow(std::span<const std::uint8_t> row, const std::uint8_t* previous, std::uint8_t* out) noexcept;
 
