@@ -40,6 +40,19 @@ TEST_F(Texts, ComeFromTheFirstLanguageThatHasThem) {
   EXPECT_EQ(text({"de_AT", "de", "fr"}, "Done"), "Done");
 }
 
+TEST_F(Texts, MayBeOthersInAContext) {
+  installCatalog(folder_.path(), "de", "main",
+                 {{"", "header"}, {"Open", "Öffne"}, {"Shine", "Scheine"}, {"at night\x04Shine", "Leuchte"}});
+  installCatalog(folder_.path(), "fr", "main", {{"Open", "Ouvre"}, {"Shine", "Brille"}});
+  const auto atNight = [&](const std::vector<std::string>& languages, const std::string& key) {
+    return Bundle("id", "main", folder_.path(), languages, "at night").localizedStringForKey(key);
+  };
+  EXPECT_EQ(atNight({"de"}, "Shine"), "Leuchte");
+  EXPECT_EQ(atNight({"de"}, "Open"), "Öffne") << "most texts are the same everywhere";
+  EXPECT_EQ(atNight({"fr", "de"}, "Shine"), "Brille") << "the language comes first";
+  EXPECT_EQ(text({"de"}, "Shine"), "Scheine");
+}
+
 std::vector<std::string> languagesFor(const std::string& language, const std::string& locale) {
   ::setenv("LANGUAGE", language.c_str(), 1);
   ::setenv("LC_ALL", locale.c_str(), 1);

@@ -13,7 +13,7 @@ from tool import HD, WITHOUT_OVERRIDE, Tool, ToolTest, control, in_desktop
 TAKEN = "Camera shot taken.\nClick here to show it in the file manager."
 UNABLE = "Unable to take camera shot."
 NO_CAMERA = "Camera not found."
-NOT_ALLOWED = "Allow access to the camera in the privacy settings."
+NOT_ALLOWED = "PipeWire’s socket, or the camera’s device (/dev/video*), is not open to you."
 ERROR = "Error occured"
 SPARE = "name=spare,modes=MJPG:320x240@30"
 LATE = "name=late,modes=MJPG:640x480@30,start-delay=60000"

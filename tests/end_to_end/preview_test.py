@@ -167,7 +167,7 @@ class Preview:
         mode = socket.stat().st_mode
         socket.chmod(0)
         self.windows.find(NOT_ALLOWED, PREVIEW)
-        self.windows.wait_until(lambda objects: any(each.name.startswith("Please open") for each in objects),
+        self.windows.wait_until(lambda objects: any(each.name.startswith("PipeWire’s socket, or") for each in objects),
                                 "what to do about it")
         self.assert_may_shoot(False)
         socket.chmod(mode)

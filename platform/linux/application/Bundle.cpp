@@ -12,6 +12,9 @@ namespace platform_linux {
 
 namespace {
 
+/// Between context and text in a compiled catalog (GNU gettext's manual, "The Format of GNU MO Files").
+constexpr char kContextEnd = '\x04';
+
 /// The locale of no language, in which the keys' own English is right.
 bool isPlain(std::string_view language) {
   return language == "C" || language == "POSIX" || language.starts_with("C.");
@@ -42,11 +45,12 @@ std::string installationPrefix() {
 }
 
 Bundle::Bundle(std::string identifier, std::string domain, std::string localeFolder,
-               std::vector<std::string> languages)
+               std::vector<std::string> languages, std::string context)
     : identifier_(std::move(identifier)),
       domain_(std::move(domain)),
       localeFolder_(std::move(localeFolder)),
-      languages_(std::move(languages)) {
+      languages_(std::move(languages)),
+      context_(std::move(context)) {
   ::bindtextdomain(domain_.c_str(), localeFolder_.c_str());
   ::bind_textdomain_codeset(domain_.c_str(), "UTF-8");
 }
@@ -57,8 +61,11 @@ std::string Bundle::bundleIdentifier() const {
 
 std::string Bundle::localizedStringForKey(const std::string& key, const std::string& value,
                                           const std::string& table) const {
-  for (const MessageCatalog& catalog : this->table(table.empty() ? domain_ : table))
+  for (const MessageCatalog& catalog : this->table(table.empty() ? domain_ : table)) {
+    if (!context_.empty())
+      if (auto translation = catalog.translation(context_ + kContextEnd + key)) return *translation;
     if (auto translation = catalog.translation(key)) return *translation;
+  }
   return value.empty() ? key : value;
 }
 

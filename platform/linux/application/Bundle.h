@@ -28,9 +28,10 @@ std::string installationPrefix();
 class Bundle : public platform::NSBundle {
  public:
   /// `domain` names the main table, for the toolkit's window layouts as well; catalogs are
-  /// `<localeFolder>/<language>/LC_MESSAGES/<table>.mo`.
+  /// `<localeFolder>/<language>/LC_MESSAGES/<table>.mo`. What a catalog has in `context` (gettext's msgctxt)
+  /// goes before the same text without one: that is how texts differ with what the program runs in.
   Bundle(std::string identifier, std::string domain, std::string localeFolder,
-         std::vector<std::string> languages = userLanguages());
+         std::vector<std::string> languages = userLanguages(), std::string context = {});
 
   std::string bundleIdentifier() const override;
   std::string localizedStringForKey(const std::string& key, const std::string& value = {},
@@ -43,6 +44,7 @@ class Bundle : public platform::NSBundle {
   const std::string domain_;
   const std::string localeFolder_;
   const std::vector<std::string> languages_;
+  const std::string context_;
 
   mutable std::mutex mutex_;
   /// Best language first; read when a table is first asked for.

@@ -21,6 +21,9 @@ constexpr auto kStartupIsOver = 500ms;
 /// How long the end of a short run waits for the desktop.
 constexpr auto kStartupPatience = 300ms;
 
+/// The context of texts about rights that no desktop's settings give.
+constexpr const char* kOutsideASandbox = "outside a sandbox";
+
 /// The suite's own folder in one of the user's.
 std::string suiteFolder(const char* userFolder) {
   return std::string(userFolder) + "/quillo";
@@ -41,7 +44,8 @@ LinuxPlatform::LinuxPlatform(const ProgramIdentity& identity)
       startupToken_(startupTokenOfEnvironment()),
       cameras_(makeCameras()),
       instances_(bus_),
-      bundle_(identity.identifier, identity.program, installationPrefix() + "/share/locale", userLanguages()),
+      bundle_(identity.identifier, identity.program, installationPrefix() + "/share/locale", userLanguages(),
+              runsInSandbox() ? "" : kOutsideASandbox),
       defaults_(configurationPath(identity.settingsFile), "Defaults", log_),
       application_({identity.identifier, identity.preferencesFile, identity.notificationActions}, bus_,
                    mainQueue_, runLoop_, log_),

@@ -68,7 +68,7 @@ class Faults(SceneTest):
         run("chown", NOBODY, "/dev/video0")
         # Of root's rights only its name is left: the session's bus knows it.
         tool = Tool(command=["setpriv", "--bounding-set=-all", "--inh-caps=-all"])
-        self.assert_told("Allow access to the camera in the privacy settings.", tool)
+        self.assert_told("PipeWire’s socket, or the camera’s device (/dev/video*), is not open to you.", tool)
 
     def test_another_program_has_the_camera(self):
         tool = Tool()
