@@ -5,6 +5,7 @@
 #include <cctype>
 #include <string_view>
 #include <tuple>
+#include <utility>
 
 namespace platform_linux {
 namespace {
@@ -12,12 +13,15 @@ namespace {
 /// What drivers and programs call loopbacks.
 constexpr std::array<std::string_view, 5> kVirtualNames{"loopback", "dummy video device", "obs virtual",
                                                         "droidcam", "obs-camera"};
+/// Raw sensors behind the image processors of laptops and tablets, and devices that send no pictures.
+constexpr std::array<std::string_view, 6> kPartNames{"ipu3", "ipu6", "ipu7", "isys", "atomisp", "metadata"};
 constexpr std::array<std::string_view, 3> kInfraredNames{"infrared", "infra red", "windows hello"};
 
-std::string lowerCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
+std::string lowerCase(std::string_view text) {
+  std::string lower(text);
+  std::transform(text.begin(), text.end(), lower.begin(),
                  [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-  return text;
+  return lower;
 }
 
 bool isLetterOrDigit(std::string_view text, std::size_t index) {
@@ -46,7 +50,46 @@ auto placeKey(const Camera& camera) {
   return std::tuple(camera.place.empty(), camera.place.size(), std::string_view(camera.place));
 }
 
+// "Cam A (V4L2)" is "Cam A".
+std::string withoutWay(std::string title) {
+  for (const std::string_view way : {" (V4L2)", " (libcamera)"})
+    if (title.ends_with(way)) title.resize(title.size() - way.size());
+  return title;
+}
+
+// "Cam A  Cam A" is "Cam A": some monitors put maker and model together where both are the whole name.
+std::string notTwice(std::string title) {
+  for (std::size_t half = title.size() / 2 + 1; half-- > 1;) {
+    const std::string_view first = std::string_view(title).substr(0, half);
+    const std::string_view rest = std::string_view(title).substr(half);
+    const auto begin = rest.find_first_not_of(' ');
+    if (begin != std::string_view::npos && begin > 0 && rest.substr(begin) == first)
+      return std::string(first);
+  }
+  return title;
+}
+
 }  // namespace
+
+std::string plainTitle(std::string title) {
+  return notTwice(withoutWay(std::move(title)));
+}
+
+bool isCalledAPartOfACamera(std::string_view name) {
+  return containsAny(lowerCase(name), kPartNames);
+}
+
+bool isLoopbackDriver(std::string_view driver) {
+  return containsAny(lowerCase(driver), std::array<std::string_view, 1>{"loopback"});
+}
+
+std::string whyNotListed(const std::string& title, const std::set<std::string>& formats) {
+  std::string all;
+  for (const auto& format : formats)
+    all += (all.empty() ? "" : ", ") + format;
+  return title + " is not listed: it offers " +
+         (all.empty() ? "no pictures" : "only what cannot be read here (" + all + ")");
+}
 
 CameraKind cameraKind(const std::string& localizedName, const std::vector<CameraMode>& modes) {
   const std::string name = lowerCase(localizedName);

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/linux/camera/CameraMode.h"
@@ -28,6 +30,19 @@ struct Camera {
 
 /// The kind of a camera by what it is called and what it sends.
 [[nodiscard]] CameraKind cameraKind(const std::string& localizedName, const std::vector<CameraMode>& modes);
+
+/// A camera's name for people without what systems add to it: "Cam A (V4L2)" and "Cam A  Cam A" are "Cam A".
+[[nodiscard]] std::string plainTitle(std::string title);
+
+/// Whether a device of that name only is a part of a camera: of no use without the rest.
+[[nodiscard]] bool isCalledAPartOfACamera(std::string_view name);
+
+/// Whether a kernel driver of that name passes on what programs give it. A loopback is called by its user
+/// what he likes; its driver gives itself away.
+[[nodiscard]] bool isLoopbackDriver(std::string_view driver);
+
+/// The line for the log on a camera that offers nothing but these formats, none of which can be decoded.
+[[nodiscard]] std::string whyNotListed(const std::string& title, const std::set<std::string>& formats);
 
 /// The order in which cameras are offered, the same for lists and for the choice of one: by kind, by
 /// priority, by their devices' numbers, and last in the order in which they appeared.

@@ -9,6 +9,7 @@ using picture::PixelFormat;
 using platform_linux::CameraCensus;
 using platform_linux::CameraMode;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
@@ -39,9 +40,49 @@ TEST_F(DeviceList, OnlyDevicesThatDeliverPicturesAreCameras) {
 }
 
 TEST_F(DeviceList, ACameraWithoutAUsableFormatIsLeftOut) {
-  plug(0)->formats = {{.code = V4L2_PIX_FMT_H264}, {.code = V4L2_PIX_FMT_SRGGB8}};
+  plug(0)->formats = {{.code = V4L2_PIX_FMT_H264, .description = "H.264"},
+                      {.code = V4L2_PIX_FMT_SRGGB8, .description = "8-bit Bayer RGRG/GBGB"}};
   start();
   EXPECT_THAT(cameras(), IsEmpty());
+  EXPECT_THAT(told_.census.notes, ElementsAre("Desk camera is not listed: it offers only what cannot be read "
+                                              "here (8-bit Bayer RGRG/GBGB, H.264)"));
+}
+
+TEST_F(DeviceList, AFormatWithoutADescriptionIsNamedByItsCode) {
+  plug(0)->formats = {{.code = V4L2_PIX_FMT_H264}};
+  start();
+  EXPECT_THAT(told_.census.notes, ElementsAre(HasSubstr("(H264)")));
+}
+
+TEST_F(DeviceList, NothingIsSaidOfDevicesThatAreNoCameras) {
+  plug(0)->abilities = V4L2_CAP_META_CAPTURE | V4L2_CAP_STREAMING;
+  plug(1)->formats.clear();
+  start();
+  EXPECT_THAT(cameras(), IsEmpty());
+  EXPECT_THAT(told_.census.notes, ElementsAre("Desk camera is not listed: it offers no pictures"));
+}
+
+TEST_F(DeviceList, PartsOfAnImageProcessorAreNoCameras) {
+  plug(0)->card = "Intel IPU6 ISYS Capture 0";
+  plug(1)->driver = "atomisp-isp2";
+  start();
+  EXPECT_THAT(cameras(), IsEmpty());
+}
+
+TEST_F(DeviceList, TheDriverTellsALoopbackWhateverItIsCalled) {
+  plug(0)->driver = "v4l2 loopback";
+  plug(1);
+  start();
+  ASSERT_THAT(cameras(), SizeIs(2));
+  EXPECT_EQ(cameras()[0].kind, platform_linux::CameraKind::kVirtual);
+  EXPECT_EQ(cameras()[1].kind, platform_linux::CameraKind::kColour);
+}
+
+TEST_F(DeviceList, TheTitleIsTheNodesWithNothingTwice) {
+  plug(0);
+  folder_->entries.at(0).product = "USB Camera: USB Camera";
+  start();
+  EXPECT_EQ(cameras().at(0).localizedName, "USB Camera");
 }
 
 TEST_F(DeviceList, ModesAreTheProductOfFormatsSizesAndRates) {

@@ -30,7 +30,7 @@ TEST(DeviceName, OfTheSecondInOneSocketEndsInItsNumber) {
 TEST(DeviceName, ForPeopleIsTheBestThatIsKnown) {
   DeviceEntry device;
   EXPECT_EQ(deviceTitle(device, ""), "");
-  EXPECT_EQ(deviceTitle(device, "Rig Webcam: Rig Webcam"), "Rig Webcam  Rig Webcam");
+  EXPECT_EQ(deviceTitle(device, "Rig Webcam: Rig Webcam"), "Rig Webcam");
   device.product = "Product";
   EXPECT_EQ(deviceTitle(device, "Card"), "Product");
   device.model = "HD_Webcam";

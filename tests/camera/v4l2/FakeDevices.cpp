@@ -188,6 +188,9 @@ int FakeDevice::enumerate(v4l2_fmtdesc& entry) const {
       isMultiPlanar() ? V4L2_BUF_TYPE_VIDEO_CAPTURE_MPLANE : V4L2_BUF_TYPE_VIDEO_CAPTURE;
   if (entry.type != type || entry.index >= formats.size()) return EINVAL;
   entry.pixelformat = formats[entry.index].code;
+  const auto& description = formats[entry.index].description;
+  std::copy_n(description.begin(), std::min(description.size(), sizeof(entry.description) - 1),
+              std::begin(entry.description));
   return 0;
 }
 

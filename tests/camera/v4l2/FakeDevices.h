@@ -21,6 +21,7 @@ struct FakeFormat {
   std::uint32_t code = V4L2_PIX_FMT_YUYV;
   std::vector<std::pair<std::uint32_t, std::uint32_t>> sizes{{4, 2}};
   std::vector<v4l2_fract> intervals{{1, 30}};
+  std::string description = {};
   bool isRange = false;  ///< the first and the last of both are the ends of a range
 };
 

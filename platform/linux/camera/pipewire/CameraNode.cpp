@@ -52,13 +52,6 @@ void CameraNode::finish() {
   isWhole_ = true;
 }
 
-std::string CameraNode::codedFormats() const {
-  std::string all;
-  for (const auto& format : codedFormats_)
-    all += (all.empty() ? "" : ", ") + format;
-  return all;
-}
-
 void CameraNode::onInfo(const pw_node_info& info) {
   if ((info.change_mask & PW_NODE_CHANGE_MASK_STATE) && info.state == PW_NODE_STATE_ERROR)
     client_.nodeFailed(*this, errorNumberOfMessage(info.error ? info.error : ""));

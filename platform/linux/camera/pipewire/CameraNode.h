@@ -37,7 +37,7 @@ class CameraNode {
   /// False when none of the formats that it states can be decoded, or it states none.
   [[nodiscard]] bool isUsable() const { return !modes_.empty(); }
   /// The formats that cannot be decoded, for people; empty while none was stated.
-  [[nodiscard]] std::string codedFormats() const;
+  [[nodiscard]] const std::set<std::string>& codedFormats() const { return codedFormats_; }
   [[nodiscard]] NodeEntry entry() const { return {properties_, properties_.camera(modes_)}; }
 
  private:

@@ -24,12 +24,6 @@ bool isCameraDevice(const spa_dict& properties) {
   return api == "v4l2" || api == "libcamera" || property(properties, PW_KEY_MEDIA_CLASS) == "Video/Device";
 }
 
-std::string whyNotListed(const CameraNode& node) {
-  const std::string coded = node.codedFormats();
-  return node.properties().title() + " is not listed: it offers " +
-         (coded.empty() ? "no pictures" : "only what cannot be read here (" + coded + ")");
-}
-
 bool isSessionManager(const spa_dict& properties) {
   const auto name = property(properties, PW_KEY_APP_NAME);
   return name.starts_with("WirePlumber") || name.starts_with("pipewire-media-session");
@@ -123,7 +117,7 @@ void CameraRegistry::tell() {
     if (node->isUsable())
       entries.push_back(node->entry());
     else
-      census.notes.push_back(whyNotListed(*node));
+      census.notes.push_back(whyNotListed(node->properties().title(), node->codedFormats()));
   }
   census.cameras = distinctCameras(std::move(entries));
   census.state = mayExpectMore() ? CameraCensus::State::kGathering : CameraCensus::State::kComplete;

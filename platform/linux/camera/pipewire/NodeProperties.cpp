@@ -21,8 +21,6 @@ constexpr const char* kLibcameraPath = "api.libcamera.path";
 constexpr std::array<std::string_view, 9> kScreenNames{"screen",         "desktop-portal", "kwin",
                                                        "gamescope",      "mutter",         "gnome-shell",
                                                        "remote-desktop", "wlroots",        "monitor"};
-/// Raw sensors behind the image processors of laptops and tablets, and devices that send no pictures.
-constexpr std::array<std::string_view, 6> kPartNames{"ipu3", "ipu6", "ipu7", "isys", "atomisp", "metadata"};
 /// What makes one of several nodes of one name the same one next time, the steadiest first.
 constexpr std::array kTellingApart{"device.serial",   "api.v4l2.path", "api.libcamera.path", "object.path",
                                    "device.bus-path", "node.nick",     "node.description"};
@@ -39,25 +37,6 @@ bool containsAny(std::string_view text, const Words& words) {
   const std::string lower = lowerCase(text);
   return std::any_of(words.begin(), words.end(),
                      [&](auto word) { return lower.find(word) != std::string::npos; });
-}
-
-// "Cam A (V4L2)" is "Cam A".
-std::string withoutWay(std::string title) {
-  for (const std::string_view way : {" (V4L2)", " (libcamera)"})
-    if (title.ends_with(way)) title.resize(title.size() - way.size());
-  return title;
-}
-
-// "Cam A  Cam A" is "Cam A": some monitors put maker and model together where both are the whole name.
-std::string notTwice(std::string title) {
-  for (std::size_t half = title.size() / 2 + 1; half-- > 1;) {
-    const std::string_view first = std::string_view(title).substr(0, half);
-    const std::string_view rest = std::string_view(title).substr(half);
-    const auto begin = rest.find_first_not_of(' ');
-    if (begin != std::string_view::npos && begin > 0 && rest.substr(begin) == first)
-      return std::string(first);
-  }
-  return title;
 }
 
 }  // namespace
@@ -92,7 +71,7 @@ bool NodeProperties::isScreen() const {
 bool NodeProperties::isPartOfACamera() const {
   for (const char* key : {PW_KEY_NODE_NAME, PW_KEY_NODE_DESCRIPTION, PW_KEY_NODE_NICK, "api.v4l2.cap.card",
                           "api.v4l2.cap.driver", PW_KEY_DEVICE_PRODUCT_NAME})
-    if (containsAny(get(key), kPartNames)) return true;
+    if (isCalledAPartOfACamera(get(key))) return true;
   return false;
 }
 
@@ -104,7 +83,7 @@ bool NodeProperties::isCamera() const {
 
 std::string NodeProperties::title() const {
   for (const char* key : {PW_KEY_NODE_NICK, PW_KEY_NODE_DESCRIPTION, PW_KEY_NODE_NAME})
-    if (const auto title = get(key); !title.empty()) return notTwice(withoutWay(std::string(title)));
+    if (const auto title = get(key); !title.empty()) return plainTitle(std::string(title));
   return {};
 }
 
@@ -130,10 +109,7 @@ Camera NodeProperties::camera(std::vector<CameraMode> modes) const {
   camera.serial = std::strtoull(std::string(get(PW_KEY_OBJECT_SERIAL)).c_str(), nullptr, 10);
   camera.priority = std::atoi(std::string(get(PW_KEY_PRIORITY_SESSION)).c_str());
   camera.place = get(kVideo4LinuxPath);
-  // A loopback is called by its user what he likes; its driver gives itself away.
-  const bool isLoopback =
-      containsAny(get("api.v4l2.cap.driver"), std::array<std::string_view, 1>{"loopback"}) ||
-      get(PW_KEY_NODE_VIRTUAL) == "true";
+  const bool isLoopback = isLoopbackDriver(get("api.v4l2.cap.driver")) || get(PW_KEY_NODE_VIRTUAL) == "true";
   camera.kind = isLoopback ? CameraKind::kVirtual : cameraKind(camera.localizedName, modes);
   camera.modes = std::move(modes);
   return camera;

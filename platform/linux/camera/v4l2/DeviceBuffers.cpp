@@ -56,7 +56,7 @@ void setRate(DeviceFile& device, std::uint32_t type, const FrameRate& rate) {
 }  // namespace
 
 int setFormat(DeviceFile& device, std::uint32_t type, const CameraMode& mode, DeviceFormat& agreed) {
-  for (const std::uint32_t code : formatCodes(device, type)) {
+  for (const auto& [code, name] : readFormats(device, type)) {
     if (pixelFormatOfCode(code) != mode.format) continue;
     v4l2_format format{};
     format.type = type;

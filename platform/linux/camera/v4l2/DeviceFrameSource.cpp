@@ -9,6 +9,17 @@
 #include "platform/linux/camera/v4l2/UdevDeviceFolder.h"
 
 namespace platform_linux {
+namespace {
+
+std::set<std::string> formatNames(DeviceFile& file, std::uint32_t type) {
+  std::set<std::string> names;
+  for (const auto& format : readFormats(file, type))
+    names.insert(format.name);
+  return names;
+}
+
+}  // namespace
+
 DeviceFrameSource::DeviceFrameSource()
     : DeviceFrameSource(std::make_unique<KernelDeviceCalls>(), std::make_unique<UdevDeviceFolder>()) {}
 
@@ -56,26 +67,33 @@ void DeviceFrameSource::devicesChanged() {
   });
   for (const DeviceEntry& entry : entries)
     if (!devices_.contains(entry.number)) examine(entry);
-  client_->camerasChanged(*this, {CameraCensus::State::kComplete, identifiedCameras()});
+  client_->camerasChanged(*this, {CameraCensus::State::kComplete, identifiedCameras(), notes()});
 }
 
 void DeviceFrameSource::examine(const DeviceEntry& entry) {
   // A device that may not be opened has no name at the daemon either; its rights may change later.
-  if (const auto file = calls_->open(entry.path).first)
-    devices_[entry.number] = {entry, readCamera(*file, entry)};
+  if (const auto file = calls_->open(entry.path).first) devices_[entry.number] = read(*file, entry);
 }
 
-std::optional<Camera> DeviceFrameSource::readCamera(DeviceFile& file, const DeviceEntry& entry) {
+DeviceFrameSource::Device DeviceFrameSource::read(DeviceFile& file, const DeviceEntry& entry) {
+  Device device{entry};
   DeviceAbilities abilities;
-  if (readAbilities(file, abilities) != 0 || !abilities.isCapture) return {};
+  if (readAbilities(file, abilities) != 0 || !abilities.isCapture) return device;
+  if (isCalledAPartOfACamera(abilities.card) || isCalledAPartOfACamera(abilities.driver)) return device;
+  const std::uint32_t type = captureType(abilities.isMultiPlanar);
   Camera camera;
-  camera.modes = readModes(file, captureType(abilities.isMultiPlanar));
-  if (camera.modes.empty()) return {};
+  camera.modes = readModes(file, type);
   camera.localizedName = deviceTitle(entry, abilities.card);
+  if (camera.modes.empty()) {
+    device.note = whyNotListed(camera.localizedName, formatNames(file, type));
+    return device;
+  }
   camera.serial = nextSerial_++;
-  camera.kind = cameraKind(camera.localizedName, camera.modes);
+  camera.kind = isLoopbackDriver(abilities.driver) ? CameraKind::kVirtual
+                                                   : cameraKind(camera.localizedName, camera.modes);
   camera.place = entry.path;
-  return camera;
+  device.camera = std::move(camera);
+  return device;
 }
 
 std::vector<Camera> DeviceFrameSource::identifiedCameras() const {
@@ -88,6 +106,13 @@ std::vector<Camera> DeviceFrameSource::identifiedCameras() const {
     cameras.back().uniqueID = identities.back();
   }
   return cameras;
+}
+
+std::vector<std::string> DeviceFrameSource::notes() const {
+  std::vector<std::string> notes;
+  for (const auto& [number, device] : devices_)
+    if (!device.note.empty()) notes.push_back(device.note);
+  return notes;
 }
 
 }  // namespace platform_linux

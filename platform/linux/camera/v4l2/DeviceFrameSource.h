@@ -38,14 +38,16 @@ class DeviceFrameSource final : public FrameSource, private DeviceFolder::Client
   /// What is known of a device file since it was opened first.
   struct Device {
     DeviceEntry entry;
-    std::optional<Camera> camera;  ///< without its identity; none when it is no camera
+    std::optional<Camera> camera = {};  ///< without its identity; none when it is no camera
+    std::string note = {};              ///< for the log, on a camera of no use here
   };
 
   void devicesChanged() override;
   void deviceGone(const std::string& path) override;
   void examine(const DeviceEntry& entry);
-  [[nodiscard]] std::optional<Camera> readCamera(DeviceFile& file, const DeviceEntry& entry);
+  [[nodiscard]] Device read(DeviceFile& file, const DeviceEntry& entry);
   [[nodiscard]] std::vector<Camera> identifiedCameras() const;
+  [[nodiscard]] std::vector<std::string> notes() const;
 
   const std::unique_ptr<DeviceCalls> calls_;
   std::unique_ptr<DeviceFolder> folder_;

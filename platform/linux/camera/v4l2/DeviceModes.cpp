@@ -28,6 +28,15 @@ std::string textOf(const std::uint8_t (&field)[length]) {
   return {std::begin(field), end};
 }
 
+// As the driver describes it, or by its four characters.
+std::string nameOf(const v4l2_fmtdesc& format) {
+  if (std::string name = textOf(format.description); !name.empty()) return name;
+  std::string name;
+  for (int shift = 0; shift < 32; shift += 8)
+    name += static_cast<char>(format.pixelformat >> shift & 0x7f);
+  return name;
+}
+
 /// What the device is set to.
 Size currentSize(DeviceFile& device, std::uint32_t type, std::uint32_t code) {
   v4l2_format format{};
@@ -108,21 +117,21 @@ int readAbilities(DeviceFile& device, DeviceAbilities& abilities) {
   return 0;
 }
 
-std::vector<std::uint32_t> formatCodes(DeviceFile& device, std::uint32_t type) {
-  std::vector<std::uint32_t> codes;
+std::vector<OfferedFormat> readFormats(DeviceFile& device, std::uint32_t type) {
+  std::vector<OfferedFormat> formats;
   for (std::uint32_t i = 0; i < kMostEntries; ++i) {
     v4l2_fmtdesc entry{};
     entry.index = i;
     entry.type = type;
     if (device.control(VIDIOC_ENUM_FMT, &entry) != 0) break;
-    if ((entry.flags & V4L2_FMT_FLAG_EMULATED) == 0) codes.push_back(entry.pixelformat);
+    if ((entry.flags & V4L2_FMT_FLAG_EMULATED) == 0) formats.push_back({entry.pixelformat, nameOf(entry)});
   }
-  return codes;
+  return formats;
 }
 
 std::vector<CameraMode> readModes(DeviceFile& device, std::uint32_t type) {
   std::vector<CameraMode> modes;
-  for (const std::uint32_t code : formatCodes(device, type)) {
+  for (const auto& [code, name] : readFormats(device, type)) {
     const auto format = pixelFormatOfCode(code);
     if (!format) continue;
     for (const Size& size : readSizes(device, type, code)) {

@@ -27,9 +27,15 @@ struct DeviceAbilities {
   return isMultiPlanar ? V4L2_BUF_TYPE_VIDEO_CAPTURE_MPLANE : V4L2_BUF_TYPE_VIDEO_CAPTURE;
 }
 
-/// The codes of all formats that the device offers, its favourite first, those that it converts to by itself
+/// A format that the device offers.
+struct OfferedFormat {
+  std::uint32_t code = 0;
+  std::string name;  ///< for people
+};
+
+/// All formats that the device offers, its favourite first, those that it converts to by itself
 /// left out (V4L2_FMT_FLAG_EMULATED).
-[[nodiscard]] std::vector<std::uint32_t> formatCodes(DeviceFile& device, std::uint32_t type);
+[[nodiscard]] std::vector<OfferedFormat> readFormats(DeviceFile& device, std::uint32_t type);
 
 /// All modes of formats that can be decoded here. Of a range of sizes or rates only what the device is set to
 /// and the upper end count, of the latter nothing that is not a camera's.

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <string_view>
 
+#include "platform/linux/camera/Camera.h"
+
 namespace platform_linux {
 namespace {
 
@@ -65,7 +67,7 @@ std::string deviceTitle(const DeviceEntry& device, const std::string& card) {
   std::replace(title.begin(), title.end(), ':', ' ');
   const auto begin = title.find_first_not_of(' ');
   if (begin == std::string::npos) return {};
-  return title.substr(begin, title.find_last_not_of(' ') - begin + 1);
+  return plainTitle(title.substr(begin, title.find_last_not_of(' ') - begin + 1));
 }
 
 }  // namespace platform_linux
