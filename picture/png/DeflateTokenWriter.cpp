@@ -15,26 +15,28 @@ struct Group {
 constexpr std::size_t kLiteralsTogether = 4;
 static_assert(kLiteralsTogether * kLongestLiteralCode <= BitWriter::kMostBits);
 
-Group groupOf(Code code) {
+// Always inline, here and below: compiled for the processor that the caller is compiled for.
+[[gnu::always_inline]] inline Group groupOf(Code code) {
   return {code.bits, code.length};
 }
 
-Group join(Group first, Group second) {
+[[gnu::always_inline]] inline Group join(Group first, Group second) {
   return {first.bits | second.bits << first.length, first.length + second.length};
 }
 
-void put(Group group, BitWriter& out) {
+[[gnu::always_inline]] inline void put(Group group, BitWriter& out) {
   out.put(group.bits, group.length);
 }
 
-Group fourLiterals(const std::uint8_t* at, const Code* codes) {
+[[gnu::always_inline]] inline Group fourLiterals(const std::uint8_t* at, const Code* codes) {
   const auto literal = [=](std::size_t i) { return groupOf(codes[at[i]]); };
   return join(join(literal(0), literal(1)), join(literal(2), literal(3)));
 }
 
 // The first `count` (0 to 3) of the three literals at `at`; without a jump, as there is no telling how many
 // there will be.
-Group fewLiterals(const std::uint8_t* at, std::size_t count, const Code* codes) {
+[[gnu::always_inline]] inline Group fewLiterals(const std::uint8_t* at, std::size_t count,
+                                                const Code* codes) {
   const auto literal = [=](std::size_t i) {
     const Code code = codes[at[i]];
     const std::uint64_t kept = i < count ? ~std::uint64_t{0} : 0;
@@ -44,8 +46,8 @@ Group fewLiterals(const std::uint8_t* at, std::size_t count, const Code* codes) 
 }
 
 // All of `count` literals but the last 0 to 3; answers where those begin.
-const std::uint8_t* writeByFours(const std::uint8_t* at, std::size_t count, const Code* codes,
-                                 BitWriter& out) {
+[[gnu::always_inline]] inline const std::uint8_t* writeByFours(const std::uint8_t* at, std::size_t count,
+                                                               const Code* codes, BitWriter& out) {
   for (; count >= kLiteralsTogether; count -= kLiteralsTogether, at += kLiteralsTogether) {
     put(fourLiterals(at, codes), out);
     out.flush();
@@ -66,11 +68,11 @@ LengthGroups makeLengthGroups(const Code* codes) {
   return groups;
 }
 
-}  // namespace
-
-void writeTokens(std::span<const std::uint8_t> data, std::span<const DeflateToken> tokens,
-                 const LiteralCodeLengths& literalLengths, const DistanceCodeLengths& distanceLengths,
-                 BitWriter& out) noexcept {
+// The work of `writeTokens`, to be compiled for more than one kind of processor.
+[[gnu::always_inline]] inline void writeAll(std::span<const std::uint8_t> data,
+                                            std::span<const DeflateToken> tokens,
+                                            const LiteralCodeLengths& literalLengths,
+                                            const DistanceCodeLengths& distanceLengths, BitWriter& out) {
   const auto codes = codesFor(literalLengths);
   const auto distanceCodes = codesFor(distanceLengths);
   const LengthGroups lengthGroups = makeLengthGroups(codes.data());
@@ -98,6 +100,36 @@ void writeTokens(std::span<const std::uint8_t> data, std::span<const DeflateToke
   put(groupOf(codes[kEndOfBlock]), stream);
   stream.flush();
   out = stream;
+}
+
+#ifdef __x86_64__
+// Shifts by any number of bits take one step instead of three: a fifth of the time.
+[[gnu::target("bmi2")]] void writeAllWithBmi2(std::span<const std::uint8_t> data,
+                                              std::span<const DeflateToken> tokens,
+                                              const LiteralCodeLengths& literalLengths,
+                                              const DistanceCodeLengths& distanceLengths, BitWriter& out) {
+  writeAll(data, tokens, literalLengths, distanceLengths, out);
+}
+#endif
+
+}  // namespace
+
+void writeTokensPortably(std::span<const std::uint8_t> data, std::span<const DeflateToken> tokens,
+                         const LiteralCodeLengths& literalLengths, const DistanceCodeLengths& distanceLengths,
+                         BitWriter& out) noexcept {
+  writeAll(data, tokens, literalLengths, distanceLengths, out);
+}
+
+void writeTokens(std::span<const std::uint8_t> data, std::span<const DeflateToken> tokens,
+                 const LiteralCodeLengths& literalLengths, const DistanceCodeLengths& distanceLengths,
+                 BitWriter& out) noexcept {
+#ifdef __x86_64__
+  if (__builtin_cpu_supports("bmi2")) {
+    writeAllWithBmi2(data, tokens, literalLengths, distanceLengths, out);
+    return;
+  }
+#endif
+  writeTokensPortably(data, tokens, literalLengths, distanceLengths, out);
 }
 
 }  // namespace picture

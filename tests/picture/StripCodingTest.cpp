@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "picture/png/DeflateTokenWriter.h"
+#include "picture/png/HuffmanCode.h"
 #include "picture/png/LiteralHistogram.h"
 #include "picture/png/RunParser.h"
 #include "picture/png/StripCoder.h"
@@ -118,6 +120,29 @@ TEST(RunParser, DividesLongRuns) {
   for (std::size_t length = 250; length < 800; ++length)
     expectAllRunsFound(Bytes(length, 7));
   expectAllRunsFound(Bytes(kStrip, 0));
+}
+
+TEST(DeflateTokenWriter, WritesTheSameByInstructionsThatEveryProcessorHas) {
+  std::mt19937 random(5);
+  const Bytes data = bytesWithRuns(kStrip, random);
+  DeflateTokens tokens;
+  RunParser(kStrip).parse(data, tokens);
+  picture::LiteralCodeLengths literalLengths{};
+  picture::DistanceCodeLengths distanceLengths{};
+  picture::buildCodeLengths(std::vector<std::uint32_t>(literalLengths.size(), 1),
+                            picture::kLongestLiteralCode, literalLengths);
+  picture::buildCodeLengths(std::vector<std::uint32_t>(distanceLengths.size(), 1),
+                            picture::kLongestDistanceCode, distanceLengths);
+  const auto writtenBy = [&](auto write) {
+    Bytes out(picture::StripCoder::codedBound(data.size()));
+    picture::BitWriter writer(out.data());
+    write(data, tokens, literalLengths, distanceLengths, writer);
+    out.resize(static_cast<std::size_t>(writer.position() - out.data()));
+    return out;
+  };
+  const Bytes portably = writtenBy(picture::writeTokensPortably);
+  EXPECT_GT(portably.size(), data.size() / 8);
+  EXPECT_EQ(writtenBy(picture::writeTokens), portably);
 }
 
 TEST(LiteralHistogram, CountsFewLiteralsOneByOne) {
