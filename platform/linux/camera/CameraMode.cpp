@@ -1,9 +1,10 @@
 #include "platform/linux/camera/CameraMode.h"
 
 #include <algorithm>
-#include <array>
+#include <compare>
 #include <functional>
 #include <iterator>
+#include <tuple>
 #include <vector>
 
 #include "picture/PixelLayout.h"
@@ -20,28 +21,19 @@ std::uint64_t pixels(const CameraMode& mode) {
 }
 
 /// The camera's own JPEG comes first: it crosses the bus fastest and the camera vouches for it. Then what
-/// keeps the most of the colour.
-constexpr std::array kPreferredFormats = {
-    picture::PixelFormat::MJPG,
-    // A colour for every pixel.
-    picture::PixelFormat::RGB, picture::PixelFormat::BGR, picture::PixelFormat::RGBx,
-    picture::PixelFormat::BGRx, picture::PixelFormat::xRGB, picture::PixelFormat::xBGR,
-    picture::PixelFormat::RGBA, picture::PixelFormat::BGRA, picture::PixelFormat::ARGB,
-    picture::PixelFormat::ABGR, picture::PixelFormat::Y444, picture::PixelFormat::NV24,
-    // One for two pixels.
-    picture::PixelFormat::YUY2, picture::PixelFormat::UYVY, picture::PixelFormat::YVYU,
-    picture::PixelFormat::VYUY, picture::PixelFormat::NV16, picture::PixelFormat::Y42B,
-    // One for four.
-    picture::PixelFormat::P010, picture::PixelFormat::NV12, picture::PixelFormat::I420,
-    picture::PixelFormat::NV21, picture::PixelFormat::YV12,
-    // Few levels, or no colour at all.
-    picture::PixelFormat::RGB16, picture::PixelFormat::GRAY16, picture::PixelFormat::GRAY8};
-static_assert(kPreferredFormats.size() == picture::kAllPixelFormats.size());
+/// keeps the most: colour at all, eight bits of it, for the fewest pixels together, unmixed, the most levels;
+/// of what is alike in all that, the format that stands first in the list of all.
+auto meritOf(picture::PixelFormat format) {
+  constexpr std::uint8_t kUsualBits = 8;
+  const auto& layout = picture::PixelLayout::of(format);
+  return std::tuple(layout.model == picture::ColorModel::Compressed,
+                    layout.model != picture::ColorModel::Grey, layout.bits >= kUsualBits,
+                    -(layout.chromaAcross + layout.chromaDown), layout.model == picture::ColorModel::Rgb,
+                    layout.bits, -static_cast<int>(format));
+}
 
 std::strong_ordering compareFormats(picture::PixelFormat a, picture::PixelFormat b) {
-  const auto* first = kPreferredFormats.begin();
-  const auto* last = kPreferredFormats.end();
-  return std::find(first, last, b) <=> std::find(first, last, a);
+  return meritOf(a) <=> meritOf(b);
 }
 
 bool isGrey(const CameraMode& mode) {
