@@ -12,13 +12,15 @@ namespace {
 // At an eighth of the size the decoder reads every code but computes next to nothing.
 FrameHealth examineJpeg(const Frame& frame) {
   std::string failure;
-  const auto decoder = JpegDecoder::open(
-      frame.bytes, {.pixels = JpegDecoder::Pixels::Luma, .eighths = 1, .damage = JpegDecoder::Damage::Filled},
-      failure);
+  const auto decoder = JpegDecoder::open(frame.bytes,
+                                         {.pixels = JpegDecoder::Pixels::Luma,
+                                          .eighths = 1,
+                                          .damage = JpegDecoder::Damage::Filled,
+                                          .isExact = false},
+                                         failure);
   if (!decoder) return {};
   std::vector<std::uint8_t> row(decoder->width());
-  for (std::uint32_t y = 0; y < decoder->height(); ++y)
-    if (!decoder->readRow(row.data())) return {};
+  if (!decoder->skipToLastRow() || !decoder->readRow(row.data())) return {};
   const double lost = decoder->lostPart();
   return {lost > 0 ? FrameCondition::Damaged : FrameCondition::Whole, lost};
 }

@@ -161,6 +161,13 @@ bool JpegDecoder::readRows(std::span<std::uint8_t> rows) noexcept {
   });
 }
 
+bool JpegDecoder::skipToLastRow() noexcept {
+  return attempt([this] {
+    // Of rows that are skipped down to the end not even the codes would be read.
+    jpeg_skip_scanlines(&decoder_, decoder_.output_height - 1);
+  });
+}
+
 bool JpegDecoder::readRow(std::uint8_t* out) noexcept {
   return attempt([this, out] {
     JSAMPROW pointer = out;

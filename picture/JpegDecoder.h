@@ -53,6 +53,8 @@ class JpegDecoder final : public RowSource {
   [[nodiscard]] bool readRows(std::span<std::uint8_t> rows) noexcept override;
   /// Decodes the next row, of whatever pixels, to `out`.
   [[nodiscard]] bool readRow(std::uint8_t* out) noexcept;
+  /// Reads the codes of all rows but the last one, which is left to be read; computes no pixels of them.
+  [[nodiscard]] bool skipToLastRow() noexcept;
   /// What went wrong, in the decoder's words.
   [[nodiscard]] std::string failure() const override { return failure_; }
 
