@@ -20,7 +20,8 @@ struct Picture {
 /// A picture to measure on, and what it is counted among.
 struct Sample {
   std::string name;
-  /// "photo" for what the targets are about; "grey", "flat", "gradient", "drawn" for the rest.
+  /// "photo" and "clean photo" for what the targets are about; "grey", "flat", "gradient", "drawn" for the
+  /// rest.
   std::string kind;
   /// What a camera would have sent; empty when the picture does not come from one.
   Bytes jpeg;

@@ -33,6 +33,14 @@ constexpr Look kLooks[] = {
     {"webcam, cloudy", 1.4, 6000, 0.8, 92},   {"webcam, dim", 1.4, 800, 0.8, 92},
 };
 
+// What cameras deliver that take the noise away, or sense twice the pixels each way, and what they see so:
+// soft backgrounds, skies, skin. By libpng's defaults these come to 0.9 to 2.6 bits a byte.
+constexpr Look kCleanLooks[] = {
+    {"clean, daylight", 1.5, 12000, 0.5, 92}, {"clean, room light", 2.4, 5000, 0.8, 92},
+    {"clean, soft", 4, 12000, 0.5, 90},       {"clean, soft, dim", 4, 4000, 0.5, 92},
+    {"clean, bokeh", 9, 20000, 0.3, 92},      {"clean, sky", 20, 20000, 0.3, 92},
+};
+
 Sample fromJpeg(std::string name, std::string kind, Bytes jpeg) {
   Picture picture = decodeJpeg(jpeg);
   return {std::move(name), std::move(kind), std::move(jpeg), std::move(picture)};
@@ -44,6 +52,17 @@ void makeDrawings(std::uint32_t width, std::uint32_t height, const std::function
   use({"gradient", "gradient", {}, gradientPicture(width, height)});
   use({"screen 1", "drawn", {}, screenPicture(width, height, 1)});
   use({"screen 2", "drawn", {}, screenPicture(width, height, 2)});
+}
+
+// The scene at twice the size each way, halved.
+void makeCleanPhotos(std::uint32_t width, std::uint32_t height,
+                     const std::function<void(const Sample&)>& use) {
+  std::uint32_t seed = 11;
+  for (const Look& look : kCleanLooks) {
+    const Picture photo = halved(
+        photographScene({2 * width, 2 * height, seed++, look.blur, look.fullWell, look.sharpening, false}));
+    use(fromJpeg(look.name, "clean photo", encodeCameraJpeg(photo, look.quality)));
+  }
 }
 
 }  // namespace
@@ -73,6 +92,8 @@ void forEachGeneratedSample(const SampleOptions& options, const std::function<vo
     use(fromJpeg(look.name, "photo", encodeCameraJpeg(photo, look.quality)));
     ++seed;
   }
+  // At 12 megapixels they would take gigabytes to make.
+  if (!options.quick && !options.large) makeCleanPhotos(width, height, use);
   for (const double fullWell : {0.0, 2000.0}) {
     const Picture photo = photographScene({width, height, 7, 1.2, fullWell, fullWell > 0 ? 0.8 : 0.0, true});
     use(fromJpeg(fullWell > 0 ? "grey, room light" : "grey, clean", "grey", encodeCameraJpeg(photo, 90)));
@@ -80,17 +101,25 @@ void forEachGeneratedSample(const SampleOptions& options, const std::function<vo
   makeDrawings(width, height, use);
 }
 
-void forEachInstalledSample(const std::string& folder, const std::function<void(const Sample&)>& use) {
-  std::error_code error;
+void forEachInstalledSample(const std::vector<std::string>& folders,
+                            const std::function<void(const Sample&)>& use) {
   std::vector<fs::path> paths;
-  for (const auto& entry : fs::recursive_directory_iterator(folder, error)) {
-    if (entry.path().extension() == ".jpg") paths.push_back(entry.path());
+  for (const std::string& folder : folders) {
+    std::error_code error;
+    for (const auto& entry : fs::recursive_directory_iterator(folder, error)) {
+      if (entry.path().extension() == ".jpg") paths.push_back(entry.path());
+    }
   }
   std::sort(paths.begin(), paths.end());
+  constexpr std::size_t kMegapixelBytes = 3'000'000;
   for (const fs::path& path : paths) {
     std::ifstream file(path, std::ios::binary);
-    Sample sample = fromJpeg(path.filename(), "wallpaper", Bytes(std::istreambuf_iterator<char>(file), {}));
-    if (sample.picture.pixels.size() >= 3'000'000) use(sample);
+    const Sample sample =
+        fromJpeg(path.filename(), "wallpaper", Bytes(std::istreambuf_iterator<char>(file), {}));
+    if (sample.picture.pixels.size() < kMegapixelBytes) continue;
+    use(sample);
+    if (sample.picture.pixels.size() < 4 * kMegapixelBytes) continue;
+    use(fromJpeg(sample.name + ", halved", "halved wallpaper", encodeCameraJpeg(halved(sample.picture), 92)));
   }
 }
 

@@ -296,4 +296,19 @@ Picture photographScene(const SceneOptions& options) {
   return develop(image, options.grey);
 }
 
+Picture halved(const Picture& picture) {
+  Picture half{picture.width / 2, picture.height / 2, {}};
+  half.pixels.reserve(half.rowBytes() * half.height);
+  for (std::uint32_t y = 0; y < half.height; ++y) {
+    const std::uint8_t* row = picture.pixels.data() + 2 * y * picture.rowBytes();
+    const std::uint8_t* below = row + picture.rowBytes();
+    for (std::size_t i = 0; i < half.rowBytes(); ++i) {
+      const std::size_t from = i / 3 * 6 + i % 3;
+      const unsigned sum = row[from] + row[from + 3] + below[from] + below[from + 3];
+      half.pixels.push_back(static_cast<std::uint8_t>((sum + 2) / 4));
+    }
+  }
+  return half;
+}
+
 }  // namespace camera_shot_bench

@@ -24,6 +24,9 @@ struct SceneOptions {
 /// demosaiced, sharpened and brought to sRGB's curve.
 Picture photographScene(const SceneOptions& options);
 
+/// At half the size each way, each pixel the mean of four: noise and sharpness of a larger sensor's photo.
+Picture halved(const Picture& picture);
+
 /// What a camera makes of it: JPEG, 4:2:2.
 Bytes encodeCameraJpeg(const Picture& picture, int quality);
 

@@ -152,7 +152,9 @@ struct Options {
   bool small = true;
   bool large = true;
   bool installed = true;
-  std::string folder = "/usr/share/backgrounds";
+  // Where Debian's lomiri-wallpapers-16.04, lomiri-wallpapers-20.04, mate-backgrounds and
+  // plasma-workspace-wallpapers put their photographs.
+  std::vector<std::string> folders = {"/usr/share/backgrounds", "/usr/share/wallpapers"};
 };
 
 class Benchmark {
@@ -342,6 +344,15 @@ void measureGenerated(Benchmark& benchmark, const Options& options, bool large) 
     table.print();
 }
 
+void measureInstalled(Benchmark& benchmark, const Options& options) {
+  std::map<std::string, Table> tables;
+  forEachInstalledSample(options.folders, [&](const Sample& sample) {
+    benchmark.measure(sample, tables.try_emplace(sample.kind, "Installed, " + sample.kind).first->second);
+  });
+  for (const auto& [kind, table] : tables)
+    table.print();
+}
+
 int run(const Options& options) {
   for (const std::string& name : absentPeers())
     std::printf("not built in: %s\n", name.c_str());
@@ -349,15 +360,7 @@ int run(const Options& options) {
   Benchmark benchmark(options);
   if (options.small) measureGenerated(benchmark, options, false);
   if (options.large) measureGenerated(benchmark, options, true);
-  Table wallpapers("Installed photographs below " + options.folder);
-  bool any = false;
-  if (options.installed) {
-    forEachInstalledSample(options.folder, [&](const Sample& sample) {
-      any = true;
-      benchmark.measure(sample, wallpapers);
-    });
-  }
-  if (any) wallpapers.print();
+  if (options.installed) measureInstalled(benchmark, options);
   benchmark.printFiles();
   return 0;
 }
@@ -387,8 +390,9 @@ int main(int argc, char** argv) {
     } else if (argument == "--installed") {
       options.small = false;
       options.large = false;
+      options.installed = true;
     } else if (argument.starts_with("--pictures=")) {
-      options.folder = argument.substr(std::strlen("--pictures="));
+      options.folders = {argument.substr(std::strlen("--pictures="))};
     } else {
       std::fputs(
           "usage: png_bench [--quick] [--ours] [--cpu] [--verbose] [--small | --large | --installed] "
