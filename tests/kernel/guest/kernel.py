@@ -22,6 +22,7 @@ META_PACKAGE = "linux-image-amd64"
 BOOT_MODULES = ("virtio_pci", "9pnet_virtio", "9p", "overlay")
 # What tests load by modprobe: disks and their file systems, the test driver, USB devices played in user space.
 TEST_MODULES = ("virtio_blk", "ext4", "btrfs", "vfat", "nls_ascii", "nls_cp437", "nls_iso8859-1", "vivid", "vhci_hcd", "uvcvideo")
+_ZSTD = b"\x28\xb5\x2f\xfd"
 _SIGNED = b"~Module signature appended~\n"
 
 
@@ -114,7 +115,16 @@ def _uncompressed(image):
     offset, length = struct.unpack_from("<II", image, 0x248)
     begin = (setup_sectors + 1) * 512 + offset
     # The last four bytes are the size, which only gzip has of itself.
-    return lzma.decompress(image[begin:begin + length - 4])
+    compressed = image[begin:begin + length - 4]
+    return _of_zstd(compressed) if compressed.startswith(_ZSTD) else lzma.decompress(compressed)
+
+
+def _of_zstd(compressed):
+    """Debian's kernels are so from 13 on; Python can by itself from 3.14 on."""
+    try:
+        return subprocess.run(["zstd", "-dcq"], input=compressed, check=True, stdout=subprocess.PIPE).stdout
+    except FileNotFoundError as error:
+        raise missing("zstd", "zstd") from error
 
 
 def _copy_modules(root, version, result):
