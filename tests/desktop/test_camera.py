@@ -5,6 +5,7 @@ import os
 import signal
 import subprocess
 import tempfile
+import time
 import unittest
 
 import session
@@ -323,6 +324,12 @@ class Faults(CameraTest):
         self.assertIn(desktop.read_frames("a", MODE, "1")[0], (UNPLUGGED, FAILED))
         desktop.control("camera", "1", "wait-idle")
         self.assertEqual(desktop.read_frames("a", MODE, "1")[0], COMPLETE)
+
+    def test_busy_no_longer_for_one_who_keeps_asking(self):
+        desktop = self.desktop("name=a,fault=busy:1000")
+        deadline = time.monotonic() + 20
+        while (status := desktop.read_frames("a", MODE, "1")[0]) != COMPLETE:
+            self.assertLess(time.monotonic(), deadline, status)
 
 
 class Life(CameraTest):

@@ -183,7 +183,9 @@ FrameLayout Camera::chooseFormat(const NegotiatedFormat& format) {
 
 void Camera::refuseWhileBusy() {
   if (!faults_.busy) return;
-  if (faults_.busyFor) setTimer(releaseTimer_, *faults_.busyFor * kMillisecond, 0);
+  // The first refusal tells how long: whoever asks again meanwhile does not prolong it.
+  if (const auto busyFor = std::exchange(faults_.busyFor, std::nullopt))
+    setTimer(releaseTimer_, *busyFor * kMillisecond, 0);
   throw std::system_error(EBUSY, std::generic_category());
 }
 
