@@ -94,9 +94,9 @@ class WindowTest(ToolTest):
 
     @staticmethod
     def _is_open_list(each):
-        # GTK 4.8 names the window around the list; later ones tell that one of its items, which have no names, has the
-        # keyboard.
-        return "GtkPopover" in each.name or (each.role == "list item" and not each.name and "focused" in each.states)
+        # GTK 4.8 names the window around the list; later ones tell that one of its items, a camera, has the keyboard.
+        return "GtkPopover" in each.name or (
+            each.role == "list item" and "focused" in each.states and (not each.name or " camera" in each.name))
 
     @staticmethod
     def _is_camera_title(each):
