@@ -245,6 +245,84 @@ TEST_F(CaptureFlowTest, AStillIsServedByACameraThatIsFreeAgain) {
   EXPECT_GT(outcomes_[0], 0);
 }
 
+Camera withThreeModes(std::uint64_t serial = 7) {
+  auto camera = desk(serial);
+  camera.modes = {{picture::PixelFormat::MJPG, 1920, 1080, {30, 1}},
+                  {picture::PixelFormat::MJPG, 1280, 720, {30, 1}},
+                  {picture::PixelFormat::MJPG, 640, 480, {30, 1}}};
+  return camera;
+}
+
+TEST_F(CaptureFlowTest, OfACameraThatRefusesItsBestModesTheNextBestIsTriedAtOnce) {
+  for (const int error : {ENOSPC, EINVAL}) {
+    source_->show({withThreeModes()});
+    source_->refusal = error;
+    source_->grantedPixels = 640 * 480;
+    start();
+    loop_->advance(10ms);
+    frame();
+    flow_->requestStill([this](const auto& frame, int) { outcomes_.push_back(frame ? frame->width : 0); });
+    loop_->run();
+    settle();
+    EXPECT_THAT(outcomes_, ElementsAre(640));
+    outcomes_.clear();
+    flow_->stop();
+    loop_->run();
+  }
+}
+
+TEST_F(CaptureFlowTest, ABusyCameraAndOneThatFailsLaterKeepTheirBestMode) {
+  source_->show({withThreeModes()});
+  source_->refusal = EBUSY;
+  source_->grantedPixels = 640 * 480;
+  start();
+  loop_->advance(1s);
+  source_->refusal.reset();
+  loop_->advance(1s);
+  frame();
+  source_->endStreams(ENOSPC);
+  loop_->advance(1s);
+  flow_->requestStill([this](const auto& frame, int) { outcomes_.push_back(frame ? frame->width : 0); });
+  loop_->run();
+  settle();
+  EXPECT_THAT(outcomes_, ElementsAre(1920));
+}
+
+TEST_F(CaptureFlowTest, ACameraThatRefusesEveryModeIsAskedAgainWithPauses) {
+  source_->show({withThreeModes()});
+  source_->refusal = ENOSPC;
+  start();
+  loop_->advance(3s);
+  EXPECT_LE(source_->opened, 16);
+  source_->refusal.reset();
+  loop_->advance(1s);
+  frame();
+  flow_->requestStill([this](const auto& frame, int) { outcomes_.push_back(frame ? frame->width : 0); });
+  loop_->run();
+  settle();
+  ASSERT_EQ(outcomes_.size(), 1U);
+  EXPECT_GT(outcomes_[0], 0);
+}
+
+TEST_F(CaptureFlowTest, ACameraPluggedInAgainMayHaveItsBestModeBack) {
+  source_->show({withThreeModes()});
+  source_->refusal = ENOSPC;
+  source_->grantedPixels = 640 * 480;
+  start();
+  loop_->advance(10ms);
+  frame();
+  source_->refusal.reset();
+  source_->show({});
+  source_->endStreams(ENODEV);
+  loop_->advance(100ms);
+  source_->show({withThreeModes(8)});
+  loop_->run();
+  flow_->requestStill([this](const auto& frame, int) { outcomes_.push_back(frame ? frame->width : 0); });
+  loop_->run();
+  settle();
+  EXPECT_THAT(outcomes_, ElementsAre(1920));
+}
+
 TEST_F(CaptureFlowTest, AStillOfACameraThatStaysBusyFailsWithTheReason) {
   source_->refusal = EBUSY;
   start();

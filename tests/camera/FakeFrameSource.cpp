@@ -113,7 +113,7 @@ std::unique_ptr<FrameStream> FakeFrameSource::open(const Camera&, const CameraMo
                                                    FrameStream::Client& client) {
   ++opened;
   auto stream = std::make_unique<Stream>(*this, mode, client);
-  if (refusal)
+  if (refusal && std::uint64_t{mode.width} * mode.height > grantedPixels)
     loop_->post([this] {
       if (refusal) endStreams(*refusal);
     });

@@ -57,6 +57,8 @@ class FakeFrameSource final : public platform_linux::FrameSource {
 
   /// Streams that are opened end at once with this error.
   std::optional<int> refusal;
+  /// How many pixels the modes have that are granted all the same.
+  std::uint32_t grantedPixels = 0;
   int opened = 0;  ///< how many streams were asked for
   bool isStopped = false;
 

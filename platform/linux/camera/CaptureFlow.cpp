@@ -80,7 +80,7 @@ void CaptureFlow::openStream() {
   if (!isStarted_ || stream_) return;
   const auto chosen = chosenCamera();
   const Camera* const camera = chosen ? service_->find(*chosen) : nullptr;
-  const auto mode = camera ? highQualityMode(camera->modes) : std::nullopt;
+  const auto mode = camera ? modes_.best(*camera) : std::nullopt;
   hopeless_ = !chosen ? ENODEV : camera && !mode ? ENOTSUP : 0;
   // One that is away starts when it is back. It has gone with the daemon, or by itself.
   if (!camera) stills_->setReason(stills_->reason() == EPIPE ? EPIPE : ENODEV);
@@ -90,6 +90,7 @@ void CaptureFlow::openStream() {
   ++run_;
   stills_->restart();
   seenBySilence_ = arrived_;
+  arrivedBefore_ = arrived_;
   stream_ = service_->open(*camera, *mode, *this);
   silence_->startOnce(kCameraSilence);
 }
@@ -107,6 +108,8 @@ void CaptureFlow::closeStream(int error) {
 void CaptureFlow::restart(int error) {
   // A run of some length is no failed attempt.
   if (stills_->hasSettled()) pace_.reset();
+  // Another mode is another attempt.
+  if (arrived_ == arrivedBefore_ && modes_.refused(error)) pace_.reset();
   closeStream(error);
   const auto pause = pace_.next();
   // A hiccup is no reason to tell people of an error.

@@ -11,6 +11,7 @@
 #include "platform/linux/camera/Camera.h"
 #include "platform/linux/camera/CaptureService.h"
 #include "platform/linux/camera/FrameFeed.h"
+#include "platform/linux/camera/ModeChoice.h"
 #include "platform/linux/camera/RestartPace.h"
 #include "platform/linux/camera/StillQueue.h"
 
@@ -91,8 +92,10 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   std::unique_ptr<CameraLoop::Timer> restart_;  // while the flow is started
   std::unique_ptr<CameraLoop::Timer> silence_;  // while the flow is started
   RestartPace pace_;
+  ModeChoice modes_;
   std::uint64_t run_ = 0;  // counts the streams
   std::uint64_t sequence_ = 0;
+  std::uint64_t arrivedBefore_ = 0;  // how many pictures when this stream was opened
   std::uint64_t seenBySilence_ = 0;  // how many pictures had arrived when the silence was last looked at
   bool isStarted_ = false;
   int hopeless_ = 0;  // why this camera can never bring a frame; 0 when it can
