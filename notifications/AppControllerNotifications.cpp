@@ -52,7 +52,7 @@ void AppController::scheduleLocalNotificationOnFailure() {
 }
 
 std::string AppController::failureText() const {
-  // Judged anew from the camera and the right to it as they are now, camera first, not from what caused the
+  // Judged anew from the camera and the permission as they are now, camera first, not from what caused the
   // call.
   if (!preferences_->videoCaptureDevice()) return localized("Camera not found.");
   if (!mayUseCamera()) return localized("Allow access to the camera in the macOS Privacy settings.");

@@ -93,7 +93,7 @@ void PreviewWindowController::setButtonLook(std::int32_t look) {
 
 void PreviewWindowController::updateLabels() {
   showWarning();
-  // The camera is looked at first: without one, the right to use it is nobody's question.
+  // The camera is looked at first: without one, permission to use it is no question.
   if (!cameraSource_) {
     warningText_.with([this](auto& text) { text.setStringValue(localized("No camera found")); });
     warningDescription_.with([](auto& text) { text.setHidden(true); });

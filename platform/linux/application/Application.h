@@ -78,8 +78,8 @@ class Application : public platform::NSApplication {
 
   /// The same as what comes with a call of the desktop, from elsewhere.
   void setActivationToken(std::string token) { activationToken_ = std::move(token); }
-  /// The right to take the focus that came with the desktop's latest call, for the window or the program that
-  /// answers it; empty when there is none. It serves once.
+  /// The activation token of the desktop's latest call, with which the window or the program that answers it
+  /// may take the focus; empty when there is none. It serves once.
   std::string takeActivationToken();
 
   /// Keeps the process, once its end has begun, for as long as any copy of the answer lives, but `patience`

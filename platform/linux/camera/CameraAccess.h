@@ -17,7 +17,7 @@ class CameraAccess {
   virtual void request(std::function<void(bool granted)> completion) = 0;
   /// The same without anybody who waits for the answer: somebody wants to see the cameras.
   virtual void ask() = 0;
-  /// Whether there is a camera that is not shown for want of the right.
+  /// Whether there is a camera that is not shown because permission is missing.
   [[nodiscard]] virtual bool hidesCamera() const = 0;
 };
 

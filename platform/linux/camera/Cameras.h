@@ -23,8 +23,8 @@ class Cameras final : public platform::AVFoundation {
  public:
   /// Starts the source and returns: made early, the cameras are known by the time somebody asks. Queue,
   /// notification centre and log outlive this object. `hiddenCameraTitle` names, for people, a camera that is
-  /// there but not shown for want of the right: until that is given it is one without an identity, so that
-  /// people are told the truth: that it may not be used, not that it is missing.
+  /// there but not shown because permission is missing: until that is granted it is one without an identity,
+  /// so that people are told the truth: that it may not be used, not that it is missing.
   Cameras(platform::MainQueue& mainQueue, platform::NSNotificationCenter& notificationCenter,
           platform::NSLog& log, std::shared_ptr<FrameSource> source,
           std::function<std::string()> hiddenCameraTitle);

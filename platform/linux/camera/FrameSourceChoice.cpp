@@ -17,7 +17,7 @@ constexpr std::chrono::seconds kFirstChoice{2};
 
 }  // namespace
 
-/// The right is that of the source whose cameras are told.
+/// Permission is that of the source whose cameras are told.
 class FrameSourceChoice::Access final : public CameraAccess {
  public:
   Access(CameraAccess& usual, CameraAccess& other) : usual_(usual), other_(other) {}

@@ -21,7 +21,7 @@ constexpr auto kStartupIsOver = 500ms;
 /// How long the end of a short run waits for the desktop.
 constexpr auto kStartupPatience = 300ms;
 
-/// The context of texts about rights that no desktop's settings give.
+/// The context of texts about permissions that no desktop's settings grant.
 constexpr const char* kOutsideASandbox = "outside a sandbox";
 
 /// The suite's own folder in one of the user's.

@@ -17,8 +17,8 @@ struct UserInterfaceHost {
   /// The user closed the last window on the screen. Comes on a turn of the main loop of its own.
   std::function<void()> lastWindowClosed;
   std::function<void()> quit;  ///< the user asked for the end of the program
-  /// The right to come to the front that the desktop gave with its latest call, for the window that answers
-  /// it; empty for none. It serves once.
+  /// The activation token of the desktop's latest call, with which the window that answers it may come to the
+  /// front; empty for none. It serves once.
   std::function<std::string()> takeActivationToken;
 };
 

@@ -33,7 +33,7 @@ class CameraPortal : public std::enable_shared_from_this<CameraPortal> {
   /// A question under way is dropped.
   ~CameraPortal();
 
-  /// Has the user asked for the right to use cameras, without waiting; a user who has answered before is not
+  /// Has the user asked for permission to use cameras, without waiting; a user who has answered before is not
   /// troubled again. `answered` runs once. Once only.
   void ask(std::function<void(Answer)> answered);
 

@@ -27,7 +27,7 @@ void PipeWireFrameSource::start(CameraLoop& loop, FrameSource::Client& client) {
   loop_->post([this] { connection_.emplace(*loop_, *this); });
   if (!portal_) return connect();
   portalAccess_ = std::make_shared<PortalAccess>(*mainQueue_, portal_, weak_from_this());
-  // Without the right there is nothing to wait for: the cameras come later, as news.
+  // Without permission there is nothing to wait for: the cameras come later, as news.
   loop_->post([this] { tell({CameraCensus::State::kComplete, {}}); });
 }
 

@@ -26,8 +26,8 @@ class PipeWireFrameSource final : public FrameSource,
  public:
   /// Connects as soon as it is started: the cameras are known by the time somebody asks.
   PipeWireFrameSource();
-  /// In a sandbox: nothing is known and nobody asked before the first question for the cameras or for the
-  /// right to use them. Queue and portal's bus outlive this object.
+  /// In a sandbox: nothing is known and nobody asked before the first question for the cameras or for
+  /// permission to use them. Queue and portal's bus outlive this object.
   PipeWireFrameSource(platform::MainQueue& mainQueue, std::shared_ptr<CameraPortal> portal);
   PipeWireFrameSource(const PipeWireFrameSource&) = delete;
   PipeWireFrameSource& operator=(const PipeWireFrameSource&) = delete;

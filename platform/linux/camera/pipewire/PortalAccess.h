@@ -11,7 +11,7 @@ namespace platform_linux {
 
 class PipeWireFrameSource;
 
-/// The right to use cameras in a sandbox, where the user is asked for it and where nothing is known of the
+/// Permission to use cameras in a sandbox, where the user is asked for it and where nothing is known of the
 /// cameras before. Where there is no portal the sandbox is open to cameras or it is not, and nobody is to be
 /// asked. Main thread only.
 class PortalAccess final : public CameraAccess, public std::enable_shared_from_this<PortalAccess> {

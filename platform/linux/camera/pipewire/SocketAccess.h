@@ -9,7 +9,7 @@
 namespace platform_linux {
 
 /// Whether this user may use the daemon's cameras outside a sandbox. There is nobody to ask: who may open the
-/// daemon's socket has the right. No daemon is no camera, not a refusal.
+/// daemon's socket has permission. No daemon is no camera, not a refusal.
 class SocketAccess final : public CameraAccess {
  public:
   [[nodiscard]] platform::AVAuthorizationStatus status() const override;

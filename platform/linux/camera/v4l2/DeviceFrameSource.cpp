@@ -71,7 +71,7 @@ void DeviceFrameSource::devicesChanged() {
 }
 
 void DeviceFrameSource::examine(const DeviceEntry& entry) {
-  // A device that may not be opened has no name at the daemon either; its rights may change later.
+  // A device that may not be opened has no name at the daemon either; its permissions may change later.
   if (const auto file = calls_->open(entry.path).first) devices_[entry.number] = read(*file, entry);
 }
 

@@ -50,7 +50,7 @@ UdevDeviceFolder::UdevDeviceFolder() : udev_(udev_new()) {
 
 void UdevDeviceFolder::follow(CameraLoop& loop, Client& client) {
   client_ = &client;
-  // Those of udev itself: its rules have run, the user's rights are set.
+  // Those of udev itself: its rules have run, the permissions are set.
   monitor_.reset(udev_monitor_new_from_netlink(udev_.get(), "udev"));
   if (monitor_ && udev_monitor_filter_add_match_subsystem_devtype(monitor_.get(), kSubsystem, nullptr) >= 0 &&
       udev_monitor_enable_receiving(monitor_.get()) >= 0) {
