@@ -219,6 +219,7 @@ void Camera::startRun() {
   if (!format_) return;
   ++runs_;
   runFrames_ = 0;
+  runTime_ = 0;
   withheld_ = false;
   const auto interval = kSecond * format_->rateDenominator / format_->rateNumerator;
   // As with a real sensor, even the first frame takes its time; it is also the time in which the consumer
@@ -234,8 +235,9 @@ void Camera::setTimer(const Source& timer, std::uint64_t firstNanoseconds,
   pw_loop_update_timer(loop_, timer.get(), &first, &interval, false);
 }
 
-void Camera::tick() {
+void Camera::tick(std::uint64_t expirations) {
   if (state_ != State::kStreaming) return;
+  runTime_ += expirations;
   if (reached(faults_.crash, runFrames_)) std::_Exit(EXIT_FAILURE);
   if (reached(faults_.unplug, runFrames_)) return unplug([](const std::string&) {});
   if (reached(faults_.error, runFrames_)) return breakDevice();
@@ -251,9 +253,10 @@ void Camera::tick() {
 
 std::uint8_t Camera::light() const {
   if (faults_.black.contains(runFrames_)) return 0;
-  if (runFrames_ < spec_.warmup) return kDark;
+  // Exposure settles with time, whether or not the frames arrive.
+  if (runTime_ <= spec_.warmup) return kDark;
   if (spec_.exposure == 0) return kFullLight;
-  const auto milliseconds = runFrames_ * 1000 * format_->rateDenominator / format_->rateNumerator;
+  const auto milliseconds = (runTime_ - 1) * 1000 * format_->rateDenominator / format_->rateNumerator;
   if (milliseconds >= spec_.exposure) return kFullLight;
   return static_cast<std::uint8_t>(kDark + (kFullLight - kDark) * milliseconds / spec_.exposure);
 }
@@ -302,8 +305,8 @@ std::string Camera::describe() const {
   return text;
 }
 
-void Camera::onTick(void* data, std::uint64_t /*expirations*/) noexcept {
-  static_cast<Camera*>(data)->tick();
+void Camera::onTick(void* data, std::uint64_t expirations) noexcept {
+  static_cast<Camera*>(data)->tick(expirations);
 }
 
 void Camera::onNodeTime(void* data, std::uint64_t /*expirations*/) noexcept {

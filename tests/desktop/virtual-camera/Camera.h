@@ -93,7 +93,7 @@ class Camera {
   void streamStateChanged(pw_stream_state state);
   void startRun();
   void setTimer(const Source& timer, std::uint64_t firstNanoseconds, std::uint64_t intervalNanoseconds);
-  void tick();
+  void tick(std::uint64_t expirations);
   std::uint8_t light() const;
   FrameResult fill(std::span<std::uint8_t> room);
   void change(State state);
@@ -123,7 +123,8 @@ class Camera {
   bool withheld_ = false;
   std::uint64_t sequence_ = 0;
   std::uint64_t runs_ = 0;
-  std::uint64_t runFrames_ = 0;
+  std::uint64_t runFrames_ = 0;  ///< delivered
+  std::uint64_t runTime_ = 0;    ///< in frame intervals, those of lost frames included
   std::uint64_t totalFrames_ = 0;
 };
 
