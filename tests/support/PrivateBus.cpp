@@ -17,6 +17,14 @@
 namespace test_support {
 namespace {
 
+/// Of a socket at that path, which may have spaces, say.
+std::string addressOf(const std::string& path) {
+  char* const escaped = g_dbus_address_escape_value(path.c_str());
+  std::string address = std::string("unix:path=") + escaped;
+  g_free(escaped);
+  return address;
+}
+
 void writeConfiguration(const TemporaryFolder& folder, const std::string& address) {
   std::filesystem::create_directory(folder / "services");
   std::ofstream(folder / "bus.conf")
@@ -28,12 +36,12 @@ void writeConfiguration(const TemporaryFolder& folder, const std::string& addres
 
 }  // namespace
 
-PrivateBus::PrivateBus() : address_("unix:path=" + folder_ / "bus") {
+PrivateBus::PrivateBus() : address_(addressOf(folder_ / "bus")) {
   setenv("DBUS_SESSION_BUS_ADDRESS", address_.c_str(), 1);
   start(nullptr);
 }
 
-PrivateBus::PrivateBus(const Environment& environment) : address_("unix:path=" + folder_ / "bus") {
+PrivateBus::PrivateBus(const Environment& environment) : address_(addressOf(folder_ / "bus")) {
   std::vector<std::string> texts;
   for (const auto& [name, value] : environment)
     texts.push_back(name + "=" + value);
