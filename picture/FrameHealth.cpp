@@ -11,13 +11,13 @@ namespace {
 
 // At an eighth of the size the decoder reads every code but computes next to nothing.
 FrameHealth examineJpeg(const Frame& frame) {
-  std::string failure;
+  std::string whyNot;
   const auto decoder = JpegDecoder::open(frame.bytes,
                                          {.pixels = JpegDecoder::Pixels::Luma,
                                           .eighths = 1,
                                           .damage = JpegDecoder::Damage::Filled,
                                           .isExact = false},
-                                         failure);
+                                         whyNot);
   if (!decoder) return {};
   std::vector<std::uint8_t> row(decoder->width());
   if (!decoder->skipToLastRow() || !decoder->readRow(row.data())) return {};
@@ -29,8 +29,8 @@ FrameHealth examineJpeg(const Frame& frame) {
 
 FrameHealth examineFrame(const Frame& frame) {
   if (frame.format == PixelFormat::MJPG) return examineJpeg(frame);
-  std::string failure;
-  if (!planesOf(frame, failure)) return {};
+  std::string whyNot;
+  if (!planesOf(frame, whyNot)) return {};
   return {FrameCondition::Whole, 0};
 }
 

@@ -33,10 +33,10 @@ J_COLOR_SPACE colorSpaceOf(JpegDecoder::Pixels pixels) {
 }  // namespace
 
 std::unique_ptr<JpegDecoder> JpegDecoder::open(std::span<const std::uint8_t> jpeg, const Options& options,
-                                               std::string& failure) {
+                                               std::string& whyNot) {
   std::unique_ptr<JpegDecoder> decoder(new JpegDecoder(options));
   if (decoder->start(jpeg)) return decoder;
-  failure = decoder->failure();
+  whyNot = decoder->failure();
   return nullptr;
 }
 

@@ -42,9 +42,9 @@ class JpegDecoder final : public RowSource {
   };
 
   /// Reads the header and makes ready to deliver rows; `jpeg` must outlive the decoder. Null when that is no
-  /// picture that can be decoded, and `failure` then says why.
+  /// picture that can be decoded, and `whyNot` then says why.
   [[nodiscard]] static std::unique_ptr<JpegDecoder> open(std::span<const std::uint8_t> jpeg,
-                                                         const Options& options, std::string& failure);
+                                                         const Options& options, std::string& whyNot);
   ~JpegDecoder() override;
 
   [[nodiscard]] std::uint32_t width() const noexcept override { return decoder_.output_width; }

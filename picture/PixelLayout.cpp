@@ -154,15 +154,15 @@ std::size_t PixelLayout::stride(std::size_t plane, std::size_t firstStride, int 
 }
 
 std::optional<std::array<PlaneRows, PixelLayout::kMaximumPlanes>> planesOf(const Frame& frame,
-                                                                           std::string& failure) {
+                                                                           std::string& whyNot) {
   const PixelLayout& layout = PixelLayout::of(frame.format);
   if (!isAcceptablePictureSize({frame.width, frame.height})) {
-    failure = "Picture size is zero or too large";
+    whyNot = "Picture size is zero or too large";
     return {};
   }
   const auto firstStride = static_cast<std::size_t>(std::max(frame.stride, 0));
   if (layout.planeCount == 0 || firstStride < layout.rowBytes(0, frame.width)) {
-    failure = "Rows are too short";
+    whyNot = "Rows are too short";
     return {};
   }
   std::array<PlaneRows, PixelLayout::kMaximumPlanes> planes;
@@ -171,7 +171,7 @@ std::optional<std::array<PlaneRows, PixelLayout::kMaximumPlanes>> planesOf(const
     const std::size_t stride = layout.stride(i, firstStride, frame.width);
     const std::size_t rows = layout.rows(i, frame.height);
     if (begin + stride * (rows - 1) + layout.rowBytes(i, frame.width) > frame.bytes.size()) {
-      failure = "Plane " + std::to_string(i) + " is too small";
+      whyNot = "Plane " + std::to_string(i) + " is too small";
       return {};
     }
     planes[i] = {frame.bytes.data() + begin, stride};

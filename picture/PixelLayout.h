@@ -64,10 +64,10 @@ struct PlaneRows {
 };
 
 /// The planes of an uncompressed frame, whose bytes must outlive them. Nothing when its size is not
-/// acceptable, its stride is less than a row, or bytes are missing, and `failure` then says which; the last
+/// acceptable, its stride is less than a row, or bytes are missing, and `whyNot` then says which; the last
 /// row of a plane may lack its padding only at the end of all bytes.
-[[nodiscard]] std::optional<std::array<PlaneRows, PixelLayout::kMaximumPlanes>> planesOf(
-    const Frame& frame, std::string& failure);
+[[nodiscard]] std::optional<std::array<PlaneRows, PixelLayout::kMaximumPlanes>> planesOf(const Frame& frame,
+                                                                                         std::string& whyNot);
 
 /// What an unstated range means for the frame's format: Limited or Full.
 [[nodiscard]] ColorRange rangeOf(const Frame& frame) noexcept;

@@ -6,8 +6,8 @@
 
 namespace picture {
 
-std::unique_ptr<RawRowSource> RawRowSource::open(const Frame& frame, std::string& failure) {
-  const auto planes = planesOf(frame, failure);
+std::unique_ptr<RawRowSource> RawRowSource::open(const Frame& frame, std::string& whyNot) {
+  const auto planes = planesOf(frame, whyNot);
   if (!planes) return nullptr;
   return std::unique_ptr<RawRowSource>(new RawRowSource(frame, *planes));
 }

@@ -16,9 +16,9 @@ namespace picture {
 /// two rows, and are interpolated in between.
 class RawRowSource final : public RowSource {
  public:
-  /// Null when the frame is no such picture, see planesOf, and `failure` then says why. The frame must
+  /// Null when the frame is no such picture, see planesOf, and `whyNot` then says why. The frame must
   /// outlive the source.
-  [[nodiscard]] static std::unique_ptr<RawRowSource> open(const Frame& frame, std::string& failure);
+  [[nodiscard]] static std::unique_ptr<RawRowSource> open(const Frame& frame, std::string& whyNot);
 
   [[nodiscard]] std::uint32_t width() const noexcept override {
     return static_cast<std::uint32_t>(frame_.width);

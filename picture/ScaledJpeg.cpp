@@ -32,14 +32,14 @@ PixelSize scaledJpegSize(PixelSize picture, PixelSize covered) {
 
 bool decodeScaledJpeg(const Frame& frame, PixelSize picture, PixelRows& rows) {
   const PixelSize size = rows.size();
-  std::string failure;
+  std::string whyNot;
   const auto decoder =
       JpegDecoder::open(frame.bytes,
                         {.pixels = JpegDecoder::Pixels::Bgra,
                          .eighths = smallestScale(picture, size),
                          .damage = frame.isDamaged ? JpegDecoder::Damage::Filled : JpegDecoder::Damage::Fails,
                          .isExact = false},
-                        failure);
+                        whyNot);
   if (!decoder || decoder->width() != static_cast<unsigned>(size.width) ||
       decoder->height() != static_cast<unsigned>(size.height)) {
     return false;

@@ -97,8 +97,8 @@ PixelSize scaledRawSize(PixelSize picture, PixelSize covered) {
 }
 
 bool decodeScaledRaw(const Frame& frame, PixelRows& rows) {
-  std::string failure;
-  const auto planes = planesOf(frame, failure);
+  std::string whyNot;
+  const auto planes = planesOf(frame, whyNot);
   if (!planes) return false;
   const PixelSize size = rows.size();
   const int factor = factorFor({frame.width, frame.height}, size);

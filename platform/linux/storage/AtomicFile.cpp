@@ -52,14 +52,14 @@ bool synchronizeFolder(const std::string& folder) {
 
 }  // namespace
 
-std::unique_ptr<AtomicFile> AtomicFile::open(const std::string& path, int& error,
+std::unique_ptr<AtomicFile> AtomicFile::open(const std::string& path, int& whyNot,
                                              std::optional<mode_t> mode) {
   const auto [folder, name] = splitPath(path);
   if (name.empty()) {
-    error = EISDIR;
+    whyNot = EISDIR;
     return nullptr;
   }
-  error = EEXIST;
+  whyNot = EEXIST;
   for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
     const std::string temporary = folder + makeTemporaryName(name);
     FileDescriptor file(uninterrupted([&] {
@@ -67,7 +67,7 @@ std::unique_ptr<AtomicFile> AtomicFile::open(const std::string& path, int& error
     }));
     if (!file && errno == EEXIST) continue;
     if (!file) {
-      error = errno;
+      whyNot = errno;
       return nullptr;
     }
     // A file system without permissions refuses; the mode given at the creation is then all there is.

@@ -22,8 +22,8 @@ class AtomicFile final : public picture::ByteSink {
  public:
   /// Starts a file that is to be called `path`, in a folder that exists. Without `mode` the process's umask
   /// decides who may read it, with one it gets exactly those permission bits. Nothing, and the cause's errno
-  /// in `error`, when no file can be made there.
-  static std::unique_ptr<AtomicFile> open(const std::string& path, int& error,
+  /// in `whyNot`, when no file can be made there.
+  static std::unique_ptr<AtomicFile> open(const std::string& path, int& whyNot,
                                           std::optional<mode_t> mode = std::nullopt);
 
   /// Without a successful `commit` before, no trace remains.
