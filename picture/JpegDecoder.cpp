@@ -109,8 +109,9 @@ bool JpegDecoder::costsPixels(int warning) const noexcept {
 
 // Without restart markers everything behind the damage is lost; with them what is left of the interval.
 void JpegDecoder::countLoss() noexcept {
-  const unsigned row = decoder_.input_iMCU_row;
   const unsigned rows = decoder_.total_iMCU_rows;
+  // Between two scans the decoder still stands at the end of the last one: all of the next is lost.
+  const unsigned row = decoder_.input_iMCU_row < rows ? decoder_.input_iMCU_row : 0;
   const unsigned interval = decoder_.restart_interval;
   const unsigned across = std::max(decoder_.MCUs_per_row, 1U);
   const unsigned end = interval == 0 ? rows : std::min(rows, row + (interval + across - 1) / across);

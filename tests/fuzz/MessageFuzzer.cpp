@@ -8,8 +8,9 @@
 #include "notifier/Notification.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const platform_linux::GVariantHandle dictionary(g_variant_ref_sink(
-      g_variant_new_from_data(G_VARIANT_TYPE_VARDICT, g_memdup2(data, size), size, FALSE, g_free, nullptr)));
+  gpointer const copy = g_memdup2(data, size);
+  const platform_linux::GVariantHandle dictionary(
+      g_variant_ref_sink(g_variant_new_from_data(G_VARIANT_TYPE_VARDICT, copy, size, FALSE, g_free, copy)));
   // The bus passes on what is in normal form; what is not has defaults in its place.
   const platform_linux::GVariantHandle normal(g_variant_get_normal_form(dictionary.get()));
   for (auto* const each : {dictionary.get(), normal.get()}) {

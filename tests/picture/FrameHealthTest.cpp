@@ -141,6 +141,25 @@ TEST(FrameHealth, SaysHowMuchOfATruncatedFrameIsLost) {
   }
 }
 
+/// Where each scan begins.
+std::vector<std::size_t> scans(const Bytes& jpeg) {
+  std::vector<std::size_t> found;
+  for (std::size_t at = 0; at + 1 < jpeg.size(); ++at)
+    if (jpeg[at] == 0xFF && jpeg[at + 1] == 0xDA) found.push_back(at);
+  return found;
+}
+
+TEST(FrameHealth, SeesThatTheLastScansOfAProgressiveFrameAreMissing) {
+  const Bytes whole = encodeJpeg(photoPicture(160, 120, 6), {.progressive = true});
+  const auto starts = scans(whole);
+  ASSERT_GT(starts.size(), 5U);
+  for (const std::size_t kept : {std::size_t{2}, starts.size() - 1}) {
+    Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(starts[kept]));
+    EXPECT_EQ(healthOf(cut).condition, FrameCondition::Damaged) << kept;
+    EXPECT_FALSE(decodeJpeg(cut).has_value()) << kept;
+  }
+}
+
 TEST(FrameHealth, OfBytesThatAreNoPictureSaysSo) {
   EXPECT_EQ(healthOf({}).condition, FrameCondition::NotAPicture);
   EXPECT_EQ(healthOf({1, 2, 3}).condition, FrameCondition::NotAPicture);

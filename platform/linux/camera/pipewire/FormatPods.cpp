@@ -3,6 +3,7 @@
 #include <array>
 #include <compare>
 #include <cstdint>
+#include <cstring>
 #include <utility>
 
 #include <spa/param/format.h>
@@ -151,6 +152,15 @@ std::vector<FrameRate> ratesOf(const spa_pod* pod) {
 }
 
 // A camera that states nothing means BT.601 at every size: the default of UVC, sRGB, is that in V4L2's terms.
+/// The number in a field of an enumeration: a node may state one that is none of the type's values.
+template <typename Field>
+std::uint32_t numberIn(const Field& field) {
+  std::uint32_t number = 0;
+  static_assert(sizeof field == sizeof number);
+  std::memcpy(&number, &field, sizeof number);
+  return number;
+}
+
 picture::ColorMatrix matrixOf(std::uint32_t stated) {
   switch (stated) {
     case SPA_VIDEO_COLOR_MATRIX_BT709:
@@ -240,10 +250,10 @@ std::optional<FrameFormat> agreedFormatOfPod(const spa_pod* pod) {
   }
   spa_video_info_raw info{};
   if (subtype != SPA_MEDIA_SUBTYPE_raw || spa_format_video_raw_parse(pod, &info) < 0) return {};
-  const auto format = pixelFormatOfSpa(info.format);
+  const auto format = pixelFormatOfSpa(numberIn(info.format));
   if (!format) return {};
-  return FrameFormat{*format, info.size.width, info.size.height, matrixOf(info.color_matrix),
-                     rangeOf(info.color_range)};
+  return FrameFormat{*format, info.size.width, info.size.height, matrixOf(numberIn(info.color_matrix)),
+                     rangeOf(numberIn(info.color_range))};
 }
 
 }  // namespace platform_linux
