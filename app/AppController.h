@@ -26,7 +26,8 @@ class AppController : public platform::UNUserNotificationCenterDelegate,
                       public ClientProviderProtocol,
                       public std::enable_shared_from_this<AppController> {
  public:
-  static std::shared_ptr<AppController> make(const platform::Platform& platform, suite::Suite& suite);
+  [[nodiscard]] static std::shared_ptr<AppController> make(const platform::Platform& platform,
+                                                           suite::Suite& suite);
   ~AppController() override;
 
   /// Wires the tool to the suite and decides the run mode.
@@ -34,7 +35,7 @@ class AppController : public platform::UNUserNotificationCenterDelegate,
   void reopen();
   /// Before start-up has committed to a normal run: makes it open the preferences. Later: shows them.
   void preferencesMode();
-  bool terminate() const { return true; }
+  [[nodiscard]] bool terminate() const { return true; }
   void beforeTerminate() { logCEP("Quit", std::nullopt); }
 
   /// A camera may have come or gone, or the settings have changed; waits until no shot is pending.
@@ -61,14 +62,18 @@ class AppController : public platform::UNUserNotificationCenterDelegate,
   void userNotificationCenterDidReceiveNotificationResponse(const platform::UNNotificationResponse& response,
                                                             std::function<void()> completionHandler) override;
 
-  std::shared_ptr<suite::ToolDataClientProvider> provider() const override { return provider_; }
-  std::int32_t count() const { return count_; }
-  bool running() const { return running_; }
-  bool runWithPreferences() const { return runWithPreferences_; }
-  const std::shared_ptr<PreviewWindowController>& preview() const { return preview_; }
-  const std::shared_ptr<PreferencesWindowController>& preferences() const { return preferences_; }
-  const std::shared_ptr<PhotoTaker>& photoTaker() const { return photoTaker_; }
-  const std::shared_ptr<platform::AVCaptureDevice>& currentCamera() const { return currentCamera_; }
+  [[nodiscard]] std::shared_ptr<suite::ToolDataClientProvider> provider() const override { return provider_; }
+  [[nodiscard]] std::int32_t count() const { return count_; }
+  [[nodiscard]] bool running() const { return running_; }
+  [[nodiscard]] bool runWithPreferences() const { return runWithPreferences_; }
+  [[nodiscard]] const std::shared_ptr<PreviewWindowController>& preview() const { return preview_; }
+  [[nodiscard]] const std::shared_ptr<PreferencesWindowController>& preferences() const {
+    return preferences_;
+  }
+  [[nodiscard]] const std::shared_ptr<PhotoTaker>& photoTaker() const { return photoTaker_; }
+  [[nodiscard]] const std::shared_ptr<platform::AVCaptureDevice>& currentCamera() const {
+    return currentCamera_;
+  }
 
  private:
   AppController(const platform::Platform& platform, suite::Suite& suite);
@@ -93,11 +98,11 @@ class AppController : public platform::UNUserNotificationCenterDelegate,
   void shotDone(const std::string& path);
   void scheduleLocalNotification(const std::string& path);
   void scheduleLocalNotificationOnFailure();
-  std::string failureText() const;
-  std::string localized(const std::string& text) const;
+  [[nodiscard]] std::string failureText() const;
+  [[nodiscard]] std::string localized(const std::string& text) const;
 
   void logCEP(const std::string& event, const std::optional<suite::Dictionary>& details);
-  bool mayUseCamera() const;
+  [[nodiscard]] bool mayUseCamera() const;
   std::shared_ptr<AppController> self() { return shared_from_this(); }
 
   const platform::Platform& platform_;

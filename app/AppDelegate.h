@@ -18,7 +18,7 @@ class AppDelegate : public platform::NSApplicationDelegate {
 
   AppDelegate(const platform::Platform& platform, suite::Suite& suite);
 
-  std::shared_ptr<AppController> controller() const { return controller_; }
+  [[nodiscard]] std::shared_ptr<AppController> controller() const { return controller_; }
 
   void applicationWillFinishLaunching() override;
   void applicationDidFinishLaunching(const platform::NSApplicationLaunchNotification& notification) override;

@@ -7,7 +7,7 @@ namespace camera_shot {
 
 /// A callback that sends `member` to `object` as long as it lives and does nothing afterwards.
 template <class Class, class... Arguments>
-auto weakly(const std::shared_ptr<Class>& object, void (Class::*member)(Arguments...)) {
+[[nodiscard]] auto weakly(const std::shared_ptr<Class>& object, void (Class::*member)(Arguments...)) {
   return [weak = std::weak_ptr<Class>(object), member](Arguments... arguments) {
     if (const auto self = weak.lock()) (self.get()->*member)(std::forward<Arguments>(arguments)...);
   };

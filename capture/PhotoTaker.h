@@ -25,13 +25,13 @@ class PhotoTaker : public platform::AVCapturePhotoCaptureDelegate,
 
   /// Builds session, input, output and layer on `device`; the session does not run yet. A camera that cannot
   /// be opened is not noticed here: whoever makes a photo taker has looked for the camera first.
-  static std::shared_ptr<PhotoTaker> make(const platform::Platform& platform, suite::Suite& suite,
-                                          const std::shared_ptr<platform::AVCaptureDevice>& device,
-                                          OnSuccess onSuccess, OnError onError);
+  [[nodiscard]] static std::shared_ptr<PhotoTaker> make(
+      const platform::Platform& platform, suite::Suite& suite,
+      const std::shared_ptr<platform::AVCaptureDevice>& device, OnSuccess onSuccess, OnError onError);
 
   void startPreview() { session_.load()->startRunning(); }
   void stopPreview() { session_.load()->stopRunning(); }
-  std::shared_ptr<platform::AVCaptureVideoPreviewLayer> getLayer() const { return layer_; }
+  [[nodiscard]] std::shared_ptr<platform::AVCaptureVideoPreviewLayer> getLayer() const { return layer_; }
 
   /// Requests one still. Exactly one of the callbacks follows, on the main thread: `onSuccess` with the path
   /// of the file or `onError`; or the application ends, when there is no output folder.
@@ -43,7 +43,7 @@ class PhotoTaker : public platform::AVCapturePhotoCaptureDelegate,
 
   /// The full path for a photo taken now: the first free name in `folder`. It is only tested, not held. Any
   /// thread.
-  std::string generatePath(const std::string& folder) const;
+  [[nodiscard]] std::string generatePath(const std::string& folder) const;
 
  private:
   PhotoTaker(const platform::Platform& platform, suite::Suite& suite, OnSuccess onSuccess, OnError onError);

@@ -28,7 +28,7 @@ class Bubbles : public DaemonListener {
 
   void post(const std::string& applicationId, const std::string& identifier, Notification notification);
   /// Whether nothing is on the screen and nothing is under way.
-  bool empty() const { return bubbles_.empty() && callsUnderWay_ == 0; }
+  [[nodiscard]] bool empty() const { return bubbles_.empty() && callsUnderWay_ == 0; }
 
   void bubbleClosed(const std::string& daemon, std::uint32_t id) override;
   void activationToken(const std::string& daemon, std::uint32_t id, const std::string& token) override;
@@ -56,7 +56,7 @@ class Bubbles : public DaemonListener {
   void playSound(const std::string& applicationId, const std::string& daemon);
   void settle(const Key& key);
   BubbleMap::iterator bubbleOf(const std::string& daemon, std::uint32_t id);
-  bool anySending() const;
+  [[nodiscard]] bool anySending() const;
   void activate(const Key& key, const Bubble& bubble, const Action& action);
   void callDone();
 

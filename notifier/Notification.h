@@ -25,13 +25,13 @@ struct Notification {
   /// The photo, small, as the hint `image-data`; null without.
   std::shared_ptr<GVariant> imageData;
 
-  const Action* actionFor(const std::string& key) const;
+  [[nodiscard]] const Action* actionFor(const std::string& key) const;
 };
 
 /// Reads a dictionary (a{sv}) with the keys of `org.gtk.Notifications`: `title`, `body`, `default-action`
 /// with its target, `buttons`; and `default-action-label`, without which a click on the notification does
 /// nothing, `sound` and `image-data`. Unknown keys, values of another type and actions that are not those of
 /// clicks on notifications are ignored.
-Notification readNotification(GVariant* dictionary);
+[[nodiscard]] Notification readNotification(GVariant* dictionary);
 
 }  // namespace notifier

@@ -18,9 +18,9 @@ class PixelRows {
   /// `pixels` is where the picture of that size goes; it must have room for it and outlive this object.
   PixelRows(std::span<std::uint8_t> pixels, PixelSize size, bool mirrored);
 
-  PixelSize size() const { return size_; }
+  [[nodiscard]] PixelSize size() const { return size_; }
   /// Bytes from a row to the next, in strips too.
-  int stride() const { return size_.width * 4; }
+  [[nodiscard]] int stride() const { return size_.width * 4; }
 
   /// Where the decoder writes up to kStripRows rows, unmirrored, from `firstRow` on.
   std::uint8_t* strip(int firstRow) { return strip_.empty() ? place(firstRow) : strip_.data(); }

@@ -37,7 +37,7 @@ struct DecodedPicture {
 
 /// The largest size of `picture`'s shape that fits in `view`, rounded up to whole pixels; empty when either
 /// is.
-PixelSize aspectFit(PixelSize picture, PixelSize view);
+[[nodiscard]] PixelSize aspectFit(PixelSize picture, PixelSize view);
 
 /// How a view wants its picture: ready to be copied to the screen, so that the main thread, which draws it,
 /// has nothing to compute.
@@ -51,12 +51,12 @@ struct PictureRequest {
 };
 
 /// The size to which decodeForView decodes; empty when the frame's or the view's is empty or absurd.
-PixelSize decodedSize(const Frame& frame, const PictureRequest& request);
+[[nodiscard]] PixelSize decodedSize(const Frame& frame, const PictureRequest& request);
 
 /// Decodes a frame for a view. JPEG is scaled by eighths while it is decoded, raw pictures are averaged down
 /// by a whole factor; what is left to the view's size is interpolated. The picture is upright, then mirrored
 /// if that is asked for. Nothing when the frame is damaged, absurd or of no size. Thread-safe.
-std::optional<DecodedPicture> decodeForView(const Frame& frame, const PictureRequest& request,
-                                            PixelBufferPool& pool);
+[[nodiscard]] std::optional<DecodedPicture> decodeForView(const Frame& frame, const PictureRequest& request,
+                                                          PixelBufferPool& pool);
 
 }  // namespace picture

@@ -7,10 +7,10 @@
 namespace picture {
 
 /// The smallest of the decoder's scales of `picture`, eighths of its size, that covers `covered`.
-PixelSize scaledJpegSize(PixelSize picture, PixelSize covered);
+[[nodiscard]] PixelSize scaledJpegSize(PixelSize picture, PixelSize covered);
 
 /// Decodes the frame, whose stored size is `picture`, into `rows`, whose size is one of scaledJpegSize's
 /// answers for it. False when it is damaged and not known to be; the pixels are then undefined.
-bool decodeScaledJpeg(const Frame& frame, PixelSize picture, PixelRows& rows);
+[[nodiscard]] bool decodeScaledJpeg(const Frame& frame, PixelSize picture, PixelRows& rows);
 
 }  // namespace picture

@@ -7,10 +7,10 @@
 namespace picture {
 
 /// `picture` divided by the largest whole factor that still covers `covered`.
-PixelSize scaledRawSize(PixelSize picture, PixelSize covered);
+[[nodiscard]] PixelSize scaledRawSize(PixelSize picture, PixelSize covered);
 
 /// Converts the raw frame into `rows`, whose size is one of scaledRawSize's answers for it. False when the
 /// frame has fewer bytes than its size needs; the pixels are then undefined.
-bool decodeScaledRaw(const Frame& frame, PixelRows& rows);
+[[nodiscard]] bool decodeScaledRaw(const Frame& frame, PixelRows& rows);
 
 }  // namespace picture

@@ -25,10 +25,10 @@ class ThumbnailRows final : public RowSource {
   /// `source` outlives this and has delivered nothing yet. The copy has at most `side` pixels each way.
   ThumbnailRows(RowSource& source, int side);
 
-  std::uint32_t width() const noexcept override { return source_.width(); }
-  std::uint32_t height() const noexcept override { return source_.height(); }
+  [[nodiscard]] std::uint32_t width() const noexcept override { return source_.width(); }
+  [[nodiscard]] std::uint32_t height() const noexcept override { return source_.height(); }
   bool readRows(std::span<std::uint8_t> rows) noexcept override;
-  std::string failure() const override { return source_.failure(); }
+  [[nodiscard]] std::string failure() const override { return source_.failure(); }
 
   /// Once all rows have passed. Empty where there was no memory for it.
   Thumbnail take();

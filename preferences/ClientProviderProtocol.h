@@ -11,7 +11,7 @@ class ClientProviderProtocol {
  public:
   virtual ~ClientProviderProtocol() = default;
 
-  virtual std::shared_ptr<suite::ToolDataClientProvider> provider() const = 0;
+  [[nodiscard]] virtual std::shared_ptr<suite::ToolDataClientProvider> provider() const = 0;
 };
 
 }  // namespace camera_shot

@@ -23,21 +23,23 @@ namespace camera_shot {
 class PreferencesWindowController : public suite::QuilloWindowController {
  public:
   /// `onPrefChanged` is told when the settings are to be applied; both it and `clientProvider` are not owned.
-  static std::shared_ptr<PreferencesWindowController> make(
+  [[nodiscard]] static std::shared_ptr<PreferencesWindowController> make(
       const platform::Platform& platform, suite::Suite& suite, std::string windowNibName,
       std::weak_ptr<ClientProviderProtocol> clientProvider, std::function<void()> onPrefChanged);
 
-  bool showPreview() const { return showPreview_ != 0; }
-  const std::string& videoSourceID() const { return videoSourceID_; }
-  std::shared_ptr<ClientProviderProtocol> clientProvider() const { return clientProvider_.lock(); }
-  const std::vector<suite::CaptureDevice>& videoDevices() const { return videoDevices_; }
+  [[nodiscard]] bool showPreview() const { return showPreview_ != 0; }
+  [[nodiscard]] const std::string& videoSourceID() const { return videoSourceID_; }
+  [[nodiscard]] std::shared_ptr<ClientProviderProtocol> clientProvider() const {
+    return clientProvider_.lock();
+  }
+  [[nodiscard]] const std::vector<suite::CaptureDevice>& videoDevices() const { return videoDevices_; }
 
   /// The camera to use now: the chosen one, else the first one, else nothing. Asked for afresh on every call.
-  std::shared_ptr<platform::AVCaptureDevice> videoCaptureDevice() const;
+  [[nodiscard]] std::shared_ptr<platform::AVCaptureDevice> videoCaptureDevice() const;
 
   /// Whether the user has the window open: on the screen, or minimised and about to be used again.
-  bool isOpened() const { return isWindowOpen(); }
-  bool isPreferencesDialogOpened() const { return isOpened(); }
+  [[nodiscard]] bool isOpened() const { return isWindowOpen(); }
+  [[nodiscard]] bool isPreferencesDialogOpened() const { return isOpened(); }
 
   void updateOutputLocationText();
   /// Rebuilds the list of cameras and the popup.
@@ -47,8 +49,8 @@ class PreferencesWindowController : public suite::QuilloWindowController {
   void onOutputLocationChanged();
   void onDoneClicked();
 
-  bool hidesPreferencesButton() const override { return true; }
-  bool hidesCloseButton() const override { return true; }
+  [[nodiscard]] bool hidesPreferencesButton() const override { return true; }
+  [[nodiscard]] bool hidesCloseButton() const override { return true; }
 
   void windowDidBecomeKey() override { updateOutputLocationText(); }
   /// With the preview switched off there is no window to go back to: closing is what Done is.
@@ -68,7 +70,7 @@ class PreferencesWindowController : public suite::QuilloWindowController {
   void loadSettings();
   void observeCameras();
   void fillVideoSource(platform::NSPopUpButton& popup) const;
-  bool isPreviewSwitchedOn() const;
+  [[nodiscard]] bool isPreviewSwitchedOn() const;
 
   const platform::Platform& platform_;
   suite::Suite& suite_;

@@ -24,8 +24,9 @@ struct PreviewCallbacks {
 /// told the camera's state and reports what the user does. Main thread only.
 class PreviewWindowController : public suite::QuilloWindowController {
  public:
-  static std::shared_ptr<PreviewWindowController> make(const platform::Platform& platform,
-                                                       std::string windowNibName, PreviewCallbacks callbacks);
+  [[nodiscard]] static std::shared_ptr<PreviewWindowController> make(const platform::Platform& platform,
+                                                                     std::string windowNibName,
+                                                                     PreviewCallbacks callbacks);
 
   /// Installs the live picture, always mirrored; none takes it away.
   void updateLayer(std::shared_ptr<platform::AVCaptureVideoPreviewLayer> layer);
@@ -40,10 +41,12 @@ class PreviewWindowController : public suite::QuilloWindowController {
   void shootButtonPressed();
   void closeButtonPressed();
 
-  std::int32_t buttonState() const { return buttonState_; }
-  bool cameraAvailable() const { return cameraAvailable_; }
-  const std::shared_ptr<platform::AVCaptureDevice>& cameraSource() const { return cameraSource_; }
-  const std::shared_ptr<platform::AVCaptureVideoPreviewLayer>& layer() const { return layer_; }
+  [[nodiscard]] std::int32_t buttonState() const { return buttonState_; }
+  [[nodiscard]] bool cameraAvailable() const { return cameraAvailable_; }
+  [[nodiscard]] const std::shared_ptr<platform::AVCaptureDevice>& cameraSource() const {
+    return cameraSource_;
+  }
+  [[nodiscard]] const std::shared_ptr<platform::AVCaptureVideoPreviewLayer>& layer() const { return layer_; }
 
   /// The visibility check: tells the owner on every call, also when nothing has changed since the last.
   void windowDidChangeOcclusionState() override;
@@ -61,7 +64,7 @@ class PreviewWindowController : public suite::QuilloWindowController {
 
   void connectOutlets();
   void showWarning();
-  std::string localized(const std::string& text) const;
+  [[nodiscard]] std::string localized(const std::string& text) const;
 
   const platform::Platform& platform_;
 

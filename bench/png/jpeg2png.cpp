@@ -52,7 +52,7 @@ int main(int argc, char** argv) {
   const unsigned threads = argc > 3 ? static_cast<unsigned>(std::atoi(argv[3])) : 0;
   const auto result = picture::writePng(*source, {.captureTime = std::chrono::system_clock::now()}, sink,
                                         {.threads = threads});
-  if (result != picture::PngResult::kWritten) {
+  if (result != picture::PngResult::Written) {
     std::fprintf(stderr, "%s: failed. %s\n", argv[2], source->failure().c_str());
     return 1;
   }

@@ -88,7 +88,7 @@ std::size_t encodeByOurs(const Picture& picture, unsigned threads) {
   PictureSource source(picture);
   MemorySink sink(picture.pixels.size());
   const auto result = picture::writePng(source, {}, sink, {.threads = threads});
-  return result == picture::PngResult::kWritten ? sink.size() : 0;
+  return result == picture::PngResult::Written ? sink.size() : 0;
 }
 
 /// One contender's figures over some pictures, as ratios to the reference on the same picture.
@@ -307,7 +307,7 @@ class Benchmark {
     const auto source = picture::openJpegRows(jpeg, failure);
     FileSink sink(path + ".part");
     const auto result = picture::writePng(*source, {}, sink, {.threads = 2});
-    if (result != picture::PngResult::kWritten || (sync && !sink.sync())) std::abort();
+    if (result != picture::PngResult::Written || (sync && !sink.sync())) std::abort();
     fs::rename(path + ".part", path);
   }
 

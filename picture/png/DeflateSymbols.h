@@ -23,7 +23,7 @@ struct DeflateSymbol {
 };
 
 /// Values from 0 up: 2^linearLog2 symbols of step one, then groups of half as many with doubling steps.
-constexpr DeflateSymbol steppedSymbol(std::uint32_t value, std::uint32_t linearLog2) {
+[[nodiscard]] constexpr DeflateSymbol steppedSymbol(std::uint32_t value, std::uint32_t linearLog2) {
   const std::uint32_t linear = 1U << linearLog2;
   if (value < linear) return {static_cast<std::uint8_t>(value), 0, static_cast<std::uint16_t>(value)};
   const std::uint32_t extraBits = static_cast<std::uint32_t>(std::bit_width(value)) - linearLog2;
@@ -46,7 +46,7 @@ inline constexpr auto kLengthSymbols = makeLengthSymbols();
 static_assert(kLengthSymbols[11].symbol == 8 && kLengthSymbols[12].base == 8 &&
               kLengthSymbols[257].symbol == 27);
 
-constexpr DeflateSymbol distanceSymbol(std::uint32_t distance) {
+[[nodiscard]] constexpr DeflateSymbol distanceSymbol(std::uint32_t distance) {
   return steppedSymbol(distance - 1, 2);
 }
 static_assert(distanceSymbol(5).symbol == 4 && distanceSymbol(32768).symbol == 29);

@@ -36,25 +36,25 @@ bool DrawingCoder::begin() noexcept {
 }
 
 PngResult DrawingCoder::append(std::span<const std::uint8_t> filtered) noexcept {
-  if (!isOpen_ && !begin()) return PngResult::kOutOfMemory;
+  if (!isOpen_ && !begin()) return PngResult::OutOfMemory;
   stream_.next_in = const_cast<Bytef*>(filtered.data());  // which zlib does not write to
   stream_.avail_in = static_cast<uInt>(filtered.size());
   return run(Z_NO_FLUSH);
 }
 
 PngResult DrawingCoder::finish() noexcept {
-  if (!isOpen_) return PngResult::kWritten;
+  if (!isOpen_) return PngResult::Written;
   isOpen_ = false;
   const PngResult result = run(Z_SYNC_FLUSH);
-  if (result != PngResult::kWritten) return result;
-  return writeChunk() ? PngResult::kWritten : PngResult::kSinkFailed;
+  if (result != PngResult::Written) return result;
+  return writeChunk() ? PngResult::Written : PngResult::SinkFailed;
 }
 
 PngResult DrawingCoder::run(int flush) noexcept {
   while (true) {
     deflate(&stream_, flush);
-    if (stream_.avail_out > 0) return PngResult::kWritten;
-    if (!writeChunk()) return PngResult::kSinkFailed;
+    if (stream_.avail_out > 0) return PngResult::Written;
+    if (!writeChunk()) return PngResult::SinkFailed;
   }
 }
 

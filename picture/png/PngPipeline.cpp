@@ -71,30 +71,30 @@ void PngPipeline::work(Worker& worker) noexcept {
   std::unique_lock lock(mutex_);
   while (true) {
     switch (nextTask()) {
-      case Task::kWrite:
+      case Task::Write:
         write(worker, lock);
         break;
-      case Task::kCode:
+      case Task::Code:
         code(worker, lock);
         break;
-      case Task::kRead:
+      case Task::Read:
         read(lock);
         break;
-      case Task::kWait:
+      case Task::Wait:
         changed_.wait(lock);
         break;
-      case Task::kLeave:
+      case Task::Leave:
         return;
     }
   }
 }
 
 PngPipeline::Task PngPipeline::nextTask() const noexcept {
-  if (stopped_ || written_ == strips_) return Task::kLeave;
-  if (!writing_ && slots_[written_ % slots_.size()].coded) return Task::kWrite;
-  if (taken_ < read_) return Task::kCode;
-  if (!reading_ && read_ < strips_ && read_ - written_ < slots_.size()) return Task::kRead;
-  return Task::kWait;
+  if (stopped_ || written_ == strips_) return Task::Leave;
+  if (!writing_ && slots_[written_ % slots_.size()].coded) return Task::Write;
+  if (taken_ < read_) return Task::Code;
+  if (!reading_ && read_ < strips_ && read_ - written_ < slots_.size()) return Task::Read;
+  return Task::Wait;
 }
 
 void PngPipeline::read(std::unique_lock<std::mutex>& lock) noexcept {
@@ -105,7 +105,7 @@ void PngPipeline::read(std::unique_lock<std::mutex>& lock) noexcept {
   lock.lock();
   reading_ = false;
   ++read_;
-  if (!delivered) stop(PngResult::kSourceFailed);
+  if (!delivered) stop(PngResult::SourceFailed);
   changed_.notify_all();
 }
 
@@ -129,7 +129,7 @@ void PngPipeline::write(Worker& worker, std::unique_lock<std::mutex>& lock) noex
   writing_ = false;
   slot.coded = false;
   ++written_;
-  if (result != PngResult::kWritten) stop(result);
+  if (result != PngResult::Written) stop(result);
   changed_.notify_all();
 }
 
@@ -166,9 +166,9 @@ PngResult PngPipeline::writeStrip(std::uint32_t strip, Worker& worker) noexcept 
   const bool isDrawn = slot.chunkBytes == 0;
   PngResult result = isDrawn ? drawings_.append(filterStrip(strip, worker)) : drawings_.finish();
   const bool isLast = strip + 1 == strips_;
-  if (result == PngResult::kWritten && isDrawn && isLast) result = drawings_.finish();
-  if (result != PngResult::kWritten || isDrawn) return result;
-  return sink_.write({slot.chunk.get(), slot.chunkBytes}) ? PngResult::kWritten : PngResult::kSinkFailed;
+  if (result == PngResult::Written && isDrawn && isLast) result = drawings_.finish();
+  if (result != PngResult::Written || isDrawn) return result;
+  return sink_.write({slot.chunk.get(), slot.chunkBytes}) ? PngResult::Written : PngResult::SinkFailed;
 }
 
 void PngPipeline::stop(PngResult result) noexcept {

@@ -43,7 +43,7 @@ class PngPipeline {
     Buffer filtered;
     StripCoder coder;
   };
-  enum class Task { kRead, kCode, kWrite, kWait, kLeave };
+  enum class Task { Read, Code, Write, Wait, Leave };
 
   void work(Worker& worker) noexcept;
   [[nodiscard]] Task nextTask() const noexcept;
@@ -77,7 +77,7 @@ class PngPipeline {
   bool reading_ = false;
   bool writing_ = false;
   bool stopped_ = false;
-  PngResult result_ = PngResult::kWritten;
+  PngResult result_ = PngResult::Written;
   std::uint32_t adler_ = 1;
 };
 

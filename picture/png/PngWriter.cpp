@@ -21,21 +21,21 @@ unsigned chooseThreads(const PngOptions& options) {
 PngResult writeAll(RowSource& source, const PngMetadata& metadata, ByteSink& sink,
                    const PngOptions& options) {
   PngPipeline pipeline(source, sink, chooseThreads(options));
-  if (!sink.write(pngBeginning(source.width(), source.height(), metadata))) return PngResult::kSinkFailed;
+  if (!sink.write(pngBeginning(source.width(), source.height(), metadata))) return PngResult::SinkFailed;
   const PngResult result = pipeline.run();
-  if (result != PngResult::kWritten) return result;
-  return sink.write(pngEnd(pipeline.adler())) ? PngResult::kWritten : PngResult::kSinkFailed;
+  if (result != PngResult::Written) return result;
+  return sink.write(pngEnd(pipeline.adler())) ? PngResult::Written : PngResult::SinkFailed;
 }
 
 }  // namespace
 
 PngResult writePng(RowSource& source, const PngMetadata& metadata, ByteSink& sink,
                    const PngOptions& options) noexcept {
-  if (!isAcceptablePictureSize(source.width(), source.height())) return PngResult::kSourceFailed;
+  if (!isAcceptablePictureSize(source.width(), source.height())) return PngResult::SourceFailed;
   try {
     return writeAll(source, metadata, sink, options);
   } catch (const std::bad_alloc&) {
-    return PngResult::kOutOfMemory;
+    return PngResult::OutOfMemory;
   }
 }
 

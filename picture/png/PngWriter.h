@@ -21,12 +21,12 @@ struct PngOptions {
 };
 
 enum class PngResult {
-  kWritten,
+  Written,
   /// The source failed, or its picture's size is not acceptable. `RowSource::failure` says more.
-  kSourceFailed,
+  SourceFailed,
   /// The sink refused bytes; what it took so far is no picture.
-  kSinkFailed,
-  kOutOfMemory,
+  SinkFailed,
+  OutOfMemory,
 };
 
 /// Writes the picture of `source` to `sink` as an 8-bit RGB PNG file in the sRGB colour space. Decoding,

@@ -26,6 +26,6 @@ class RunParser {
 };
 
 /// The part of the bytes, 0 to 1, that equal the one before them, in runs or not; by a sample.
-double estimateRepetitions(std::span<const std::uint8_t> data);
+[[nodiscard]] double estimateRepetitions(std::span<const std::uint8_t> data);
 
 }  // namespace picture

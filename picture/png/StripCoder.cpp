@@ -31,15 +31,15 @@ constexpr double kDrawnFromBitsPerChange = 9;
 constexpr double kDrawnBelowBitsPerByte = 0.9;
 constexpr double kRepeatingBelowBitsPerByte = 0.3;
 
-enum class Content { kPhoto, kGreyPhoto, kDrawing };
+enum class Content { Photo, GreyPhoto, Drawing };
 
 Content contentOf(double bitsPerByte, double repetitions) {
-  if (bitsPerByte < kRepeatingBelowBitsPerByte) return Content::kDrawing;
-  if (repetitions < kSearchFromRepetitions) return Content::kPhoto;
+  if (bitsPerByte < kRepeatingBelowBitsPerByte) return Content::Drawing;
+  if (repetitions < kSearchFromRepetitions) return Content::Photo;
   const double bitsPerChange = bitsPerByte / (1 - repetitions);
   if (bitsPerByte < kDrawnBelowBitsPerByte && bitsPerChange >= kDrawnFromBitsPerChange)
-    return Content::kDrawing;
-  return bitsPerChange >= kSearchFromBitsPerChange ? Content::kGreyPhoto : Content::kPhoto;
+    return Content::Drawing;
+  return bitsPerChange >= kSearchFromBitsPerChange ? Content::GreyPhoto : Content::Photo;
 }
 
 constexpr std::size_t storedBytes(std::size_t bytes) {
@@ -84,8 +84,8 @@ std::optional<std::size_t> StripCoder::code(std::span<const std::uint8_t> strip,
   const DeflateTokens* tokens = &tokens_;
   const double bitsPerByte = static_cast<double>(block_.bits()) / static_cast<double>(strip.size());
   const Content content = contentOf(bitsPerByte, estimateRepetitions(strip));
-  if (content == Content::kDrawing) return std::nullopt;
-  if (content == Content::kGreyPhoto) {
+  if (content == Content::Drawing) return std::nullopt;
+  if (content == Content::GreyPhoto) {
     matchParser_.parse(strip, matchTokens_);
     matchBlock_.plan(strip, matchTokens_);
     if (matchBlock_.bits() < block_.bits()) {

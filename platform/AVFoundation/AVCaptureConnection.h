@@ -19,11 +19,11 @@ class AVCaptureConnection {
  public:
   virtual ~AVCaptureConnection() = default;
 
-  virtual std::vector<AVCaptureInputPort> inputPorts() const = 0;
-  virtual bool isVideoMirroringSupported() const = 0;
+  [[nodiscard]] virtual std::vector<AVCaptureInputPort> inputPorts() const = 0;
+  [[nodiscard]] virtual bool isVideoMirroringSupported() const = 0;
   /// Whether the platform decides about mirroring by itself; to be switched off before `setVideoMirrored`.
   virtual void setAutomaticallyAdjustsVideoMirroring(bool automatic) = 0;
-  virtual bool isVideoMirrored() const = 0;
+  [[nodiscard]] virtual bool isVideoMirrored() const = 0;
   /// Whether pictures from now on come left-right mirrored.
   virtual void setVideoMirrored(bool mirrored) = 0;
 };

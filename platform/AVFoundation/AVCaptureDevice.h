@@ -17,9 +17,9 @@ class AVCaptureDevice {
   virtual ~AVCaptureDevice() = default;
 
   /// The camera's identity; the same again after it was unplugged and plugged in.
-  virtual std::string uniqueID() const = 0;
+  [[nodiscard]] virtual std::string uniqueID() const = 0;
   /// The camera's name for people.
-  virtual std::string localizedName() const = 0;
+  [[nodiscard]] virtual std::string localizedName() const = 0;
 };
 
 /// What the user has said to the tool's use of a kind of device.

@@ -19,7 +19,8 @@ inline const std::string AVVideoCodecTypeJPEG = "jpeg";
 struct AVCapturePhotoSettings {
   std::map<std::string, std::string> format;
 
-  static AVCapturePhotoSettings photoSettingsWithFormat(std::map<std::string, std::string> photoFormat) {
+  [[nodiscard]] static AVCapturePhotoSettings photoSettingsWithFormat(
+      std::map<std::string, std::string> photoFormat) {
     return {std::move(photoFormat)};
   }
 };
@@ -31,7 +32,7 @@ class AVCapturePhoto {
 
   /// The photo as the camera sent it, with its mirroring and time of capture noted; nothing when it holds no
   /// picture.
-  virtual std::shared_ptr<NSData> fileDataRepresentation() const = 0;
+  [[nodiscard]] virtual std::shared_ptr<NSData> fileDataRepresentation() const = 0;
 };
 
 class AVCapturePhotoOutput;
@@ -54,7 +55,7 @@ class AVCapturePhotoOutput {
   virtual ~AVCapturePhotoOutput() = default;
 
   /// The ways from the session's inputs to this output, none before it was added to a session with an input.
-  virtual std::vector<std::shared_ptr<AVCaptureConnection>> connections() const = 0;
+  [[nodiscard]] virtual std::vector<std::shared_ptr<AVCaptureConnection>> connections() const = 0;
 
   /// Requests the next whole picture and returns at once. A picture counts once the camera's exposure has had
   /// one second since the camera's first frame, and two more at most while it still moves. The delegate is

@@ -12,7 +12,7 @@ namespace platform {
 class AVCaptureVideoPreviewLayer : public virtual CALayer {
  public:
   /// The session's way to this layer; nothing while the session has no input.
-  virtual std::shared_ptr<AVCaptureConnection> connection() const = 0;
+  [[nodiscard]] virtual std::shared_ptr<AVCaptureConnection> connection() const = 0;
 };
 
 }  // namespace platform

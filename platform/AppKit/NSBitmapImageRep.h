@@ -15,9 +15,9 @@ class NSBitmapImageRep {
   virtual ~NSBitmapImageRep() = default;
 
   /// The picture for a layer.
-  virtual std::shared_ptr<CGImage> cgImage() const = 0;
+  [[nodiscard]] virtual std::shared_ptr<CGImage> cgImage() const = 0;
   /// The picture in a file format with default options.
-  virtual std::shared_ptr<NSData> representationUsingType(NSBitmapImageFileType type) const = 0;
+  [[nodiscard]] virtual std::shared_ptr<NSData> representationUsingType(NSBitmapImageFileType type) const = 0;
 };
 
 }  // namespace platform

@@ -18,10 +18,10 @@ class NSNib {
  public:
   virtual ~NSNib() = default;
 
-  virtual std::shared_ptr<NSWindow> window() const = 0;
+  [[nodiscard]] virtual std::shared_ptr<NSWindow> window() const = 0;
   /// The view that the layout calls `outlet`; nothing when it has none of that name. The kind of view
   /// (NSButton, …) is asked for with a dynamic cast.
-  virtual std::shared_ptr<NSView> view(const std::string& outlet) const = 0;
+  [[nodiscard]] virtual std::shared_ptr<NSView> view(const std::string& outlet) const = 0;
 };
 
 }  // namespace platform

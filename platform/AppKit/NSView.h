@@ -22,7 +22,7 @@ class NSView {
   /// Whether the view has a layer of its own to draw on.
   virtual void setWantsLayer(bool wantsLayer) = 0;
   /// The view's own layer; nothing when it has none.
-  virtual std::shared_ptr<CALayer> layer() const = 0;
+  [[nodiscard]] virtual std::shared_ptr<CALayer> layer() const = 0;
   /// Makes `layer` what the view shows, over its whole size and following it; none clears it.
   virtual void setLayer(std::shared_ptr<CALayer> layer) = 0;
 };
@@ -40,7 +40,7 @@ class NSTextField : public virtual NSView {
 
 class NSControl : public virtual NSView {
  public:
-  virtual bool isEnabled() const = 0;
+  [[nodiscard]] virtual bool isEnabled() const = 0;
   virtual void setEnabled(bool enabled) = 0;
 };
 
@@ -50,7 +50,7 @@ inline constexpr int NSControlStateValueOn = 1;
 /// A push button or a switch.
 class NSButton : public virtual NSControl {
  public:
-  virtual int state() const = 0;
+  [[nodiscard]] virtual int state() const = 0;
   virtual void setState(int state) = 0;
   virtual void setTitle(const std::string& title) = 0;
   virtual void setToolTip(const std::string& text) = 0;
@@ -72,10 +72,10 @@ class NSPopUpButton : public virtual NSControl {
  public:
   virtual void removeAllItems() = 0;
   virtual void addItem(const NSMenuItem& item) = 0;
-  virtual int numberOfItems() const = 0;
+  [[nodiscard]] virtual int numberOfItems() const = 0;
   virtual void selectItemAtIndex(int index) = 0;
   /// -1 when nothing is selected.
-  virtual int indexOfSelectedItem() const = 0;
+  [[nodiscard]] virtual int indexOfSelectedItem() const = 0;
 };
 
 }  // namespace platform

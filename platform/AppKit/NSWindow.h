@@ -25,14 +25,14 @@ class NSWindow {
   virtual ~NSWindow() = default;
 
   /// Whether the window is on the screen; one that others cover is, a minimised one is not.
-  virtual bool isVisible() const = 0;
+  [[nodiscard]] virtual bool isVisible() const = 0;
   /// Whether the user has minimised the window.
-  virtual bool isMiniaturized() const = 0;
+  [[nodiscard]] virtual bool isMiniaturized() const = 0;
   /// Shows the window in front and gives it the keyboard.
   virtual void makeKeyAndOrderFront() = 0;
   /// Takes the window off the screen; it is kept.
   virtual void orderOut() = 0;
-  virtual unsigned styleMask() const = 0;
+  [[nodiscard]] virtual unsigned styleMask() const = 0;
   virtual void setStyleMask(unsigned mask) = 0;
   /// Restores the position and size stored under `name`, and stores them there from now on.
   virtual void setFrameAutosaveName(const std::string& name) = 0;

@@ -13,7 +13,7 @@ class NSData {
   /// Writes the bytes to `path` and answers whether all of them are there. `atomically`: no reader, and
   /// nobody after a power cut, ever sees part of them; whatever had that name is replaced at once or stays
   /// untouched. Blocks until done; call it off the main thread.
-  virtual bool writeToFile(const std::string& path, bool atomically) const = 0;
+  [[nodiscard]] virtual bool writeToFile(const std::string& path, bool atomically) const = 0;
 };
 
 }  // namespace platform

@@ -13,10 +13,10 @@ class NSDate {
   virtual ~NSDate() = default;
 
   /// The current moment.
-  virtual TimePoint date() const = 0;
+  [[nodiscard]] virtual TimePoint date() const = 0;
 
   /// `moment` in the user's own time zone, laid out by `format` in the notation of `strftime`.
-  virtual std::string localText(TimePoint moment, const std::string& format) const = 0;
+  [[nodiscard]] virtual std::string localText(TimePoint moment, const std::string& format) const = 0;
 };
 
 }  // namespace platform

@@ -12,14 +12,14 @@ class NSFileManager {
   virtual ~NSFileManager() = default;
 
   /// Whether anything exists at `path`: a file, a folder, or a link, also one that leads nowhere.
-  virtual bool fileExistsAtPath(const std::string& path) const = 0;
+  [[nodiscard]] virtual bool fileExistsAtPath(const std::string& path) const = 0;
 
   /// Whether `path` is a folder in which files can be made: 0, or the errno that says why not (ENOTDIR,
   /// EACCES, EROFS, …).
-  virtual int whyNotWritableDirectory(const std::string& path) const = 0;
+  [[nodiscard]] virtual int whyNotWritableDirectory(const std::string& path) const = 0;
 
   /// `path` the way people read it: the home folder as "~".
-  virtual std::string abbreviatingWithTilde(const std::string& path) const = 0;
+  [[nodiscard]] virtual std::string abbreviatingWithTilde(const std::string& path) const = 0;
 
   /// The user's folder for pictures, made when it is missing; nothing when the user has no home.
   virtual std::optional<std::string> picturesDirectory() = 0;

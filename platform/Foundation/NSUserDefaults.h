@@ -13,15 +13,15 @@ class NSUserDefaults {
   virtual ~NSUserDefaults() = default;
 
   /// Whether a value is stored under `key` (keys are case-sensitive).
-  virtual bool objectForKey(const std::string& key) const = 0;
+  [[nodiscard]] virtual bool objectForKey(const std::string& key) const = 0;
 
   /// The value as an integer: 1 for what people write for "on" (true, yes, on), 0 for "off" (false, no, off),
   /// a number's text its number; letter case and blanks around do not count. Nothing when the value is absent
   /// or reads as none of these, which is logged.
-  virtual std::optional<std::int64_t> integerForKey(const std::string& key) const = 0;
+  [[nodiscard]] virtual std::optional<std::int64_t> integerForKey(const std::string& key) const = 0;
 
   /// The value as text; empty when absent.
-  virtual std::string stringForKey(const std::string& key) const = 0;
+  [[nodiscard]] virtual std::string stringForKey(const std::string& key) const = 0;
 
   virtual void setBool(bool value, const std::string& key) = 0;
   virtual void setObject(const std::string& value, const std::string& key) = 0;

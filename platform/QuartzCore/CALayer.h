@@ -45,7 +45,7 @@ class CALayer : public std::enable_shared_from_this<CALayer> {
   /// Where the layer lies in its parent.
   virtual void setFrame(const CGRect& frame) = 0;
   /// The layer's own rectangle.
-  virtual CGRect bounds() const = 0;
+  [[nodiscard]] virtual CGRect bounds() const = 0;
 
   /// Puts `layer` on top of everything the layer shows; the tree keeps it alive.
   virtual void addSublayer(std::shared_ptr<CALayer> layer) = 0;

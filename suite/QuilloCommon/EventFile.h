@@ -18,7 +18,7 @@ class EventFile {
             std::string path, std::string toolIdentifier);
 
   /// A line that begins with the current moment (UTC, milliseconds) and the tool.
-  JsonLine begin() const;
+  [[nodiscard]] JsonLine begin() const;
   /// Adds the line to the file; a file that cannot be written to loses the event, never the photo.
   void append(const JsonLine& line);
 

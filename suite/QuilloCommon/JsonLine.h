@@ -17,7 +17,7 @@ class JsonLine {
   /// Nothing is written as null.
   JsonLine& add(const std::string& name, const std::optional<Dictionary>& values);
 
-  std::string text() const { return text_ + "}"; }
+  [[nodiscard]] std::string text() const { return text_ + "}"; }
 
  private:
   void name(const std::string& name);

@@ -13,7 +13,7 @@ class ToolDataClientProvider {
     toolStatus_ = status;
     if (onStatus_) onStatus_(status);
   }
-  int toolStatus() const { return toolStatus_; }
+  [[nodiscard]] int toolStatus() const { return toolStatus_; }
 
   /// From now on tells `onStatus` whenever the status is set.
   void setStatusObserver(std::function<void(int status)> onStatus) { onStatus_ = std::move(onStatus); }

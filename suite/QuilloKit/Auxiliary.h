@@ -21,12 +21,12 @@ class Auxiliary {
   void updateLastRun();
 
   /// `date` in local time for a file name: 2026-11-21 12.00.00. Thread-safe.
-  std::string getFilenameWithDateTime(platform::NSDate::TimePoint date) const;
+  [[nodiscard]] std::string getFilenameWithDateTime(platform::NSDate::TimePoint date) const;
 
   /// Whether the tool may use the kind of device.
-  bool getStatusOfMediaType(const std::string& mediaType) const;
+  [[nodiscard]] bool getStatusOfMediaType(const std::string& mediaType) const;
   /// Whether the user has answered the question for it.
-  bool isStatusOfMediaTypeDetermind(const std::string& mediaType) const;
+  [[nodiscard]] bool isStatusOfMediaTypeDetermind(const std::string& mediaType) const;
   /// Asks the user; `completionHandler` runs on any thread once the answer is there.
   void requestRightsForMediaType(const std::string& mediaType, std::function<void()> completionHandler);
 

@@ -21,7 +21,7 @@ class CaptureDevices {
   explicit CaptureDevices(platform::AVFoundation& avFoundation) : avFoundation_(avFoundation) {}
 
   /// The cameras present now, asked for afresh, in the order in which they appeared.
-  std::vector<CaptureDevice> enumerateCameras() const;
+  [[nodiscard]] std::vector<CaptureDevice> enumerateCameras() const;
 
  private:
   platform::AVFoundation& avFoundation_;

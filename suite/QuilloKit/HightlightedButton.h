@@ -14,7 +14,7 @@ class HightlightedButton {
   /// An image that is none leaves the button without it.
   void setOriginalImage(std::shared_ptr<platform::NSImage> originalImage,
                         std::shared_ptr<platform::NSImage> hightlightedImage);
-  bool isEnabled() const { return button_->isEnabled(); }
+  [[nodiscard]] bool isEnabled() const { return button_->isEnabled(); }
   void setEnabled(bool enabled) { button_->setEnabled(enabled); }
 
  private:

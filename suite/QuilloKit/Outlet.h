@@ -12,7 +12,7 @@ class Outlet {
  public:
   void connect(const std::shared_ptr<View>& view) { view_ = view; }
 
-  std::shared_ptr<View> get() const { return view_.lock(); }
+  [[nodiscard]] std::shared_ptr<View> get() const { return view_.lock(); }
   explicit operator bool() const { return !view_.expired(); }
 
   /// Runs `operation` on the view, if it is there.

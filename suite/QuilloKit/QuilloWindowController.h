@@ -20,9 +20,9 @@ class QuilloWindowController : public platform::NSWindowDelegate,
   /// layout).
   std::shared_ptr<platform::NSWindow> window();
   /// Whether the window is on the screen. Asking loads nothing, so a run without windows stays one.
-  bool isWindowVisible() const;
+  [[nodiscard]] bool isWindowVisible() const;
   /// Whether the user has the window open: on the screen or minimised. Asking loads nothing.
-  bool isWindowOpen() const;
+  [[nodiscard]] bool isWindowOpen() const;
 
   /// Loads the window if need be and brings it to the front.
   void showWindow();
@@ -31,13 +31,15 @@ class QuilloWindowController : public platform::NSWindowDelegate,
   void setShowCounterpart(std::function<void()> show) { showCounterpart_ = std::move(show); }
 
   /// Whether the header goes without its button for the preferences.
-  virtual bool hidesPreferencesButton() const { return false; }
+  [[nodiscard]] virtual bool hidesPreferencesButton() const { return false; }
   /// Whether the header goes without its close button.
-  virtual bool hidesCloseButton() const { return false; }
+  [[nodiscard]] virtual bool hidesCloseButton() const { return false; }
 
  protected:
   /// The window, if it has been loaded.
-  std::shared_ptr<platform::NSWindow> loadedWindow() const { return nib_ ? nib_->window() : nullptr; }
+  [[nodiscard]] std::shared_ptr<platform::NSWindow> loadedWindow() const {
+    return nib_ ? nib_->window() : nullptr;
+  }
   /// Called once, when the window has been loaded. Overrides call the base first.
   virtual void windowDidLoad();
   /// The handlers of the layout's controls. Overrides add theirs to the base's.
@@ -45,7 +47,7 @@ class QuilloWindowController : public platform::NSWindowDelegate,
 
   /// The view that the layout calls `name`, or nothing when it has none of that kind and name.
   template <class View>
-  std::shared_ptr<View> outlet(const std::string& name) const {
+  [[nodiscard]] std::shared_ptr<View> outlet(const std::string& name) const {
     return nib_ ? std::dynamic_pointer_cast<View>(nib_->view(name)) : nullptr;
   }
 

@@ -15,7 +15,7 @@ class ToolController {
   void showMain() const;
   /// The main window stays where it is, behind.
   void showPreferences() const;
-  bool hasVisibleWindows() const;
+  [[nodiscard]] bool hasVisibleWindows() const;
 
  private:
   std::shared_ptr<QuilloWindowController> mainWindowController_;

@@ -26,8 +26,8 @@ std::vector<std::string> inOrder(std::vector<Camera> cameras) {
 }
 
 TEST(CameraOrder, IsByKindPriorityDeviceAndAge) {
-  EXPECT_THAT(inOrder({{.uniqueID = "loopback", .serial = 1, .kind = CameraKind::kVirtual, .priority = 2000},
-                       {.uniqueID = "infrared", .serial = 2, .kind = CameraKind::kInfrared, .priority = 1000},
+  EXPECT_THAT(inOrder({{.uniqueID = "loopback", .serial = 1, .kind = CameraKind::Virtual, .priority = 2000},
+                       {.uniqueID = "infrared", .serial = 2, .kind = CameraKind::Infrared, .priority = 1000},
                        {.uniqueID = "late", .serial = 9},
                        {.uniqueID = "early", .serial = 8},
                        {.uniqueID = "tenth", .serial = 3, .place = "/dev/video10"},
@@ -39,19 +39,19 @@ TEST(CameraOrder, IsByKindPriorityDeviceAndAge) {
 TEST(CameraKind, IsInfraredWhenNamedSoOrGrey) {
   const std::vector<CameraMode> grey{{picture::PixelFormat::GRAY8, 640, 360, {15, 1}}};
   const std::vector<CameraMode> colour{{picture::PixelFormat::YUY2, 640, 360, {30, 1}}};
-  EXPECT_EQ(cameraKind("Integrated Camera", grey), CameraKind::kInfrared);
-  EXPECT_EQ(cameraKind("Integrated IR Camera", colour), CameraKind::kInfrared);
-  EXPECT_EQ(cameraKind("Camera: infrared", colour), CameraKind::kInfrared);
-  EXPECT_EQ(cameraKind("Windows Hello Face", colour), CameraKind::kInfrared);
-  EXPECT_EQ(cameraKind("AIRA Camera", colour), CameraKind::kColour) << "two letters of another word";
-  EXPECT_EQ(cameraKind("Desk camera", {grey[0], colour[0]}), CameraKind::kColour);
-  EXPECT_EQ(cameraKind("Desk camera", {}), CameraKind::kColour);
+  EXPECT_EQ(cameraKind("Integrated Camera", grey), CameraKind::Infrared);
+  EXPECT_EQ(cameraKind("Integrated IR Camera", colour), CameraKind::Infrared);
+  EXPECT_EQ(cameraKind("Camera: infrared", colour), CameraKind::Infrared);
+  EXPECT_EQ(cameraKind("Windows Hello Face", colour), CameraKind::Infrared);
+  EXPECT_EQ(cameraKind("AIRA Camera", colour), CameraKind::Colour) << "two letters of another word";
+  EXPECT_EQ(cameraKind("Desk camera", {grey[0], colour[0]}), CameraKind::Colour);
+  EXPECT_EQ(cameraKind("Desk camera", {}), CameraKind::Colour);
 }
 
 TEST(CameraKind, IsVirtualWhenALoopbackIsNamed) {
-  EXPECT_EQ(cameraKind("Dummy video device (0x0000)", {}), CameraKind::kVirtual);
-  EXPECT_EQ(cameraKind("OBS Virtual Camera", {}), CameraKind::kVirtual);
-  EXPECT_EQ(cameraKind("Droidcam", {}), CameraKind::kVirtual);
+  EXPECT_EQ(cameraKind("Dummy video device (0x0000)", {}), CameraKind::Virtual);
+  EXPECT_EQ(cameraKind("OBS Virtual Camera", {}), CameraKind::Virtual);
+  EXPECT_EQ(cameraKind("Droidcam", {}), CameraKind::Virtual);
 }
 
 }  // namespace

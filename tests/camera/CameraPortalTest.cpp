@@ -75,8 +75,8 @@ TEST_P(CameraPortalResponse, IsTheAnswer) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, CameraPortalResponse,
-                         testing::Values(std::pair(0U, Answer::kGranted), std::pair(1U, Answer::kRefused),
-                                         std::pair(2U, Answer::kRefused)),
+                         testing::Values(std::pair(0U, Answer::Granted), std::pair(1U, Answer::Refused),
+                                         std::pair(2U, Answer::Refused)),
                          [](const auto& each) { return "Code" + std::to_string(each.param.first); });
 
 TEST_F(CameraPortalTest, ResponseMayComeBeforeTheReplyToTheCall) {
@@ -87,7 +87,7 @@ TEST_F(CameraPortalTest, ResponseMayComeBeforeTheReplyToTheCall) {
   ASSERT_TRUE(mock_->waitFor("AccessCamera"));
   mock_->respond(0);
   ASSERT_TRUE(waitForAnswer());
-  EXPECT_THAT(answers_, ElementsAre(Answer::kGranted));
+  EXPECT_THAT(answers_, ElementsAre(Answer::Granted));
 }
 
 TEST_F(CameraPortalTest, OnlyThePortalItselfAnswers) {
@@ -102,14 +102,14 @@ TEST_F(CameraPortalTest, OnlyThePortalItselfAnswers) {
   EXPECT_THAT(answers_, ElementsAre());
   mock_->respond(1);
   ASSERT_TRUE(waitForAnswer());
-  EXPECT_THAT(answers_, ElementsAre(Answer::kRefused));
+  EXPECT_THAT(answers_, ElementsAre(Answer::Refused));
 }
 
 TEST_F(CameraPortalTest, WithoutAPortalThereIsNobodyToAsk) {
   makePortal();
   ask();
   ASSERT_TRUE(waitForAnswer());
-  EXPECT_THAT(answers_, ElementsAre(Answer::kNoPortal));
+  EXPECT_THAT(answers_, ElementsAre(Answer::NoPortal));
 }
 
 TEST_F(CameraPortalTest, OnABusThatDiedThereIsNobodyToAsk) {
@@ -117,7 +117,7 @@ TEST_F(CameraPortalTest, OnABusThatDiedThereIsNobodyToAsk) {
   makePortal();
   ask();
   ASSERT_TRUE(waitForAnswer());
-  EXPECT_THAT(answers_, ElementsAre(Answer::kNoPortal));
+  EXPECT_THAT(answers_, ElementsAre(Answer::NoPortal));
 }
 
 TEST(CameraPortalWithoutABus, HasNobodyToAsk) {
@@ -126,7 +126,7 @@ TEST(CameraPortalWithoutABus, HasNobodyToAsk) {
   const auto portal = std::make_shared<CameraPortal>([&]() -> const SessionBus& { return none; });
   std::vector<Answer> answers;
   portal->ask([&](Answer answer) { answers.push_back(answer); });
-  EXPECT_THAT(answers, ElementsAre(Answer::kNoPortal));
+  EXPECT_THAT(answers, ElementsAre(Answer::NoPortal));
   bool isNone = false;
   portal->openRemote([&](const FileDescriptor& socket) { isNone = !socket; });
   EXPECT_TRUE(isNone);
@@ -139,7 +139,7 @@ TEST_F(CameraPortalTest, APortalThatKnowsNoCamerasIsNone) {
   makePortal();
   ask();
   ASSERT_TRUE(waitForAnswer());
-  EXPECT_THAT(answers_, ElementsAre(Answer::kNoPortal));
+  EXPECT_THAT(answers_, ElementsAre(Answer::NoPortal));
 }
 
 TEST_F(CameraPortalTest, CamerasLockedByTheAdministratorAreRefused) {
@@ -148,7 +148,7 @@ TEST_F(CameraPortalTest, CamerasLockedByTheAdministratorAreRefused) {
   makePortal();
   ask();
   ASSERT_TRUE(waitForAnswer());
-  EXPECT_THAT(answers_, ElementsAre(Answer::kRefused));
+  EXPECT_THAT(answers_, ElementsAre(Answer::Refused));
 }
 
 TEST_F(CameraPortalTest, APortalThatNeverAnswersIsRefusal) {
@@ -160,7 +160,7 @@ TEST_F(CameraPortalTest, APortalThatNeverAnswersIsRefusal) {
     makePortal(kImpatient);
     ask();
     ASSERT_TRUE(waitForAnswer());
-    EXPECT_THAT(answers_, ElementsAre(Answer::kRefused));
+    EXPECT_THAT(answers_, ElementsAre(Answer::Refused));
     EXPECT_EQ(mock_->countOf(method), 1);
     mock_.reset();
   }
@@ -179,7 +179,7 @@ TEST_F(CameraPortalTest, TheUserMayTakeLongerThanThePortal) {
   EXPECT_THAT(answers_, ElementsAre());
   mock_->respond(0);
   ASSERT_TRUE(waitForAnswer());
-  EXPECT_THAT(answers_, ElementsAre(Answer::kGranted));
+  EXPECT_THAT(answers_, ElementsAre(Answer::Granted));
 }
 
 TEST_F(CameraPortalTest, APortalThatDiesWhileItAsksIsRefusal) {
@@ -189,7 +189,7 @@ TEST_F(CameraPortalTest, APortalThatDiesWhileItAsksIsRefusal) {
   ASSERT_TRUE(mock_->waitFor("AccessCamera"));
   mock_.reset();
   ASSERT_TRUE(waitForAnswer());
-  EXPECT_THAT(answers_, ElementsAre(Answer::kRefused));
+  EXPECT_THAT(answers_, ElementsAre(Answer::Refused));
 }
 
 TEST_F(CameraPortalTest, ADeathAfterTheAnswerChangesNothing) {
@@ -202,7 +202,7 @@ TEST_F(CameraPortalTest, ADeathAfterTheAnswerChangesNothing) {
   mock_.reset();
   startMock();
   settle();
-  EXPECT_THAT(answers_, ElementsAre(Answer::kGranted));
+  EXPECT_THAT(answers_, ElementsAre(Answer::Granted));
   EXPECT_EQ(mock_->countOf("AccessCamera"), 0);
 }
 

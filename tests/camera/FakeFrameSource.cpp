@@ -139,8 +139,8 @@ void FakeExaminer::examine(std::shared_ptr<const picture::Frame> frame, Question
                            std::function<void(const platform_linux::FrameFinding&)> found) {
   ++examined;
   platform_linux::FrameFinding finding;
-  if (question != Question::kExposure) finding.lost = frame->bytes.at(3) / 100.0;
-  if (question != Question::kWhole) {
+  if (question != Question::Exposure) finding.lost = frame->bytes.at(3) / 100.0;
+  if (question != Question::Whole) {
     ++measured;
     const double level = frame->bytes.at(4);
     finding.exposure = platform_linux::Exposure{level, level, level};

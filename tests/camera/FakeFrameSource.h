@@ -49,7 +49,7 @@ class FakeFrameSource final : public platform_linux::FrameSource {
 
   /// These cameras are there now.
   void show(std::vector<platform_linux::Camera> cameras,
-            platform_linux::CameraCensus::State state = platform_linux::CameraCensus::State::kComplete);
+            platform_linux::CameraCensus::State state = platform_linux::CameraCensus::State::Complete);
   /// A frame from every stream that is open: a JPEG stream of these bytes behind its first marker.
   void deliver(std::vector<std::uint8_t> bytes);
   /// Every stream that is open ends.

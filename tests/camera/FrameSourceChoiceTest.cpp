@@ -91,60 +91,60 @@ class Choice : public testing::Test {
 };
 
 TEST_F(Choice, WhileTheUsualSourceHasCamerasTheOtherIsNotEvenBegun) {
-  usual_->tell(State::kComplete, {"a"});
+  usual_->tell(State::Complete, {"a"});
   EXPECT_THAT(identities(), ElementsAre("a"));
   EXPECT_FALSE(other_->isStarted());
 }
 
 TEST_F(Choice, CamerasThatMayStillComeAreWaitedFor) {
-  usual_->tell(State::kGathering);
+  usual_->tell(State::Gathering);
   EXPECT_FALSE(other_->isStarted());
-  EXPECT_EQ(told_.census.state, State::kGathering);
+  EXPECT_EQ(told_.census.state, State::Gathering);
 }
 
 TEST_F(Choice, WhereNobodyServesTheOtherDoes) {
-  usual_->tell(State::kNobodyServes);
+  usual_->tell(State::NobodyServes);
   ASSERT_TRUE(other_->isStarted());
   EXPECT_EQ(told_.count, 0);
-  other_->tell(State::kComplete, {"a"});
+  other_->tell(State::Complete, {"a"});
   EXPECT_THAT(identities(), ElementsAre("a"));
 }
 
 TEST_F(Choice, WhereTheUsualSourceKnowsNoCameraTheOtherServes) {
-  usual_->tell(State::kComplete);
-  other_->tell(State::kComplete, {"a"});
+  usual_->tell(State::Complete);
+  other_->tell(State::Complete, {"a"});
   EXPECT_THAT(identities(), ElementsAre("a"));
 }
 
 TEST_F(Choice, WhereNeitherHasACameraThereIsNone) {
-  usual_->tell(State::kNobodyServes);
-  other_->tell(State::kComplete);
+  usual_->tell(State::NobodyServes);
+  other_->tell(State::Complete);
   EXPECT_THAT(identities(), IsEmpty());
-  EXPECT_EQ(told_.census.state, State::kComplete);
+  EXPECT_EQ(told_.census.state, State::Complete);
 }
 
 TEST_F(Choice, TheUsualSourceTakesOverWhenItsCamerasCome) {
-  usual_->tell(State::kNobodyServes);
-  other_->tell(State::kComplete, {"a"});
-  usual_->tell(State::kComplete, {"b"});
+  usual_->tell(State::NobodyServes);
+  other_->tell(State::Complete, {"a"});
+  usual_->tell(State::Complete, {"b"});
   EXPECT_THAT(identities(), ElementsAre("b"));
 }
 
 TEST_F(Choice, ACameraInUseStaysUntilItIsNotUsed) {
-  usual_->tell(State::kNobodyServes);
-  other_->tell(State::kComplete, {"a"});
+  usual_->tell(State::NobodyServes);
+  other_->tell(State::Complete, {"a"});
   auto stream = choice_.open(told_.census.cameras.at(0), {}, client_);
-  usual_->tell(State::kComplete, {"b"});
+  usual_->tell(State::Complete, {"b"});
   EXPECT_THAT(identities(), ElementsAre("a"));
   stream.reset();
   EXPECT_THAT(identities(), ElementsAre("b"));
 }
 
 TEST_F(Choice, EachCameraIsOpenedByItsSource) {
-  usual_->tell(State::kComplete, {"a"});
+  usual_->tell(State::Complete, {"a"});
   const auto first = told_.census.cameras.at(0);
-  usual_->tell(State::kNobodyServes);
-  other_->tell(State::kComplete, {"a"});
+  usual_->tell(State::NobodyServes);
+  other_->tell(State::Complete, {"a"});
   const auto second = told_.census.cameras.at(0);
   EXPECT_NE(first.serial, second.serial);
   const auto one = choice_.open(first, {}, client_);
@@ -155,10 +155,10 @@ TEST_F(Choice, EachCameraIsOpenedByItsSource) {
 
 TEST_F(Choice, TheRightIsThatOfTheSourceThatServes) {
   other_->givenAccess.answer = AVAuthorizationStatus::Denied;
-  usual_->tell(State::kComplete, {"a"});
+  usual_->tell(State::Complete, {"a"});
   EXPECT_EQ(choice_.access().status(), AVAuthorizationStatus::Authorized);
-  usual_->tell(State::kNobodyServes);
-  other_->tell(State::kComplete);
+  usual_->tell(State::NobodyServes);
+  other_->tell(State::Complete);
   EXPECT_EQ(choice_.access().status(), AVAuthorizationStatus::Denied);
   EXPECT_TRUE(choice_.access().hidesCamera());
 }
@@ -166,8 +166,8 @@ TEST_F(Choice, TheRightIsThatOfTheSourceThatServes) {
 TEST_F(Choice, WhereDevicesAreRefusedTheQuestionWaitsForTheChoice) {
   other_->givenAccess.answer = AVAuthorizationStatus::Denied;
   auto answer = std::async(std::launch::async, [this] { return choice_.access().status(); });
-  usual_->tell(State::kNobodyServes);
-  other_->tell(State::kComplete);
+  usual_->tell(State::NobodyServes);
+  other_->tell(State::Complete);
   EXPECT_EQ(answer.get(), AVAuthorizationStatus::Denied);
 }
 

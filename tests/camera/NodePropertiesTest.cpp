@@ -88,8 +88,8 @@ TEST(NodeProperties, TheTitleIsTheBareName) {
 
 TEST(NodeProperties, ALoopbackIsTakenForOneWhateverItsTitle) {
   EXPECT_EQ(node({{"node.nick", "My camera"}, {"api.v4l2.cap.driver", "v4l2 loopback"}}).camera.kind,
-            CameraKind::kVirtual);
-  EXPECT_EQ(node({{"node.nick", "My camera"}}).camera.kind, CameraKind::kColour);
+            CameraKind::Virtual);
+  EXPECT_EQ(node({{"node.nick", "My camera"}}).camera.kind, CameraKind::Colour);
 }
 
 TEST(DistinctCameras, ADeviceThatIsShownTwiceIsListedOnceByV4L2) {

@@ -68,7 +68,7 @@ bool writePhoto(const picture::Frame& frame, bool isMirrored) {
   if (!source) return false;
   CountingSink sink;
   const auto result = picture::writePng(*source, {}, sink, {.threads = 1});
-  const bool failed = result == picture::PngResult::kSourceFailed;
+  const bool failed = result == picture::PngResult::SourceFailed;
   require(failed != source->failure().empty() && sink.count() != 0);
   return !failed;
 }

@@ -75,7 +75,7 @@ class Cameras final : public FrameSource::Client {
   }
 
   void camerasChanged(const FrameSource&, CameraCensus census) override {
-    if (census.state == CameraCensus::State::kComplete && !census.cameras.empty())
+    if (census.state == CameraCensus::State::Complete && !census.cameras.empty())
       cameras_.set(std::move(census.cameras));
   }
 

@@ -34,16 +34,16 @@ void expectSinkFailures(const Picture& picture) {
     for (std::size_t capacity = 0; capacity < whole; capacity += 1 + whole / 61) {
       PictureSource source(picture);
       MemorySink sink(capacity);
-      ASSERT_EQ(picture::writePng(source, {}, sink, {.threads = threads}), picture::PngResult::kSinkFailed)
+      ASSERT_EQ(picture::writePng(source, {}, sink, {.threads = threads}), picture::PngResult::SinkFailed)
           << capacity;
       ASSERT_EQ(sink.writesAfterRefusal, 0);
     }
     PictureSource source(picture);
     MemorySink sink(whole);
-    EXPECT_EQ(picture::writePng(source, {}, sink, {.threads = threads}), picture::PngResult::kWritten);
+    EXPECT_EQ(picture::writePng(source, {}, sink, {.threads = threads}), picture::PngResult::Written);
     MemorySink tooSmall(whole - 1);
     PictureSource again(picture);
-    EXPECT_EQ(picture::writePng(again, {}, tooSmall, {.threads = threads}), picture::PngResult::kSinkFailed);
+    EXPECT_EQ(picture::writePng(again, {}, tooSmall, {.threads = threads}), picture::PngResult::SinkFailed);
   }
 }
 
@@ -58,7 +58,7 @@ TEST(PngFailure, OfTheSourceEndsTheWriting) {
     for (std::uint32_t row = 0; row < picture.height; row += 7) {
       PictureSource source(picture, row);
       MemorySink sink;
-      ASSERT_EQ(picture::writePng(source, {}, sink, {.threads = threads}), picture::PngResult::kSourceFailed)
+      ASSERT_EQ(picture::writePng(source, {}, sink, {.threads = threads}), picture::PngResult::SourceFailed)
           << row;
       ASSERT_EQ(source.failure(), "made to fail");
       ASSERT_FALSE(parsePng(sink.bytes).has_value());
@@ -73,7 +73,7 @@ TEST(PngFailure, OfATruncatedPhotoEndsTheWriting) {
   const auto source = picture::openJpegRows(half, failure);
   ASSERT_NE(source, nullptr);
   MemorySink sink;
-  EXPECT_EQ(picture::writePng(*source, {}, sink), picture::PngResult::kSourceFailed);
+  EXPECT_EQ(picture::writePng(*source, {}, sink), picture::PngResult::SourceFailed);
   EXPECT_FALSE(source->failure().empty());
 }
 
@@ -82,7 +82,7 @@ TEST(PngFailure, ComesBeforeAnythingIsWrittenForAbsurdSizes) {
        {std::pair{0U, 10U}, {10U, 0U}, {32768U, 10U}, {10U, 32768U}, {20000U, 20000U}}) {
     EmptySource source(width, height);
     MemorySink sink;
-    EXPECT_EQ(picture::writePng(source, {}, sink), picture::PngResult::kSourceFailed);
+    EXPECT_EQ(picture::writePng(source, {}, sink), picture::PngResult::SourceFailed);
     EXPECT_TRUE(sink.bytes.empty());
   }
 }

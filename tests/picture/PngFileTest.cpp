@@ -24,7 +24,7 @@ const std::chrono::system_clock::time_point kEvening{1'700'000'000'250ms};
 Bytes encodeDated(const Picture& picture) {
   PictureSource source(picture);
   MemorySink sink;
-  EXPECT_EQ(picture::writePng(source, {.captureTime = kEvening}, sink), picture::PngResult::kWritten);
+  EXPECT_EQ(picture::writePng(source, {.captureTime = kEvening}, sink), picture::PngResult::Written);
   return sink.bytes;
 }
 

@@ -88,7 +88,7 @@ Picture decodePng(const Bytes& png) {
 Bytes encodePng(picture::RowSource& source, unsigned threads) {
   MemorySink sink;
   const auto result = picture::writePng(source, {}, sink, {.threads = threads});
-  return result == picture::PngResult::kWritten ? sink.bytes : Bytes{};
+  return result == picture::PngResult::Written ? sink.bytes : Bytes{};
 }
 
 Bytes encodePng(const Picture& picture, unsigned threads) {

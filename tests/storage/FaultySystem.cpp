@@ -37,14 +37,14 @@ FaultySystem::~FaultySystem() {
 }
 
 bool FaultySystem::fails(std::string_view call) {
-  if (fault_ != Fault::kError || (call_.empty() ? calls_++ != which_ : call != call_)) return false;
+  if (fault_ != Fault::Error || (call_.empty() ? calls_++ != which_ : call != call_)) return false;
   failedCall_ = call;
   errno = error_;
   return true;
 }
 
 bool FaultySystem::isShort(std::string_view call) {
-  if (fault_ != Fault::kShortWrite || call != "write" || calls_++ != which_) return false;
+  if (fault_ != Fault::ShortWrite || call != "write" || calls_++ != which_) return false;
   failedCall_ = call;
   return true;
 }

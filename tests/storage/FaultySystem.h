@@ -10,10 +10,10 @@ namespace storage_tests {
 class FaultySystem {
  public:
   /// Whether the call fails at all or, for `write`, takes only half of the bytes once.
-  enum class Fault { kError, kShortWrite };
+  enum class Fault { Error, ShortWrite };
 
   /// The call number `which`, from 0, of those that come from now on, whatever it is, fails with `error`.
-  FaultySystem(int which, int error, Fault fault = Fault::kError);
+  FaultySystem(int which, int error, Fault fault = Fault::Error);
   /// Every call of that name fails with `error`.
   FaultySystem(std::string_view call, int error);
   FaultySystem(const FaultySystem&) = delete;
@@ -31,7 +31,7 @@ class FaultySystem {
   const int which_ = -1;
   const std::string_view call_;
   const int error_;
-  const Fault fault_ = Fault::kError;
+  const Fault fault_ = Fault::Error;
   int calls_ = 0;
   std::string_view failedCall_;
 };

@@ -80,14 +80,14 @@ bool savesWholeOrNot(int which, int error, FaultySystem::Fault fault) {
 
 TEST(SystemFaults, ASaveIsWholeOrSaysWhyNot) {
   for (const int error : kDiskErrors)
-    withEachCallFailing(error, FaultySystem::Fault::kError, savesWholeOrNot);
+    withEachCallFailing(error, FaultySystem::Fault::Error, savesWholeOrNot);
 }
 
 TEST(SystemFaults, AFileIsSynchronisedBeforeAndAfterItGetsItsName) {
   // FAT writes a renamed file's size and place only with the file itself.
   const TemporaryFolder folder;
   std::vector<std::string> calls;
-  withEachCallFailing(EIO, FaultySystem::Fault::kError, [&](int which, int error, FaultySystem::Fault fault) {
+  withEachCallFailing(EIO, FaultySystem::Fault::Error, [&](int which, int error, FaultySystem::Fault fault) {
     const FaultySystem system(which, error, fault);
     std::ignore = save(folder / "photo.png");
     const std::string call(system.failedCall());
@@ -102,7 +102,7 @@ TEST(SystemFaults, AFileIsSynchronisedBeforeAndAfterItGetsItsName) {
 TEST(SystemFaults, AShortWriteGoesOn) {
   const TemporaryFolder folder;
   {
-    const FaultySystem system(0, 0, FaultySystem::Fault::kShortWrite);
+    const FaultySystem system(0, 0, FaultySystem::Fault::ShortWrite);
     EXPECT_TRUE(save(folder / "photo.png").succeeded);
     EXPECT_EQ(system.failedCall(), "write");
   }
@@ -112,7 +112,7 @@ TEST(SystemFaults, AShortWriteGoesOn) {
 TEST(SystemFaults, AnInterruptedCallIsMadeAgain) {
   const TemporaryFolder folder;
   withEachCallFailing(
-      EINTR, FaultySystem::Fault::kError, [&](int which, int error, FaultySystem::Fault fault) {
+      EINTR, FaultySystem::Fault::Error, [&](int which, int error, FaultySystem::Fault fault) {
         const FaultySystem system(which, error, fault);
         const Save result = save(folder / "photo.png");
         const std::string call(system.failedCall());
@@ -172,7 +172,7 @@ class SettingsFaults : public testing::Test {
 TEST_F(SettingsFaults, NothingIsLostAndTheJournalSaysWhatWasNotStored) {
   for (const int error : kDiskErrors)
     withEachCallFailing(
-        error, FaultySystem::Fault::kError,
+        error, FaultySystem::Fault::Error,
         [&](int which, int code, FaultySystem::Fault fault) { return keepOldOrNew(which, code, fault); });
 }
 
@@ -196,8 +196,8 @@ bool appendsWholeLinesOnly(int which, int error, FaultySystem::Fault fault) {
 
 TEST(SystemFaults, AnEventIsAWholeLineOrNone) {
   for (const int error : kDiskErrors)
-    withEachCallFailing(error, FaultySystem::Fault::kError, appendsWholeLinesOnly);
-  withEachCallFailing(0, FaultySystem::Fault::kShortWrite, appendsWholeLinesOnly);
+    withEachCallFailing(error, FaultySystem::Fault::Error, appendsWholeLinesOnly);
+  withEachCallFailing(0, FaultySystem::Fault::ShortWrite, appendsWholeLinesOnly);
 }
 
 }  // namespace

@@ -89,7 +89,7 @@ class Application : public platform::NSApplication {
  private:
   void receive(DesktopCall call);
   /// The end has begun; or a click launched this process, which then answers clicks alone before it leaves.
-  bool isForTheNextProcess(const DesktopCall& call) const;
+  [[nodiscard]] bool isForTheNextProcess(const DesktopCall& call) const;
   bool handle(const DesktopCall::Activate& request);
   bool handle(const DesktopCall::Open& request);
   bool handle(const DesktopCall::ActivateAction& request);

@@ -13,11 +13,11 @@ namespace platform_linux {
 /// The user's languages, best first, the way gettext reads them from LANGUAGE, LC_ALL, LC_MESSAGES and LANG,
 /// each followed by its more general forms ("de_AT", "de"). English comes last: the keys themselves are
 /// English.
-std::vector<std::string> userLanguages();
+[[nodiscard]] std::vector<std::string> userLanguages();
 
 /// Where the running program's installation begins, e.g. "/usr" for "/usr/bin/quillo-camera-shot": an
 /// installation can be moved and runs from wherever it is. Empty when the system does not say.
-std::string installationPrefix();
+[[nodiscard]] std::string installationPrefix();
 
 /// The application's identity and its texts: gettext catalogs, the key being the English text. Thread-safe.
 ///
@@ -33,12 +33,12 @@ class Bundle : public platform::NSBundle {
   Bundle(std::string identifier, std::string domain, std::string localeFolder,
          std::vector<std::string> languages = userLanguages(), std::string context = {});
 
-  std::string bundleIdentifier() const override;
-  std::string localizedStringForKey(const std::string& key, const std::string& value = {},
-                                    const std::string& table = {}) const override;
+  [[nodiscard]] std::string bundleIdentifier() const override;
+  [[nodiscard]] std::string localizedStringForKey(const std::string& key, const std::string& value = {},
+                                                  const std::string& table = {}) const override;
 
  private:
-  const std::vector<MessageCatalog>& table(const std::string& name) const;
+  [[nodiscard]] const std::vector<MessageCatalog>& table(const std::string& name) const;
 
   const std::string identifier_;
   const std::string domain_;

@@ -7,8 +7,8 @@ namespace platform_linux {
 /// The system's clock and the user's time zone. Thread-safe.
 class Date : public platform::NSDate {
  public:
-  TimePoint date() const override;
-  std::string localText(TimePoint moment, const std::string& format) const override;
+  [[nodiscard]] TimePoint date() const override;
+  [[nodiscard]] std::string localText(TimePoint moment, const std::string& format) const override;
 };
 
 }  // namespace platform_linux

@@ -13,22 +13,22 @@ namespace platform_linux {
 class MessageCatalog {
  public:
   /// Nothing when there is no such file or it is no catalog.
-  static std::optional<MessageCatalog> load(const std::string& path);
+  [[nodiscard]] static std::optional<MessageCatalog> load(const std::string& path);
   /// The same from a catalog's bytes, whatever they are: a broken one is none.
-  static std::optional<MessageCatalog> parse(std::string bytes);
+  [[nodiscard]] static std::optional<MessageCatalog> parse(std::string bytes);
 
   /// The translation of `key`, in UTF-8 as all our catalogs are; nothing when it has none.
-  std::optional<std::string> translation(std::string_view key) const;
+  [[nodiscard]] std::optional<std::string> translation(std::string_view key) const;
 
  private:
   explicit MessageCatalog(std::string bytes) : bytes_(std::move(bytes)) {}
 
-  bool isWhole() const;
-  bool isInside(std::size_t offset, std::size_t size) const {
+  [[nodiscard]] bool isWhole() const;
+  [[nodiscard]] bool isInside(std::size_t offset, std::size_t size) const {
     return offset <= bytes_.size() && size <= bytes_.size() - offset;
   }
-  std::uint32_t number(std::size_t offset) const;
-  std::string_view text(std::uint32_t table, std::uint32_t index) const;
+  [[nodiscard]] std::uint32_t number(std::size_t offset) const;
+  [[nodiscard]] std::string_view text(std::uint32_t table, std::uint32_t index) const;
 
   std::string bytes_;
   bool swapped_ = false;  ///< written on a machine of the other byte order

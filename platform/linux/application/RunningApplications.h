@@ -11,7 +11,7 @@ namespace platform_linux {
 
 /// The name on the session bus in whose queue the processes of an application stand, first come first. Nobody
 /// ever sends anything to it.
-std::string instanceName(const std::string& bundleIdentifier);
+[[nodiscard]] std::string instanceName(const std::string& bundleIdentifier);
 
 /// Counts the processes of an application. Main thread only; waits for the bus two seconds at most.
 ///

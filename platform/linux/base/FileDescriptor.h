@@ -20,7 +20,7 @@ class FileDescriptor {
     if (descriptor_ >= 0) ::close(descriptor_);
   }
 
-  int get() const { return descriptor_; }
+  [[nodiscard]] int get() const { return descriptor_; }
   /// Leaves the descriptor to the caller.
   int release() { return std::exchange(descriptor_, -1); }
   explicit operator bool() const { return descriptor_ >= 0; }

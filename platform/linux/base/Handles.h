@@ -32,9 +32,9 @@ class GObjectRef {
  public:
   GObjectRef() = default;
   /// Takes over a reference that the caller owns (transfer full).
-  static GObjectRef adopt(T* object) { return GObjectRef(object); }
+  [[nodiscard]] static GObjectRef adopt(T* object) { return GObjectRef(object); }
   /// Takes a reference of its own (transfer none); a floating one is sunk.
-  static GObjectRef share(T* object) {
+  [[nodiscard]] static GObjectRef share(T* object) {
     return GObjectRef(object ? static_cast<T*>(g_object_ref_sink(object)) : nullptr);
   }
 
@@ -48,7 +48,7 @@ class GObjectRef {
     if (object_) g_object_unref(object_);
   }
 
-  T* get() const { return object_; }
+  [[nodiscard]] T* get() const { return object_; }
   /// Leaves the reference to the caller.
   T* release() { return std::exchange(object_, nullptr); }
   explicit operator bool() const { return object_ != nullptr; }
@@ -72,9 +72,9 @@ class GErrorHandle {
     g_clear_error(&error_);
     return &error_;
   }
-  const GError* get() const { return error_; }
+  [[nodiscard]] const GError* get() const { return error_; }
   explicit operator bool() const { return error_ != nullptr; }
-  std::string message() const { return error_ ? error_->message : ""; }
+  [[nodiscard]] std::string message() const { return error_ ? error_->message : ""; }
 
  private:
   GError* error_ = nullptr;

@@ -25,7 +25,7 @@ class Worker {
   void stop();
 
   /// How many jobs have begun.
-  std::uint64_t startedJobs() const { return startedJobs_; }
+  [[nodiscard]] std::uint64_t startedJobs() const { return startedJobs_; }
 
  private:
   void run();

@@ -18,11 +18,11 @@ inline constexpr const char* kShellNotifications = "org.gtk.Notifications";
 inline constexpr const char* kDesktopNotifications = "org.freedesktop.Notifications";
 
 /// The bus name of an application's notification helper.
-inline std::string notificationHelperName(const std::string& applicationId) {
+[[nodiscard]] inline std::string notificationHelperName(const std::string& applicationId) {
   return applicationId + ".Notifier";
 }
 
 /// The path of the one object of an application or service: "com.example.My-App" has "/com/example/My_App".
-std::string objectPath(const std::string& busName);
+[[nodiscard]] std::string objectPath(const std::string& busName);
 
 }  // namespace platform_linux

@@ -25,9 +25,9 @@ class DesktopCall : public IncomingCall {
   /// A call that was checked against the interface's description.
   explicit DesktopCall(IncomingCall call);
 
-  const Request& request() const { return request_; }
+  [[nodiscard]] const Request& request() const { return request_; }
   /// The activation token, which lets the window that answers this call take the focus; empty without.
-  std::string activationToken() const;
+  [[nodiscard]] std::string activationToken() const;
 
  private:
   Request request_;
@@ -35,6 +35,6 @@ class DesktopCall : public IncomingCall {
 
 /// `argument` the way the desktop names files, as a path: absolute, from a `file:` URI or relative to the
 /// current folder. What is no local file stays as it is.
-std::string localPath(const char* argument);
+[[nodiscard]] std::string localPath(const char* argument);
 
 }  // namespace platform_linux

@@ -16,9 +16,13 @@ class IncomingCall {
   /// A call that nobody answered is refused.
   ~IncomingCall();
 
-  const char* method() const { return g_dbus_method_invocation_get_method_name(invocation_.get()); }
+  [[nodiscard]] const char* method() const {
+    return g_dbus_method_invocation_get_method_name(invocation_.get());
+  }
   /// A tuple of the types that the interface's description names.
-  GVariant* arguments() const { return g_dbus_method_invocation_get_parameters(invocation_.get()); }
+  [[nodiscard]] GVariant* arguments() const {
+    return g_dbus_method_invocation_get_parameters(invocation_.get());
+  }
 
   // An answer that follows another is dropped.
   /// `reply`: a floating tuple, or null for a method without results.

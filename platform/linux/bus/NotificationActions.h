@@ -26,14 +26,14 @@ struct NotificationActions {
   std::string requestIdentifier;
 
   /// The application's action for a click; null when there is none.
-  const std::string* nameFor(std::string_view actionIdentifier) const;
+  [[nodiscard]] const std::string* nameFor(std::string_view actionIdentifier) const;
   /// What travels: the path as it is or, where it is no UTF-8, which is all that a bus takes, as a `file:`
   /// URI. Empty without the entry.
-  std::string targetFor(const std::map<std::string, std::string>& userInfo) const;
+  [[nodiscard]] std::string targetFor(const std::map<std::string, std::string>& userInfo) const;
   /// The click that the application's action `name`, called with `target`, stands for; nothing when it stands
   /// for none.
-  std::optional<platform::UNNotificationResponse> responseFor(std::string_view name,
-                                                              const std::string& target) const;
+  [[nodiscard]] std::optional<platform::UNNotificationResponse> responseFor(std::string_view name,
+                                                                            const std::string& target) const;
 };
 
 }  // namespace platform_linux

@@ -21,11 +21,11 @@ class SessionBus {
   SessionBus();
 
   /// Null without a bus. After the bus died calls on it fail at once.
-  GDBusConnection* connection() const { return connection_.get(); }
+  [[nodiscard]] GDBusConnection* connection() const { return connection_.get(); }
 
   /// Calls the bus itself (`org.freedesktop.DBus`), waiting one second at most. Null when there is no answer
   /// of the type `replyType`.
-  GVariantHandle callBus(const char* method, GVariant* arguments, const char* replyType) const;
+  [[nodiscard]] GVariantHandle callBus(const char* method, GVariant* arguments, const char* replyType) const;
 
   /// One call to any service; a floating `arguments` is taken over.
   struct Call {
@@ -38,7 +38,7 @@ class SessionBus {
     GDBusCallFlags flags = G_DBUS_CALL_FLAGS_NONE;  ///< G_DBUS_CALL_FLAGS_NO_AUTO_START: not to be started
   };
   /// A call to the bus itself. `arguments` floating.
-  static Call toBus(const std::string& method, GVariant* arguments);
+  [[nodiscard]] static Call toBus(const std::string& method, GVariant* arguments);
   /// Calls without waiting. `done` runs once, on a later turn of the main loop, with the reply (null on
   /// failure) and the failure (null on success); without a bus it runs before this returns. It may run after
   /// its owner is destroyed.
@@ -50,9 +50,9 @@ class SessionBus {
 
 /// Whether a call failed because its answer did not come in time. The service may yet do what it was asked,
 /// so asking another one as well might do it twice.
-bool isLate(const GError* error);
+[[nodiscard]] bool isLate(const GError* error);
 
 /// Whether a reply, which may be null, is of this type.
-bool hasType(GVariant* reply, const char* type);
+[[nodiscard]] bool hasType(GVariant* reply, const char* type);
 
 }  // namespace platform_linux

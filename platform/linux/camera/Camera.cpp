@@ -93,10 +93,10 @@ std::string whyNotListed(const std::string& title, const std::set<std::string>& 
 
 CameraKind cameraKind(const std::string& localizedName, const std::vector<CameraMode>& modes) {
   const std::string name = lowerCase(localizedName);
-  if (containsAny(name, kVirtualNames)) return CameraKind::kVirtual;
-  if (containsIR(localizedName) || containsAny(name, kInfraredNames)) return CameraKind::kInfrared;
-  if (!modes.empty() && std::all_of(modes.begin(), modes.end(), isGrey)) return CameraKind::kInfrared;
-  return CameraKind::kColour;
+  if (containsAny(name, kVirtualNames)) return CameraKind::Virtual;
+  if (containsIR(localizedName) || containsAny(name, kInfraredNames)) return CameraKind::Infrared;
+  if (!modes.empty() && std::all_of(modes.begin(), modes.end(), isGrey)) return CameraKind::Infrared;
+  return CameraKind::Colour;
 }
 
 bool comesBefore(const Camera& a, const Camera& b) {

@@ -12,9 +12,9 @@ namespace platform_linux {
 
 /// What sort of camera it is, in the order in which people want them.
 enum class CameraKind {
-  kColour,
-  kInfrared,  ///< made for recognising faces: grey, or named so
-  kVirtual    ///< another program's picture, such as a loopback's
+  Colour,
+  Infrared,  ///< made for recognising faces: grey, or named so
+  Virtual    ///< another program's picture, such as a loopback's
 };
 
 /// What is known of one camera while it is plugged in.
@@ -23,7 +23,7 @@ struct Camera {
   std::string localizedName = {};  ///< for people
   std::uint64_t serial = 0;        ///< of this plugging in: never used twice by its source, growing, not 0
   std::vector<CameraMode> modes = {};
-  CameraKind kind = CameraKind::kColour;
+  CameraKind kind = CameraKind::Colour;
   int priority = 0;        ///< the session's: the greater comes first
   std::string place = {};  ///< of the device in the system, such as /dev/video0; may be empty
 };

@@ -36,9 +36,9 @@ void CameraList::update(std::vector<Camera> cameras, bool isComplete) {
     }
   }
   for (const auto& camera : before)
-    if (!contains(newest_, camera)) postChange(Change::kDisconnected, camera);
+    if (!contains(newest_, camera)) postChange(Change::Disconnected, camera);
   for (const auto& camera : newest_)
-    if (!contains(before, camera)) postChange(Change::kConnected, camera);
+    if (!contains(before, camera)) postChange(Change::Connected, camera);
 }
 
 void CameraList::postChange(Change change, const Camera& camera) {
@@ -50,14 +50,14 @@ void CameraList::postChange(Change change, const Camera& camera) {
 void CameraList::apply(Change change, const Camera& camera) {
   {
     const std::scoped_lock lock(mutex_);
-    if (change == Change::kConnected)
+    if (change == Change::Connected)
       seen_.insert(std::upper_bound(seen_.begin(), seen_.end(), camera, comesBefore), camera);
     else
       std::erase_if(seen_, [&](auto& each) {
         return each.serial == camera.serial && each.uniqueID == camera.uniqueID;
       });
   }
-  notificationCenter_.postNotificationName(change == Change::kConnected
+  notificationCenter_.postNotificationName(change == Change::Connected
                                                ? platform::AVCaptureDeviceWasConnectedNotification
                                                : platform::AVCaptureDeviceWasDisconnectedNotification);
 }

@@ -33,7 +33,7 @@ class CameraList : public std::enable_shared_from_this<CameraList> {
   void update(std::vector<Camera> cameras, bool isComplete = true);
 
  private:
-  enum class Change { kConnected, kDisconnected };
+  enum class Change { Connected, Disconnected };
 
   void postChange(Change change, const Camera& camera);
   void apply(Change change, const Camera& camera);

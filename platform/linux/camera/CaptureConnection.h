@@ -12,14 +12,14 @@ namespace platform_linux {
 /// be mirrored travels with them.
 class CaptureConnection final : public platform::AVCaptureConnection {
  public:
-  std::vector<platform::AVCaptureInputPort> inputPorts() const override {
+  [[nodiscard]] std::vector<platform::AVCaptureInputPort> inputPorts() const override {
     return {{platform::AVMediaTypeVideo}};
   }
-  bool isVideoMirroringSupported() const override { return true; }
+  [[nodiscard]] bool isVideoMirroringSupported() const override { return true; }
   void setAutomaticallyAdjustsVideoMirroring(bool) override {
     // Nothing is ever adjusted here: pictures are mirrored when somebody says so.
   }
-  bool isVideoMirrored() const override { return isMirrored_; }
+  [[nodiscard]] bool isVideoMirrored() const override { return isMirrored_; }
   void setVideoMirrored(bool mirrored) override { isMirrored_ = mirrored; }
 
  private:

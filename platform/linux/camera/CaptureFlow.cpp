@@ -157,7 +157,7 @@ void CaptureFlow::frameArrived(const FrameBuffer& picture) {
   const std::uint64_t sequence = sequence_++;
   const bool forFeeds = anyFeedWants();
   const bool forStills =
-      stills_->wantsFrame(forFeeds ? StillQueue::Purpose::kPreview : StillQueue::Purpose::kStill);
+      stills_->wantsFrame(forFeeds ? StillQueue::Purpose::Preview : StillQueue::Purpose::Still);
   if (!forStills && !forFeeds) return;
   const std::shared_ptr<const picture::Frame> frame = picture.copy(sequence);
   ++copied_;

@@ -19,7 +19,7 @@ class CapturePhotoOutput final : public platform::AVCapturePhotoOutput,
   /// From now on stills come from that session.
   void attach(std::shared_ptr<CaptureFlow> flow);
 
-  std::vector<std::shared_ptr<platform::AVCaptureConnection>> connections() const override;
+  [[nodiscard]] std::vector<std::shared_ptr<platform::AVCaptureConnection>> connections() const override;
   /// The settings do not matter: a photo keeps the camera's own picture, its file form is chosen later. Fails
   /// with the codes of `CaptureFlow::requestStill`, and with ENOTCONN when the output is in no session.
   void capturePhotoWithSettings(const platform::AVCapturePhotoSettings& settings,

@@ -53,7 +53,7 @@ void CaptureService::camerasChanged(const FrameSource&, CameraCensus census) {
   std::sort(cameras_.begin(), cameras_.end(), comesBefore);
   for (const auto& line : census.notes)
     if (notes_.insert(line).second) note(line);
-  list_->update(cameras_, census.state != CameraCensus::State::kGathering);
+  list_->update(cameras_, census.state != CameraCensus::State::Gathering);
   for (const auto& flow : std::set(flows_))
     flow->camerasChanged();
 }

@@ -14,9 +14,9 @@ class CaptureDevice final : public platform::AVCaptureDevice {
  public:
   explicit CaptureDevice(Camera camera) : camera_(std::move(camera)) {}
 
-  std::string uniqueID() const override { return camera_.uniqueID; }
-  std::string localizedName() const override { return camera_.localizedName; }
-  const Camera& camera() const { return camera_; }
+  [[nodiscard]] std::string uniqueID() const override { return camera_.uniqueID; }
+  [[nodiscard]] std::string localizedName() const override { return camera_.localizedName; }
+  [[nodiscard]] const Camera& camera() const { return camera_; }
 
  private:
   const Camera camera_;
@@ -27,7 +27,7 @@ class CaptureDeviceInput final : public platform::AVCaptureDeviceInput {
  public:
   explicit CaptureDeviceInput(Camera camera) : camera_(std::move(camera)) {}
 
-  const Camera& camera() const { return camera_; }
+  [[nodiscard]] const Camera& camera() const { return camera_; }
 
  private:
   const Camera camera_;
@@ -48,7 +48,7 @@ class CaptureSession final : public platform::AVCaptureSession {
   void startRunning() override { flow_->start(); }
   void stopRunning() override { flow_->stop(); }
 
-  const std::shared_ptr<CaptureFlow>& flow() const { return flow_; }
+  [[nodiscard]] const std::shared_ptr<CaptureFlow>& flow() const { return flow_; }
 
  private:
   const std::shared_ptr<CaptureFlow> flow_;

@@ -18,12 +18,12 @@ class CaptureVideoPreviewLayer final : public Layer,
  public:
   explicit CaptureVideoPreviewLayer(std::shared_ptr<CaptureSession> session);
 
-  std::shared_ptr<platform::AVCaptureConnection> connection() const override;
+  [[nodiscard]] std::shared_ptr<platform::AVCaptureConnection> connection() const override;
 
   void setFrameListener(std::function<void()> onFrame) override { feed_->setListener(std::move(onFrame)); }
-  std::shared_ptr<const picture::Frame> latestFrame() const override { return feed_->latest(); }
-  int error() const override { return feed_->error(); }
-  bool mirrored() const override { return connection_->isVideoMirrored(); }
+  [[nodiscard]] std::shared_ptr<const picture::Frame> latestFrame() const override { return feed_->latest(); }
+  [[nodiscard]] int error() const override { return feed_->error(); }
+  [[nodiscard]] bool mirrored() const override { return connection_->isVideoMirrored(); }
 
  private:
   const std::shared_ptr<CaptureSession> session_;

@@ -22,8 +22,8 @@ double lostShare(const picture::Frame& frame) {
 
 FrameFinding FrameExaminerThread::find(const picture::Frame& frame, Question question) {
   FrameFinding finding;
-  if (question != Question::kExposure) finding.lost = lostShare(frame);
-  if (question != Question::kWhole) finding.exposure = exposureOf(frame);
+  if (question != Question::Exposure) finding.lost = lostShare(frame);
+  if (question != Question::Whole) finding.exposure = exposureOf(frame);
   return finding;
 }
 

@@ -20,7 +20,7 @@ struct FrameFinding {
 /// Looks into frames away from the cameras' thread, one after the other.
 class FrameExaminer {
  public:
-  enum class Question { kWhole, kExposure, kBoth };
+  enum class Question { Whole, Exposure, Both };
 
   virtual ~FrameExaminer() = default;
 

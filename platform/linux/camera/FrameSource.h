@@ -36,12 +36,12 @@ class FrameStream {
 /// What a source knows of cameras.
 struct CameraCensus {
   enum class State {
-    kGathering,     ///< more are about to be told of: a choice among these would be made too early
-    kComplete,      ///< these are all, until some come or go
-    kNobodyServes,  ///< there is nobody who would tell of cameras (no daemon): another source may
+    Gathering,     ///< more are about to be told of: a choice among these would be made too early
+    Complete,      ///< these are all, until some come or go
+    NobodyServes,  ///< there is nobody who would tell of cameras (no daemon): another source may
   };
 
-  State state = State::kGathering;
+  State state = State::Gathering;
   std::vector<Camera> cameras;  ///< those that can be used
   std::vector<std::string> notes =
       {};  ///< on those that cannot, and why: lines for the log, each written once

@@ -121,7 +121,7 @@ void FrameSourceChoice::camerasChanged(const FrameSource& source, CameraCensus c
 void FrameSourceChoice::choose() {
   if (!usualCensus_) return;
   const bool isWanted =
-      usualCensus_->state != CameraCensus::State::kGathering && usualCensus_->cameras.empty();
+      usualCensus_->state != CameraCensus::State::Gathering && usualCensus_->cameras.empty();
   isOtherChosen_ = isWanted || (isOtherChosen_ && otherStreams_ > 0);
   if (isOtherChosen_ && !std::exchange(isOtherStarted_, true)) other_->start(*loop_, *this);
   // Until the other source has told its cameras there is nothing to tell.

@@ -33,15 +33,15 @@ bool StillQueue::wantsFrame(Purpose purpose) {
   const auto now = loop_.now();
   schedule_.frameArrived(now);
   reason_ = ETIMEDOUT;
-  const bool isStillToCome = !waiting_.empty() || (purpose == Purpose::kStill && schedule_.isYoung(now));
+  const bool isStillToCome = !waiting_.empty() || (purpose == Purpose::Still && schedule_.isYoung(now));
   return isStillToCome && !examined_ && schedule_.isExposureWorthKnowing(now);
 }
 
 void StillQueue::examine(std::shared_ptr<const picture::Frame> frame) {
   const auto now = loop_.now();
   const bool mayBeStill = schedule_.hasSettled(now) && !waiting_.empty();
-  auto question = schedule_.isYoung(now) ? FrameExaminer::Question::kBoth : FrameExaminer::Question::kWhole;
-  if (!mayBeStill) question = FrameExaminer::Question::kExposure;
+  auto question = schedule_.isYoung(now) ? FrameExaminer::Question::Both : FrameExaminer::Question::Whole;
+  if (!mayBeStill) question = FrameExaminer::Question::Exposure;
   examined_ = mayBeStill ? waiting_.size() : 0;
   examiner_.examine(frame, question, [weakSelf = weak_from_this(), now, frame](const FrameFinding& finding) {
     const auto self = weakSelf.lock();

@@ -46,7 +46,7 @@ class StillQueue : public std::enable_shared_from_this<StillQueue> {
   [[nodiscard]] int reason() const { return reason_; }
 
   /// What the session runs for: one that nobody watches runs for a still, which is asked for sooner or later.
-  enum class Purpose { kPreview, kStill };
+  enum class Purpose { Preview, Still };
 
   /// A frame has arrived; whether a copy of it is to be passed to `examine`. Where a still is to come, that
   /// is also the case shortly before the run is old enough for it: whether the exposure moves is known by

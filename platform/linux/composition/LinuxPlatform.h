@@ -48,7 +48,7 @@ class LinuxPlatform {
   LinuxPlatform& operator=(const LinuxPlatform&) = delete;
   ~LinuxPlatform();
 
-  const platform::Platform& ports() const { return ports_; }
+  [[nodiscard]] const platform::Platform& ports() const { return ports_; }
 
   /// Puts the tool where the desktop and the suite can see it: an icon in the tray, an object on the bus;
   /// they are withdrawn when the end begins.
@@ -66,7 +66,7 @@ class LinuxPlatform {
   std::unique_ptr<platform::NSUserDefaults> rememberedValues(const std::string& file,
                                                              const std::string& group);
   /// A file's path in that folder.
-  static std::string statePath(const std::string& file);
+  [[nodiscard]] static std::string statePath(const std::string& file);
 
  private:
   /// Heard at once, when shots follow each other quickly.

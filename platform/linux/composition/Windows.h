@@ -19,7 +19,7 @@ class Windows : public platform::NSOpenPanel {
   bool start(std::string& whyNot);
 
   /// Null before a successful `start`.
-  UserInterface* get() const { return userInterface_.get(); }
+  [[nodiscard]] UserInterface* get() const { return userInterface_.get(); }
 
   void chooseDirectory(const std::string& directory,
                        std::function<void(std::optional<std::string>)> completion) override;

@@ -14,12 +14,12 @@ struct EventSound {
   std::string notificationOf = {};
 
   /// As words of a command line, and back.
-  std::vector<std::string> words() const;
-  static EventSound fromWords(const std::vector<std::string>& words);
+  [[nodiscard]] std::vector<std::string> words() const;
+  [[nodiscard]] static EventSound fromWords(const std::vector<std::string>& words);
 };
 
 /// That of an application's notification: the theme's event for a message that arrives, or the next best.
-EventSound notificationSound(const std::string& applicationId);
+[[nodiscard]] EventSound notificationSound(const std::string& applicationId);
 
 /// No event sound is that long: whatever has not come to its end by then hangs.
 inline constexpr unsigned kLongestSoundSeconds = 10;

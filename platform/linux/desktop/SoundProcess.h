@@ -38,6 +38,6 @@ class SoundProcess {
 };
 
 /// The suite's program for sounds, which is the notification helper, beside the running program.
-std::string soundProgram();
+[[nodiscard]] std::string soundProgram();
 
 }  // namespace platform_linux

@@ -34,8 +34,8 @@ class Workspace : public platform::NSWorkspace {
   void openFileURL(const std::string& path) override;
 
  private:
-  std::shared_ptr<void> hold() const;
-  std::string activationToken() const;
+  [[nodiscard]] std::shared_ptr<void> hold() const;
+  [[nodiscard]] std::string activationToken() const;
 
   const SessionBus& bus_;
   const TerminationHold holdTermination_;

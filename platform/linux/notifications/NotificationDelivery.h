@@ -38,7 +38,7 @@ class NotificationDelivery : public std::enable_shared_from_this<NotificationDel
   void sendToShell();
   void sendToHelper();
   /// Floating.
-  GVariant* arguments(NotificationService service) const;
+  [[nodiscard]] GVariant* arguments(NotificationService service) const;
 
   const SessionBus& bus_;
   const OutgoingNotification notification_;

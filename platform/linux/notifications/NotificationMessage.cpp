@@ -125,7 +125,7 @@ void addThumbnail(Dictionary& dictionary, const picture::Thumbnail& thumbnail, N
   }
   Rows rows(thumbnail);
   Bytes file;
-  if (picture::writePng(rows, {}, file, {.threads = 1}) == picture::PngResult::kWritten)
+  if (picture::writePng(rows, {}, file, {.threads = 1}) == picture::PngResult::Written)
     dictionary.add("icon", bytesIcon(file));
 }
 

@@ -32,10 +32,9 @@ enum class NotificationService { Shell, Helper };
 /// Without the parameter's entry in the user info a click has nothing to act upon: there is no target, no
 /// label and no button then, but still a default action, since a service without one starts the application
 /// as from its menu.
-GVariantHandle notificationDictionary(const platform::UNMutableNotificationContent& content,
-                                      const std::set<platform::UNNotificationCategory>& categories,
-                                      const NotificationActions& actions,
-                                      const std::string& defaultActionTitle,
-                                      const picture::Thumbnail& thumbnail, NotificationService service);
+[[nodiscard]] GVariantHandle notificationDictionary(
+    const platform::UNMutableNotificationContent& content,
+    const std::set<platform::UNNotificationCategory>& categories, const NotificationActions& actions,
+    const std::string& defaultActionTitle, const picture::Thumbnail& thumbnail, NotificationService service);
 
 }  // namespace platform_linux

@@ -66,8 +66,8 @@ class UserNotificationCenter : public platform::UNUserNotificationCenter {
   void deliver(const platform::UNNotificationRequest& request, unsigned presentationOptions,
                std::shared_ptr<void> hold);
   /// Empty without one.
-  picture::Thumbnail thumbnailFor(const platform::UNMutableNotificationContent& content) const;
-  std::shared_ptr<void> hold() const;
+  [[nodiscard]] picture::Thumbnail thumbnailFor(const platform::UNMutableNotificationContent& content) const;
+  [[nodiscard]] std::shared_ptr<void> hold() const;
 
   const SessionBus& bus_;
   const UserNotificationCenterSettings settings_;

@@ -16,12 +16,12 @@ class BitmapImageRep : public platform::NSBitmapImageRep {
  public:
   /// Nothing when `data` is no captured photo or its bytes do not begin a picture. `log` and
   /// `thumbnails`, which is told of every file and may be null, outlive the result.
-  static std::shared_ptr<BitmapImageRep> imageRepWithData(const std::shared_ptr<platform::NSData>& data,
-                                                          platform::NSLog& log,
-                                                          SavedThumbnails* thumbnails = nullptr);
+  [[nodiscard]] static std::shared_ptr<BitmapImageRep> imageRepWithData(
+      const std::shared_ptr<platform::NSData>& data, platform::NSLog& log,
+      SavedThumbnails* thumbnails = nullptr);
 
-  std::shared_ptr<platform::CGImage> cgImage() const override;
-  std::shared_ptr<platform::NSData> representationUsingType(
+  [[nodiscard]] std::shared_ptr<platform::CGImage> cgImage() const override;
+  [[nodiscard]] std::shared_ptr<platform::NSData> representationUsingType(
       platform::NSBitmapImageFileType type) const override;
 
  private:

@@ -14,7 +14,7 @@ class CapturePhoto final : public platform::AVCapturePhoto {
   CapturePhoto(std::shared_ptr<const picture::Frame> frame, bool mirrored)
       : picture_(std::make_shared<PictureData>(std::move(frame), mirrored)) {}
 
-  std::shared_ptr<platform::NSData> fileDataRepresentation() const override { return picture_; }
+  [[nodiscard]] std::shared_ptr<platform::NSData> fileDataRepresentation() const override { return picture_; }
 
  private:
   const std::shared_ptr<PictureData> picture_;

@@ -21,14 +21,16 @@ class Layer : public virtual platform::CALayer {
   void setContentsGravity(const std::string& gravity) override;
   void setBackgroundColor(const platform::CGColor& color) override;
   void setFrame(const platform::CGRect& frame) override;
-  platform::CGRect bounds() const override;
+  [[nodiscard]] platform::CGRect bounds() const override;
   void addSublayer(std::shared_ptr<platform::CALayer> layer) override;
   void removeFromSuperlayer() override;
 
-  const std::shared_ptr<platform::CGImage>& contents() const { return contents_; }
-  const platform::CGColor* backgroundColor() const { return hasBackground_ ? &background_ : nullptr; }
-  const platform::CGRect& frame() const { return frame_; }
-  const std::vector<std::shared_ptr<Layer>>& sublayers() const { return sublayers_; }
+  [[nodiscard]] const std::shared_ptr<platform::CGImage>& contents() const { return contents_; }
+  [[nodiscard]] const platform::CGColor* backgroundColor() const {
+    return hasBackground_ ? &background_ : nullptr;
+  }
+  [[nodiscard]] const platform::CGRect& frame() const { return frame_; }
+  [[nodiscard]] const std::vector<std::shared_ptr<Layer>>& sublayers() const { return sublayers_; }
 
   /// Tells `onChange` of every change in this layer and below it; none stops that. Kept by the view that
   /// shows the tree.

@@ -19,14 +19,14 @@ class LivePicture {
   virtual void setFrameListener(std::function<void()> onFrame) = 0;
 
   /// The newest whole frame, or nothing while there is none. Thread-safe.
-  virtual std::shared_ptr<const picture::Frame> latestFrame() const = 0;
+  [[nodiscard]] virtual std::shared_ptr<const picture::Frame> latestFrame() const = 0;
 
   /// Why no picture comes, as an `errno`: EBUSY when another program has the camera. 0 while pictures come or
   /// may still come. Thread-safe.
-  virtual int error() const = 0;
+  [[nodiscard]] virtual int error() const = 0;
 
   /// Whether the picture is shown left-right mirrored. Thread-safe.
-  virtual bool mirrored() const = 0;
+  [[nodiscard]] virtual bool mirrored() const = 0;
 };
 
 }  // namespace platform_linux

@@ -17,11 +17,11 @@ class PictureData final : public platform::NSData {
       : frame_(std::move(frame)), mirrored_(mirrored) {}
 
   /// The frame as the camera sent it.
-  const picture::Frame& frame() const { return *frame_; }
+  [[nodiscard]] const picture::Frame& frame() const { return *frame_; }
   /// Whether the picture is to be shown and saved left-right mirrored.
-  bool mirrored() const { return mirrored_; }
+  [[nodiscard]] bool mirrored() const { return mirrored_; }
   /// The camera's own bytes; a JPEG stream also says how it is to be shown and when it was taken.
-  bool writeToFile(const std::string& path, bool atomically) const override;
+  [[nodiscard]] bool writeToFile(const std::string& path, bool atomically) const override;
 
  private:
   const std::shared_ptr<const picture::Frame> frame_;

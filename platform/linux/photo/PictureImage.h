@@ -15,7 +15,7 @@ class PictureImage : public platform::CGImage {
   /// `picture` must be given.
   explicit PictureImage(std::shared_ptr<const PictureData> picture) : picture_(std::move(picture)) {}
 
-  const std::shared_ptr<const PictureData>& picture() const { return picture_; }
+  [[nodiscard]] const std::shared_ptr<const PictureData>& picture() const { return picture_; }
 
  private:
   const std::shared_ptr<const PictureData> picture_;

@@ -46,13 +46,13 @@ std::string PngPhoto::whyNotWritten(const std::string& path, picture::RowSource&
   const auto file = AtomicFile::open(path, error);
   if (!file) return errorText(error);
   switch (picture::writePng(rows, {.captureTime = picture_->frame().captured}, *file)) {
-    case picture::PngResult::kWritten:
+    case picture::PngResult::Written:
       return file->commit() ? "" : errorText(file->error());
-    case picture::PngResult::kSourceFailed:
+    case picture::PngResult::SourceFailed:
       return rows.failure();
-    case picture::PngResult::kSinkFailed:
+    case picture::PngResult::SinkFailed:
       return errorText(file->error());
-    case picture::PngResult::kOutOfMemory:
+    case picture::PngResult::OutOfMemory:
       break;
   }
   return errorText(ENOMEM);

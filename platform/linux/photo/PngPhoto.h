@@ -21,12 +21,12 @@ class PngPhoto : public platform::NSData {
            platform::NSLog& log, SavedThumbnails* thumbnails);
 
   /// Always atomic. Also clears away what killed processes left of earlier photos in the same folder.
-  bool writeToFile(const std::string& path, bool atomically) const override;
+  [[nodiscard]] bool writeToFile(const std::string& path, bool atomically) const override;
 
  private:
   /// Answers why the file is not there; empty when it is.
-  std::string whyNotWritten(const std::string& path) const;
-  std::string whyNotWritten(const std::string& path, picture::RowSource& rows) const;
+  [[nodiscard]] std::string whyNotWritten(const std::string& path) const;
+  [[nodiscard]] std::string whyNotWritten(const std::string& path, picture::RowSource& rows) const;
 
   const std::shared_ptr<const PictureData> picture_;
   mutable std::unique_ptr<picture::RowSource> rows_;

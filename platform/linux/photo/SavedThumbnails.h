@@ -23,7 +23,7 @@ class SavedThumbnails {
   }
 
   /// Nothing when the photo is none of the last.
-  std::optional<picture::Thumbnail> of(const std::string& path) const {
+  [[nodiscard]] std::optional<picture::Thumbnail> of(const std::string& path) const {
     const std::scoped_lock lock(mutex_);
     for (auto saved = saved_.rbegin(); saved != saved_.rend(); ++saved)
       if (saved->first == path) return saved->second;

@@ -23,8 +23,8 @@ class AtomicFile final : public picture::ByteSink {
   /// Starts a file that is to be called `path`, in a folder that exists. Without `mode` the process's umask
   /// decides who may read it, with one it gets exactly those permission bits. Nothing, and the cause's errno
   /// in `whyNot`, when no file can be made there.
-  static std::unique_ptr<AtomicFile> open(const std::string& path, int& whyNot,
-                                          std::optional<mode_t> mode = std::nullopt);
+  [[nodiscard]] static std::unique_ptr<AtomicFile> open(const std::string& path, int& whyNot,
+                                                        std::optional<mode_t> mode = std::nullopt);
 
   /// Without a successful `commit` before, no trace remains.
   ~AtomicFile() override;
@@ -38,10 +38,10 @@ class AtomicFile final : public picture::ByteSink {
   [[nodiscard]] bool commit() noexcept;
 
   /// The errno of the first failure; 0 while there was none.
-  int error() const { return error_; }
+  [[nodiscard]] int error() const { return error_; }
 
   /// The hidden file's path while the bytes are on their way.
-  const std::string& temporaryPath() const { return temporaryPath_; }
+  [[nodiscard]] const std::string& temporaryPath() const { return temporaryPath_; }
 
  private:
   AtomicFile(FileDescriptor file, std::string temporaryPath, std::string path);

@@ -8,6 +8,6 @@ namespace platform_linux {
 /// `patience` for whoever holds it, because any program may, for as long as it likes: what is done under
 /// the lock must be possible without it. Answers 0, or the errno that says why not: EWOULDBLOCK when the
 /// lock was held all that time; at once another one where the file system has no locks. Any thread.
-int lockWithin(int file, std::chrono::milliseconds patience);
+[[nodiscard]] int lockWithin(int file, std::chrono::milliseconds patience);
 
 }  // namespace platform_linux

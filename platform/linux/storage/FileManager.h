@@ -10,9 +10,9 @@ namespace platform_linux {
 /// Thread-safe.
 class FileManager : public platform::NSFileManager {
  public:
-  bool fileExistsAtPath(const std::string& path) const override;
-  int whyNotWritableDirectory(const std::string& path) const override;
-  std::string abbreviatingWithTilde(const std::string& path) const override;
+  [[nodiscard]] bool fileExistsAtPath(const std::string& path) const override;
+  [[nodiscard]] int whyNotWritableDirectory(const std::string& path) const override;
+  [[nodiscard]] std::string abbreviatingWithTilde(const std::string& path) const override;
   /// `XDG_PICTURES_DIR` of the user's `user-dirs.dirs`, also where that is the home folder itself;
   /// `~/Pictures` where the user has chosen nothing. The answer stands even when the folder could not be
   /// made: the first write then tells why.

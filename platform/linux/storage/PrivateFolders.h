@@ -6,6 +6,6 @@ namespace platform_linux {
 
 /// Makes the missing folders on the way to `folder`, and that one too, for the user alone (0700). Answers
 /// whether the folder is there; errno says why not.
-bool makePrivateFolders(const std::filesystem::path& folder);
+[[nodiscard]] bool makePrivateFolders(const std::filesystem::path& folder);
 
 }  // namespace platform_linux

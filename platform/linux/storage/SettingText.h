@@ -8,6 +8,6 @@ namespace platform_linux {
 
 /// What a setting's text means as an integer, as NSUserDefaults::integerForKey says; nothing where it means
 /// none.
-std::optional<std::int64_t> readInteger(std::string_view text);
+[[nodiscard]] std::optional<std::int64_t> readInteger(std::string_view text);
 
 }  // namespace platform_linux

@@ -7,9 +7,9 @@ namespace platform_linux {
 
 /// A fresh hidden name for the bytes of a file called `fileName` until they are whole: ".<fileName>.<six
 /// random letters>.quillo-part", the file's own name shortened where the file system's limit asks for it.
-std::string makeTemporaryName(std::string_view fileName);
+[[nodiscard]] std::string makeTemporaryName(std::string_view fileName);
 
 /// Whether `name` was made by the function above.
-bool isTemporaryName(std::string_view name);
+[[nodiscard]] bool isTemporaryName(std::string_view name);
 
 }  // namespace platform_linux

@@ -33,27 +33,27 @@ class UserDefaults : public platform::NSUserDefaults {
   UserDefaults(std::string path, std::string group, platform::NSLog& log);
   ~UserDefaults() override;
 
-  bool objectForKey(const std::string& key) const override;
-  std::optional<std::int64_t> integerForKey(const std::string& key) const override;
-  std::string stringForKey(const std::string& key) const override;
+  [[nodiscard]] bool objectForKey(const std::string& key) const override;
+  [[nodiscard]] std::optional<std::int64_t> integerForKey(const std::string& key) const override;
+  [[nodiscard]] std::string stringForKey(const std::string& key) const override;
   void setBool(bool value, const std::string& key) override;
   void setObject(const std::string& value, const std::string& key) override;
   bool synchronize() override;
 
  private:
   /// The text of the file, unescaped; nothing when the key is absent.
-  std::optional<std::string> value(const std::string& key) const;
+  [[nodiscard]] std::optional<std::string> value(const std::string& key) const;
   /// Whether nothing was said about the value of `key` before.
-  bool isNews(const std::string& key) const;
+  [[nodiscard]] bool isNews(const std::string& key) const;
   void set(const std::string& value, const std::string& key);
   /// The file as it is now, empty when there is none; nothing when it must not be written over.
-  GKeyFileHandle load() const;
-  bool setAside(const std::string& target, const std::string& why) const;
+  [[nodiscard]] GKeyFileHandle load() const;
+  [[nodiscard]] bool setAside(const std::string& target, const std::string& why) const;
   /// One process at a time reads, changes and writes a settings file: the lock, given back with the answer,
   /// is on its folder, because the file itself is replaced. Where there is none to be had, the last writer
   /// wins.
-  FileDescriptor lockFolder(const std::string& folder) const;
-  bool write(GKeyFile* file) const;
+  [[nodiscard]] FileDescriptor lockFolder(const std::string& folder) const;
+  [[nodiscard]] bool write(GKeyFile* file) const;
 
   const std::string path_;
   const std::string group_;

@@ -48,7 +48,7 @@ class StatusNotifierItem {
   void watchForTrays();
   void registerWith(const char* watcher) const;
   void handle(IncomingCall call) const;
-  GVariant* property(const std::string& name) const;
+  [[nodiscard]] GVariant* property(const std::string& name) const;
 
   const SessionBus& bus_;
   const Identity identity_;

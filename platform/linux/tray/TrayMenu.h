@@ -25,15 +25,15 @@ class TrayMenu {
 
   void handle(IncomingCall call) const;
   /// The reply, a floating tuple, of a method that only tells what the menu is like.
-  GVariant* told(const std::string& method, GVariant* arguments) const;
+  [[nodiscard]] GVariant* told(const std::string& method, GVariant* arguments) const;
   /// What the clicks among these events (a(isvu)) are to do.
-  std::vector<Action> actionsOf(GVariant* events) const;
-  GVariant* layout(int parent, int depth) const;
-  GVariant* propertiesOf(GVariant* identifiers) const;
-  GVariant* properties(int identifier) const;
-  GVariant* property(int identifier, const char* name) const;
-  bool has(int identifier) const;
-  Action actionOf(int identifier, const char* event) const;
+  [[nodiscard]] std::vector<Action> actionsOf(GVariant* events) const;
+  [[nodiscard]] GVariant* layout(int parent, int depth) const;
+  [[nodiscard]] GVariant* propertiesOf(GVariant* identifiers) const;
+  [[nodiscard]] GVariant* properties(int identifier) const;
+  [[nodiscard]] GVariant* property(int identifier, const char* name) const;
+  [[nodiscard]] bool has(int identifier) const;
+  [[nodiscard]] Action actionOf(int identifier, const char* event) const;
 
   const std::vector<Entry> entries_;
   ExportedInterface interface_;

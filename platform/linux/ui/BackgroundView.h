@@ -6,6 +6,6 @@ namespace platform_linux {
 
 /// The widget class `BackgroundView` of the layouts: paints its whole area opaque black, and its children on
 /// top of it.
-GType backgroundViewType();
+[[nodiscard]] GType backgroundViewType();
 
 }  // namespace platform_linux

@@ -13,7 +13,7 @@ class Control : public View, public virtual platform::NSControl {
  public:
   using View::View;
 
-  bool isEnabled() const override;
+  [[nodiscard]] bool isEnabled() const override;
   void setEnabled(bool enabled) override;
 };
 
@@ -24,7 +24,7 @@ class Button : public Control, public platform::NSButton {
   Button(GtkWidget* widget, Worker& decodeThread);
 
   /// A push button is neither on nor off.
-  int state() const override { return platform::NSControlStateValueOff; }
+  [[nodiscard]] int state() const override { return platform::NSControlStateValueOff; }
   void setState(int) override {}
   void setTitle(const std::string& title) override;
   void setToolTip(const std::string& text) override;
@@ -44,7 +44,7 @@ class Switch : public Control, public platform::NSButton {
  public:
   using Control::Control;
 
-  int state() const override;
+  [[nodiscard]] int state() const override;
   void setState(int state) override;
   void setTitle(const std::string&) override {}
   void setToolTip(const std::string& text) override;

@@ -15,6 +15,6 @@ void allocateChildren(GtkWidget* widget, int width, int height, int baseline) no
 void snapshotChildren(GtkWidget* widget, GtkSnapshot* snapshot);
 
 /// The first widget of that class below `widget`; null when there is none.
-GtkWidget* findDescendant(GtkWidget* widget, GType type);
+[[nodiscard]] GtkWidget* findDescendant(GtkWidget* widget, GType type);
 
 }  // namespace platform_linux

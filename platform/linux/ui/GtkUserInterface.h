@@ -14,14 +14,14 @@ namespace platform_linux {
 class GtkUserInterface : public UserInterface {
  public:
   /// Connects to the display; nothing, with the reason in `whyNot`, where there is none.
-  static std::unique_ptr<GtkUserInterface> make(UserInterfaceHost host, std::string& whyNot);
+  [[nodiscard]] static std::unique_ptr<GtkUserInterface> make(UserInterfaceHost host, std::string& whyNot);
 
   std::unique_ptr<platform::NSNib> loadNibNamed(const std::string& name,
                                                 platform::NSActions actions) override;
   std::shared_ptr<platform::NSImage> imageNamed(const std::string& name) override;
   platform::NSOpenPanel& openPanel() override { return openPanel_; }
   void activate() override { windows_.activate(); }
-  bool hasVisibleWindows() const override { return windows_.anyShown(); }
+  [[nodiscard]] bool hasVisibleWindows() const override { return windows_.anyShown(); }
   void withdraw() override;
 
  private:

@@ -25,7 +25,7 @@ class KeyPresses {
   bool pressed(guint key, guint code, GdkModifierType modifiers);
   void released(guint code);
   void focusMoved();
-  bool pressesDefaultButton(guint key, GdkModifierType modifiers) const;
+  [[nodiscard]] bool pressesDefaultButton(guint key, GdkModifierType modifiers) const;
   void pressDefaultButton(guint code);
   void showReleased();
 

@@ -29,7 +29,7 @@ class LayerTreePainter {
   void setDecodeThread(Worker& decodeThread) { decodeThread_ = &decodeThread; }
 
   void setLayer(std::shared_ptr<Layer> layer);
-  const std::shared_ptr<Layer>& layer() const { return root_; }
+  [[nodiscard]] const std::shared_ptr<Layer>& layer() const { return root_; }
 
   /// The size of the view in logical pixels; the root layer's frame follows it.
   void setSize(double width, double height);
@@ -40,9 +40,9 @@ class LayerTreePainter {
   void releasePictures();
 
   /// Whether there is a live picture to draw.
-  bool hasPicture() const { return live_ && live_->hasTexture(); }
+  [[nodiscard]] bool hasPicture() const { return live_ && live_->hasTexture(); }
   /// Why none comes, as LivePicture::error says.
-  int error() const { return livePicture_ ? livePicture_->error() : 0; }
+  [[nodiscard]] int error() const { return livePicture_ ? livePicture_->error() : 0; }
 
   /// `scale`: device pixels to a logical one.
   void snapshot(GtkSnapshot* snapshot, int scale);
@@ -61,7 +61,7 @@ class LayerTreePainter {
   void listenToLivePicture();
   void stopListening();
   void setLivePictureCovered(bool covered);
-  bool isLivePictureCovered(const platform::CGRect& bounds, picture::PixelSize view) const;
+  [[nodiscard]] bool isLivePictureCovered(const platform::CGRect& bounds, picture::PixelSize view) const;
   void drawLayer(GtkSnapshot* snapshot, const Layer& layer, int scale);
   void drawLivePicture(GtkSnapshot* snapshot, const platform::CGRect& bounds, int scale);
   void drawStill(GtkSnapshot* snapshot, const Layer& layer, int scale);

@@ -10,11 +10,11 @@ namespace platform_linux {
 /// top of it, but not over a live picture. Its property `status` says in words why no live picture is there;
 /// it is empty while one is. Drawing stops while the widget is unmapped or its window minimised or known to
 /// be hidden from sight.
-GType layerViewType();
+[[nodiscard]] GType layerViewType();
 
-bool isLayerView(GtkWidget* widget);
+[[nodiscard]] bool isLayerView(GtkWidget* widget);
 
 /// The painter of a LayerView; lives as long as the widget.
-LayerTreePainter& painterOf(GtkWidget* layerView);
+[[nodiscard]] LayerTreePainter& painterOf(GtkWidget* layerView);
 
 }  // namespace platform_linux

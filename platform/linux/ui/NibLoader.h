@@ -25,8 +25,8 @@ class NibLoader {
 
   /// The layout NAME.ui of the resource bundle, its controls connected to `actions`; nothing, with the reason
   /// in `whyNot`, when there is none, it is damaged or names a handler that is not there.
-  std::unique_ptr<platform::NSNib> load(const std::string& name, platform::NSActions actions,
-                                        std::string& whyNot) const;
+  [[nodiscard]] std::unique_ptr<platform::NSNib> load(const std::string& name, platform::NSActions actions,
+                                                      std::string& whyNot) const;
 
  private:
   WindowList& windows_;

@@ -13,7 +13,7 @@ namespace platform_linux {
 
 /// Whether a graphics processor draws the windows; otherwise the toolkit computes every pixel itself, on the
 /// main thread. Looked up once.
-bool isDrawnByGraphicsProcessor();
+[[nodiscard]] bool isDrawnByGraphicsProcessor();
 
 /// A decoded picture in the form that is drawn fastest: for a graphics processor the toolkit's own texture;
 /// for the toolkit itself an image of its drawing library, which it copies, whereas it would convert a
@@ -23,7 +23,7 @@ class Texture {
   /// The pixels go back to `pool` when the last drawing that shows them has gone.
   Texture(picture::DecodedPicture picture, std::shared_ptr<picture::PixelBufferPool> pool);
 
-  picture::PixelSize size() const { return size_; }
+  [[nodiscard]] picture::PixelSize size() const { return size_; }
   /// Draws it over `area`, opaque.
   void append(GtkSnapshot* snapshot, const graphene_rect_t& area) const;
 
@@ -51,17 +51,17 @@ class PictureTexture {
   ~PictureTexture();
 
   void setFrame(std::shared_ptr<const picture::Frame> frame);
-  const std::shared_ptr<const picture::Frame>& frame() const { return frame_; }
+  [[nodiscard]] const std::shared_ptr<const picture::Frame>& frame() const { return frame_; }
 
   /// While it is not drawable nothing is decoded.
   void setDrawable(bool drawable);
 
   /// Whether a frame is being decoded, or is decoded and waits to be drawn. Once it is not, and drawn, the
   /// next frame is taken up.
-  bool isBusy() const { return decoding_ || awaitsDrawing_; }
+  [[nodiscard]] bool isBusy() const { return decoding_ || awaitsDrawing_; }
 
   /// Whether there is something to draw.
-  bool hasTexture() const { return texture_ != nullptr; }
+  [[nodiscard]] bool hasTexture() const { return texture_ != nullptr; }
 
   /// The texture to draw now in a view of that size in pixels; null while there is none yet. It is mirrored
   /// already, and has the size that the picture takes in the view, or is smaller where a graphics processor
@@ -72,7 +72,7 @@ class PictureTexture {
   void decodeIfNeeded();
   void delivered(std::shared_ptr<const picture::Frame> frame, const picture::PictureRequest& request,
                  std::shared_ptr<const Texture> texture);
-  bool isUpToDate() const;
+  [[nodiscard]] bool isUpToDate() const;
 
   Worker& decodeThread_;
   const std::function<void()> onReady_;

@@ -8,7 +8,7 @@ namespace platform_linux {
 
 /// The widget class `PopUpRow` of the layouts: an AdwComboRow whose signal "chosen" tells of each item that
 /// the user chooses, also of the one that is shown already.
-GType popUpRowType();
+[[nodiscard]] GType popUpRowType();
 
 /// A PopUpRow. Items of equal title are told apart for the user, and only for the user, by a number.
 class PopUpButton : public Control, public platform::NSPopUpButton {
@@ -18,9 +18,9 @@ class PopUpButton : public Control, public platform::NSPopUpButton {
   void removeAllItems() override;
   void addItem(const platform::NSMenuItem& item) override;
   void setEnabled(bool enabled) override;
-  int numberOfItems() const override;
+  [[nodiscard]] int numberOfItems() const override;
   void selectItemAtIndex(int index) override;
-  int indexOfSelectedItem() const override;
+  [[nodiscard]] int indexOfSelectedItem() const override;
 
  private:
   void showArrow(bool shown);

@@ -8,7 +8,7 @@ namespace platform_linux {
 
 /// A closure for any signal without a result, or with a boolean one, which is what `handler` answers. The
 /// arguments are not passed on. The closure is floating.
-GClosure* makeClosure(std::function<bool(GObject* sender)> handler);
+[[nodiscard]] GClosure* makeClosure(std::function<bool(GObject* sender)> handler);
 
 /// Calls `handler` at each `signal` of `sender` until this object goes. The sender must outlive it.
 class SignalConnection {
@@ -22,8 +22,8 @@ class SignalConnection {
   ~SignalConnection() { disconnect(); }
 
   /// For a signal with a boolean result.
-  static SignalConnection answering(gpointer sender, const std::string& signal,
-                                    std::function<bool()> handler);
+  [[nodiscard]] static SignalConnection answering(gpointer sender, const std::string& signal,
+                                                  std::function<bool()> handler);
 
   void disconnect();
 
@@ -41,7 +41,7 @@ class ProgrammaticChange {
   ProgrammaticChange& operator=(const ProgrammaticChange&) = delete;
   ~ProgrammaticChange();
 
-  static bool isUnderWay(GObject* object);
+  [[nodiscard]] static bool isUnderWay(GObject* object);
 
  private:
   GObject* object_;

@@ -11,14 +11,14 @@
 namespace platform_linux {
 
 /// Whether the window of `surface` is minimised.
-bool isMinimized(GdkSurface* surface);
+[[nodiscard]] bool isMinimized(GdkSurface* surface);
 
 /// Whether somebody can see what is drawn there, as far as the display server tells.
-bool isSeen(GdkSurface* surface);
+[[nodiscard]] bool isSeen(GdkSurface* surface);
 
 /// Where the window is on the screen, in device pixels; nothing where the display server keeps that to
 /// itself, as Wayland does. The window must be on the screen.
-std::optional<WindowFrame::Position> positionOf(GtkWindow* window);
+[[nodiscard]] std::optional<WindowFrame::Position> positionOf(GtkWindow* window);
 
 /// Moves the window, unless the display server does not let programs do so or the place is on no monitor (any
 /// more). The window must be realised.

@@ -37,7 +37,7 @@ class UserInterface {
 
   /// Brings the windows that are on the screen to the front.
   virtual void activate() = 0;
-  virtual bool hasVisibleWindows() const = 0;
+  [[nodiscard]] virtual bool hasVisibleWindows() const = 0;
 
   /// The end of the program: the windows leave the screen for good, and no action, completion or delegate is
   /// called any more.

@@ -12,12 +12,12 @@ namespace platform_linux {
 /// it).
 ///
 /// The module's place in an installation and in a build tree, relative to the running program.
-std::string userInterfaceModulePath();
+[[nodiscard]] std::string userInterfaceModulePath();
 
 /// Loads the module at `path` and connects to the display. Nothing, with the reason in `whyNot`, when there
 /// is no such module or no display. Main thread only; once a process.
-std::unique_ptr<UserInterface> loadUserInterface(const std::string& path, UserInterfaceHost host,
-                                                 std::string& whyNot);
+[[nodiscard]] std::unique_ptr<UserInterface> loadUserInterface(const std::string& path,
+                                                               UserInterfaceHost host, std::string& whyNot);
 
 /// What the module exports under this name: makes the user interface, or answers null with the reason.
 inline constexpr const char* kUserInterfaceFactoryName = "quilloCameraShotMakeUserInterface";

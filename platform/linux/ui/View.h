@@ -19,10 +19,10 @@ class NamedImage : public platform::NSImage {
  public:
   explicit NamedImage(std::string iconName) : iconName_(std::move(iconName)) {}
 
-  const std::string& iconName() const { return iconName_; }
+  [[nodiscard]] const std::string& iconName() const { return iconName_; }
 
   /// The icon name of `image`; null when it has none.
-  static const char* iconNameOf(const std::shared_ptr<platform::NSImage>& image) {
+  [[nodiscard]] static const char* iconNameOf(const std::shared_ptr<platform::NSImage>& image) {
     const auto* const named = dynamic_cast<const NamedImage*>(image.get());
     return named ? named->iconName().c_str() : nullptr;
   }
@@ -40,11 +40,11 @@ class View : public virtual platform::NSView {
   /// Takes effect before the next drawing: a view that is shown and hidden again meanwhile costs nothing.
   void setHidden(bool hidden) override;
   void setWantsLayer(bool wantsLayer) override;
-  std::shared_ptr<platform::CALayer> layer() const override { return layer_; }
+  [[nodiscard]] std::shared_ptr<platform::CALayer> layer() const override { return layer_; }
   void setLayer(std::shared_ptr<platform::CALayer> layer) override;
 
  protected:
-  GtkWidget* widget() const { return widget_.get(); }
+  [[nodiscard]] GtkWidget* widget() const { return widget_.get(); }
 
  private:
   const GObjectRef<GtkWidget> widget_;
@@ -71,6 +71,6 @@ class TextField : public View, public platform::NSTextField {
 };
 
 /// The view for `widget`, of the kind that fits its class.
-std::shared_ptr<platform::NSView> makeView(GtkWidget* widget, Worker& decodeThread);
+[[nodiscard]] std::shared_ptr<platform::NSView> makeView(GtkWidget* widget, Worker& decodeThread);
 
 }  // namespace platform_linux

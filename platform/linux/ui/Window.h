@@ -26,11 +26,11 @@ class Window : public platform::NSWindow {
   Window& operator=(const Window&) = delete;
   ~Window() override;
 
-  bool isVisible() const override { return isOnScreen(window_.get()); }
-  bool isMiniaturized() const override;
+  [[nodiscard]] bool isVisible() const override { return isOnScreen(window_.get()); }
+  [[nodiscard]] bool isMiniaturized() const override;
   void makeKeyAndOrderFront() override;
   void orderOut() override;
-  unsigned styleMask() const override;
+  [[nodiscard]] unsigned styleMask() const override;
   void setStyleMask(unsigned mask) override;
   void setFrameAutosaveName(const std::string& name) override;
   void setDelegate(std::weak_ptr<platform::NSWindowDelegate> delegate) override {
@@ -39,7 +39,7 @@ class Window : public platform::NSWindow {
 
  private:
   /// Whom to tell; nobody once the program ends.
-  std::shared_ptr<platform::NSWindowDelegate> delegate() const;
+  [[nodiscard]] std::shared_ptr<platform::NSWindowDelegate> delegate() const;
   void mapped();
   void unmapped();
   void closedByUser();

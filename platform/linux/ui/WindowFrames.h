@@ -30,7 +30,7 @@ class WindowFrames {
   explicit WindowFrames(std::string folder);
 
   /// Nothing when none was kept, or none that makes sense.
-  std::optional<WindowFrame> load(const std::string& name) const;
+  [[nodiscard]] std::optional<WindowFrame> load(const std::string& name) const;
   void save(const std::string& name, const WindowFrame& frame);
 
  private:

@@ -11,7 +11,7 @@
 namespace platform_linux {
 
 /// Whether the window is on the screen; one that others cover is, a minimised one is not.
-bool isOnScreen(GtkWindow* window);
+[[nodiscard]] bool isOnScreen(GtkWindow* window);
 
 /// The program's windows, on the screen or not. Main thread only.
 class WindowList {
@@ -31,17 +31,17 @@ class WindowList {
   /// The user has turned to the window, which now has the keyboard: it lies before all others.
   void turnedTo(GtkWindow* window);
 
-  bool anyShown() const;
+  [[nodiscard]] bool anyShown() const;
   /// Brings the shown windows to the front, and leaves their order as it is. Where the desktop lets only one
   /// come, on Wayland, that is the current one.
   void activate();
   /// Of the shown windows the one before all others: that in which the user works, or is about to; null
   /// without one. A window that was just asked to the front may not have the keyboard yet.
-  GtkWindow* current() const;
+  [[nodiscard]] GtkWindow* current() const;
   /// The end of the program: all windows leave the screen, those that the toolkit has put over them too, and
   /// none comes back. Windows tell their delegates nothing any more.
   void withdraw();
-  bool isWithdrawn() const { return isWithdrawn_; }
+  [[nodiscard]] bool isWithdrawn() const { return isWithdrawn_; }
   /// The user closed a window: tells when it was the last one shown.
   void windowClosed() const;
 

@@ -17,7 +17,7 @@ using DeviceList = DeviceFixture;
 
 TEST_F(DeviceList, AMachineWithoutDevicesSaysSoAtOnce) {
   start();
-  EXPECT_EQ(told_.census.state, CameraCensus::State::kComplete);
+  EXPECT_EQ(told_.census.state, CameraCensus::State::Complete);
   EXPECT_THAT(cameras(), IsEmpty());
 }
 
@@ -74,8 +74,8 @@ TEST_F(DeviceList, TheDriverTellsALoopbackWhateverItIsCalled) {
   plug(1);
   start();
   ASSERT_THAT(cameras(), SizeIs(2));
-  EXPECT_EQ(cameras()[0].kind, platform_linux::CameraKind::kVirtual);
-  EXPECT_EQ(cameras()[1].kind, platform_linux::CameraKind::kColour);
+  EXPECT_EQ(cameras()[0].kind, platform_linux::CameraKind::Virtual);
+  EXPECT_EQ(cameras()[1].kind, platform_linux::CameraKind::Colour);
 }
 
 TEST_F(DeviceList, TheTitleIsTheNodesWithNothingTwice) {

@@ -41,7 +41,7 @@ class CameraNode {
   [[nodiscard]] NodeEntry entry() const { return {properties_, properties_.camera(modes_)}; }
 
  private:
-  static const pw_node_events& events();
+  [[nodiscard]] static const pw_node_events& events();
 
   void onInfo(const pw_node_info& info);
   void onFormat(const spa_pod* format);

@@ -82,7 +82,7 @@ void CameraPortal::readPresence() {
 }
 
 void CameraPortal::onPresenceRead(GVariant* reply, const GError* error) {
-  if (error) return finish(isFromPortal(error) ? Answer::kRefused : Answer::kNoPortal);
+  if (error) return finish(isFromPortal(error) ? Answer::Refused : Answer::NoPortal);
   if (g_variant_is_of_type(reply, G_VARIANT_TYPE("(v)"))) {
     GVariant* value = nullptr;
     g_variant_get(reply, "(v)", &value);
@@ -114,7 +114,7 @@ void CameraPortal::onAppeared(const char* owner) {
 
 // With the portal its requests are gone, and nobody would answer any more.
 void CameraPortal::onVanished() {
-  if (answered_) finish(Answer::kRefused);
+  if (answered_) finish(Answer::Refused);
 }
 
 void CameraPortal::followPresence(const char* owner) {
@@ -141,7 +141,7 @@ void CameraPortal::awaitResponse(const char* owner) {
         guint32 response = kYes + 1;
         if (g_variant_is_of_type(arguments, G_VARIANT_TYPE("(ua{sv})")))
           g_variant_get_child(arguments, 0, "u", &response);
-        static_cast<CameraPortal*>(self)->finish(response == kYes ? Answer::kGranted : Answer::kRefused);
+        static_cast<CameraPortal*>(self)->finish(response == kYes ? Answer::Granted : Answer::Refused);
       },
       this, nullptr);
 }
@@ -153,7 +153,7 @@ void CameraPortal::callAccessCamera() {
   bus_().call({kName, kPath, kInterface, "AccessCamera", g_variant_new("(a{sv})", &options), patience_},
               [weakSelf = weak_from_this()](GVariant*, const GError* error) {
                 const auto self = weakSelf.lock();
-                if (self && error) self->finish(Answer::kRefused);
+                if (self && error) self->finish(Answer::Refused);
               });
 }
 

@@ -19,9 +19,9 @@ inline constexpr std::chrono::milliseconds kPortalPatience{25000};
 class CameraPortal : public std::enable_shared_from_this<CameraPortal> {
  public:
   enum class Answer {
-    kGranted,
-    kRefused,  ///< also by a portal that went away or did not answer: whoever cannot be asked says no
-    kNoPortal  ///< nobody there to ask
+    Granted,
+    Refused,  ///< also by a portal that went away or did not answer: whoever cannot be asked says no
+    NoPortal  ///< nobody there to ask
   };
 
   /// `bus` outlives the portal and is there once the first question is put.

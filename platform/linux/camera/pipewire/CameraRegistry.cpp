@@ -120,7 +120,7 @@ void CameraRegistry::tell() {
       census.notes.push_back(whyNotListed(node->properties().title(), node->codedFormats()));
   }
   census.cameras = distinctCameras(std::move(entries));
-  census.state = mayExpectMore() ? CameraCensus::State::kGathering : CameraCensus::State::kComplete;
+  census.state = mayExpectMore() ? CameraCensus::State::Gathering : CameraCensus::State::Complete;
   client_.camerasChanged(std::move(census));
 }
 

@@ -35,7 +35,7 @@ class CameraRegistry final : public CameraNode::Client {
   void synced(int sequence);
 
  private:
-  static const pw_registry_events& events();
+  [[nodiscard]] static const pw_registry_events& events();
 
   void nodeIsAsking() override;
   void nodeFailed(const CameraNode& node, int error) override;

@@ -110,7 +110,7 @@ Camera NodeProperties::camera(std::vector<CameraMode> modes) const {
   camera.priority = std::atoi(std::string(get(PW_KEY_PRIORITY_SESSION)).c_str());
   camera.place = get(kVideo4LinuxPath);
   const bool isLoopback = isLoopbackDriver(get("api.v4l2.cap.driver")) || get(PW_KEY_NODE_VIRTUAL) == "true";
-  camera.kind = isLoopback ? CameraKind::kVirtual : cameraKind(camera.localizedName, modes);
+  camera.kind = isLoopback ? CameraKind::Virtual : cameraKind(camera.localizedName, modes);
   camera.modes = std::move(modes);
   return camera;
 }

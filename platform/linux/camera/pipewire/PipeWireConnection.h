@@ -51,7 +51,7 @@ class PipeWireConnection {
   int sync();
 
  private:
-  static const pw_core_events& events();
+  [[nodiscard]] static const pw_core_events& events();
 
   void connect();
   void take(pw_core* core);

@@ -28,7 +28,7 @@ void PipeWireFrameSource::start(CameraLoop& loop, FrameSource::Client& client) {
   if (!portal_) return connect();
   portalAccess_ = std::make_shared<PortalAccess>(*mainQueue_, portal_, weak_from_this());
   // Without permission there is nothing to wait for: the cameras come later, as news.
-  loop_->post([this] { tell({CameraCensus::State::kComplete, {}}); });
+  loop_->post([this] { tell({CameraCensus::State::Complete, {}}); });
 }
 
 void PipeWireFrameSource::stop() {
@@ -76,7 +76,7 @@ void PipeWireFrameSource::disconnected() {
   for (auto* stream : streams_)
     stream->giveUp();
   registry_.reset();
-  tell({CameraCensus::State::kNobodyServes, {}});
+  tell({CameraCensus::State::NobodyServes, {}});
 }
 
 void PipeWireFrameSource::synced(int sequence) {

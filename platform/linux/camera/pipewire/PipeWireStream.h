@@ -37,7 +37,7 @@ class PipeWireStream final : public FrameStream {
   void giveUp();
 
  private:
-  static const pw_stream_events& events();
+  [[nodiscard]] static const pw_stream_events& events();
 
   void connect(const CameraMode& mode);
   void onStateChanged(pw_stream_state state, const char* message) noexcept;

@@ -15,14 +15,14 @@ PortalAccess::PortalAccess(platform::MainQueue& mainQueue, std::shared_ptr<Camer
 
 AVAuthorizationStatus PortalAccess::status() const {
   switch (state_) {
-    case State::kGranted:
+    case State::Granted:
       return AVAuthorizationStatus::Authorized;
-    case State::kRefused:
+    case State::Refused:
       return AVAuthorizationStatus::Denied;
-    case State::kWithoutPortal:
+    case State::WithoutPortal:
       return withoutPortal_.status();
-    case State::kUnasked:
-    case State::kAsked:
+    case State::Unasked:
+    case State::Asked:
       break;
   }
   return AVAuthorizationStatus::NotDetermined;
@@ -40,8 +40,8 @@ void PortalAccess::request(std::function<void(bool granted)> completion) {
 }
 
 void PortalAccess::ask() {
-  if (state_ != State::kUnasked) return;
-  state_ = State::kAsked;
+  if (state_ != State::Unasked) return;
+  state_ = State::Asked;
   portal_->ask([weakSelf = weak_from_this()](CameraPortal::Answer answer) {
     if (const auto self = weakSelf.lock()) self->onAnswer(answer);
   });
@@ -51,12 +51,12 @@ void PortalAccess::onAnswer(CameraPortal::Answer answer) {
   const auto source = source_.lock();
   if (!source) return;
   switch (answer) {
-    case CameraPortal::Answer::kGranted:
+    case CameraPortal::Answer::Granted:
       return connectThroughPortal();
-    case CameraPortal::Answer::kRefused:
-      return settle(State::kRefused);
-    case CameraPortal::Answer::kNoPortal:
-      return source->connect(settleLater(State::kWithoutPortal));
+    case CameraPortal::Answer::Refused:
+      return settle(State::Refused);
+    case CameraPortal::Answer::NoPortal:
+      return source->connect(settleLater(State::WithoutPortal));
   }
 }
 
@@ -66,7 +66,7 @@ void PortalAccess::connectThroughPortal() {
       if (const auto self = weakSelf.lock()) self->openRemote();
     });
   };
-  source_.lock()->connectThrough(askForSocket, settleLater(State::kGranted));
+  source_.lock()->connectThrough(askForSocket, settleLater(State::Granted));
 }
 
 void PortalAccess::openRemote() {
@@ -90,7 +90,7 @@ std::function<void(bool)> PortalAccess::settleLater(State state) {
 }
 
 void PortalAccess::settle(State state) {
-  if (state_ != State::kAsked) return;
+  if (state_ != State::Asked) return;
   state_ = state;
   if (const auto completion = std::exchange(completion_, nullptr))
     completion(status() == AVAuthorizationStatus::Authorized);

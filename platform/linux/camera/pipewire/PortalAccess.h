@@ -27,7 +27,7 @@ class PortalAccess final : public CameraAccess, public std::enable_shared_from_t
   [[nodiscard]] bool hidesCamera() const override;
 
  private:
-  enum class State { kUnasked, kAsked, kGranted, kRefused, kWithoutPortal };
+  enum class State { Unasked, Asked, Granted, Refused, WithoutPortal };
 
   void onAnswer(CameraPortal::Answer answer);
   void connectThroughPortal();
@@ -40,7 +40,7 @@ class PortalAccess final : public CameraAccess, public std::enable_shared_from_t
   const std::shared_ptr<CameraPortal> portal_;
   const std::weak_ptr<PipeWireFrameSource> source_;
   SocketAccess withoutPortal_;
-  State state_ = State::kUnasked;
+  State state_ = State::Unasked;
   std::function<void(bool granted)> completion_;
 };
 

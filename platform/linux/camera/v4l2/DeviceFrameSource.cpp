@@ -67,7 +67,7 @@ void DeviceFrameSource::devicesChanged() {
   });
   for (const DeviceEntry& entry : entries)
     if (!devices_.contains(entry.number)) examine(entry);
-  client_->camerasChanged(*this, {CameraCensus::State::kComplete, identifiedCameras(), notes()});
+  client_->camerasChanged(*this, {CameraCensus::State::Complete, identifiedCameras(), notes()});
 }
 
 void DeviceFrameSource::examine(const DeviceEntry& entry) {
@@ -89,7 +89,7 @@ DeviceFrameSource::Device DeviceFrameSource::read(DeviceFile& file, const Device
     return device;
   }
   camera.serial = nextSerial_++;
-  camera.kind = isLoopbackDriver(abilities.driver) ? CameraKind::kVirtual
+  camera.kind = isLoopbackDriver(abilities.driver) ? CameraKind::Virtual
                                                    : cameraKind(camera.localizedName, camera.modes);
   camera.place = entry.path;
   device.camera = std::move(camera);
