@@ -22,6 +22,10 @@ TEST(JsonLine, OfNothingIsAnEmptyObject) {
   EXPECT_EQ(JsonLine().text(), "{}");
 }
 
+TEST(JsonLine, EscapesWhatStandsBehindALongCharacter) {
+  EXPECT_EQ(JsonLine().add("t", "\U0001F4F7\"").text(), "{\"t\":\"\U0001F4F7\\\"\"}");
+}
+
 TEST(JsonLine, KeepsTheOrderOfItsMembers) {
   EXPECT_EQ(JsonLine().add("b", "x").add("a", std::int64_t{-7}).text(), R"({"b":"x","a":-7})");
 }
