@@ -30,6 +30,7 @@ endif()
 option(CAMERA_SHOT_WERROR "Treat warnings as errors" OFF)
 set(CAMERA_SHOT_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
 option(CAMERA_SHOT_COVERAGE "Instrument for coverage" OFF)
+option(CAMERA_SHOT_RELATIVE_PATHS "Leave the name of the source folder out of what is built" OFF)
 
 # Our own targets link this; third-party headers come in as SYSTEM and stay out of it.
 add_library(camera_shot_settings INTERFACE)
@@ -44,6 +45,9 @@ if(CAMERA_SHOT_SANITIZE)
     # GCC warns of variables in the standard library itself (std::regex) once its code is instrumented (GCC bug 105562).
     target_compile_options(camera_shot_settings INTERFACE -Wno-maybe-uninitialized)
   endif()
+endif()
+if(CAMERA_SHOT_RELATIVE_PATHS)
+  add_compile_options("-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")
 endif()
 if(CAMERA_SHOT_COVERAGE)
   add_compile_options(--coverage -fprofile-update=atomic)
