@@ -54,6 +54,13 @@ class FormatBuilder {
     spa_pod_builder_pop(&builder_, &frame);
     return *this;
   }
+  /// Preferably 640 x 480.
+  FormatBuilder& sizesInSteps(spa_rectangle smallest, spa_rectangle largest, spa_rectangle step) {
+    return choice(SPA_FORMAT_VIDEO_size, SPA_CHOICE_Step, [&](auto* builder) {
+      for (const auto& [width, height] : {spa_rectangle{640, 480}, smallest, largest, step})
+        spa_pod_builder_rectangle(builder, width, height);
+    });
+  }
   FormatBuilder& mandatory(std::uint32_t key, std::int64_t value) {
     spa_pod_builder_prop(&builder_, key, SPA_POD_PROP_FLAG_MANDATORY);
     spa_pod_builder_long(&builder_, value);
@@ -80,30 +87,14 @@ TEST(ModesOfFormat, AreTheSizesAndRatesOfEnumerations) {
 
 TEST(ModesOfFormat, OfRangesAreThePreferredAndTheUpperEnd) {
   FormatBuilder format(SPA_MEDIA_SUBTYPE_mjpg);
-  format
-      .choice(SPA_FORMAT_VIDEO_size, SPA_CHOICE_Step,
-              [](auto* builder) {
-                spa_pod_builder_rectangle(builder, 640, 480);
-                spa_pod_builder_rectangle(builder, 32, 24);
-                spa_pod_builder_rectangle(builder, 2592, 1944);
-                spa_pod_builder_rectangle(builder, 16, 16);
-              })
-      .rate(30, 1);
+  format.sizesInSteps({32, 24}, {2592, 1944}, {16, 16}).rate(30, 1);
   EXPECT_THAT(modesOfFormatPod(format.pod()),
               ElementsAre(CameraMode{MJPG, 640, 480, {30, 1}}, CameraMode{MJPG, 2592, 1944, {30, 1}}));
 }
 
 TEST(ModesOfFormat, OfStepsEndWhereTheStepsDo) {
   FormatBuilder format(SPA_MEDIA_SUBTYPE_mjpg);
-  format
-      .choice(SPA_FORMAT_VIDEO_size, SPA_CHOICE_Step,
-              [](auto* builder) {
-                spa_pod_builder_rectangle(builder, 640, 480);
-                spa_pod_builder_rectangle(builder, 32, 33);
-                spa_pod_builder_rectangle(builder, 1366, 768);
-                spa_pod_builder_rectangle(builder, 16, 0);
-              })
-      .rate(30, 1);
+  format.sizesInSteps({32, 33}, {1366, 768}, {16, 0}).rate(30, 1);
   EXPECT_THAT(modesOfFormatPod(format.pod()),
               ElementsAre(CameraMode{MJPG, 640, 480, {30, 1}}, CameraMode{MJPG, 1360, 768, {30, 1}}));
 }

@@ -61,11 +61,10 @@ std::string Bundle::bundleIdentifier() const {
 
 std::string Bundle::localizedStringForKey(const std::string& key, const std::string& value,
                                           const std::string& table) const {
-  for (const MessageCatalog& catalog : this->table(table.empty() ? domain_ : table)) {
-    if (!context_.empty())
-      if (auto translation = catalog.translation(context_ + kContextEnd + key)) return *translation;
-    if (auto translation = catalog.translation(key)) return *translation;
-  }
+  const std::string inContext = context_ + kContextEnd + key;
+  for (const MessageCatalog& catalog : this->table(table.empty() ? domain_ : table))
+    for (const std::string& wanted : {inContext, key})
+      if (auto translation = catalog.translation(wanted)) return *translation;
   return value.empty() ? key : value;
 }
 
