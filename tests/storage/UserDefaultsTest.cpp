@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/linux/storage/KeyFileText.h"
+#include "platform/linux/storage/SettingText.h"
 #include "platform/linux/storage/UserDefaults.h"
 #include "tests/fakes/FakeFoundation.h"
 #include "tests/storage/ChildProcess.h"

@@ -10,8 +10,7 @@
 
 #include "platform/linux/base/FileDescriptor.h"
 #include "platform/linux/base/SystemCall.h"
-#include "platform/linux/storage/FileLock.h"
-#include "platform/linux/storage/PrivateFolders.h"
+#include "platform/linux/storage/SharedFile.h"
 
 namespace platform_linux {
 

@@ -11,6 +11,13 @@ namespace platform_linux {
 
 namespace {
 
+struct Escape {
+  char character;
+  char letter;
+};
+
+constexpr Escape kEscapes[] = {{'\n', 'n'}, {'\r', 'r'}, {'\t', 't'}, {'\\', '\\'}, {' ', 's'}};
+
 struct Word {
   std::string_view text;
   std::int64_t meaning;
@@ -33,6 +40,40 @@ std::string plain(std::string_view text) {
 }
 
 }  // namespace
+
+std::string escapeKeyFileText(std::string_view text) {
+  std::string value;
+  for (const char character : text) {
+    const bool needed = character != ' ' || value.empty();
+    const Escape* found = nullptr;
+    for (const Escape& escape : kEscapes)
+      if (needed && escape.character == character) found = &escape;
+    if (found) {
+      value += '\\';
+      value += found->letter;
+    } else {
+      value += character;
+    }
+  }
+  return value;
+}
+
+std::string unescapeKeyFileText(std::string_view value) {
+  std::string text;
+  for (std::size_t i = 0; i < value.size(); ++i) {
+    char character = value[i];
+    if (character == '\\' && i + 1 < value.size()) {
+      for (const Escape& escape : kEscapes)
+        if (escape.letter == value[i + 1]) {
+          character = escape.character;
+          ++i;
+          break;
+        }
+    }
+    text += character;
+  }
+  return text;
+}
 
 std::optional<std::int64_t> readInteger(std::string_view text) {
   const std::string word = plain(text);

@@ -14,10 +14,8 @@
 #include "platform/linux/base/FileDescriptor.h"
 #include "platform/linux/base/SystemCall.h"
 #include "platform/linux/storage/AtomicFile.h"
-#include "platform/linux/storage/FileLock.h"
-#include "platform/linux/storage/KeyFileText.h"
-#include "platform/linux/storage/PrivateFolders.h"
 #include "platform/linux/storage/SettingText.h"
+#include "platform/linux/storage/SharedFile.h"
 
 namespace platform_linux {
 

@@ -1,6 +1,5 @@
 """The runner's command line."""
 
-import argparse
 import glob
 import os
 import sys
@@ -11,6 +10,7 @@ from .failures import DesktopError
 from .file_manager import MANAGERS
 from .guard import run_guarded
 from .notifications import SERVICES
+from .options import runner
 
 _SOURCE = os.path.dirname(os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__)))))
 
@@ -21,18 +21,8 @@ def _newest_programs():
     return os.path.dirname(max(built, key=os.path.getmtime)) if built else None
 
 
-def _assignment(text):
-    name, equals, value = text.partition("=")
-    if not name or not equals:
-        raise argparse.ArgumentTypeError("NAME=VALUE is expected")
-    return name, value
-
-
 def _parse(arguments):
-    parser = argparse.ArgumentParser(
-        prog="run", usage="run [OPTION]... -- COMMAND...",
-        description="Runs COMMAND in a desktop session of its own, with virtual cameras, and leaves nothing behind. "
-                    "The exit status is COMMAND's.")
+    parser = runner("Runs COMMAND in a desktop session of its own, with virtual cameras, and leaves nothing behind.")
     parser.add_argument("--camera", metavar="SPEC", action="append", default=[],
                         help="plug a virtual camera, as README.md describes; repeat for more, in this order")
     parser.add_argument("--kernel-cameras", action="store_true",
@@ -50,15 +40,13 @@ def _parse(arguments):
                         help="have the bus start this file manager when it is asked for (needs --display)")
     parser.add_argument("--service-dir", metavar="DIR", action="append", default=[],
                         help="let the session bus activate the services of DIR; repeatable")
-    parser.add_argument("--env", metavar="NAME=VALUE", action="append", type=_assignment, default=[],
-                        help="set a variable in the session; repeatable")
     parser.add_argument("--locale", default="C.UTF-8", help="the session's locale (C.UTF-8)")
     parser.add_argument("--programs", metavar="DIR",
                         help="where virtual_camera and session_probe are; otherwise CAMERA_DESKTOP_PROGRAMS, "
                              "otherwise the last build below build/")
-    parser.add_argument("--keep", action="store_true", help="keep the session's folder with its logs, and say where")
-    parser.add_argument("command", metavar="COMMAND", nargs="+")
     options = parser.parse_args(arguments)
+    if not options.command:
+        parser.error("a COMMAND is expected")
     options.display = options.display or options.window_manager
     if options.wayland and options.display:
         parser.error("--wayland is instead of --display")

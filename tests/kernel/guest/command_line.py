@@ -1,6 +1,5 @@
 """The runner's command line."""
 
-import argparse
 import os
 import sys
 import tempfile
@@ -8,6 +7,7 @@ from pathlib import Path
 
 from private_desktop.failures import DesktopError
 from private_desktop.guard import run_guarded
+from private_desktop.options import runner
 
 from . import kernel
 from .failures import EX_UNAVAILABLE, GuestError
@@ -27,27 +27,14 @@ def programs_folder():
     return max(built, key=lambda path: path.stat().st_mtime).parent
 
 
-def _assignment(text):
-    name, equals, value = text.partition("=")
-    if not name or not equals:
-        raise argparse.ArgumentTypeError("NAME=VALUE is expected")
-    return name, value
-
-
 def _parse(arguments):
-    parser = argparse.ArgumentParser(
-        prog="run", usage="run [OPTION]... -- COMMAND...",
-        description="Runs COMMAND as root in an emulated machine that has this machine's file system and Debian's kernel. "
-                    "Changes are in memory and end with it. The exit status is COMMAND's.")
-    parser.add_argument("--env", metavar="NAME=VALUE", action="append", type=_assignment, default=[],
-                        help="set a variable for COMMAND; repeatable")
+    parser = runner("Runs COMMAND as root in an emulated machine that has this machine's file system and Debian's kernel. "
+                    "Changes are in memory and end with it.")
     parser.add_argument("--disk", metavar="IMAGE", help="a raw disk image that the machine may change, its /dev/vda")
     parser.add_argument("--processors", metavar="N", type=int, default=1, help="of the machine (1)")
     parser.add_argument("--timeout", metavar="SECONDS", type=int, default=120,
                         help="how long COMMAND may take, with the machine's start (120)")
-    parser.add_argument("--keep", action="store_true", help="keep the folder with the machine's console, and say where")
     parser.add_argument("--prepare", action="store_true", help="only fetch the kernel, so that later runs need no network")
-    parser.add_argument("command", metavar="COMMAND", nargs="*")
     options = parser.parse_args(arguments)
     if not options.prepare and not options.command:
         parser.error("a COMMAND is expected")

@@ -1,8 +1,15 @@
 #pragma once
 
 #include <chrono>
+#include <filesystem>
 
 namespace platform_linux {
+
+/// What files need that are the user's own and that several processes write: settings, events.
+
+/// Makes the missing folders on the way to `folder`, and that one too, for the user alone (0700). Answers
+/// whether the folder is there; errno says why not.
+[[nodiscard]] bool makePrivateFolders(const std::filesystem::path& folder);
 
 /// Takes the exclusive lock (flock) of an open file; closing the file gives it back. Waits at most about
 /// `patience` for whoever holds it, because any program may, for as long as it likes: what is done under

@@ -1,8 +1,9 @@
-#include "platform/linux/storage/FileLock.h"
+#include "platform/linux/storage/SharedFile.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <thread>
 
 namespace platform_linux {
@@ -16,6 +17,12 @@ constexpr milliseconds kFirstPause{1};
 constexpr milliseconds kLongestPause{16};
 
 }  // namespace
+
+bool makePrivateFolders(const std::filesystem::path& folder) {
+  std::error_code error;
+  if (folder.empty() || std::filesystem::is_directory(folder, error)) return true;
+  return makePrivateFolders(folder.parent_path()) && (::mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST);
+}
 
 int lockWithin(int file, milliseconds patience) {
   milliseconds waited{0};
