@@ -83,7 +83,7 @@ class SandboxedCameras : public testing::Test {
   AVAuthorizationStatus status() {
     return cameras_->authorizationStatusForMediaType(platform::AVMediaTypeVideo);
   }
-  /// Asks for the right; what came of it stands in `answers_` as a word, with the cameras seen at that
+  /// Asks for permission; what came of it stands in `answers_` as a word, with the cameras seen at that
   /// moment.
   void request(const std::string& who = "asker") {
     cameras_->requestAccessForMediaType(platform::AVMediaTypeVideo, [this, who](bool granted) {

@@ -280,7 +280,7 @@ class WaysIn(WindowTest):
         self.assertIsNone(tool.events()[0]["details"])
         self.assertEqual(self.windows.titles(), {PREVIEW})
 
-    # In a run whose start is over: for a while that asks the windows to the front again, with no right of the desktop's.
+    # In a run whose start is over: for a while that asks the windows to the front again, without an activation token.
     @in_windowed_desktop("name=red,modes=MJPG:640x480@30,start-delay=60000")
     def test_the_window_uses_the_right_to_come_to_the_front_that_the_desktop_gives(self):
         tool = Tool().start()
@@ -400,7 +400,7 @@ class OnWayland(WindowTest):
         self.windows.wait_for_window(PREFERENCES)
         asked = wayland_activations(tool.log())
         asked = asked[[token for token, _ in asked].index("token-of-the-desktop"):]
-        # One without the right would be taken for a call for attention, or take the place of the one with it.
+        # One without a token would be taken for a call for attention, or take the place of the one with it.
         self.assertEqual(set(asked), {("token-of-the-desktop", asked[0][1])})
 
 

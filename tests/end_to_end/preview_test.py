@@ -160,7 +160,7 @@ class Preview:
 
     @in_windowed_desktop(DESK)
     def test_access_that_is_taken_away_and_given_back_while_the_window_is_open(self):
-        # The right to use cameras is the right to open PipeWire's socket.
+        # Permission to use cameras is permission to open PipeWire's socket.
         socket = Path(os.environ["XDG_RUNTIME_DIR"]) / "pipewire-0"
         self.open_preview(command=WITHOUT_OVERRIDE)
         self.wait_for_mirrored_picture()

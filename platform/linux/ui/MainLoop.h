@@ -6,8 +6,8 @@
 
 namespace platform_linux {
 
-/// Runs `work` on a later turn of the main loop. Thread-safe; `work` must bear that what it is about has
-/// gone.
+/// Runs `work` on a later turn of the main loop. Thread-safe; `work` may run after its owner is
+/// destroyed.
 void postToMainLoop(std::function<void()> work);
 
 /// One call on a later turn of the main loop, however often it is asked for before. Main thread only; a call

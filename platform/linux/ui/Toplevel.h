@@ -24,8 +24,8 @@ namespace platform_linux {
 /// more). The window must be realised.
 void moveTo(GtkWindow* window, WindowFrame::Position position);
 
-/// Has the next presentation of the window use `token`, the desktop's leave to come to the front. Main
-/// thread.
+/// Has the next presentation of the window use the activation token `token`, with which it may come to the
+/// front. Main thread.
 void useActivationToken(GtkWindow* window, const std::string& token);
 
 /// Presents the window as what the user asked for just now. On X11 desktops compare times: without a token

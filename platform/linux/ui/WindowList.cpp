@@ -87,7 +87,7 @@ GtkWindow* WindowList::current() const {
 void WindowList::activate() {
   GtkWindow* const front = current();
   if (!front) return;
-  // A Wayland compositor's leave is for one window; of any other it would tell the user that it wants them.
+  // On Wayland a token serves one window; any other would only be marked as calling for attention.
   if (!GDK_IS_WAYLAND_DISPLAY(gtk_widget_get_display(GTK_WIDGET(front))))
     for (GtkWindow* const window : windows_)
       if (isShown(window) && window != front) gtk_window_present(window);

@@ -55,7 +55,7 @@ class WindowList {
   std::vector<GtkWindow*> windows_;  ///< from back to front
   std::map<GtkWindow*, std::function<void()>> takeOff_;
   bool isWithdrawn_ = false;
-  /// The window for which the desktop's latest leave was used, until it has the keyboard; then null.
+  /// The window for which the latest activation token was used, until it has the keyboard; then null.
   GtkWindow* awaited_ = nullptr;
   std::string awaitedToken_;
 };
