@@ -16,8 +16,8 @@ class QuilloWindowController : public platform::NSWindowDelegate,
  public:
   QuilloWindowController(platform::AppKit& appKit, std::string windowNibName);
 
-  /// The window, loaded when it is first asked for; nothing while it cannot be loaded (no display yet, no such
-  /// layout).
+  /// The window, loaded when it is first asked for; nothing while it cannot be loaded (no display yet, no
+  /// such layout).
   std::shared_ptr<platform::NSWindow> window();
   /// Whether the window is on the screen. Asking loads nothing, so a run without windows stays one.
   [[nodiscard]] bool isWindowVisible() const;

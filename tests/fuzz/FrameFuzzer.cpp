@@ -101,7 +101,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   require(health.lostPart >= 0 && health.lostPart <= 1);
   const bool isPhoto = writePhoto(frame, fields.view % 2 != 0);
   if (!frame.isDamaged) require(isPhoto == health.isWhole());
-  if (health.isWhole() && frame.format == picture::PixelFormat::MJPG) require(picture::sizeOfJpeg(bytes).has_value());
+  if (health.isWhole() && frame.format == picture::PixelFormat::MJPG)
+    require(picture::sizeOfJpeg(bytes).has_value());
   showPreview(frame, fields.view, isPhoto);
   return 0;
 }

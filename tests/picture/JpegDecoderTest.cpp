@@ -144,7 +144,8 @@ TEST(JpegPhoto, ThatStatesATransformIsNotTurnedTwice) {
   frame.transform = picture::Transform::Rotated90;
   frame.bytes = withOrientation(jpeg, {false, 1});
   std::string failure;
-  EXPECT_TRUE(readAll(*picture::openPhotoRows(frame, false, failure)) == turnedClockwise(referenceDecode(jpeg)));
+  EXPECT_TRUE(readAll(*picture::openPhotoRows(frame, false, failure)) ==
+              turnedClockwise(referenceDecode(jpeg)));
 }
 
 TEST(JpegPhoto, RefusesAbsurdSizes) {

@@ -30,8 +30,8 @@ struct Event {
   bool asksForPhoto = false;
 };
 
-/// Everything that can happen. With three shots pending no further one is asked for, so that there is an end to
-/// what a run can become.
+/// Everything that can happen. With three shots pending no further one is asked for, so that there is an end
+/// to what a run can become.
 const std::vector<Event>& allEvents();
 
 std::string nameOf(Start start);

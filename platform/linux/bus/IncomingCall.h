@@ -11,7 +11,8 @@ namespace platform_linux {
 class IncomingCall {
  public:
   /// Takes over the invocation.
-  explicit IncomingCall(GDBusMethodInvocation* invocation) : invocation_(GObjectRef<GDBusMethodInvocation>::adopt(invocation)) {}
+  explicit IncomingCall(GDBusMethodInvocation* invocation)
+      : invocation_(GObjectRef<GDBusMethodInvocation>::adopt(invocation)) {}
   IncomingCall(IncomingCall&&) noexcept = default;
   /// A call that nobody answered is refused.
   ~IncomingCall();

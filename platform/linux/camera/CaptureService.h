@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "platform/Foundation/NSLog.h"
-#include "platform/linux/camera/DeliveryWorker.h"
 #include "platform/linux/camera/CameraList.h"
+#include "platform/linux/camera/DeliveryWorker.h"
 #include "platform/linux/camera/FrameExaminer.h"
 #include "platform/linux/camera/FrameSource.h"
 

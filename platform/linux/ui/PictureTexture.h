@@ -6,8 +6,8 @@
 #include <gtk/gtk.h>
 
 #include "picture/PreviewDecoder.h"
-#include "platform/linux/base/Worker.h"
 #include "platform/linux/base/Handles.h"
+#include "platform/linux/base/Worker.h"
 
 namespace platform_linux {
 

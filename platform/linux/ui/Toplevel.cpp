@@ -84,7 +84,8 @@ void moveTo(GtkWindow* window, WindowFrame::Position position) {
 void useActivationToken(GtkWindow* window, const std::string& token) {
   gtk_window_set_startup_id(window, token.c_str());
   // On Wayland, GTK looks for the token at the display: before 4.10 there only, later before it asks the
-  // compositor for one of its own, which no action of the user stands behind, and turns to that of the window.
+  // compositor for one of its own, which no action of the user stands behind, and turns to that of the
+  // window.
   G_GNUC_BEGIN_IGNORE_DEPRECATIONS
   GdkDisplay* const display = gtk_widget_get_display(GTK_WIDGET(window));
   if (GDK_IS_WAYLAND_DISPLAY(display))

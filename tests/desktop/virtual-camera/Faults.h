@@ -45,7 +45,8 @@ struct Faults {
   bool noStride = false;                 ///< no stride is told with a frame
   bool negativeStride = false;           ///< the stride is told as a negative number
   bool busy = false;                     ///< refuses every format with EBUSY
-  std::optional<std::uint64_t> busyFor;  ///< milliseconds from the first refusal until it is free, and plugged again
+  std::optional<std::uint64_t>
+      busyFor;  ///< milliseconds from the first refusal until it is free, and plugged again
 
   bool operator==(const Faults&) const = default;
 };

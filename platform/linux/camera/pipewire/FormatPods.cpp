@@ -71,7 +71,8 @@ Choice<T> choiceOf(const spa_pod* object, std::uint32_t key, std::uint32_t type)
   const spa_pod_prop* property = spa_pod_find_prop(object, nullptr, key);
   if (!property) return {};
   // Of a choice that is shorter than its own beginning the library counts thousands of millions of values.
-  if (property->value.type == SPA_TYPE_Choice && property->value.size < sizeof(spa_pod_choice_body)) return {};
+  if (property->value.type == SPA_TYPE_Choice && property->value.size < sizeof(spa_pod_choice_body))
+    return {};
   std::uint32_t count = 0;
   std::uint32_t kind = SPA_CHOICE_None;
   const spa_pod* values = spa_pod_get_values(&property->value, &count, &kind);
