@@ -96,6 +96,20 @@ TEST_F(CameraListOnPipeWire, CamerasGoAndComeBackWithTheDaemon) {
               ElementsAre("disconnected: door", "disconnected:", "connected: desk", "connected: desk door"));
 }
 
+TEST_F(CameraListOnPipeWire, ACameraIsThereAsLongAsItStatesAFormatOfUse) {
+  const auto desk = plugIn("desk", "modes=none");
+  plugIn("other");
+  start();
+  EXPECT_THAT(names(), ElementsAre("other"));
+  desk.ask("modes MJPG:640x480@30");
+  awaitNews(1);
+  desk.ask("modes H264:640x480@30");
+  awaitNews(2);
+  desk.ask("modes H264:640x480@30+NV12:640x480@30");
+  awaitNews(3);
+  EXPECT_THAT(news_, ElementsAre("connected: desk other", "disconnected: other", "connected: desk other"));
+}
+
 TEST_F(CameraListOnPipeWire, NeverNamesASharedScreen) {
   plugIn("meta-screen-cast-src", "title=,property=media.role=");
   plugIn("shared", "property=media.role=Screen");

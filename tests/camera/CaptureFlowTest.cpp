@@ -323,6 +323,46 @@ TEST_F(CaptureFlowTest, ACameraPluggedInAgainMayHaveItsBestModeBack) {
   EXPECT_THAT(outcomes_, ElementsAre(1920));
 }
 
+TEST_F(CaptureFlowTest, AStillIsOfTheModeThatTheCameraOffersByThen) {
+  source_->show({withThreeModes()});
+  start();
+  frame();
+  flow_->requestStill([this](const auto& frame, int) { outcomes_.push_back(frame ? frame->width : 0); });
+  auto changed = desk();
+  changed.modes = {{picture::PixelFormat::MJPG, 800, 600, {25, 1}}};
+  source_->show({changed});
+  loop_->advance(1ms);
+  settle();
+  EXPECT_THAT(outcomes_, ElementsAre(800));
+  EXPECT_EQ(source_->opened, 2);
+}
+
+TEST_F(CaptureFlowTest, AModeThatIsStillOfferedAmongOthersIsKept) {
+  start();
+  frame();
+  source_->show({withThreeModes()});
+  loop_->advance(1s);
+  EXPECT_EQ(source_->opened, 1);
+}
+
+TEST_F(CaptureFlowTest, ARefusedModeIsTriedAgainWhenTheCameraOffersOtherOnes) {
+  source_->show({withThreeModes()});
+  source_->refusal = EINVAL;
+  source_->grantedPixels = 640 * 480;
+  start();
+  loop_->advance(10ms);
+  frame();
+  source_->refusal.reset();
+  auto changed = withThreeModes();
+  changed.modes.pop_back();
+  source_->show({changed});
+  loop_->advance(100ms);
+  flow_->requestStill([this](const auto& frame, int) { outcomes_.push_back(frame ? frame->width : 0); });
+  loop_->run();
+  settle();
+  EXPECT_THAT(outcomes_, ElementsAre(1920));
+}
+
 TEST_F(CaptureFlowTest, AStillOfACameraThatStaysBusyFailsWithTheReason) {
   source_->refusal = EBUSY;
   start();

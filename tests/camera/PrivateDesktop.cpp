@@ -1,8 +1,11 @@
 #include "tests/camera/PrivateDesktop.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <sys/socket.h>
@@ -64,6 +67,16 @@ std::vector<std::string>& controlsOfCameras() {
 
 std::string VirtualCamera::ask(const std::string& request) const {
   return askAt(control_, request);
+}
+
+std::vector<std::uint8_t> contents(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+bool isADeliveredFrame(const std::vector<std::uint8_t>& bytes, const VirtualCamera& camera) {
+  const std::filesystem::directory_iterator frames(camera.dumpFolder());
+  return std::any_of(begin(frames), end(frames), [&](auto& file) { return contents(file.path()) == bytes; });
 }
 
 VirtualCamera plugIn(const std::string& name, const std::string& spec) {

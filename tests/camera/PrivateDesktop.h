@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace camera_test {
 
@@ -21,6 +23,11 @@ class VirtualCamera {
   std::string control_;
   std::filesystem::path dumpFolder_;
 };
+
+[[nodiscard]] std::vector<std::uint8_t> contents(const std::filesystem::path& file);
+
+/// Whether the camera has sent exactly these bytes as one of its frames.
+[[nodiscard]] bool isADeliveredFrame(const std::vector<std::uint8_t>& bytes, const VirtualCamera& camera);
 
 /// Plugs in a camera; `spec` as tests/desktop describes it, without name and dump.
 VirtualCamera plugIn(const std::string& name, const std::string& spec = "");

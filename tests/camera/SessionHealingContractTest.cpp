@@ -1,4 +1,5 @@
 // Streams end while a session runs, and the session goes on by itself.
+#include "picture/PixelLayout.h"
 #include "platform/linux/photo/LivePicture.h"
 #include "tests/camera/CameraFixture.h"
 
@@ -47,6 +48,45 @@ TEST_F(SessionHealing, AStillWaitsForACameraThatComesBack) {
   camera.ask("plug");
   awaitOutcomes(rig, 1);
   EXPECT_EQ(rig.delegate->outcomes()[0].error, 0);
+}
+
+class FormatChange : public SessionHealing, public testing::WithParamInterface<std::string> {};
+
+TEST_P(FormatChange, AStillThatWaitsIsAPictureOfTheNewFormat) {
+  const auto camera = plugIn("desk", kMode);
+  start();
+  const Rig rig = runningRig("desk");
+  camera.ask("wait-frames 5");
+  rig.capture();
+  camera.ask("modes " + GetParam());
+  awaitOutcomes(rig, 1);
+  const Outcome outcome = rig.delegate->outcomes()[0];
+  ASSERT_EQ(outcome.error, 0);
+  const picture::Frame& frame = outcome.picture->frame();
+  EXPECT_TRUE(GetParam().starts_with(picture::PixelLayout::of(frame.format).name));
+  EXPECT_THAT(GetParam(),
+              testing::HasSubstr(std::to_string(frame.width) + "x" + std::to_string(frame.height)));
+  EXPECT_TRUE(isADeliveredFrame(frame.bytes, camera));
+}
+
+INSTANTIATE_TEST_SUITE_P(To, FormatChange,
+                         testing::Values("MJPG:320x240@30", "YUY2:640x480@30", "NV12:160x120@30",
+                                         "MJPG:1280x720@15", "MJPG:640x480@15"));
+
+TEST_F(SessionHealing, ThePreviewGoesOnWhenTheCameraChangesItsFormat) {
+  const auto camera = plugIn("desk", kMode);
+  start();
+  const Rig rig = runningRig("desk");
+  watch(rig);
+  awaitFrames(3);
+  camera.ask("modes YUY2:320x240@30");
+  const auto& picture = dynamic_cast<platform_linux::LivePicture&>(*rig.layer);
+  turnUntil([&] {
+    const auto frame = picture.latestFrame();
+    return frame && frame->width == 320;
+  });
+  EXPECT_EQ(picture.latestFrame()->format, picture::PixelFormat::YUY2);
+  awaitFrames(3);
 }
 
 TEST_F(SessionHealing, AStillWaitsForADaemonThatComesBack) {

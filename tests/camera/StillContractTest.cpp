@@ -20,17 +20,6 @@ class Still : public CameraFixture {
   void TearDown() override { end(); }
 };
 
-std::vector<std::uint8_t> contents(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-// Whether the camera has sent exactly these bytes as one of its frames.
-bool isADeliveredFrame(const std::vector<std::uint8_t>& bytes, const VirtualCamera& camera) {
-  const std::filesystem::directory_iterator frames(camera.dumpFolder());
-  return std::any_of(begin(frames), end(frames), [&](auto& file) { return contents(file.path()) == bytes; });
-}
-
 // The number of the newest frame that the camera has sent; the files' names are numbers.
 int newestFrame(const VirtualCamera& camera) {
   int newest = 0;

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Which cameras there are and which one comes first, among all that PipeWire shows as sources of pictures."""
 
+import subprocess
 import unittest
 
 import pixels
@@ -60,6 +61,25 @@ class Order(ToolTest):
         tool = Tool()
         self.assertEqual(tool.run(), 0, tool.log())
         self.assert_one_photo(tool)
+
+
+class Ports(ToolTest):
+    """Nodes that state their formats at their ports only, as those of modules and of filters do."""
+
+    @in_desktop()
+    def test_the_pattern_of_the_daemons_own_source(self):
+        properties = ("factory.name=videotestsrc library.name=videotestsrc/libspa-videotestsrc node.name=pattern "
+                      "node.description=Pattern media.class=Video/Source media.role=Camera object.linger=1")
+        subprocess.run(["pw-cli", "create-node", "spa-node-factory", f"{{ {properties} }}"], check=True,
+                       capture_output=True)
+        tool = Tool()
+        self.assertEqual(tool.run(), 0, tool.log())
+        picture = pixels.decode_png(self.assert_one_photo(tool))
+        self.assertEqual((picture.width, picture.height), (320, 240))
+        # The colour bars of SMPTE from the right, as photos are mirrored: grey, yellow, cyan, green, magenta, red, blue.
+        bars = [tuple(level > 100 for level in picture.at(1 - (bar + 0.5) / 7, 0.2)) for bar in range(7)]
+        self.assertEqual(bars, [(True, True, True), (True, True, False), (False, True, True), (False, True, False),
+                                (True, False, True), (True, False, False), (False, False, True)])
 
 
 class NoCameras(ToolTest):

@@ -79,6 +79,15 @@ class SilentRun(ToolTest):
         picture = self.assert_photo(Tool().start())
         self.assertGreater(picture.at(0.97, 0.5)[0], 200)
 
+    @in_desktop(DESK)
+    def test_the_camera_changes_its_format(self):
+        tool = Tool().start()
+        with CameraLine(1) as desk:
+            desk.ask("wait-frames 20")
+            desk.ask("modes NV12:322x242@30")
+        picture = self.assert_photo(tool)
+        self.assertEqual((picture.width, picture.height), (322, 242))
+
     @in_desktop(RED, GREEN)
     def test_the_camera_goes_while_the_session_manager_is_held_up(self):
         with Streams() as streams, CameraLine(1) as red:
@@ -126,6 +135,16 @@ class Preview:
         control("camera", "1", "suspend")
         control("camera", "1", "wait-streaming")
         self.assert_lives(tool, "red")
+
+    @in_windowed_desktop(RED)
+    def test_the_camera_changes_its_format(self):
+        tool = self.open_preview()
+        self.wait_for_preview_colour("red")
+        control("camera", "1", "modes", "YUY2:320x240@30")
+        control("camera", "1", "wait-streaming")
+        self.assert_lives(tool, "red")
+        picture = pixels.decode_png(tool.photos()[0])
+        self.assertEqual((picture.width, picture.height), (320, 240))
 
     @in_windowed_desktop(f"{RED},fault=busy:2000")
     def test_another_program_lets_go_of_the_camera(self):

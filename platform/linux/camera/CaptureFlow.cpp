@@ -91,7 +91,8 @@ void CaptureFlow::openStream() {
   stills_->restart();
   seenBySilence_ = arrived_;
   arrivedBefore_ = arrived_;
-  stream_ = service_->open(*camera, *mode, *this);
+  mode_ = *mode;
+  stream_ = service_->open(*camera, mode_, *this);
   silence_->startOnce(kCameraSilence);
 }
 
@@ -134,7 +135,12 @@ void CaptureFlow::abandon() {
 }
 
 void CaptureFlow::camerasChanged() {
-  if (!stream_) openStream();
+  if (!stream_) return openStream();
+  // A camera that offers its mode no more sends something else by now, or is waiting to be asked for it.
+  const auto chosen = chosenCamera();
+  const Camera* const camera = chosen ? service_->find(*chosen) : nullptr;
+  if (camera && std::find(camera->modes.begin(), camera->modes.end(), mode_) == camera->modes.end())
+    restart(ESTALE);
 }
 
 void CaptureFlow::request(StillAnswer answer) {

@@ -89,6 +89,7 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   const std::shared_ptr<StillQueue> stills_;
   std::vector<std::weak_ptr<FrameFeed>> feeds_;
   std::unique_ptr<FrameStream> stream_;
+  CameraMode mode_;                             // the stream's
   std::unique_ptr<CameraLoop::Timer> restart_;  // while the flow is started
   std::unique_ptr<CameraLoop::Timer> silence_;  // while the flow is started
   RestartPace pace_;

@@ -21,7 +21,8 @@ class ModeChoice {
   [[nodiscard]] bool refused(int error);
 
  private:
-  std::uint64_t serial_ = 0;  // whose modes these are
+  std::uint64_t serial_ = 0;         // whose modes these are
+  std::vector<CameraMode> offered_;  // when they were chosen from last
   std::vector<CameraMode> left_;
   std::optional<CameraMode> last_;
   bool areAllRefused_ = false;  // each has been, at one time

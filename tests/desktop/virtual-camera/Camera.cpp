@@ -172,6 +172,24 @@ void Camera::suspend() {
   if (stream_) connection_->suspendNode(stream_->nodeId());
 }
 
+bool Camera::isOffered(const NegotiatedFormat& format) const {
+  return std::any_of(spec_.modes.begin(), spec_.modes.end(), [&](const Mode& mode) {
+    return mode.format == format.format && mode.width == format.width && mode.height == format.height &&
+           std::find(mode.rates.begin(), mode.rates.end(),
+                     Rate(format.rateNumerator, format.rateDenominator)) != mode.rates.end();
+  });
+}
+
+void Camera::offer(std::vector<Mode> modes) {
+  spec_.modes = std::move(modes);
+  if (!stream_) return;
+  stream_->offer(spec_.modes);
+  if (state_ != State::kStreaming || isOffered(*format_)) return;
+  // What the sensor sends now is another picture, which nobody has asked for.
+  setTimer(timer_, 0, 0);
+  change(State::kIdle);
+}
+
 FrameLayout Camera::chooseFormat(const NegotiatedFormat& format) {
   refuseWhileBusy();
   format_ = format;

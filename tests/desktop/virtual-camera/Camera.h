@@ -52,6 +52,9 @@ class Camera {
   /// Has the daemon suspend the node, as when the system sleeps: its users lose format and buffers.
   void suspend();
 
+  /// Offers these modes instead. Nothing is delivered any more in a mode that is not among them.
+  void offer(std::vector<Mode> modes);
+
   /// The faults that may be changed while the camera lives.
   Faults& faults() { return faults_; }
 
@@ -90,6 +93,7 @@ class Camera {
   void refuseWhileBusy();
   void release();
   FrameLayout chooseFormat(const NegotiatedFormat& format);
+  bool isOffered(const NegotiatedFormat& format) const;
   void streamStateChanged(pw_stream_state state);
   void startRun();
   void setTimer(const Source& timer, std::uint64_t firstNanoseconds, std::uint64_t intervalNanoseconds);

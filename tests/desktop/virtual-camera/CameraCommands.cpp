@@ -3,6 +3,7 @@
 #include <charconv>
 #include <map>
 #include <sstream>
+#include <stdexcept>
 #include <utility>
 
 namespace virtual_camera {
@@ -44,6 +45,7 @@ void CameraCommands::handle(const std::string& request, Reply reply) {
   if (!surplus.empty()) return reply.error("too many words: " + request);
   if (handleWait(verb, value, reply)) return;
   if (handleFault(verb, value)) return reply.ok(camera_.describe());
+  if (verb == "modes") return offerModes(value, reply);
   if (!value.empty()) return reply.error("no such request: " + request);
   if (verb == "plug") return camera_.plug(answer(std::move(reply), camera_));
   if (verb == "unplug") return camera_.unplug(answer(std::move(reply), camera_));
@@ -62,6 +64,15 @@ void CameraCommands::handle(const std::string& request, Reply reply) {
   else if (verb != "state")
     return reply.error("no such request: " + request);
   reply.ok(camera_.describe());
+}
+
+void CameraCommands::offerModes(const std::string& modes, const Reply& reply) {
+  try {
+    camera_.offer(parseModes(modes));
+    reply.ok(camera_.describe());
+  } catch (const std::invalid_argument& error) {
+    reply.error(error.what());
+  }
 }
 
 bool CameraCommands::handleFault(const std::string& fault, const std::string& value) {

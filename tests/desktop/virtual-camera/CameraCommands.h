@@ -24,6 +24,7 @@ class CameraCommands {
     Reply reply;
   };
 
+  void offerModes(const std::string& modes, const Reply& reply);
   bool handleFault(const std::string& fault, const std::string& value);
   bool handleWait(const std::string& event, const std::string& value, const Reply& reply);
   /// What a "wait-…" request waits for; empty when there is no such request.

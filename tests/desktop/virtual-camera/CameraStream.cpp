@@ -57,6 +57,13 @@ std::uint32_t dataTypes(Memory memory) {
   return 1U << SPA_DATA_MemFd | 1U << SPA_DATA_MemPtr;
 }
 
+PodList podsOf(const std::vector<Mode>& modes, const Colorimetry& colorimetry) {
+  PodList pods;
+  for (const auto& mode : modes)
+    pods.addMode(mode, colorimetry);
+  return pods;
+}
+
 std::int64_t monotonicNanoseconds() {
   using std::chrono::nanoseconds;
   return std::chrono::duration_cast<nanoseconds>(std::chrono::steady_clock::now().time_since_epoch()).count();
@@ -80,9 +87,7 @@ CameraStream::CameraStream(pw_core* core, const CameraSpec& spec, std::optional<
     return handlers;
   }();
   pw_stream_add_listener(stream_.get(), &hook_, &kEvents, this);
-  PodList modes;
-  for (const auto& mode : spec.modes)
-    modes.addMode(mode, spec.colorimetry);
+  PodList modes = podsOf(spec.modes, spec.colorimetry);
   const auto flags = static_cast<pw_stream_flags>(
       PW_STREAM_FLAG_DRIVER | (allocates(spec) ? PW_STREAM_FLAG_ALLOC_BUFFERS : PW_STREAM_FLAG_MAP_BUFFERS));
   const int result =
@@ -97,6 +102,11 @@ CameraStream::~CameraStream() {
 void CameraStream::deliver() {
   due_ = true;
   pw_stream_trigger_process(stream_.get());
+}
+
+void CameraStream::offer(const std::vector<Mode>& modes) {
+  PodList pods = podsOf(modes, spec_.colorimetry);
+  pw_stream_update_params(stream_.get(), pods.data(), pods.size());
 }
 
 void CameraStream::fail(int code, const char* message) {

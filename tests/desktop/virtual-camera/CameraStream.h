@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <vector>
 
 #include <pipewire/pipewire.h>
 
@@ -48,6 +49,9 @@ class CameraStream {
 
   /// Drives one cycle of the graph, in which `Events::fill` gives the frame.
   void deliver();
+
+  /// From now on the node offers these modes instead.
+  void offer(const std::vector<Mode>& modes);
 
   /// Fails the node as a broken device does. `code` is an errno.
   void fail(int code, const char* message);

@@ -2,10 +2,8 @@
 
 #include <cstdlib>
 #include <span>
-#include <utility>
 
 #include "platform/linux/camera/pipewire/ErrorMessage.h"
-#include "platform/linux/camera/pipewire/FormatPods.h"
 #include "platform/linux/camera/pipewire/PipeWireCalls.h"
 
 namespace platform_linux {
@@ -27,7 +25,7 @@ const pw_node_events& CameraNode::events() {
     };
     events.param = [](void* self, int, std::uint32_t id, std::uint32_t, std::uint32_t,
                       const spa_pod* parameter) noexcept {
-      if (id == SPA_PARAM_EnumFormat) static_cast<CameraNode*>(self)->onFormat(parameter);
+      if (id == SPA_PARAM_EnumFormat) static_cast<CameraNode*>(self)->formats_.add(parameter);
     };
     return events;
   }();
@@ -35,7 +33,7 @@ const pw_node_events& CameraNode::events() {
 }
 
 CameraNode::CameraNode(pw_registry* registry, std::uint32_t id, const spa_dict& properties, Client& client)
-    : client_(client), serial_(serialOf(properties)) {
+    : registry_(registry), client_(client), serial_(serialOf(properties)) {
   properties_.merge(properties);
   node_ = bindNode(registry, id);
   if (node_) addNodeListener(node_, listener_, events(), this);
@@ -47,9 +45,40 @@ CameraNode::~CameraNode() {
   pw_proxy_destroy(reinterpret_cast<pw_proxy*>(node_));
 }
 
+void CameraNode::addPort(std::uint32_t id) {
+  ports_[id] = nullptr;
+}
+
 void CameraNode::finish() {
-  if (std::exchange(isAsking_, false)) modes_ = std::move(incomingModes_);
+  formats_.finish();
+  for (const auto& [id, port] : ports_)
+    if (port) port->finish();
   isWhole_ = true;
+  if (!isUsable()) askPorts();
+}
+
+// Only once each: a port tells by itself when its formats change.
+void CameraNode::askPorts() {
+  for (auto& [id, port] : ports_) {
+    if (port) continue;
+    isWhole_ = false;
+    port = std::make_unique<CameraPort>(registry_, id, [this] { client_.nodeIsAsking(); });
+  }
+}
+
+std::vector<CameraMode> CameraNode::modes() const {
+  if (!formats_.modes().empty()) return formats_.modes();
+  std::vector<CameraMode> modes;
+  for (const auto& [id, port] : ports_)
+    if (port) modes.insert(modes.end(), port->formats().modes().begin(), port->formats().modes().end());
+  return modes;
+}
+
+std::set<std::string> CameraNode::codedFormats() const {
+  std::set<std::string> names = formats_.codedFormats();
+  for (const auto& [id, port] : ports_)
+    if (port) names.insert(port->formats().codedFormats().begin(), port->formats().codedFormats().end());
+  return names;
 }
 
 void CameraNode::onInfo(const pw_node_info& info) {
@@ -60,19 +89,9 @@ void CameraNode::onInfo(const pw_node_info& info) {
     client_.nodeIsAsking();
   }
   if (!(info.change_mask & PW_NODE_CHANGE_MASK_PARAMS)) return;
-  for (const auto& parameter : std::span(info.params, info.n_params)) {
-    if (parameter.id != SPA_PARAM_EnumFormat || !(parameter.flags & SPA_PARAM_INFO_READ)) continue;
-    isAsking_ = true;
-    incomingModes_.clear();
+  if (formats_.mustBeAskedFor(std::span(info.params, info.n_params)))
     askForParameter(node_, SPA_PARAM_EnumFormat);
-    client_.nodeIsAsking();
-  }
-}
-
-void CameraNode::onFormat(const spa_pod* format) {
-  const auto modes = modesOfFormatPod(format);
-  if (modes.empty()) codedFormats_.insert(formatName(format));
-  incomingModes_.insert(incomingModes_.end(), modes.begin(), modes.end());
+  client_.nodeIsAsking();
 }
 
 }  // namespace platform_linux

@@ -1,6 +1,7 @@
 #include "platform/linux/camera/pipewire/CameraRegistry.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <string_view>
 #include <utility>
 
@@ -72,6 +73,8 @@ void CameraRegistry::synced(int sequence) {
   if (sequence != awaitedSync_) return;
   for (auto& [id, node] : nodes_)
     node->finish();
+  // Some nodes have their ports asked then.
+  if (sequence != awaitedSync_) return;
   isComplete_ = true;
   tell();
 }
@@ -89,6 +92,8 @@ void CameraRegistry::onGlobal(std::uint32_t id, const char* type, const spa_dict
   const std::string_view kind(type);
   if (kind == PW_TYPE_INTERFACE_Node && property(*properties, PW_KEY_MEDIA_CLASS).starts_with("Video/Source"))
     nodes_[id] = std::make_unique<CameraNode>(registry_, id, *properties, *this);
+  else if (CameraNode* const node = kind == PW_TYPE_INTERFACE_Port ? nodeOfPort(*properties) : nullptr)
+    node->addPort(id);
   else if (kind == PW_TYPE_INTERFACE_Device && isCameraDevice(*properties))
     devices_.insert(id);
   else if (kind == PW_TYPE_INTERFACE_Client && isSessionManager(*properties))
@@ -98,7 +103,17 @@ void CameraRegistry::onGlobal(std::uint32_t id, const char* type, const spa_dict
   awaitedSync_ = connection_.sync();
 }
 
+CameraNode* CameraRegistry::nodeOfPort(const spa_dict& properties) const {
+  if (property(properties, PW_KEY_PORT_DIRECTION) != "out") return nullptr;
+  const char* const node = spa_dict_lookup(&properties, PW_KEY_NODE_ID);
+  const auto found =
+      node ? nodes_.find(static_cast<std::uint32_t>(std::strtoul(node, nullptr, 10))) : nodes_.end();
+  return found != nodes_.end() ? found->second.get() : nullptr;
+}
+
 void CameraRegistry::onGlobalRemoved(std::uint32_t id) {
+  for (auto& [nodeId, node] : nodes_)
+    node->removePort(id);
   const std::size_t gone = nodes_.erase(id) + devices_.erase(id) + managers_.erase(id);
   if (gone > 0 && isComplete_) tell();
 }

@@ -41,6 +41,8 @@ class CameraRegistry final : public CameraNode::Client {
   void nodeFailed(const CameraNode& node, int error) override;
   void onGlobal(std::uint32_t id, const char* type, const spa_dict* properties);
   void onGlobalRemoved(std::uint32_t id);
+  /// The camera's node to which a port of these properties belongs, if pictures come out of it.
+  [[nodiscard]] CameraNode* nodeOfPort(const spa_dict& properties) const;
   [[nodiscard]] bool mayExpectMore() const;
   void tell();
 

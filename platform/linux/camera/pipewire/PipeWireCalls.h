@@ -60,6 +60,19 @@ inline void askForParameter(pw_node* node, std::uint32_t parameter) {
   pw_node_enum_params(node, 0, parameter, 0, std::numeric_limits<std::uint32_t>::max(), nullptr);
 }
 
+/// The same for a port.
+inline pw_port* bindPort(pw_registry* registry, std::uint32_t id) {
+  return static_cast<pw_port*>(pw_registry_bind(registry, id, PW_TYPE_INTERFACE_Port, PW_VERSION_PORT, 0));
+}
+
+inline void addPortListener(pw_port* port, spa_hook& listener, const pw_port_events& events, void* data) {
+  pw_port_add_listener(port, &listener, &events, data);
+}
+
+inline void askForParameter(pw_port* port, std::uint32_t parameter) {
+  pw_port_enum_params(port, 0, parameter, 0, std::numeric_limits<std::uint32_t>::max(), nullptr);
+}
+
 #pragma GCC diagnostic pop
 
 }  // namespace platform_linux
