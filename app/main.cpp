@@ -4,6 +4,7 @@
 
 #include "app/AppDelegate.h"
 #include "notifications/NotificationIdentifiers.h"
+#include "platform/linux/base/StandardStreams.h"
 #include "platform/linux/composition/LinuxPlatform.h"
 #include "suite/Suite.h"
 
@@ -36,6 +37,7 @@ platform_linux::NotificationActions notificationActions() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  platform_linux::openMissingStandardStreams();
   if (answered(argc, argv)) return 0;
   const std::string tool = camera_shot::AppDelegate::kToolIdentifier;
   platform_linux::LinuxPlatform desktop({.identifier = "com.verrano.quillo.CameraShot",

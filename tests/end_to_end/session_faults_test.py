@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """No bus, no display, two starts at once, and being asked to end."""
 
+import os
 import subprocess
 import unittest
 
@@ -19,6 +20,15 @@ class Session(ToolTest):
     def test_with_a_dead_bus_address_the_photo_is_taken(self):
         tool = Tool(environment={"DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent/bus"})
         self.assertEqual(tool.run(), 0, tool.log())
+        self.assert_one_photo(tool)
+
+    @in_desktop(HD)
+    def test_nothing_takes_the_place_of_standard_streams_that_are_closed(self):
+        tool = Tool(command=["sh", "-c", 'exec "$0" <&- >&- 2>&-']).start()
+        tool.wait_for_event("Start")
+        streams = [os.readlink(f"/proc/{tool.process.pid}/fd/{number}") for number in range(3)]
+        self.assertEqual(streams, ["/dev/null"] * 3)
+        self.assertEqual(tool.wait(), 0)
         self.assert_one_photo(tool)
 
     @in_desktop(HD)
