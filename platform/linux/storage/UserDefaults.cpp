@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
@@ -25,9 +24,6 @@ namespace fs = std::filesystem;
 
 /// How long a chain of links is followed, as the kernel does (path_resolution(7)).
 constexpr int kMostLinks = 40;
-
-/// How long a write waits for others, which hold the lock for some milliseconds.
-constexpr std::chrono::milliseconds kLockPatience{250};
 
 /// The file behind `path`, whether it exists or not: the end of the links.
 std::string linkTarget(const std::string& path) {
@@ -85,8 +81,9 @@ std::string nowForFileName() {
 
 }  // namespace
 
-UserDefaults::UserDefaults(std::string path, std::string group, platform::NSLog& log)
-    : path_(std::move(path)), group_(std::move(group)), log_(log), file_(load()) {
+UserDefaults::UserDefaults(std::string path, std::string group, platform::NSLog& log,
+                           std::chrono::milliseconds patience)
+    : path_(std::move(path)), group_(std::move(group)), log_(log), patience_(patience), file_(load()) {
   if (!file_) file_.reset(g_key_file_new());
 }
 
@@ -183,7 +180,7 @@ bool UserDefaults::synchronize() {
 
 FileDescriptor UserDefaults::lockFolder(const std::string& folder) const {
   FileDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (descriptor && lockWithin(descriptor.get(), kLockPatience) == EWOULDBLOCK)
+  if (descriptor && lockWithin(descriptor.get(), patience_) == EWOULDBLOCK)
     log_.log("Another program keeps " + folder + " locked; the settings there are written all the same");
   return descriptor;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -29,8 +30,9 @@ namespace platform_linux {
 class UserDefaults : public platform::NSUserDefaults {
  public:
   /// `path` of the file, which need not exist; `group` must not be empty nor hold brackets. `log` outlives
-  /// this.
-  UserDefaults(std::string path, std::string group, platform::NSLog& log);
+  /// this. `patience` is how long a write waits for others, which hold the lock for some milliseconds.
+  UserDefaults(std::string path, std::string group, platform::NSLog& log,
+               std::chrono::milliseconds patience = std::chrono::milliseconds(250));
   ~UserDefaults() override;
 
   [[nodiscard]] bool objectForKey(const std::string& key) const override;
@@ -58,6 +60,7 @@ class UserDefaults : public platform::NSUserDefaults {
   const std::string path_;
   const std::string group_;
   platform::NSLog& log_;
+  const std::chrono::milliseconds patience_;
 
   mutable std::mutex mutex_;
   GKeyFileHandle file_;
