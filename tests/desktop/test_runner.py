@@ -57,7 +57,7 @@ class Privacy(unittest.TestCase):
     def test_nothing_of_the_callers_session_leaks_in(self):
         foreign = {name: "foreign" for name in (
             "DBUS_SESSION_BUS_ADDRESS", "DISPLAY", "GDK_BACKEND", "GIO_EXTRA_MODULES", "GTK_THEME", "LANGUAGE",
-            "LC_MESSAGES", "PIPEWIRE_REMOTE", "WAYLAND_DISPLAY", "XAUTHORITY", "XDG_CONFIG_DIRS",
+            "G_DEBUG", "LC_MESSAGES", "PIPEWIRE_REMOTE", "PYTHONPATH", "SWAYSOCK", "WAYLAND_DISPLAY", "XAUTHORITY", "XDG_CONFIG_DIRS",
             "XDG_CURRENT_DESKTOP", "CAMERA_9_PID")}
         result = run("--", "env", env=os.environ | foreign)
         self.assertEqual(result.returncode, 0)
@@ -72,6 +72,15 @@ class Privacy(unittest.TestCase):
                 self.assertTrue(path.startswith(desktop.folder + "/"), name)
                 self.assertEqual(os.stat(path).st_mode & 0o777, 0o700, name)
             self.assertEqual(os.stat(desktop.folder).st_mode & 0o777, 0o700)
+
+    def test_a_folder_for_temporary_files_whose_name_is_too_long_for_sockets_is_no_hindrance(self):
+        with tempfile.TemporaryDirectory() as folder:
+            long = os.path.join(folder, 80 * "x")
+            os.mkdir(long)
+            for display in ("--display", "--wayland"):
+                result = run(display, "--", "true", env=os.environ | {"TMPDIR": long})
+                self.assertEqual(result.returncode, 0, result.stderr)
+            self.assertEqual(os.listdir(long), [])
 
     def test_the_pictures_folder_is_in_the_private_home(self):
         with Session() as desktop:
@@ -199,13 +208,13 @@ class NothingLeft(unittest.TestCase):
             os.mkfifo(started)
             with open(os.path.join(services, "com.example.Sleeper.service"), "w") as file:
                 file.write("[D-BUS Service]\nName=com.example.Sleeper\n"
-                           f"Exec=/bin/sh -c 'echo started >{started}; exec sleep infinity'\n")
+                           f"Exec=/bin/sh -c 'echo $$ >{started}; exec sleep infinity'\n")
             process, folder, processes = self.start(
                 "--service-dir", services,
                 end=f"dbus-send --session --dest=com.example.Sleeper / a.b.c; cat {started}; exec sleep infinity")
-            self.assertEqual(read_line(process), "started")
+            service = int(read_line(process))
             with_service = processes_of(folder)
-            self.assertGreater(len(with_service), len(processes))
+            self.assertIn(service, with_service)
             process.terminate()
             process.wait(session.SECONDS)
             self.assertTrue(all_ended(with_service.values()))

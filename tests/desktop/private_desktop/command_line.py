@@ -3,7 +3,6 @@
 import glob
 import os
 import sys
-import tempfile
 
 from .desktop import Desktop
 from .failures import DesktopError
@@ -11,6 +10,7 @@ from .file_manager import MANAGERS
 from .guard import run_guarded
 from .notifications import SERVICES
 from .options import runner
+from .surroundings import make_folder
 
 _SOURCE = os.path.dirname(os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__)))))
 
@@ -74,5 +74,5 @@ def _work(folder, options):
 def main(arguments):
     """Returns the exit status."""
     options = _parse(arguments)
-    folder = tempfile.mkdtemp(prefix="camera-desktop-")
+    folder = make_folder()
     return run_guarded(folder, options.keep, lambda: _work(folder, options))

@@ -2,20 +2,30 @@
 
 import os
 import re
-
-from .failures import DesktopError
+import tempfile
 
 # Nothing of these leaks in from the session in which the runner is started.
-_FOREIGN = ("ALSA_", "AT_SPI_", "CAMERA_DESKTOP_", "DBUS_", "DESKTOP_", "GDK_", "GIO_", "GNOME_", "GSETTINGS_", "GSK_", "GTK",
-            "ICEAUTHORITY", "KDE_", "LANGUAGE", "LC_", "NO_AT_BRIDGE", "NOTIFY_SOCKET", "PIPEWIRE_", "PULSE_", "QT_",
-            "SESSION_MANAGER", "SPA_", "WAYLAND_", "WIREPLUMBER_", "XAUTHORITY", "XDG_")
-_FOREIGN_EXACTLY = ("DISPLAY", "LANG")
+_FOREIGN = ("ADW_", "ALSA_", "AT_SPI_", "CAMERA_DESKTOP_", "DBUS_", "DESKTOP_", "GDK_", "GIO_", "GNOME_", "GSETTINGS_", "GSK_",
+            "GTK", "G_", "ICEAUTHORITY", "KDE_", "LANGUAGE", "LC_", "NO_AT_BRIDGE", "NOTIFY_SOCKET", "PIPEWIRE_", "PULSE_",
+            "QT_", "SESSION_MANAGER", "SPA_", "SWAYSOCK", "WAYLAND_", "WIREPLUMBER_", "WLR_", "XAUTHORITY", "XCURSOR_", "XDG_",
+            "XKB_")
+_FOREIGN_EXACTLY = ("DISPLAY", "LANG", "PYTHONHOME", "PYTHONPATH", "PYTHONWARNINGS")
 _FOREIGN_CAMERA = re.compile(r"CAMERA_\d+_")
 
 _USER_FOLDERS = {"DESKTOP": "Desktop", "DOCUMENTS": "Documents", "DOWNLOAD": "Downloads", "MUSIC": "Music",
                  "PICTURES": "Pictures", "PUBLICSHARE": "Public", "TEMPLATES": "Templates", "VIDEOS": "Videos"}
 
 _LONGEST_SOCKET_PATH = 107  # sun_path of sockaddr_un, without its final zero
+_LONGEST_SOCKET = "sway-ipc.65534.4194304.sock"  # with a user's number and the largest of a process
+
+
+def make_folder():
+    """A folder for a desktop: where temporary files belong, unless the paths of sockets would be too long there."""
+    prefix = "camera-desktop-"
+    parent = tempfile.gettempdir()
+    if len(os.fsencode(os.path.join(parent, f"{prefix}XXXXXXXX", "run", _LONGEST_SOCKET))) > _LONGEST_SOCKET_PATH:
+        parent = "/tmp"
+    return tempfile.mkdtemp(prefix=prefix, dir=parent)
 
 
 class Surroundings:
@@ -27,8 +37,6 @@ class Surroundings:
         self.config = self._make("config")
         self.logs = self._make("log")
         self.runtime = self._make("run")
-        if len(self.path("run", "pipewire-0-manager.lock")) > _LONGEST_SOCKET_PATH:
-            raise DesktopError(f"the path {folder} is too long for sockets: choose a shorter TMPDIR")
         self._make_user_folders()
         self.environment = self._private_environment(locale)
 
