@@ -36,6 +36,14 @@ class CameraChoice(WindowTest):
         self.assertEqual(self.next_photo(Tool(settings=self.settings(tool))), "green")
 
     @in_windowed_desktop(RED, GREEN, BLUE)
+    def test_the_mouse_chooses_a_camera(self):
+        tool = self.open_preferences()
+        self.open_camera_list()
+        self.click_in_camera_list("Blue camera")
+        self.wait_for_setting(tool, "VideoSourceID=blue")
+        self.wait_for_shown_camera("Blue camera")
+
+    @in_windowed_desktop(RED, GREEN, BLUE)
     def test_while_the_chosen_camera_is_away_the_first_one_shoots(self):
         tool = self.open_preferences()
         self.choose_camera("Blue camera", 2)
@@ -94,7 +102,6 @@ class CameraChoice(WindowTest):
         self.wait_for_preview_colour("red")
         control("camera", "2", "plug")
         self.wait_for_preview_colour("green")
-
 
     @in_windowed_desktop(RED, GREEN)
     def test_the_camera_that_the_popup_shows_can_be_chosen(self):

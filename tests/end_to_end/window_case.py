@@ -84,6 +84,16 @@ class WindowTest(ToolTest):
         self.windows.click("Camera", PREFERENCES)
         self.windows.wait_until(lambda objects: any(map(self._is_open_list, objects)), "the popup's list")
 
+    def click_in_camera_list(self, title):
+        """Clicks on a camera of the open list, on X11."""
+        # The first is the closed popup's own.
+        _, *items = [each for each in self.windows.objects() if each.role == "list item" and " camera" in each.name]
+        middle = sum(each.y for each in items) / len(items)
+        item = next(each for each in items if each.name == title)
+        # What is around the items is nearly the same above and below them, whatever the toolkit tells of it.
+        x, y, width, height = self.windows.screen.popup_frame()
+        self.windows.screen.click(x + width // 2, y + height // 2 + round(item.y - middle))
+
     def chosen_camera(self):
         """The title that the closed popup shows."""
         return next(each.name for each in self.windows.objects() if self._is_camera_title(each))

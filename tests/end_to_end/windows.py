@@ -58,6 +58,10 @@ class X11Screen:
     def type(text):
         subprocess.run(["xdotool", "type", text], check=True)
 
+    def popup_frame(self):
+        """Of the list that is open: its window has no title of its own."""
+        return self.frame(APPLICATION)
+
     def frame(self, title):
         """x, y, width and height of the window on the screen."""
         told = subprocess.run(["xdotool", "getwindowgeometry", "--shell", self._window(title)], check=True,
