@@ -1,14 +1,9 @@
-#include <cstdlib>
-#include <functional>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/linux/ui/MainLoop.h"
 #include "platform/linux/ui/Toplevel.h"
-#include "platform/linux/ui/WindowList.h"
 #include "tests/ui/support/Keyboard.h"
-#include "tests/ui/support/TestWindows.h"
+#include "tests/ui/support/WindowFixture.h"
 
 // Last: it brings macros with common names.
 #include <gdk/x11/gdkx.h>
@@ -18,79 +13,12 @@ namespace {
 using namespace ui_test;  // NOLINT(google-build-using-namespace)
 using testing::ElementsAre;
 
-const std::string kPreferencesTitle = "Preferences";
-const std::vector<std::string> kPreferencesHandlers{"onVideoSelect", "onPreviewChanged",
-                                                    "onOutputLocationChanged", "onDoneClicked"};
-
-class RecordingDelegate : public platform::NSWindowDelegate {
- public:
-  void windowDidBecomeKey() override { ++becameKey; }
-  void windowDidChangeOcclusionState() override { visible.push_back(window && window->isVisible()); }
-
-  std::shared_ptr<platform::NSWindow> window;
-  int becameKey = 0;
-  std::vector<bool> visible;  ///< what the window answers at each call
-};
-
-class WindowTest : public testing::Test {
- protected:
-  void SetUp() override { open(); }
-
-  void open() {
-    preview_ = ui_->loadNibNamed(
-        "PreviewWindowController",
-        recording({"shootButtonPressed", "closeButtonPressed", "preferencesButtonPressed"}));
-    ASSERT_TRUE(preview_);
-    window_ = preview_->window();
-    delegate_->window = window_;
-    window_->setDelegate(delegate_);
-  }
-
-  void close() {
-    delegate_->window = nullptr;
-    window_ = nullptr;
-    preview_ = nullptr;
-  }
-
-  platform::NSActions recording(const std::vector<std::string>& handlers) {
-    platform::NSActions actions;
-    for (const auto& handler : handlers)
-      actions[handler] = [this, handler] { calls_.push_back(handler); };
-    return actions;
-  }
-
-  GtkWindow* gtkWindow() { return toplevelWithTitle("Camera Shot"); }
-
-  void show() {
-    window_->makeKeyAndOrderFront();
-    ASSERT_TRUE(
-        runUntil([this] { return gtk_window_is_active(gtkWindow()) && !delegate_->visible.empty(); }));
-  }
-
-  /// When the user last turned to the program, as the toolkit tells the window manager.
-  static guint32 userTime() {
-    G_GNUC_BEGIN_IGNORE_DEPRECATIONS
-    return gdk_x11_display_get_user_time(gdk_display_get_default());
-    G_GNUC_END_IGNORE_DEPRECATIONS
-  }
-
-  /// Whatever was due has happened when this returns.
-  void settle() {
-    bool done = false;
-    platform_linux::postToMainLoop([&done] { done = true; });
-    ASSERT_TRUE(runUntil([&done] { return done; }));
-  }
-
-  bool waitForCalls(std::size_t count) {
-    return runUntil([this, count] { return calls_.size() >= count; });
-  }
-
-  TestUserInterface ui_;
-  std::unique_ptr<platform::NSNib> preview_;
-  std::shared_ptr<platform::NSWindow> window_;
-  std::shared_ptr<RecordingDelegate> delegate_ = std::make_shared<RecordingDelegate>();
-  std::vector<std::string> calls_;
-};
+/// When the user last turned to the program, as the toolkit tells the window manager.
+guint32 userTime() {
+  G_GNUC_BEGIN_IGNORE_DEPRECATIONS
+  return gdk_x11_display_get_user_time(gdk_display_get_default());
+  G_GNUC_END_IGNORE_DEPRECATIONS
+}
 
 TEST_F(WindowTest, IsNotOnTheScreenBeforeItIsShown) {
   EXPECT_FALSE(window_->isVisible());
@@ -213,131 +141,6 @@ TEST_F(WindowTest, WithoutAStoredFrameTheLayoutDecides) {
   EXPECT_EQ(height, 540);
 }
 
-/// Sees the keys that reach a window, before the window does.
-class KeySpy {
- public:
-  explicit KeySpy(GtkWindow* window) {
-    GtkEventController* const controller = gtk_event_controller_legacy_new();
-    gtk_event_controller_set_propagation_phase(controller, GTK_PHASE_CAPTURE);
-    g_signal_connect(
-        controller, "event",
-        G_CALLBACK(+[](GtkEventControllerLegacy*, GdkEvent* event, gpointer spy) noexcept -> gboolean {
-          static_cast<KeySpy*>(spy)->count(gdk_event_get_event_type(event));
-          return FALSE;
-        }),
-        this);
-    gtk_widget_add_controller(GTK_WIDGET(window), controller);
-    remove_ = [window, controller] { gtk_widget_remove_controller(GTK_WIDGET(window), controller); };
-  }
-  KeySpy(const KeySpy&) = delete;
-  KeySpy& operator=(const KeySpy&) = delete;
-  ~KeySpy() { remove_(); }
-
-  int presses = 0;
-  int releases = 0;
-
- private:
-  void count(GdkEventType type) {
-    if (type == GDK_KEY_PRESS) ++presses;
-    if (type == GDK_KEY_RELEASE) ++releases;
-  }
-
-  std::function<void()> remove_;
-};
-
-class ShootKeysTest : public WindowTest, public testing::WithParamInterface<std::string> {
- protected:
-  void SetUp() override {
-    WindowTest::SetUp();
-    const auto button = std::dynamic_pointer_cast<platform::NSButton>(preview_->view("button"));
-    button->setImage(ui_->imageNamed("TakePhoto"));
-    button->setAlternateImage(ui_->imageNamed("TakePhotoPressed"));
-    button->setEnabled(true);
-    show();
-  }
-
-  GtkWidget* widget(const std::string& id) { return widgetById(GTK_WIDGET(gtkWindow()), id); }
-
-  std::string shownImage() {
-    return gtk_image_get_icon_name(GTK_IMAGE(findWidget(widget("button"), GTK_TYPE_IMAGE)));
-  }
-
-  /// Holds the key until it has repeated itself, and releases it.
-  void hold() {
-    KeySpy keys(gtkWindow());
-    {
-      const HeldKey held(GetParam());
-      ASSERT_TRUE(runUntil([&] { return keys.presses >= 4; })) << "the key does not repeat itself";
-    }
-    ASSERT_TRUE(runUntil([&] { return keys.releases > 0; }));
-    settle();
-  }
-};
-
-TEST_P(ShootKeysTest, ShootOnceHoweverLongTheyAreHeld) {
-  hold();
-  EXPECT_THAT(calls_, ElementsAre("shootButtonPressed"));
-  hold();
-  EXPECT_THAT(calls_, ElementsAre("shootButtonPressed", "shootButtonPressed"))
-      << "released, it is a new press";
-}
-
-TEST_P(ShootKeysTest, ShootOnceWithTheFocusOnTheShootButton) {
-  gtk_widget_grab_focus(widget("button"));
-  hold();
-  EXPECT_THAT(calls_, ElementsAre("shootButtonPressed"));
-}
-
-TEST_P(ShootKeysTest, ActOnceWithTheFocusOnAnotherButton) {
-  gtk_widget_grab_focus(widget("preferencesButton"));
-  hold();
-  EXPECT_THAT(calls_, ElementsAre("preferencesButtonPressed"));
-}
-
-TEST_P(ShootKeysTest, AKeyThatIsDownWhenTheWindowGetsTheKeyboardIsNoPress) {
-  const auto other = ui_->loadNibNamed("PreferencesWindowController", recording(kPreferencesHandlers));
-  other->window()->makeKeyAndOrderFront();
-  GtkWindow* const otherWindow = toplevelWithTitle(kPreferencesTitle);
-  ASSERT_TRUE(runUntil([=] { return gtk_window_is_active(otherWindow); }));
-  gtk_window_set_focus(otherWindow, nullptr);
-  KeySpy keys(gtkWindow());
-  {
-    const HeldKey held(GetParam());
-    window_->makeKeyAndOrderFront();
-    ASSERT_TRUE(runUntil([&] { return keys.presses >= 4; }));
-  }
-  ASSERT_TRUE(runUntil([&] { return keys.releases > 0; }));
-  EXPECT_THAT(calls_, ElementsAre());
-  pressKey(GetParam());
-  ASSERT_TRUE(waitForCalls(1));
-  EXPECT_THAT(calls_, ElementsAre("shootButtonPressed"));
-}
-
-TEST_P(ShootKeysTest, ShowThePressedImageWhileTheyAreDown) {
-  for (const auto* focus : {"captureView", "button"}) {
-    gtk_widget_grab_focus(widget(focus));
-    calls_.clear();
-    {
-      const HeldKey held(GetParam());
-      ASSERT_TRUE(waitForCalls(1));
-      EXPECT_EQ(shownImage(), "TakePhotoPressed") << focus;
-    }
-    EXPECT_TRUE(runUntil([this] { return shownImage() == "TakePhoto"; })) << focus;
-  }
-}
-
-TEST_P(ShootKeysTest, DoNothingWhileTheButtonIsDisabled) {
-  std::dynamic_pointer_cast<platform::NSButton>(preview_->view("button"))->setEnabled(false);
-  KeySpy keys(gtkWindow());
-  pressKey(GetParam());
-  ASSERT_TRUE(runUntil([&] { return keys.releases > 0; }));
-  settle();
-  EXPECT_THAT(calls_, ElementsAre());
-}
-
-INSTANTIATE_TEST_SUITE_P(Keys, ShootKeysTest, testing::Values("space", "Return", "KP_Enter"),
-                         [](const auto& key) { return key.param; });
-
 TEST_F(WindowTest, ItsShortcutsReachTheirHandlers) {
   show();
   pressKey("ctrl+comma");
@@ -390,45 +193,6 @@ TEST_F(WindowTest, ShownWithoutATokenItComesAsAskedForNow) {
   settle();
   window_->makeKeyAndOrderFront();
   EXPECT_GT(userTime(), before);
-}
-
-class WindowListTest : public testing::Test {
- protected:
-  GtkWindow* open(const char* title) {
-    auto* const window = GTK_WINDOW(gtk_window_new());
-    gtk_window_set_title(window, title);
-    list_.add(window, [window] { gtk_widget_set_visible(GTK_WIDGET(window), FALSE); });
-    gtk_window_present(window);
-    EXPECT_TRUE(runUntil([window] { return gtk_window_is_active(window); }));
-    return window;
-  }
-
-  TestUserInterface ui_;
-  platform_linux::WindowList list_{[] {}, [] { return std::string(); }};
-};
-
-TEST_F(WindowListTest, AWindowAskedToTheFrontIsCurrentBeforeItHasTheKeyboard) {
-  GtkWindow* const first = open("first");
-  GtkWindow* const second = open("second");
-  list_.turnedTo(first);
-  ASSERT_TRUE(gtk_window_is_active(second));
-  EXPECT_EQ(list_.current(), first);
-  list_.activate();
-  EXPECT_TRUE(runUntil([first] { return gtk_window_is_active(first); }));
-  gtk_window_destroy(second);
-  gtk_window_destroy(first);
-}
-
-TEST_F(WindowListTest, AWindowThatIsNotShownIsNeverCurrent) {
-  GtkWindow* const first = open("first");
-  GtkWindow* const second = open("second");
-  EXPECT_EQ(list_.current(), second);
-  gtk_widget_set_visible(GTK_WIDGET(second), FALSE);
-  EXPECT_EQ(list_.current(), first);
-  gtk_widget_set_visible(GTK_WIDGET(first), FALSE);
-  EXPECT_EQ(list_.current(), nullptr);
-  gtk_window_destroy(second);
-  gtk_window_destroy(first);
 }
 
 }  // namespace
