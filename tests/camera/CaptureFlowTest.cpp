@@ -20,6 +20,7 @@ using platform_linux::CameraList;
 using platform_linux::CaptureFlow;
 using platform_linux::CaptureService;
 using platform_linux::FrameFeed;
+using platform_linux::StillPicture;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -57,8 +58,9 @@ class CaptureFlowTest : public testing::Test {
   }
   /// The outcome is the fifth byte of the frame, or an error as a negative number.
   void capture() {
-    flow_->requestStill(
-        [this](const auto& frame, int error) { outcomes_.push_back(frame ? frame->bytes.at(5) : -error); });
+    flow_->requestStill([this](const auto& still, int error) {
+      outcomes_.push_back(still.frame ? still.frame->bytes.at(5) : -error);
+    });
     loop_->run();
   }
   /// One frame: `lost` hundredths are missing. Frames are numbered from 1, of which the photo tells.
@@ -70,6 +72,12 @@ class CaptureFlowTest : public testing::Test {
   /// Frames until a camera that began to send has settled.
   void settle() {
     for (int i = 0; i < 32; ++i)
+      frame();
+  }
+
+  /// Frames until nobody asks for its exposure any more.
+  void outliveItsYouth() {
+    for (int i = 0; i < 100; ++i)
       frame();
   }
 
@@ -97,14 +105,91 @@ class CaptureFlowTest : public testing::Test {
 TEST_F(CaptureFlowTest, AStillOfASettledCameraIsTheNextFrame) {
   const auto feed = watch();
   start();
-  settle();
-  for (int i = 0; i < 100; ++i)
-    frame();
-  EXPECT_EQ(examiner_->examined, 0) << "nobody waits";
+  outliveItsYouth();
+  EXPECT_EQ(examiner_->measured, 0) << "nobody waits";
   capture();
   frame();
   EXPECT_THAT(outcomes_, ElementsAre(number_));
   EXPECT_EQ(examiner_->measured, 0) << "its exposure settled long ago";
+}
+
+TEST_F(CaptureFlowTest, AStillOfAYoungRunIsNotMeasuredAgainWhenTheFramesBeforeHaveToldThatNothingMoves) {
+  start();
+  for (int i = 0; i < 31; ++i)
+    frame();
+  const int measured = examiner_->measured;
+  capture();
+  frame();
+  EXPECT_THAT(outcomes_, ElementsAre(32));
+  EXPECT_EQ(examiner_->measured, measured);
+}
+
+TEST_F(CaptureFlowTest, AStillOfAYoungRunIsMeasuredWhenTheLastLookIsLongAgo) {
+  const auto feed = watch();
+  start();
+  settle();
+  capture();
+  for (int i = 0; i < 10; ++i)
+    frame();
+  ASSERT_EQ(outcomes_.size(), 1U);
+  for (int i = 0; i < 10; ++i)
+    frame(0, 40);
+  capture();
+  frame(0, 40);
+  EXPECT_EQ(outcomes_.size(), 1U) << "it has become dark meanwhile, and may go on so";
+  for (int i = 0; i < 10; ++i)
+    frame(0, 40);
+  EXPECT_EQ(outcomes_.size(), 2U);
+}
+
+TEST_F(CaptureFlowTest, AStillComesWithTheFileThatWasMadeToSeeWhetherItIsWhole) {
+  start();
+  settle();
+  StillPicture taken;
+  flow_->requestStill([&](const auto& still, int) { taken = still; }, /*isMirrored=*/true);
+  loop_->run();
+  frame();
+  ASSERT_TRUE(taken.file);
+  EXPECT_TRUE(taken.file->isMirrored);
+  EXPECT_THAT(taken.file->pieces, ElementsAre(taken.frame->bytes));
+  ASSERT_EQ(examiner_->examined.size(), 1U);
+  EXPECT_FALSE(examiner_->examined[0].isWatched);
+}
+
+TEST_F(CaptureFlowTest, AStillYieldsToThePreviewWhileSomebodyWatches) {
+  const auto feed = watch();
+  start();
+  outliveItsYouth();
+  capture();
+  frame();
+  ASSERT_EQ(examiner_->examined.size(), 1U);
+  EXPECT_TRUE(examiner_->examined[0].isWatched);
+}
+
+TEST_F(CaptureFlowTest, AFrameThatCameInTimeIsLookedAtToItsEnd) {
+  const auto feed = watch();
+  start();
+  outliveItsYouth();
+  capture();
+  loop_->advance(4s);
+  examiner_->effort = 3s;
+  frame();
+  loop_->advance(2s);
+  EXPECT_THAT(outcomes_, IsEmpty());
+  loop_->advance(1s);
+  EXPECT_THAT(outcomes_, ElementsAre(number_));
+}
+
+TEST_F(CaptureFlowTest, AStillWhoseLastFrameWasFoundDamagedTooLateFailsAtOnce) {
+  const auto feed = watch();
+  start();
+  outliveItsYouth();
+  capture();
+  loop_->advance(4s);
+  examiner_->effort = 3s;
+  frame(/*lost=*/60);
+  loop_->advance(3s);
+  EXPECT_THAT(outcomes_, ElementsAre(-ETIMEDOUT));
 }
 
 TEST_F(CaptureFlowTest, AStillThatIsAskedForAsTheRunGetsOldEnoughIsTheNextFrameOfASteadyCamera) {
@@ -261,7 +346,8 @@ TEST_F(CaptureFlowTest, OfACameraThatRefusesItsBestModesTheNextBestIsTriedAtOnce
     start();
     loop_->advance(10ms);
     frame();
-    flow_->requestStill([this](const auto& frame, int) { outcomes_.push_back(frame ? frame->width : 0); });
+    flow_->requestStill(
+        [this](const auto& still, int) { outcomes_.push_back(still.frame ? still.frame->width : 0); });
     loop_->run();
     settle();
     EXPECT_THAT(outcomes_, ElementsAre(640));
@@ -282,7 +368,8 @@ TEST_F(CaptureFlowTest, ABusyCameraAndOneThatFailsLaterKeepTheirBestMode) {
   frame();
   source_->endStreams(ENOSPC);
   loop_->advance(1s);
-  flow_->requestStill([this](const auto& frame, int) { outcomes_.push_back(frame ? frame->width : 0); });
+  flow_->requestStill(
+      [this](const auto& still, int) { outcomes_.push_back(still.frame ? still.frame->width : 0); });
   loop_->run();
   settle();
   EXPECT_THAT(outcomes_, ElementsAre(1920));
@@ -297,7 +384,8 @@ TEST_F(CaptureFlowTest, ACameraThatRefusesEveryModeIsAskedAgainWithPauses) {
   source_->refusal.reset();
   loop_->advance(1s);
   frame();
-  flow_->requestStill([this](const auto& frame, int) { outcomes_.push_back(frame ? frame->width : 0); });
+  flow_->requestStill(
+      [this](const auto& still, int) { outcomes_.push_back(still.frame ? still.frame->width : 0); });
   loop_->run();
   settle();
   ASSERT_EQ(outcomes_.size(), 1U);
@@ -317,7 +405,8 @@ TEST_F(CaptureFlowTest, ACameraPluggedInAgainMayHaveItsBestModeBack) {
   loop_->advance(100ms);
   source_->show({withThreeModes(8)});
   loop_->run();
-  flow_->requestStill([this](const auto& frame, int) { outcomes_.push_back(frame ? frame->width : 0); });
+  flow_->requestStill(
+      [this](const auto& still, int) { outcomes_.push_back(still.frame ? still.frame->width : 0); });
   loop_->run();
   settle();
   EXPECT_THAT(outcomes_, ElementsAre(1920));

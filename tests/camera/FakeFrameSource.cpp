@@ -135,17 +135,30 @@ void FakeFrameSource::endStreams(int error) {
     stream->end(error);
 }
 
-void FakeExaminer::examine(std::shared_ptr<const picture::Frame> frame, Question question,
+void FakeExaminer::post(std::function<void()> found) {
+  if (effort == effort.zero()) return loop_.post(std::move(found));
+  timer_ = loop_.timer(std::move(found));
+  timer_->startOnce(std::exchange(effort, effort.zero()));
+}
+
+// Of a damaged frame there is no exposure.
+void FakeExaminer::measure(std::shared_ptr<const picture::Frame> frame,
+                           std::function<void(const std::optional<platform_linux::Exposure>&)> found) {
+  ++measured;
+  std::optional<platform_linux::Exposure> exposure;
+  const double level = frame->bytes.at(4);
+  if (frame->bytes.at(3) == 0) exposure = {level, level, level};
+  post([found = std::move(found), exposure] { found(exposure); });
+}
+
+void FakeExaminer::examine(std::shared_ptr<const picture::Frame> frame, Still still,
                            std::function<void(const platform_linux::FrameFinding&)> found) {
-  ++examined;
-  platform_linux::FrameFinding finding;
-  if (question != Question::Exposure) finding.lost = frame->bytes.at(3) / 100.0;
-  if (question != Question::Whole) {
-    ++measured;
-    const double level = frame->bytes.at(4);
-    finding.exposure = platform_linux::Exposure{level, level, level};
-  }
-  loop_.post([found = std::move(found), finding] { found(finding); });
+  examined.push_back(still);
+  platform_linux::FrameFinding finding{frame->bytes.at(3) / 100.0, nullptr};
+  if (finding.lost == 0)
+    finding.file = std::make_shared<platform_linux::EncodedPhoto>(
+        platform_linux::EncodedPhoto{still.isMirrored, {frame->bytes}, {}});
+  post([found = std::move(found), finding] { found(finding); });
 }
 
 }  // namespace camera_test

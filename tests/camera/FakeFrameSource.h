@@ -85,14 +85,21 @@ class FakeFrameSource final : public platform_linux::FrameSource {
 class FakeExaminer final : public platform_linux::FrameExaminer {
  public:
   explicit FakeExaminer(platform_linux::CameraLoop& loop) : loop_(loop) {}
-  void examine(std::shared_ptr<const picture::Frame> frame, Question question,
+  void measure(std::shared_ptr<const picture::Frame> frame,
+               std::function<void(const std::optional<platform_linux::Exposure>&)> found) override;
+  void examine(std::shared_ptr<const picture::Frame> frame, Still still,
                std::function<void(const platform_linux::FrameFinding&)> found) override;
 
-  int examined = 0;
   int measured = 0;
+  std::vector<Still> examined;
+  /// How long the next frame is looked at; nothing is found out before.
+  std::chrono::milliseconds effort{0};
 
  private:
+  void post(std::function<void()> found);
+
   platform_linux::CameraLoop& loop_;
+  std::unique_ptr<platform_linux::CameraLoop::Timer> timer_;
 };
 
 }  // namespace camera_test

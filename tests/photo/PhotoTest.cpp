@@ -86,6 +86,15 @@ Captured jpegFrame(const Picture& picture) {
   return captured;
 }
 
+const picture::Thumbnail kMadeThumbnail{{1, 1}, {1, 2, 3}};
+
+/// A photo whose file has been made already, of bytes that say so.
+std::shared_ptr<PictureData> encoded(const Captured& captured, bool isFileMirrored) {
+  const EncodedPhoto file{isFileMirrored, {{'m', 'a'}, {'d', 'e'}}, kMadeThumbnail};
+  return std::make_shared<PictureData>(std::make_shared<picture::Frame>(captured.taken), captured.isMirrored,
+                                       std::make_shared<EncodedPhoto>(file));
+}
+
 TEST_F(Photo, ARawFrameIsSavedMirroredPixelForPixel) {
   const Picture scene = photoPicture(67, 41, 1);
   ASSERT_TRUE(save(rgbFrame(scene), path("a.png")));
@@ -152,6 +161,39 @@ TEST_F(Photo, ASidewaysFrameIsSavedUprightAndMirrored) {
   frame.taken.transform = picture::Transform::Rotated270;
   ASSERT_TRUE(save(frame, path("a.png")));
   EXPECT_EQ(decodePng(contents(path("a.png"))), mirrored(scene));
+}
+
+TEST_F(Photo, AFileThatHasBeenMadeAlreadyIsWhatIsSaved) {
+  const auto frame = jpegFrame(photoPicture(64, 48, 3));
+  const auto data = encoded(frame, /*isFileMirrored=*/true);
+  const auto bitmap = BitmapImageRep::imageRepWithData(data, log_, &thumbnails_);
+  EXPECT_EQ(data->takeFile(), nullptr) << "nor is it kept by what a view may still show";
+  const auto png = bitmap->representationUsingType(platform::NSBitmapImageFileType::PNG);
+  ASSERT_TRUE(png->writeToFile(path("a.png"), true));
+  EXPECT_EQ(contents(path("a.png")), Bytes({'m', 'a', 'd', 'e'}));
+  EXPECT_EQ(thumbnails_.of(path("a.png")), kMadeThumbnail);
+  EXPECT_THAT(names(), ElementsAre("a.png"));
+
+  ASSERT_TRUE(png->writeToFile(path("b.png"), true));
+  EXPECT_EQ(decodePng(contents(path("b.png"))), mirrored(referenceDecode(frame.taken.bytes)))
+      << "once more it is made anew";
+}
+
+TEST_F(Photo, AFileThatHasBeenMadeTheOtherWayRoundIsOfNoUse) {
+  const auto frame = jpegFrame(photoPicture(64, 48, 3));
+  const auto bitmap = BitmapImageRep::imageRepWithData(encoded(frame, /*isFileMirrored=*/false), log_);
+  const auto png = bitmap->representationUsingType(platform::NSBitmapImageFileType::PNG);
+  ASSERT_TRUE(png->writeToFile(path("a.png"), true));
+  EXPECT_EQ(decodePng(contents(path("a.png"))), mirrored(referenceDecode(frame.taken.bytes)));
+}
+
+TEST_F(Photo, AFileThatHasBeenMadeButCannotBeSavedSaysWhy) {
+  const auto bitmap = BitmapImageRep::imageRepWithData(
+      encoded(jpegFrame(photoPicture(64, 48, 3)), /*isFileMirrored=*/true), log_, &thumbnails_);
+  const auto png = bitmap->representationUsingType(platform::NSBitmapImageFileType::PNG);
+  EXPECT_FALSE(png->writeToFile(path("missing/a.png"), true));
+  EXPECT_THAT(log_.lines, ElementsAre(HasSubstr("No such file or directory")));
+  EXPECT_FALSE(thumbnails_.of(path("missing/a.png")));
 }
 
 TEST_F(Photo, MayBeWrittenTwice) {

@@ -36,9 +36,9 @@ void CaptureFlow::stop() {
   service_->loop().post([self = shared_from_this()] { self->stopNow(ECANCELED); });
 }
 
-void CaptureFlow::requestStill(StillAnswer answer) {
-  service_->loop().post([self = shared_from_this(), answer = std::move(answer)]() mutable {
-    self->request(std::move(answer));
+void CaptureFlow::requestStill(StillAnswer answer, bool isMirrored) {
+  service_->loop().post([self = shared_from_this(), answer = std::move(answer), isMirrored]() mutable {
+    self->request(std::move(answer), isMirrored);
   });
 }
 
@@ -143,10 +143,10 @@ void CaptureFlow::camerasChanged() {
     restart(ESTALE);
 }
 
-void CaptureFlow::request(StillAnswer answer) {
-  if (!isStarted_) return answer(nullptr, ENOTCONN);
-  if (hopeless_ != 0) return answer(nullptr, hopeless_);
-  stills_->request(std::move(answer));
+void CaptureFlow::request(StillAnswer answer, bool isMirrored) {
+  if (!isStarted_) return answer({}, ENOTCONN);
+  if (hopeless_ != 0) return answer({}, hopeless_);
+  stills_->request(std::move(answer), isMirrored);
 }
 
 bool CaptureFlow::anyFeedWants() {
@@ -162,12 +162,12 @@ void CaptureFlow::frameArrived(const FrameBuffer& picture) {
   ++arrived_;
   const std::uint64_t sequence = sequence_++;
   const bool forFeeds = anyFeedWants();
-  const bool forStills =
-      stills_->wantsFrame(forFeeds ? StillQueue::Purpose::Preview : StillQueue::Purpose::Still);
+  const auto purpose = forFeeds ? StillQueue::Purpose::Preview : StillQueue::Purpose::Still;
+  const bool forStills = stills_->wantsFrame(purpose);
   if (!forStills && !forFeeds) return;
   const std::shared_ptr<const picture::Frame> frame = picture.copy(sequence);
   ++copied_;
-  if (forStills) stills_->examine(frame);
+  if (forStills) stills_->examine(frame, purpose);
   for (const auto& weakFeed : feeds_)
     if (const auto feed = weakFeed.lock()) feed->publish(frame);
 }

@@ -46,7 +46,8 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   /// and when no such picture comes in time, with the reason: ENODEV when there is no such camera or it was
   /// unplugged, EBUSY when another program has it, EPIPE when the daemon has gone, ETIMEDOUT when the camera
   /// is silent. Without a camera, and with one of no mode that can be used (ENOTSUP), it fails at once.
-  void requestStill(StillAnswer answer);
+  /// `isMirrored`: how it is wanted.
+  void requestStill(StillAnswer answer, bool isMirrored = false);
   /// Frames go to `feed`, too, as long as it lives.
   void addFeed(const std::shared_ptr<FrameFeed>& feed);
   /// Whether somebody watches the live picture.
@@ -66,7 +67,7 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   /// What the previews showed is over, because of `error`; 0: the next frame is on its way.
   void endFeeds(int error);
   void stopNow(int error);
-  void request(StillAnswer answer);
+  void request(StillAnswer answer, bool isMirrored);
   void openStream();
   void closeStream(int error);
   void restart(int error);

@@ -28,22 +28,22 @@ void CapturePhotoOutput::capturePhotoWithSettings(
     const platform::AVCapturePhotoSettings&,
     std::shared_ptr<platform::AVCapturePhotoCaptureDelegate> delegate) {
   // The delegate is moved on, not copied: the camera's thread must not be the one that lets it go.
-  auto answer = [self = shared_from_this(), delegate = std::move(delegate)](
-                    std::shared_ptr<const picture::Frame> frame, int error) mutable {
-    self->deliver(std::move(delegate), std::move(frame), error);
+  auto answer = [self = shared_from_this(), delegate = std::move(delegate)](const StillPicture& picture,
+                                                                            int error) mutable {
+    self->deliver(std::move(delegate), picture, error);
   };
   if (const auto session = flow())
-    session->requestStill(std::move(answer));
+    session->requestStill(std::move(answer), connection_->isVideoMirrored());
   else
-    answer(nullptr, ENOTCONN);
+    answer({}, ENOTCONN);
 }
 
 void CapturePhotoOutput::deliver(std::shared_ptr<platform::AVCapturePhotoCaptureDelegate> delegate,
-                                 std::shared_ptr<const picture::Frame> frame, int error) {
+                                 const StillPicture& picture, int error) {
   std::shared_ptr<platform::AVCapturePhoto> photo;
   std::optional<platform::NSError> failure;
-  if (frame)
-    photo = std::make_shared<CapturePhoto>(std::move(frame), connection_->isVideoMirrored());
+  if (picture.frame)
+    photo = std::make_shared<CapturePhoto>(picture.frame, connection_->isVideoMirrored(), picture.file);
   else
     failure = platform::NSError{error, std::generic_category().message(error)};
   const auto session = flow();

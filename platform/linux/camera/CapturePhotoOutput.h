@@ -27,8 +27,8 @@ class CapturePhotoOutput final : public platform::AVCapturePhotoOutput,
 
  private:
   [[nodiscard]] std::shared_ptr<CaptureFlow> flow() const;
-  void deliver(std::shared_ptr<platform::AVCapturePhotoCaptureDelegate> delegate,
-               std::shared_ptr<const picture::Frame> frame, int error);
+  void deliver(std::shared_ptr<platform::AVCapturePhotoCaptureDelegate> delegate, const StillPicture& picture,
+               int error);
 
   const std::shared_ptr<CaptureService> service_;
   const std::shared_ptr<CaptureConnection> connection_ = std::make_shared<CaptureConnection>();

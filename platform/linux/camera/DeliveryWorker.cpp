@@ -1,20 +1,14 @@
 #include "platform/linux/camera/DeliveryWorker.h"
 
-#include <sys/resource.h>
 #include <utility>
 
+#include "platform/linux/base/ThreadPriority.h"
+
 namespace platform_linux {
-namespace {
-
-/// A third of the processor's time where another thread wants all of it, too.
-constexpr int kLowPriority = 5;
-
-}  // namespace
 
 void DeliveryWorker::deliver(std::function<void()> call, bool lowersPriority) {
   worker_.post([this, call = std::move(call), lowersPriority]() mutable {
-    if (lowersPriority && ::getpriority(PRIO_PROCESS, 0) < kLowPriority)
-      ::setpriority(PRIO_PROCESS, 0, kLowPriority);  // of this thread, on Linux
+    if (lowersPriority) lowerThreadPriority();
     call();
     mainQueue_.async([letGo = std::move(call)] {});
   });

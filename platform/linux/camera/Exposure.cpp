@@ -60,4 +60,8 @@ bool ExposureTrend::hasSettled() const {
          isNear(before.blue, now.blue, part);
 }
 
+bool ExposureTrend::hasSettledBy(Time now) const {
+  return hasSettled() && now - samples_.back().time <= kWindow;
+}
+
 }  // namespace platform_linux

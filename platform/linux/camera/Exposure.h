@@ -30,6 +30,8 @@ class ExposureTrend {
   void add(Time time, const Exposure& exposure);
   /// False until three frames have been measured, or two that are a tenth of a second apart.
   [[nodiscard]] bool hasSettled() const;
+  /// The same of what is known at `now`: the last frame is no older than that tenth of a second.
+  [[nodiscard]] bool hasSettledBy(Time now) const;
 
  private:
   struct Sample {

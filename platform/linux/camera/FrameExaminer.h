@@ -8,24 +8,36 @@
 #include "platform/linux/base/Worker.h"
 #include "platform/linux/camera/CameraLoop.h"
 #include "platform/linux/camera/Exposure.h"
+#include "platform/linux/photo/EncodedPhoto.h"
 
 namespace platform_linux {
 
-/// What was found out about a frame.
+/// What was found out about a frame that is to become a still.
 struct FrameFinding {
   double lost = 0;  ///< the share of the picture that is missing: 0 of a whole one, 1: no picture
-  std::optional<Exposure> exposure;  ///< where it was asked for and the frame is a picture
+  /// The still's file, where making it was the way to find that out.
+  std::shared_ptr<const EncodedPhoto> file;
 };
 
 /// Looks into frames away from the cameras' thread, one after the other.
 class FrameExaminer {
  public:
-  enum class Question { Whole, Exposure, Both };
+  /// How the still is wanted.
+  struct Still {
+    bool isMirrored = false;
+    /// Somebody looks at the live picture, which must not stutter meanwhile.
+    bool isWatched = false;
+  };
 
   virtual ~FrameExaminer() = default;
 
-  /// Returns at once. `found` runs on the cameras' thread, on a later turn. On that thread only.
-  virtual void examine(std::shared_ptr<const picture::Frame> frame, Question question,
+  /// Measures the exposure: nothing of a frame that is damaged or no picture. Returns at once. `found` runs
+  /// on the cameras' thread, on a later turn. On that thread only.
+  virtual void measure(std::shared_ptr<const picture::Frame> frame,
+                       std::function<void(const std::optional<Exposure>&)> found) = 0;
+
+  /// Finds out whether the frame is whole. Otherwise as `measure`.
+  virtual void examine(std::shared_ptr<const picture::Frame> frame, Still still,
                        std::function<void(const FrameFinding&)> found) = 0;
 };
 
@@ -35,11 +47,10 @@ class FrameExaminerThread final : public FrameExaminer {
   /// `loop` outlives this object.
   explicit FrameExaminerThread(CameraLoop& loop) : loop_(loop) {}
 
-  void examine(std::shared_ptr<const picture::Frame> frame, Question question,
+  void measure(std::shared_ptr<const picture::Frame> frame,
+               std::function<void(const std::optional<Exposure>&)> found) override;
+  void examine(std::shared_ptr<const picture::Frame> frame, Still still,
                std::function<void(const FrameFinding&)> found) override;
-
-  /// What the worker does. Thread-safe.
-  [[nodiscard]] static FrameFinding find(const picture::Frame& frame, Question question);
 
  private:
   CameraLoop& loop_;

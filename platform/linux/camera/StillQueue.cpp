@@ -18,9 +18,9 @@ StillQueue::StillQueue(CameraLoop& loop, FrameExaminer& examiner,
                        std::function<void(const std::string&)> note)
     : loop_(loop), examiner_(examiner), note_(std::move(note)), reason_(ETIMEDOUT) {}
 
-void StillQueue::request(StillAnswer answer) {
-  if (schedule_.isSilent()) return answer(nullptr, reason_);
-  waiting_.push_back({loop_.now(), std::move(answer)});
+void StillQueue::request(StillAnswer answer, bool isMirrored) {
+  if (schedule_.isSilent()) return answer({}, reason_);
+  waiting_.push_back({loop_.now(), std::move(answer), isMirrored});
   armTimer();
 }
 
@@ -37,34 +37,55 @@ bool StillQueue::wantsFrame(Purpose purpose) {
   return isStillToCome && !examined_ && schedule_.isExposureWorthKnowing(now);
 }
 
-void StillQueue::examine(std::shared_ptr<const picture::Frame> frame) {
+void StillQueue::examine(const FramePointer& frame, Purpose purpose) {
   const auto now = loop_.now();
   const bool mayBeStill = schedule_.hasSettled(now) && !waiting_.empty();
-  auto question = schedule_.isYoung(now) ? FrameExaminer::Question::Both : FrameExaminer::Question::Whole;
-  if (!mayBeStill) question = FrameExaminer::Question::Exposure;
   examined_ = mayBeStill ? waiting_.size() : 0;
-  examiner_.examine(frame, question, [weakSelf = weak_from_this(), now, frame](const FrameFinding& finding) {
+  // What the frames just before have told need not be measured again.
+  if (mayBeStill && (!schedule_.isYoung(now) || trend_.hasSettledBy(now)))
+    return lookForDamage(frame, purpose);
+  measure(frame, purpose);
+}
+
+void StillQueue::measure(const FramePointer& frame, Purpose purpose) {
+  const auto arrived = loop_.now();
+  examiner_.measure(frame, [weakSelf = weak_from_this(), arrived, frame, purpose](const auto& exposure) {
     const auto self = weakSelf.lock();
     if (!self) return;
-    if (finding.exposure) self->trend_.add(now, *finding.exposure);
-    self->judge(frame, finding);
-    self->examined_.reset();
+    const auto now = self->loop_.now();
+    if (exposure) self->trend_.add(arrived, *exposure);
+    if (*self->examined_ == 0) return self->endExamination();
+    const bool moves = exposure && self->schedule_.isYoung(now) && !self->trend_.hasSettled();
+    if (!moves) return self->lookForDamage(frame, purpose);
+    self->schedule_.exposureMoves(now);
+    self->endExamination();
   });
 }
 
-void StillQueue::judge(const std::shared_ptr<const picture::Frame>& frame, const FrameFinding& finding) {
-  const std::size_t count = std::min(*examined_, waiting_.size());
-  if (count == 0) return;
-  if (finding.lost > 0) {
-    if (finding.lost < best_.lost) best_ = {frame, finding.lost};
-    return;
-  }
-  const auto now = loop_.now();
-  if (finding.exposure && schedule_.isYoung(now) && !trend_.hasSettled()) return schedule_.exposureMoves(now);
-  answer(count, frame, 0);
+void StillQueue::lookForDamage(const FramePointer& frame, Purpose purpose) {
+  const FrameExaminer::Still still{.isMirrored = waiting_.front().isMirrored,
+                                   .isWatched = purpose == Purpose::Preview};
+  examiner_.examine(frame, still, [weakSelf = weak_from_this(), frame](const FrameFinding& finding) {
+    const auto self = weakSelf.lock();
+    if (!self) return;
+    self->judge(frame, finding);
+    self->endExamination();
+  });
 }
 
-void StillQueue::answer(std::size_t count, const std::shared_ptr<const picture::Frame>& frame, int error) {
+void StillQueue::judge(const FramePointer& frame, const FrameFinding& finding) {
+  if (*examined_ == 0) return;
+  if (finding.lost == 0) return answer(*examined_, {frame, finding.file}, 0);
+  if (finding.lost < best_.lost) best_ = {frame, finding.lost};
+}
+
+// Stills that fell due meanwhile have waited for it.
+void StillQueue::endExamination() {
+  examined_.reset();
+  if (!waiting_.empty()) checkDeadline();
+}
+
+void StillQueue::answer(std::size_t count, const StillPicture& picture, int error) {
   const auto end = waiting_.begin() + static_cast<std::ptrdiff_t>(count);
   std::deque<Still> answered(std::make_move_iterator(waiting_.begin()), std::make_move_iterator(end));
   waiting_.erase(waiting_.begin(), end);
@@ -76,11 +97,12 @@ void StillQueue::answer(std::size_t count, const std::shared_ptr<const picture::
   else
     armTimer();
   for (auto& still : answered)
-    still.answer(frame, error);
+    still.answer(picture, error);
 }
 
 void StillQueue::abandon() {
   waiting_.clear();
+  if (examined_) examined_ = 0;
   timer_.reset();
 }
 
@@ -93,15 +115,17 @@ void StillQueue::checkDeadline() {
   // Frames put the deadline off; the timer is not touched at each of them, it looks again when it fires.
   const std::size_t due = countDue();
   if (due == 0) return armTimer();
+  // A frame that came in time is looked at to its end, however slow the machine is.
+  if (examined_ && *examined_ > 0) return;
   if (best_.lost <= kMostLost) {
     note_("only damaged pictures came; the best one was taken, of which " +
           std::to_string(std::lround(best_.lost * 100)) + " % is missing");
     auto best = std::make_shared<picture::Frame>(*best_.frame);
     best->isDamaged = true;
-    return answer(due, best, 0);
+    return answer(due, {best, nullptr}, 0);
   }
   schedule_.fallSilent();
-  answer(waiting_.size(), nullptr, reason_);
+  answer(waiting_.size(), {}, reason_);
 }
 
 std::size_t StillQueue::countDue() const {

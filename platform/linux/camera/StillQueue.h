@@ -15,8 +15,15 @@
 
 namespace platform_linux {
 
-/// Called once, on the cameras' thread, which it must not hold: with the frame, or with none and an `errno`.
-using StillAnswer = std::function<void(std::shared_ptr<const picture::Frame> frame, int error)>;
+/// A still's picture.
+struct StillPicture {
+  std::shared_ptr<const picture::Frame> frame;
+  std::shared_ptr<const EncodedPhoto> file;  ///< where it has been made of the frame already
+};
+
+/// Called once, on the cameras' thread, which it must not hold: with a picture, or with none (its frame is
+/// null) and an `errno`.
+using StillAnswer = std::function<void(const StillPicture& picture, int error)>;
 
 /// The stills of one session that wait for their picture. Each gets the next whole frame of a settled camera.
 /// Frames are examined while others still come: a damaged one is passed over for the next.
@@ -34,7 +41,8 @@ class StillQueue : public std::enable_shared_from_this<StillQueue> {
   StillQueue& operator=(const StillQueue&) = delete;
   ~StillQueue() = default;
 
-  void request(StillAnswer answer);
+  /// `isMirrored`: how the picture is wanted, which is known to the one that makes its file.
+  void request(StillAnswer answer, bool isMirrored);
   [[nodiscard]] bool isEmpty() const { return waiting_.empty(); }
 
   /// The camera runs anew: its exposure has to settle again. What waits, waits on.
@@ -52,10 +60,11 @@ class StillQueue : public std::enable_shared_from_this<StillQueue> {
   /// is also the case shortly before the run is old enough for it: whether the exposure moves is known by
   /// then.
   [[nodiscard]] bool wantsFrame(Purpose purpose);
-  void examine(std::shared_ptr<const picture::Frame> frame);
+  /// With the purpose that it was wanted for.
+  void examine(const std::shared_ptr<const picture::Frame>& frame, Purpose purpose);
 
   /// All stills fail with `error`.
-  void fail(int error) { answer(waiting_.size(), nullptr, error); }
+  void fail(int error) { answer(waiting_.size(), {}, error); }
   /// All stills go without an answer, and no timer stays.
   void abandon();
 
@@ -63,14 +72,20 @@ class StillQueue : public std::enable_shared_from_this<StillQueue> {
   struct Still {
     CameraLoop::Time since;
     StillAnswer answer;
+    bool isMirrored = false;
   };
   struct Damaged {
     std::shared_ptr<const picture::Frame> frame;
     double lost = 1;
   };
 
-  void judge(const std::shared_ptr<const picture::Frame>& frame, const FrameFinding& finding);
-  void answer(std::size_t count, const std::shared_ptr<const picture::Frame>& frame, int error);
+  using FramePointer = std::shared_ptr<const picture::Frame>;
+
+  void measure(const FramePointer& frame, Purpose purpose);
+  void lookForDamage(const FramePointer& frame, Purpose purpose);
+  void judge(const FramePointer& frame, const FrameFinding& finding);
+  void endExamination();
+  void answer(std::size_t count, const StillPicture& picture, int error);
   void armTimer();
   void checkDeadline();
   /// How many of the stills are to wait no longer.

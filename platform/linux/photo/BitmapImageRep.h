@@ -2,10 +2,9 @@
 
 #include <memory>
 
-#include "picture/RowSource.h"
 #include "platform/AppKit/NSBitmapImageRep.h"
 #include "platform/Foundation/NSLog.h"
-#include "platform/linux/photo/PictureData.h"
+#include "platform/linux/photo/PngPhoto.h"
 #include "platform/linux/photo/SavedThumbnails.h"
 
 namespace platform_linux {
@@ -25,12 +24,12 @@ class BitmapImageRep : public platform::NSBitmapImageRep {
       platform::NSBitmapImageFileType type) const override;
 
  private:
-  BitmapImageRep(std::shared_ptr<const PictureData> picture, std::unique_ptr<picture::RowSource> rows,
-                 platform::NSLog& log, SavedThumbnails* thumbnails);
+  BitmapImageRep(std::shared_ptr<const PictureData> picture, PhotoContents contents, platform::NSLog& log,
+                 SavedThumbnails* thumbnails);
 
   const std::shared_ptr<const PictureData> picture_;
-  /// The picture, its header read and nothing more, for the first representation.
-  mutable std::unique_ptr<picture::RowSource> rows_;
+  /// For the first representation.
+  mutable PhotoContents contents_;
   platform::NSLog& log_;
   SavedThumbnails* const thumbnails_;
 };

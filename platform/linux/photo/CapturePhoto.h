@@ -11,8 +11,9 @@ namespace platform_linux {
 /// A still as the delegate gets it.
 class CapturePhoto final : public platform::AVCapturePhoto {
  public:
-  CapturePhoto(std::shared_ptr<const picture::Frame> frame, bool mirrored)
-      : picture_(std::make_shared<PictureData>(std::move(frame), mirrored)) {}
+  CapturePhoto(std::shared_ptr<const picture::Frame> frame, bool mirrored,
+               std::shared_ptr<const EncodedPhoto> file = nullptr)
+      : picture_(std::make_shared<PictureData>(std::move(frame), mirrored, std::move(file))) {}
 
   [[nodiscard]] std::shared_ptr<platform::NSData> fileDataRepresentation() const override { return picture_; }
 

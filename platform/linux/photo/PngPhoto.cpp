@@ -1,5 +1,6 @@
 #include "platform/linux/photo/PngPhoto.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
@@ -16,11 +17,21 @@ std::string errorText(int error) {
   return std::generic_category().message(error);
 }
 
+/// Answers why the file is not there; empty when it is.
+std::string whyNotCopied(const EncodedPhoto& photo, const std::string& path) {
+  int error = 0;
+  const auto file = AtomicFile::open(path, error);
+  if (!file) return errorText(error);
+  const auto writes = [&](const auto& piece) { return file->write(piece); };
+  const bool isWritten = std::all_of(photo.pieces.begin(), photo.pieces.end(), writes);
+  return isWritten && file->commit() ? "" : errorText(file->error());
+}
+
 }  // namespace
 
-PngPhoto::PngPhoto(std::shared_ptr<const PictureData> picture, std::unique_ptr<picture::RowSource> rows,
-                   platform::NSLog& log, SavedThumbnails* thumbnails)
-    : picture_(std::move(picture)), rows_(std::move(rows)), log_(log), thumbnails_(thumbnails) {}
+PngPhoto::PngPhoto(std::shared_ptr<const PictureData> picture, PhotoContents contents, platform::NSLog& log,
+                   SavedThumbnails* thumbnails)
+    : picture_(std::move(picture)), contents_(std::move(contents)), log_(log), thumbnails_(thumbnails) {}
 
 bool PngPhoto::writeToFile(const std::string& path, bool) const {
   const std::string why = whyNotWritten(path);
@@ -30,8 +41,13 @@ bool PngPhoto::writeToFile(const std::string& path, bool) const {
 }
 
 std::string PngPhoto::whyNotWritten(const std::string& path) const {
+  if (const auto file = std::exchange(contents_.file, nullptr)) {
+    std::string failure = whyNotCopied(*file, path);
+    if (failure.empty() && thumbnails_) thumbnails_->remember(path, file->thumbnail);
+    return failure;
+  }
   std::string failure;
-  auto rows = std::move(rows_);
+  auto rows = std::move(contents_.rows);
   if (!rows) rows = picture::openPhotoRows(picture_->frame(), picture_->mirrored(), failure);
   if (!rows) return failure;
   if (!thumbnails_) return whyNotWritten(path, *rows);
