@@ -18,11 +18,13 @@ FrameHealth examineJpeg(const Frame& frame) {
                                           .damage = JpegDecoder::Damage::Filled,
                                           .isExact = false},
                                          whyNot);
-  if (!decoder) return {};
+  if (!decoder) return {FrameCondition::NotAPicture, 1, whyNot};
   std::vector<std::uint8_t> row(decoder->width());
-  if (!decoder->skipToLastRow() || !decoder->readRow(row.data())) return {};
+  if (!decoder->skipToLastRow() || !decoder->readRow(row.data()))
+    return {FrameCondition::NotAPicture, 1, decoder->failure()};
   const double lost = decoder->lostPart();
-  return {lost > 0 ? FrameCondition::Damaged : FrameCondition::Whole, lost};
+  if (lost > 0) return {FrameCondition::Damaged, lost, "parts of it are missing"};
+  return {FrameCondition::Whole, 0, {}};
 }
 
 }  // namespace
@@ -30,8 +32,8 @@ FrameHealth examineJpeg(const Frame& frame) {
 FrameHealth examineFrame(const Frame& frame) {
   if (frame.format == PixelFormat::MJPG) return examineJpeg(frame);
   std::string whyNot;
-  if (!planesOf(frame, whyNot)) return {};
-  return {FrameCondition::Whole, 0};
+  if (!planesOf(frame, whyNot)) return {FrameCondition::NotAPicture, 1, whyNot};
+  return {FrameCondition::Whole, 0, {}};
 }
 
 }  // namespace picture

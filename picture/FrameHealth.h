@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "picture/Frame.h"
 
 namespace picture {
@@ -14,7 +16,8 @@ enum class FrameCondition {
 struct FrameHealth {
   FrameCondition condition = FrameCondition::NotAPicture;
   double lostPart =
-      1;  ///< of the picture, from 0 to 1: of two damaged frames the one with less is the better
+      1;               ///< of the picture, from 0 to 1: of two damaged frames the one with less is the better
+  std::string whyNot;  ///< why it is not whole, in a few words for a log
 
   [[nodiscard]] bool isWhole() const noexcept { return condition == FrameCondition::Whole; }
 };

@@ -1,8 +1,12 @@
 #include "picture/JpegDecoder.h"
 
 #include <algorithm>
+#include <array>
 #include <jerror.h>
 #include <type_traits>
+#include <utility>
+
+#include "picture/JpegMarkers.h"
 
 namespace picture {
 namespace {
@@ -30,12 +34,53 @@ J_COLOR_SPACE colorSpaceOf(JpegDecoder::Pixels pixels) {
   return JCS_RGB;
 }
 
+// Cyan, magenta, yellow, black.
+constexpr std::size_t kInks = 4;
+
+std::uint8_t lightThrough(unsigned clearness, unsigned clearnessOfBlack) {
+  constexpr unsigned kAll = 255;
+  return static_cast<std::uint8_t>((clearness * clearnessOfBlack + kAll / 2) / kAll);
+}
+
+std::uint8_t lumaOf(const std::array<std::uint8_t, 3>& rgb) {
+  // ITU-R BT.601, 2.5.1
+  return static_cast<std::uint8_t>((299U * rgb[0] + 587U * rgb[1] + 114U * rgb[2] + 500) / 1000);
+}
+
+// Writes a row of inks as other pixels. `turns` is 0 for inks that are stored as how clear they are, 255 for
+// inks that are stored as such: then each turns into the other.
+void writeLight(std::span<const std::uint8_t> inks, std::uint8_t turns, JpegDecoder::Pixels pixels,
+                std::uint8_t* out) {
+  for (; !inks.empty(); inks = inks.subspan(kInks)) {
+    std::array<std::uint8_t, 3> rgb{};
+    for (std::size_t channel = 0; channel < rgb.size(); ++channel)
+      rgb[channel] = lightThrough(inks[channel] ^ turns, inks[3] ^ turns);
+    switch (pixels) {
+      case JpegDecoder::Pixels::Rgb:
+        out = std::copy(rgb.begin(), rgb.end(), out);
+        break;
+      case JpegDecoder::Pixels::Bgra:
+        out = std::copy(rgb.rbegin(), rgb.rend(), out);
+        *out++ = 255;
+        break;
+      case JpegDecoder::Pixels::Luma:
+        *out++ = lumaOf(rgb);
+        break;
+    }
+  }
+}
+
 }  // namespace
 
 std::unique_ptr<JpegDecoder> JpegDecoder::open(std::span<const std::uint8_t> jpeg, const Options& options,
                                                std::string& whyNot) {
   std::unique_ptr<JpegDecoder> decoder(new JpegDecoder(options));
   if (decoder->start(jpeg)) return decoder;
+  if (auto completed = jpegWithItsHeight(jpeg)) {
+    decoder.reset(new JpegDecoder(options));
+    decoder->completed_ = std::move(*completed);
+    if (decoder->start(decoder->completed_)) return decoder;
+  }
   whyNot = decoder->failure();
   return nullptr;
 }
@@ -125,7 +170,7 @@ double JpegDecoder::lostPart() const noexcept {
   return decoder_.total_iMCU_rows == 0 ? 0 : static_cast<double>(lostRows_) / decoder_.total_iMCU_rows;
 }
 
-bool JpegDecoder::start(std::span<const std::uint8_t> jpeg) noexcept {
+bool JpegDecoder::start(std::span<const std::uint8_t> jpeg) {
   const bool headerRead = attempt([this, jpeg] {
     jpeg_create_decompress(&decoder_);
     decoder_.progress = &progress_;
@@ -139,17 +184,26 @@ bool JpegDecoder::start(std::span<const std::uint8_t> jpeg) noexcept {
     std::copy(std::begin(kBadSizeText), std::end(kBadSizeText), failure_);
     return false;
   }
-  return attempt([this] {
-    decoder_.out_color_space = colorSpaceOf(options_.pixels);
+  // The decoder makes no other colours of inks.
+  const bool isInk = decoder_.jpeg_color_space == JCS_CMYK || decoder_.jpeg_color_space == JCS_YCCK;
+  const bool isStarted = attempt([this, isInk] {
+    decoder_.out_color_space = isInk ? JCS_CMYK : colorSpaceOf(options_.pixels);
     decoder_.scale_num = static_cast<unsigned>(options_.eighths);
     decoder_.scale_denom = kScaleDenominator;
     if (!options_.isExact) decoder_.do_fancy_upsampling = FALSE;  // twice the speed
     jpeg_start_decompress(&decoder_);
   });
+  if (isStarted && isInk) inks_.resize(kInks * decoder_.output_width);
+  return isStarted;
 }
 
 // The stream's end is not looked at: what stands behind the last row costs no pixel.
 bool JpegDecoder::readRows(std::span<std::uint8_t> rows) noexcept {
+  if (!inks_.empty()) {
+    for (; !rows.empty(); rows = rows.subspan(rowBytes()))
+      if (!readInkRow(rows.data())) return false;
+    return true;
+  }
   return attempt([this, rows] {
     const std::size_t count = rows.size() / rowBytes();
     for (std::size_t row = 0; row < count;) {
@@ -169,7 +223,18 @@ bool JpegDecoder::skipToLastRow() noexcept {
   });
 }
 
+// Programs that store inks as complements say who they are: Adobe's, and those that follow them.
+bool JpegDecoder::readInkRow(std::uint8_t* out) noexcept {
+  const bool isRead = attempt([this] {
+    JSAMPROW pointer = inks_.data();
+    jpeg_read_scanlines(&decoder_, &pointer, 1);
+  });
+  if (isRead) writeLight(inks_, decoder_.saw_Adobe_marker ? 0 : 255, options_.pixels, out);
+  return isRead;
+}
+
 bool JpegDecoder::readRow(std::uint8_t* out) noexcept {
+  if (!inks_.empty()) return readInkRow(out);
   return attempt([this, out] {
     JSAMPROW pointer = out;
     jpeg_read_scanlines(&decoder_, &pointer, 1);

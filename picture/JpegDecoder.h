@@ -7,6 +7,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <vector>
 
 #include <jpeglib.h>
 
@@ -19,8 +20,9 @@ namespace picture {
 ///
 /// Cameras' streams are taken as they come: without Huffman tables (the standard ones are supplied), with
 /// stray bytes before restart markers and before or after the end marker, with a second end marker or none,
-/// all of which cost no pixel. What does is damage: data that ends within the scan, codes that do not exist,
-/// restart markers that are missing. One call at a time, on any thread.
+/// with their height behind their scan, all of which cost no pixel. Of inks comes the light that they leave.
+/// What does is damage: data that ends within the scan, codes that do not exist, restart markers that are
+/// missing. One call at a time, on any thread.
 class JpegDecoder final : public RowSource {
  public:
   enum class Pixels {
@@ -69,12 +71,13 @@ class JpegDecoder final : public RowSource {
 
   explicit JpegDecoder(const Options& options) noexcept;
 
-  [[nodiscard]] bool start(std::span<const std::uint8_t> jpeg) noexcept;
+  [[nodiscard]] bool start(std::span<const std::uint8_t> jpeg);
   template <typename Step>
   [[nodiscard]] bool attempt(Step step) noexcept;
   [[noreturn]] void fail(j_common_ptr decoder) noexcept;
   [[nodiscard]] bool costsPixels(int warning) const noexcept;
   void countLoss() noexcept;
+  [[nodiscard]] bool readInkRow(std::uint8_t* out) noexcept;
   static void onError(j_common_ptr decoder) noexcept;
   static void onMessage(j_common_ptr decoder, int level) noexcept;
   static void onProgress(j_common_ptr decoder) noexcept;
@@ -87,6 +90,8 @@ class JpegDecoder final : public RowSource {
   char failure_[JMSG_LENGTH_MAX] = {};
   bool isHeaderRead_ = false;
   bool hasSeveralScans_ = false;
+  std::vector<std::uint8_t> completed_;  // the stream, where a copy had to be made to state its height
+  std::vector<std::uint8_t> inks_;       // of one row; empty where the decoder delivers what is wanted
   // In rows of blocks, the decoder's unit.
   unsigned lostRows_ = 0;
   unsigned countedUpTo_ = 0;

@@ -14,6 +14,7 @@ constexpr std::uint8_t kMarkerPrefix = 0xFF;
 constexpr std::uint8_t kStartOfImage = 0xD8;
 constexpr std::uint8_t kEndOfImage = 0xD9;
 constexpr std::uint8_t kStartOfScan = 0xDA;
+constexpr std::uint8_t kNumberOfLines = 0xDC;
 constexpr std::uint8_t kApp1 = 0xE1;
 constexpr std::uint8_t kFirstRestart = 0xD0;
 constexpr std::uint8_t kLastRestart = 0xD7;
@@ -21,7 +22,9 @@ constexpr std::uint8_t kTemporary = 0x01;
 constexpr std::array<std::uint8_t, 6> kExifSignature = {'E', 'x', 'i', 'f', 0, 0};
 constexpr std::size_t kMarkerBytes = 2;
 constexpr std::size_t kLengthBytes = 2;
-constexpr std::size_t kFrameHeaderBytes = 6;  // at the least
+constexpr std::size_t kFrameHeaderBytes = 6;     // at the least
+constexpr std::size_t kHeightInFrameHeader = 1;  // behind the bits a sample
+constexpr std::size_t kWidthInFrameHeader = 3;
 
 bool beginsWithStartOfImage(Bytes jpeg) {
   return jpeg.size() >= kMarkerBytes && jpeg[0] == kMarkerPrefix && jpeg[1] == kStartOfImage;
@@ -61,6 +64,24 @@ bool isFrameHeader(std::uint8_t marker) {
   return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
 }
 
+const JpegSegment* frameHeaderOf(const std::vector<JpegSegment>& segments) {
+  const auto frame = std::find_if(segments.begin(), segments.end(),
+                                  [](const JpegSegment& segment) { return isFrameHeader(segment.marker); });
+  return frame == segments.end() || frame->payload.size() < kFrameHeaderBytes ? nullptr : &*frame;
+}
+
+int numberAt(Bytes bytes, std::size_t at) {
+  return bytes[at] << 8 | bytes[at + 1];
+}
+
+// What stands behind the scan that is the last of these segments; 0 when no height does.
+int heightBehindTheScan(Bytes jpeg, const std::vector<JpegSegment>& segments) {
+  const JpegSegment& scan = segments.back();
+  const auto lines = segmentFrom(jpeg, scan.offset + scan.size);
+  return lines && lines->marker == kNumberOfLines && lines->payload.size() == 2 ? numberAt(lines->payload, 0)
+                                                                                : 0;
+}
+
 bool isExif(const JpegSegment& segment) {
   return segment.marker == kApp1 && segment.payload.size() >= kExifSignature.size() &&
          std::equal(kExifSignature.begin(), kExifSignature.end(), segment.payload.begin());
@@ -94,13 +115,25 @@ std::optional<std::vector<JpegSegment>> jpegHeaderSegments(Bytes jpeg) {
 std::optional<PixelSize> sizeOfJpeg(Bytes jpeg) {
   const auto segments = jpegHeaderSegments(jpeg);
   if (!segments) return std::nullopt;
-  const auto frame = std::find_if(segments->begin(), segments->end(),
-                                  [](const JpegSegment& segment) { return isFrameHeader(segment.marker); });
-  if (frame == segments->end() || frame->payload.size() < kFrameHeaderBytes) return std::nullopt;
-  // Bits a sample, then height and width in two bytes each.
-  const auto number = [&](std::size_t at) { return frame->payload[at] << 8 | frame->payload[at + 1]; };
-  const PixelSize size{number(3), number(1)};
+  const JpegSegment* const frame = frameHeaderOf(*segments);
+  if (!frame) return std::nullopt;
+  PixelSize size{numberAt(frame->payload, kWidthInFrameHeader),
+                 numberAt(frame->payload, kHeightInFrameHeader)};
+  if (size.height == 0) size.height = heightBehindTheScan(jpeg, *segments);
   return isAcceptablePictureSize(size) ? std::optional(size) : std::nullopt;
+}
+
+std::optional<std::vector<std::uint8_t>> jpegWithItsHeight(Bytes jpeg) {
+  const auto segments = jpegHeaderSegments(jpeg);
+  const JpegSegment* const frame = segments ? frameHeaderOf(*segments) : nullptr;
+  if (!frame || numberAt(frame->payload, kHeightInFrameHeader) != 0) return std::nullopt;
+  const int height = heightBehindTheScan(jpeg, *segments);
+  if (height == 0) return std::nullopt;
+  std::vector<std::uint8_t> out(jpeg.begin(), jpeg.end());
+  const std::size_t at = frame->offset + kMarkerBytes + kLengthBytes + kHeightInFrameHeader;
+  out[at] = static_cast<std::uint8_t>(height >> 8);
+  out[at + 1] = static_cast<std::uint8_t>(height);
+  return out;
 }
 
 std::optional<ExifBlock> exifOfJpeg(Bytes jpeg) {

@@ -28,8 +28,13 @@ struct JpegSegment {
 /// stream does not begin as a JPEG stream or ends, or goes wrong, before its first scan.
 [[nodiscard]] std::optional<std::vector<JpegSegment>> jpegHeaderSegments(std::span<const std::uint8_t> jpeg);
 
-/// The size that a stream's frame header states; nothing when it has none that is acceptable.
+/// The size that a stream's frame header states, or behind its scan where it leaves the height open (as the
+/// next one); nothing when there is none that is acceptable.
 [[nodiscard]] std::optional<PixelSize> sizeOfJpeg(std::span<const std::uint8_t> jpeg);
+
+/// A copy of `jpeg` whose frame header states the height that it leaves open, 0, for the first scan to be
+/// followed by it (DNL, ITU-T T.81, B.2.5), which decoders do not read. Nothing when it is not so.
+[[nodiscard]] std::optional<std::vector<std::uint8_t>> jpegWithItsHeight(std::span<const std::uint8_t> jpeg);
 
 /// The Exif block of a JPEG stream; nothing when there is none or it cannot be read.
 [[nodiscard]] std::optional<ExifBlock> exifOfJpeg(std::span<const std::uint8_t> jpeg);

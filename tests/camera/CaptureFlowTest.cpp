@@ -253,6 +253,9 @@ TEST_F(CaptureFlowTest, OfFramesOfWhichMostIsLostNoneIsAPhoto) {
   for (int i = 0; i < 200 && outcomes_.empty(); ++i)
     frame(60);
   EXPECT_THAT(outcomes_, ElementsAre(-ETIMEDOUT));
+  EXPECT_THAT(
+      journal_.of("log"),
+      ElementsAre(HasSubstr("Desk camera: none of the pictures that came can be used: much is missing")));
 }
 
 TEST_F(CaptureFlowTest, AStillWaitsWhileTheExposureMoves) {
@@ -416,7 +419,8 @@ TEST_F(CaptureFlowTest, AStillIsOfTheModeThatTheCameraOffersByThen) {
   source_->show({withThreeModes()});
   start();
   frame();
-  flow_->requestStill([this](const auto& frame, int) { outcomes_.push_back(frame ? frame->width : 0); });
+  flow_->requestStill(
+      [this](const auto& still, int) { outcomes_.push_back(still.frame ? still.frame->width : 0); });
   auto changed = desk();
   changed.modes = {{picture::PixelFormat::MJPG, 800, 600, {25, 1}}};
   source_->show({changed});
@@ -446,7 +450,8 @@ TEST_F(CaptureFlowTest, ARefusedModeIsTriedAgainWhenTheCameraOffersOtherOnes) {
   changed.modes.pop_back();
   source_->show({changed});
   loop_->advance(100ms);
-  flow_->requestStill([this](const auto& frame, int) { outcomes_.push_back(frame ? frame->width : 0); });
+  flow_->requestStill(
+      [this](const auto& still, int) { outcomes_.push_back(still.frame ? still.frame->width : 0); });
   loop_->run();
   settle();
   EXPECT_THAT(outcomes_, ElementsAre(1920));

@@ -154,7 +154,8 @@ void FakeExaminer::measure(std::shared_ptr<const picture::Frame> frame,
 void FakeExaminer::examine(std::shared_ptr<const picture::Frame> frame, Still still,
                            std::function<void(const platform_linux::FrameFinding&)> found) {
   examined.push_back(still);
-  platform_linux::FrameFinding finding{frame->bytes.at(3) / 100.0, nullptr};
+  platform_linux::FrameFinding finding{frame->bytes.at(3) / 100.0, {}, nullptr};
+  if (finding.lost > 0) finding.whyNot = "much is missing";
   if (finding.lost == 0)
     finding.file = std::make_shared<platform_linux::EncodedPhoto>(
         platform_linux::EncodedPhoto{still.isMirrored, {frame->bytes}, {}});

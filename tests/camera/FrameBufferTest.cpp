@@ -46,6 +46,39 @@ constexpr FrameFormat kYuy2{YUY2, 4, 2};
 constexpr FrameFormat kNv12{NV12, 4, 2};
 constexpr FrameFormat kI420{I420, 4, 2};
 
+/// A stream that states that size, as far as its scan's header.
+std::vector<std::uint8_t> jpegOf(std::uint8_t width, std::uint8_t height) {
+  return {0xff, 0xd8, 0xff, 0xc0, 0, 11, 8, 0, height, 0,  width, 1, 1, 0x11,
+          0,    0xff, 0xda, 0,    8, 1,  1, 0, 0,      63, 0,     1, 2, 3};
+}
+
+std::vector<std::uint8_t> behind(std::vector<std::uint8_t> first, const std::vector<std::uint8_t>& second) {
+  first.insert(first.end(), second.begin(), second.end());
+  return first;
+}
+
+TEST(FrameBuffer, AJpegStreamMayStandBehindOtherBytes) {
+  const FrameFormat format{MJPG, 64, 48};
+  const auto stream = jpegOf(64, 48);
+  const std::vector<std::vector<std::uint8_t>> others{
+      std::vector<std::uint8_t>(1, 0),
+      std::vector<std::uint8_t>(512, 0),
+      std::vector<std::uint8_t>(300, 0xff),
+      {'m', 'a', 'k', 'e', 'r', 0xff, 0xd8, 0, 0xff, 0xd9, 0xff}};
+  for (const auto& other : others)
+    EXPECT_EQ(TestBuffer().block(behind(other, stream), 0).copy(format), stream) << other.size();
+}
+
+TEST(FrameBuffer, OfAStreamWithoutItsBeginningTheThumbnailIsNoPicture) {
+  const std::vector<std::uint8_t> rest(100, 7);
+  EXPECT_FALSE(TestBuffer().block(behind(rest, jpegOf(16, 12)), 0).picture({MJPG, 64, 48}));
+}
+
+TEST(FrameBuffer, AJpegStreamIsNotSoughtFarBehindTheBeginning) {
+  const std::vector<std::uint8_t> much(100'000, 0);
+  EXPECT_FALSE(TestBuffer().block(behind(much, jpegOf(64, 48)), 0).picture({MJPG, 64, 48}));
+}
+
 TEST(FrameBuffer, CopiesAPackedPictureWithItsPadding) {
   TestBuffer buffer;
   buffer.block(20, 10);

@@ -91,6 +91,7 @@ TEST_F(FrameExaminer, MakesTheFileOfAWholeJpegFrameAsItIsWanted) {
 TEST_F(FrameExaminer, OfADamagedFrameThereIsNoFileButHowMuchIsLost) {
   const auto finding = examine(withoutItsSecondHalf(jpegFrame()));
   EXPECT_FALSE(finding.file);
+  EXPECT_EQ(finding.whyNot, "parts of it are missing");
   EXPECT_GT(finding.lost, 0.3);
   EXPECT_LT(finding.lost, 0.7);
 }

@@ -94,6 +94,31 @@ TEST(FrameHealth, OfWholePicturesIsWhole) {
   }
 }
 
+TEST(FrameHealth, OfEveryKindOfStreamIsWhole) {
+  const Picture scene = photoPicture(320, 240, 1);
+  for (const JpegOptions& options : {JpegOptions{.grey = true},
+                                     {.colors = JpegColors::Rgb},
+                                     {.colors = JpegColors::Cmyk},
+                                     {.colors = JpegColors::Ycck},
+                                     {.arithmetic = true},
+                                     {.lumaAcross = 4},
+                                     {.lumaAcross = 1, .lumaDown = 2}}) {
+    const Bytes jpeg = encodeJpeg(scene, options);
+    EXPECT_EQ(healthOf(jpeg).condition, FrameCondition::Whole);
+    EXPECT_EQ(healthOf(withHeightBehindTheScan(jpeg)).condition, FrameCondition::Whole);
+    const Bytes half(jpeg.begin(), jpeg.begin() + static_cast<std::ptrdiff_t>(jpeg.size() / 2));
+    EXPECT_EQ(healthOf(half).condition, FrameCondition::Damaged);
+  }
+}
+
+TEST(FrameHealth, SaysWhyAFrameIsNotWhole) {
+  Bytes jpeg = encodeJpeg(photoPicture(64, 48, 6));
+  EXPECT_EQ(healthOf(jpeg).whyNot, "");
+  EXPECT_EQ(healthOf(Bytes(jpeg.begin(), jpeg.end() - 400)).whyNot, "parts of it are missing");
+  jpeg[frameHeader(jpeg) + 4] = 12;
+  EXPECT_EQ(healthOf(jpeg).whyNot, "Unsupported JPEG data precision 12");
+}
+
 TEST(FrameHealth, OfFramesWithoutAPartOfTheirScanIsDamaged) {
   std::mt19937 random(3);
   for (const int restartRows : {0, 1}) {

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -17,17 +19,8 @@ Bytes withOrientation(const Bytes& jpeg, picture::Orientation orientation) {
   return picture::jpegWithExif(jpeg, {.orientation = orientation, .captureTime = {}}).value();
 }
 
-// Where a frame header (SOF0) gives the picture's height.
-std::size_t heightOffset(const Bytes& jpeg) {
-  const auto segments = picture::jpegHeaderSegments(jpeg);
-  for (const auto& segment : segments.value()) {
-    if (segment.marker == 0xC0) return segment.offset + 5;
-  }
-  return 0;
-}
-
 Bytes withSize(Bytes jpeg, unsigned width, unsigned height) {
-  const std::size_t at = heightOffset(jpeg);
+  const std::size_t at = frameHeader(jpeg) + 5;
   jpeg[at] = static_cast<std::uint8_t>(height >> 8);
   jpeg[at + 1] = static_cast<std::uint8_t>(height);
   jpeg[at + 2] = static_cast<std::uint8_t>(width >> 8);
@@ -43,7 +36,7 @@ std::string failureOf(const Bytes& jpeg) {
 }
 
 TEST(JpegPhoto, EqualsTheReferenceDecoder) {
-  for (const auto& [across, down] : {std::pair{1, 1}, {2, 1}, {2, 2}, {1, 2}}) {
+  for (const auto& [across, down] : {std::pair{1, 1}, {2, 1}, {2, 2}, {1, 2}, {4, 1}, {4, 2}}) {
     for (const auto& [width, height] : {std::pair{1U, 1U}, {7U, 5U}, {64U, 48U}, {321U, 123U}}) {
       const Bytes jpeg = encodeJpeg(photoPicture(width, height, 1),
                                     {.lumaAcross = across, .lumaDown = down, .restartRows = 1});
@@ -94,6 +87,64 @@ TEST(JpegPhoto, SuppliesTheStandardHuffmanTables) {
 TEST(JpegPhoto, DecodesProgressiveStreams) {
   const Bytes jpeg = encodeJpeg(photoPicture(160, 120, 6), {.progressive = true});
   EXPECT_TRUE(decodeJpeg(jpeg) == referenceDecode(jpeg));
+}
+
+TEST(JpegPhoto, DecodesEveryKindOfColours) {
+  for (const auto colors : {JpegColors::Rgb, JpegColors::Cmyk, JpegColors::Ycck}) {
+    const Bytes jpeg = encodeJpeg(photoPicture(161, 43, 6), {.colors = colors, .restartRows = 1});
+    EXPECT_TRUE(decodeJpeg(jpeg) == referenceDecode(jpeg)) << static_cast<int>(colors);
+    EXPECT_THAT(failureOf(Bytes(jpeg.begin(), jpeg.end() - 300)), Not(IsEmpty()));
+  }
+}
+
+TEST(JpegPhoto, TakesInksForWhatTheyAreWhereNoMarkerSaysThatTheyAreComplements) {
+  Bytes jpeg = encodeJpeg(photoPicture(64, 48, 6), {.quality = 100, .colors = JpegColors::Cmyk});
+  const Picture complements = referenceDecode(jpeg);
+  const auto segments = picture::jpegHeaderSegments(jpeg).value();
+  const auto adobe = std::find_if(segments.begin(), segments.end(), [](auto& s) { return s.marker == 0xEE; });
+  ASSERT_NE(adobe, segments.end());
+  const auto begin = jpeg.begin() + static_cast<std::ptrdiff_t>(adobe->offset);
+  jpeg.erase(begin, begin + static_cast<std::ptrdiff_t>(adobe->size));
+  const auto picture = decodeJpeg(jpeg);
+  ASSERT_TRUE(picture);
+  // What is left of the light is at most what the black ink, 170 of 255, lets through.
+  EXPECT_LE(*std::max_element(picture->pixels.begin(), picture->pixels.end()), 255 - 170 + 2);
+  EXPECT_GT(*std::max_element(complements.pixels.begin(), complements.pixels.end()), 100);
+}
+
+TEST(JpegPhoto, DecodesArithmeticCoding) {
+  for (const bool progressive : {false, true}) {
+    const Bytes jpeg =
+        encodeJpeg(photoPicture(160, 120, 6), {.progressive = progressive, .arithmetic = true});
+    EXPECT_TRUE(decodeJpeg(jpeg) == referenceDecode(jpeg)) << progressive;
+    EXPECT_THAT(failureOf(Bytes(jpeg.begin(), jpeg.end() - 300)), Not(IsEmpty()));
+  }
+}
+
+TEST(JpegPhoto, MayStateItsHeightBehindItsScanOnly) {
+  for (const int restartRows : {0, 2}) {
+    const Bytes jpeg = encodeJpeg(photoPicture(160, 120, 6), {.restartRows = restartRows});
+    const Bytes late = withHeightBehindTheScan(jpeg);
+    EXPECT_TRUE(decodeJpeg(late) == referenceDecode(jpeg));
+    EXPECT_EQ(picture::sizeOfJpeg(late), (picture::PixelSize{160, 120}));
+    const Bytes never = withSize(jpeg, 160, 0);
+    EXPECT_THAT(failureOf(never), Not(IsEmpty()));
+    EXPECT_FALSE(picture::sizeOfJpeg(never));
+  }
+}
+
+TEST(JpegPhoto, IsNotMistakenForItsThumbnail) {
+  const Bytes jpeg = encodeJpeg(photoPicture(160, 120, 6));
+  const Bytes both = withThumbnail(jpeg, encodeJpeg(photoPicture(16, 12, 7)));
+  EXPECT_TRUE(decodeJpeg(both) == referenceDecode(jpeg));
+  EXPECT_EQ(picture::sizeOfJpeg(both), (picture::PixelSize{160, 120}));
+}
+
+TEST(JpegPhoto, OfMoreThanEightBitsASampleIsRefusedWithThatReason) {
+  Bytes jpeg = encodeJpeg(photoPicture(64, 48, 6));
+  jpeg[frameHeader(jpeg) + 1] = 0xC1;  // the extended process, which has them
+  jpeg[frameHeader(jpeg) + 4] = 12;
+  EXPECT_EQ(failureOf(jpeg), "Unsupported JPEG data precision 12");
 }
 
 TEST(JpegPhoto, RefusesEveryTruncation) {

@@ -237,6 +237,38 @@ TEST(Preview, OfATurnedPictureIsScaledToTheView) {
   }
 }
 
+TEST(Preview, ShowsEveryKindOfStream) {
+  const Picture scene = redLeftBlueRight(320, 240);
+  for (const JpegOptions& options :
+       {JpegOptions{.colors = JpegColors::Rgb}, {.arithmetic = true}, {.lumaAcross = 4}}) {
+    picture::Frame frame;
+    frame.bytes = withHeightBehindTheScan(encodeJpeg(scene, options));
+    picture::PixelBufferPool pool;
+    const auto shown = picture::decodeForView(frame, {.view = {160, 160}}, pool);
+    ASSERT_TRUE(shown);
+    EXPECT_EQ(shown->size, (picture::PixelSize{160, 120}));
+    EXPECT_THAT(pixelAt(*shown, 0.1, 0.5), Near(kRed, kJpegTolerance));
+    EXPECT_THAT(pixelAt(*shown, 0.9, 0.5), Near(kBlue, kJpegTolerance));
+  }
+}
+
+TEST(Preview, ShowsInks) {
+  for (const auto colors : {JpegColors::Cmyk, JpegColors::Ycck}) {
+    picture::Frame frame;
+    frame.bytes = encodeJpeg(redLeftBlueRight(320, 240), {.colors = colors});
+    const Picture whole = referenceDecode(frame.bytes);
+    picture::PixelBufferPool pool;
+    const auto shown = picture::decodeForView(frame, {.view = {160, 160}}, pool);
+    ASSERT_TRUE(shown);
+    const auto pixel = [&](std::size_t x) {
+      const std::uint8_t* at = whole.pixels.data() + 3 * (120 * std::size_t{320} + x);
+      return Rgb{at[0], at[1], at[2]};
+    };
+    EXPECT_THAT(pixelAt(*shown, 0.1, 0.5), Near(pixel(32), kJpegTolerance));
+    EXPECT_THAT(pixelAt(*shown, 0.9, 0.5), Near(pixel(288), kJpegTolerance));
+  }
+}
+
 TEST(Preview, LeavesOutAbsurdSizes) {
   picture::PixelBufferPool pool;
   EXPECT_FALSE(picture::decodeForView(frameOf(picture::PixelFormat::MJPG, 0, 0), {.view = {640, 480}}, pool));

@@ -7,6 +7,7 @@
 
 namespace camera_shot_test {
 
+using test_support::JpegColors;
 using test_support::JpegOptions;
 using test_support::withoutHuffmanTables;
 
@@ -14,10 +15,18 @@ inline Bytes encodeJpeg(const Picture& picture, const JpegOptions& options = {})
   return test_support::encodeJpeg(picture.width, picture.height, picture.pixels, options);
 }
 
-/// What the reference decoder makes of a sound `jpeg` at its defaults, one row at a time.
+/// What the reference decoder makes of a sound `jpeg` at its defaults, one row at a time. Of inks it gives
+/// what Adobe's programs store, complements, whose product with black is the light that is left.
 Picture referenceDecode(const Bytes& jpeg);
 
 /// What our own source delivers; nothing when it fails at any point.
 std::optional<Picture> decodeJpeg(const Bytes& jpeg);
+
+/// Where the frame header is in a stream: its marker, its length, then bits a sample, height, width.
+std::size_t frameHeader(const Bytes& jpeg);
+/// A stream that states its height behind its scan only (DNL, ITU-T T.81, B.2.5).
+Bytes withHeightBehindTheScan(Bytes jpeg);
+/// A stream with an Exif segment in which a whole other one lies, the thumbnail.
+Bytes withThumbnail(const Bytes& jpeg, const Bytes& thumbnail);
 
 }  // namespace camera_shot_test

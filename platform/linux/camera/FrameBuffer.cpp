@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <numeric>
 
+#include "picture/JpegMarkers.h"
 #include "picture/PixelLayout.h"
 #include "picture/PixelSize.h"
 
@@ -59,8 +60,23 @@ PlaneSpaces spacesInBlock(const FrameBlock& block, const picture::PixelLayout& l
 
 // A start-of-image marker and another one (ITU-T T.81, Annex B). Whether the rest is whole takes longer to
 // find out than the cameras' thread has.
-bool beginsAsJpeg(std::span<const std::uint8_t> bytes) {
-  return bytes.size() > 4 && bytes[0] == 0xff && bytes[1] == 0xd8 && bytes[2] == 0xff;
+constexpr std::array<std::uint8_t, 3> kJpegBeginning{0xff, 0xd8, 0xff};
+constexpr std::size_t kShortestJpeg = 5;
+
+// How far behind the beginning of a buffer a stream may stand: as far as the longest marker segment reaches.
+constexpr std::size_t kMostBeforeJpeg = 65536;
+
+// The JPEG stream in a buffer; empty where there is none. Some cameras put bytes of their own before it. What
+// stands there must be of the camera's size then: of a stream whose beginning was lost the thumbnail may be
+// left.
+std::span<const std::uint8_t> jpegIn(std::span<const std::uint8_t> bytes, const FrameFormat& format) {
+  const auto sought = bytes.first(std::min(bytes.size(), kMostBeforeJpeg));
+  const auto begin = std::search(sought.begin(), sought.end(), kJpegBeginning.begin(), kJpegBeginning.end());
+  const auto jpeg = bytes.subspan(static_cast<std::size_t>(begin - sought.begin()));
+  if (begin == sought.end() || jpeg.size() < kShortestJpeg) return {};
+  const picture::PixelSize size{static_cast<int>(format.width), static_cast<int>(format.height)};
+  return begin == sought.begin() || picture::sizeOfJpeg(jpeg) == size ? jpeg
+                                                                      : std::span<const std::uint8_t>();
 }
 
 }  // namespace
@@ -70,8 +86,8 @@ std::optional<FrameBuffer> FrameBuffer::pictureIn(std::span<const FrameBlock> bl
   if (blocks.empty() || blocks[0].bytes.empty()) return {};
   FrameBuffer picture(format);
   if (format.format == picture::PixelFormat::MJPG) {
-    picture.planes_[0].bytes = blocks[0].bytes;
-    if (!beginsAsJpeg(picture.planes_[0].bytes)) return {};
+    picture.planes_[0].bytes = jpegIn(blocks[0].bytes, format);
+    if (picture.planes_[0].bytes.empty()) return {};
     return picture;
   }
   if (!picture.findPlanes(blocks)) return {};

@@ -19,12 +19,14 @@ double lostShare(const picture::FrameHealth& health) {
 }
 
 FrameFinding findingOf(const picture::Frame& frame, bool isMirrored) {
-  // An uncompressed frame need not be decoded to be known to be whole: its file is made where it goes.
-  if (frame.format != picture::PixelFormat::MJPG) return {lostShare(picture::examineFrame(frame)), nullptr};
   auto result = picture::PngResult::Written;
-  if (auto file = encodePhoto(frame, isMirrored, result)) return {0, std::move(file)};
-  const double lost = lostShare(picture::examineFrame(frame));
-  return {result == picture::PngResult::SourceFailed ? std::max(lost, kLeastLost) : lost, nullptr};
+  // An uncompressed frame need not be decoded to be known to be whole: its file is made where it goes.
+  if (frame.format == picture::PixelFormat::MJPG)
+    if (auto file = encodePhoto(frame, isMirrored, result)) return {0, {}, std::move(file)};
+  auto health = picture::examineFrame(frame);
+  const double lost = lostShare(health);
+  return {result == picture::PngResult::SourceFailed ? std::max(lost, kLeastLost) : lost,
+          std::move(health.whyNot), nullptr};
 }
 
 }  // namespace

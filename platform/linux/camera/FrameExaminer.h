@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "picture/Frame.h"
 #include "platform/linux/base/Worker.h"
@@ -14,7 +15,8 @@ namespace platform_linux {
 
 /// What was found out about a frame that is to become a still.
 struct FrameFinding {
-  double lost = 0;  ///< the share of the picture that is missing: 0 of a whole one, 1: no picture
+  double lost = 0;     ///< the share of the picture that is missing: 0 of a whole one, 1: no picture
+  std::string whyNot;  ///< why it is not whole, in a few words for the log
   /// The still's file, where making it was the way to find that out.
   std::shared_ptr<const EncodedPhoto> file;
 };

@@ -77,6 +77,7 @@ void StillQueue::judge(const FramePointer& frame, const FrameFinding& finding) {
   if (*examined_ == 0) return;
   if (finding.lost == 0) return answer(*examined_, {frame, finding.file}, 0);
   if (finding.lost < best_.lost) best_ = {frame, finding.lost};
+  whyNot_ = finding.whyNot;
 }
 
 // Stills that fell due meanwhile have waited for it.
@@ -90,6 +91,7 @@ void StillQueue::answer(std::size_t count, const StillPicture& picture, int erro
   std::deque<Still> answered(std::make_move_iterator(waiting_.begin()), std::make_move_iterator(end));
   waiting_.erase(waiting_.begin(), end);
   best_ = {};
+  whyNot_.clear();
   // A frame under examination was meant for those that go.
   if (examined_) *examined_ -= std::min(*examined_, count);
   if (waiting_.empty())
@@ -124,6 +126,7 @@ void StillQueue::checkDeadline() {
     best->isDamaged = true;
     return answer(due, {best, nullptr}, 0);
   }
+  if (!whyNot_.empty()) note_("none of the pictures that came can be used: " + whyNot_);
   schedule_.fallSilent();
   answer(waiting_.size(), {}, reason_);
 }

@@ -100,6 +100,7 @@ class StillQueue : public std::enable_shared_from_this<StillQueue> {
   std::deque<Still> waiting_;
   std::optional<std::size_t> examined_;  // how many of them the frame under examination is for
   Damaged best_;                         // of the frames for the still that waits longest
+  std::string whyNot_;                   // why the last of them is not whole
   int reason_;
 };
 

@@ -29,17 +29,28 @@ void writeOrientation(jpeg_compress_struct& encoder, unsigned orientation) {
   jpeg_write_marker(&encoder, JPEG_APP0 + 1, exif.data(), exif.size());
 }
 
-void configure(jpeg_compress_struct& encoder, const JpegOptions& options) {
-  encoder.input_components = options.grey ? 1 : 3;
-  encoder.in_color_space = options.grey ? JCS_GRAYSCALE : JCS_RGB;
+bool isInk(const JpegOptions& options) {
+  return options.colors == JpegColors::Cmyk || options.colors == JpegColors::Ycck;
+}
+
+void configureColors(jpeg_compress_struct& encoder, const JpegOptions& options) {
+  encoder.input_components = options.grey ? 1 : isInk(options) ? 4 : 3;
+  encoder.in_color_space = options.grey ? JCS_GRAYSCALE : isInk(options) ? JCS_CMYK : JCS_RGB;
   jpeg_set_defaults(&encoder);
+  if (options.colors == JpegColors::Rgb) jpeg_set_colorspace(&encoder, JCS_RGB);
+  if (options.colors == JpegColors::Ycck) jpeg_set_colorspace(&encoder, JCS_YCCK);
+}
+
+void configure(jpeg_compress_struct& encoder, const JpegOptions& options) {
+  configureColors(encoder, options);
   jpeg_set_quality(&encoder, options.quality, TRUE);
-  if (!options.grey) {
+  if (!options.grey && options.colors == JpegColors::YCbCr) {
     encoder.comp_info[0].h_samp_factor = options.lumaAcross;
     encoder.comp_info[0].v_samp_factor = options.lumaDown;
   }
   encoder.restart_in_rows = options.restartRows;
   encoder.restart_interval = options.restartBlocks;
+  encoder.arith_code = options.arithmetic ? TRUE : FALSE;
   if (options.progressive) jpeg_simple_progression(&encoder);
 }
 
@@ -49,6 +60,20 @@ Bytes lumaOf(std::span<const std::uint8_t> rgb) {
   for (; !rgb.empty(); rgb = rgb.subspan(3))
     luma.push_back(static_cast<std::uint8_t>((299 * rgb[0] + 587 * rgb[1] + 114 * rgb[2] + 500) / 1000));
   return luma;
+}
+
+/// Two thirds of the light come through the black ink.
+Bytes inksOf(std::span<const std::uint8_t> rgb) {
+  Bytes inks;
+  for (; !rgb.empty(); rgb = rgb.subspan(3))
+    inks.insert(inks.end(), {rgb[0], rgb[1], rgb[2], 170});
+  return inks;
+}
+
+Bytes samplesOf(std::span<const std::uint8_t> rgb, const JpegOptions& options) {
+  if (options.grey) return lumaOf(rgb);
+  if (isInk(options)) return inksOf(rgb);
+  return {rgb.begin(), rgb.end()};
 }
 
 }  // namespace
@@ -70,7 +95,7 @@ Bytes encodeJpeg(std::uint32_t width, std::uint32_t height, std::span<const std:
   const auto rowBytes = std::size_t{3} * width;
   while (encoder.next_scanline < encoder.image_height) {
     const auto pixels = rgb.subspan(encoder.next_scanline * rowBytes, rowBytes);
-    Bytes row = options.grey ? lumaOf(pixels) : Bytes(pixels.begin(), pixels.end());
+    Bytes row = samplesOf(pixels, options);
     JSAMPROW pointer = row.data();
     jpeg_write_scanlines(&encoder, &pointer, 1);
   }

@@ -6,6 +6,14 @@
 
 namespace test_support {
 
+/// What a stream's components are.
+enum class JpegColors {
+  YCbCr,
+  Rgb,   ///< red, green and blue themselves
+  Cmyk,  ///< inks as printing programs store them: complements, with some black
+  Ycck,  ///< the same, the three others as luma and colour difference
+};
+
 /// How a JPEG stream is made; as most cameras do, where nothing else is said.
 struct JpegOptions {
   int quality = 90;  ///< 1 to 100
@@ -13,7 +21,9 @@ struct JpegOptions {
   int lumaAcross = 2;
   int lumaDown = 1;
   bool grey = false;  ///< luma alone
+  JpegColors colors = JpegColors::YCbCr;
   bool progressive = false;
+  bool arithmetic = false;       ///< coded arithmetically
   int restartRows = 0;           ///< a restart marker after so many rows of blocks (MCU); none when 0
   unsigned restartBlocks = 0;    ///< likewise, after so many blocks
   unsigned exifOrientation = 0;  ///< of an Exif tag, 1 to 8; no Exif when 0
