@@ -50,7 +50,7 @@ void FakeMainLoop::after(Milliseconds delay, std::function<void()> work) {
 
 void FakeMainLoop::schedule(Milliseconds delay, std::function<void()> work) {
   const std::scoped_lock lock(mutex_);
-  due_.push_back({now_ + delay, number_++, std::move(work)});
+  due_.push_back({now_ + delay, delay, number_++, std::move(work)});
   changed_.notify_all();
 }
 
@@ -95,7 +95,7 @@ std::vector<FakeMainLoop::Postponed> FakeMainLoop::waiting() const {
   });
   std::vector<Postponed> all;
   for (const Due* each : inOrder)
-    all.push_back({each->at - now_, each->work.target_type().hash_code()});
+    all.push_back({each->at - now_, each->delay, each->work.target_type().name()});
   return all;
 }
 
@@ -118,6 +118,20 @@ std::function<void()> FakeMainLoop::takeNext(Milliseconds until) {
   auto work = std::move(next->work);
   due_.erase(next);
   return work;
+}
+
+void FakeMainLoop::runTurn() {
+  const auto takeImmediate = [this]() -> std::function<void()> {
+    const std::scoped_lock lock(mutex_);
+    const auto next =
+        std::find_if(due_.begin(), due_.end(), [](const Due& each) { return each.delay == Milliseconds(0); });
+    if (ended_ || next == due_.end()) return nullptr;
+    auto work = std::move(next->work);
+    due_.erase(next);
+    return work;
+  };
+  while (const auto work = takeImmediate())
+    work();
 }
 
 void FakeMainLoop::advance(Milliseconds time) {

@@ -10,6 +10,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -44,6 +45,8 @@ class FakeMainLoop : public platform::MainQueue, public platform::NSRunLoop, pub
 
   /// Runs what is due now.
   void run() { advance(Milliseconds(0)); }
+  /// Runs what was put off to the next turn of the loop, but nothing that was to wait longer and is due.
+  void runTurn();
   /// Moves the clock on by `time`, running everything as it falls due.
   void advance(Milliseconds time);
   /// Moves the clock on to the work that is due next and runs that alone.
@@ -55,8 +58,10 @@ class FakeMainLoop : public platform::MainQueue, public platform::NSRunLoop, pub
   int activeTimers() const;
   /// A piece of work that waits.
   struct Postponed {
-    Milliseconds in;   ///< how long until it is due
-    std::size_t kind;  ///< the same for work that was put there by the same line of code
+    Milliseconds in;     ///< how long until it is due
+    Milliseconds delay;  ///< how long it was put off when it was put there
+    /// The mangled type of the function: names the line of code that put it there.
+    std::string_view code;
 
     bool operator==(const Postponed&) const = default;
   };
@@ -67,6 +72,7 @@ class FakeMainLoop : public platform::MainQueue, public platform::NSRunLoop, pub
   struct Timer;
   struct Due {
     Milliseconds at;
+    Milliseconds delay;
     std::uint64_t number;
     std::function<void()> work;
   };

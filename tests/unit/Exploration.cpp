@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <sstream>
+#include <string_view>
 #include <typeinfo>
 
 #include "app/Weakly.h"
@@ -26,10 +27,46 @@ bool always(const ToolFixture&) {
   return true;
 }
 
+using Postponed = fakes::FakeMainLoop::Postponed;
+
+bool isFrom(const Postponed& work, std::string_view function) {
+  return work.code.find(function) != std::string_view::npos;
+}
+
+/// Work that is put off by the operations named here changes nothing that the tool ever looks at.
+bool decides(const Postponed& work) {
+  return !isFrom(work, "11showOverlay") && !isFrom(work, "13updateLastRun");
+}
+
+bool endsTheRun(const Postponed& work) {
+  return isFrom(work, "AppController6onQuit") || isFrom(work, "AppController26startFromNotificationClick");
+}
+
+/// The waiting work that can still make a difference, in the order in which it falls due: nothing comes after
+/// the end.
+std::vector<Postponed> waitingWork(const ToolFixture& tool) {
+  std::vector<Postponed> all;
+  for (const auto& each : tool.loop.waiting()) {
+    if (decides(each)) all.push_back(each);
+    if (endsTheRun(each)) break;
+  }
+  return all;
+}
+
+bool somethingWaits(const ToolFixture& tool) {
+  return !waitingWork(tool).empty();
+}
+
+void runNext(ToolFixture& tool) {
+  while (!decides(tool.loop.waiting().front()))
+    tool.loop.runNext();
+  tool.loop.runNext();
+}
+
 /// What waits for the main loop's next turn comes before any news from outside.
 bool isIdle(const ToolFixture& tool) {
-  const auto waiting = tool.loop.waiting();
-  return waiting.empty() || waiting.front().in > 0ms;
+  const auto waiting = waitingWork(tool);
+  return std::none_of(waiting.begin(), waiting.end(), [](const auto& each) { return each.delay == 0ms; });
 }
 
 bool capturePending(const ToolFixture& tool) {
@@ -44,13 +81,19 @@ bool twoCamerasBusy(const ToolFixture& tool) {
 /// What the controller has put off until later: shots, and looks for cameras.
 std::ptrdiff_t postponed(const ToolFixture& tool) {
   using Call = decltype(weakly(std::shared_ptr<AppController>(), &AppController::takePhoto));
-  const auto waiting = tool.loop.waiting();
+  const auto waiting = waitingWork(tool);
   return std::count_if(waiting.begin(), waiting.end(),
-                       [](const auto& each) { return each.kind == typeid(Call).hash_code(); });
+                       [](const auto& each) { return each.code == typeid(Call).name(); });
 }
 
 bool takesMoreShots(const ToolFixture& tool) {
   return tool.delegate.controller()->count() + postponed(tool) < kMostShots;
+}
+
+/// In a run without a preview every change of the cameras may put off a further shot, but only while none is
+/// pending.
+bool camerasMayChange(const ToolFixture& tool) {
+  return tool.delegate.controller()->count() > 0 || takesMoreShots(tool);
 }
 
 bool previewVisible(const ToolFixture& tool) {
@@ -86,7 +129,7 @@ void togglePlug(ToolFixture& tool, const std::string& name) {
 void deliver(ToolFixture& tool, fakes::FakePhotoOutput& output) {
   output.deliver(std::make_shared<fakes::FakePhoto>(
       std::make_shared<fakes::FakeData>(tool.journal, tool.files, "photo")));
-  tool.loop.run();
+  tool.loop.runTurn();
 }
 
 void chooseNextCamera(ToolFixture& tool) {
@@ -100,9 +143,9 @@ bool canChooseCamera(const ToolFixture& tool) {
 
 std::vector<Event> cameraEvents() {
   return {
-      {"first camera plugged or unplugged", takesMoreShots,
+      {"first camera plugged or unplugged", camerasMayChange,
        [](ToolFixture& tool) { togglePlug(tool, "First"); }},
-      {"second camera plugged or unplugged", takesMoreShots,
+      {"second camera plugged or unplugged", camerasMayChange,
        [](ToolFixture& tool) { togglePlug(tool, "Second"); }},
       {"photo delivered", capturePending,
        [](ToolFixture& tool) { deliver(tool, *busyOutputs(tool).front()); }},
@@ -135,8 +178,7 @@ std::vector<Event> userEvents() {
 
 std::vector<Event> desktopEvents() {
   return {
-      {"the next thing is due", [](const ToolFixture& tool) { return !tool.loop.waiting().empty(); },
-       [](ToolFixture& tool) { tool.loop.runNext(); }},
+      {"the next thing is due", somethingWaits, runNext},
       {"preferences closed by the window manager", preferencesVisible,
        [](ToolFixture& tool) { tool.closeWindow(kPreferencesWindow); }},
       {"preferences minimised", preferencesVisible,
@@ -160,16 +202,27 @@ void describeTakers(const ToolFixture& tool, std::ostream& state) {
   }
 }
 
-/// Doing twice at the same moment what ends the run, or clears a picture away, is doing it once.
+/// All delays but those of the launch are of one length, so what is put off now comes after what waits: only
+/// the order counts, not the time.
 void describeWaiting(const ToolFixture& tool, std::ostream& state) {
-  std::vector<fakes::FakeMainLoop::Postponed> told;
-  const auto postponedOnes = postponed(tool);
-  for (const auto& each : tool.loop.waiting()) {
-    if (std::find(told.begin(), told.end(), each) != told.end()) continue;
-    told.push_back(each);
-    state << each.in.count() << ':' << each.kind % 1000 << ' ';
+  std::string_view before;
+  for (const auto& each : waitingWork(tool)) {
+    // Coming to the front twice is coming to the front.
+    const bool isRepeated = each.code == before && isFrom(each, "12onPreferences");
+    if (!isRepeated) state << (each.delay == 0ms ? " now:" : " later:") << each.code;
+    before = each.code;
   }
-  state << 'x' << std::min<std::ptrdiff_t>(postponedOnes, kMostShots + 1);
+}
+
+/// Cameras that differ in nothing but their names may change places: the same can happen then.
+std::string withoutNames(std::string state) {
+  const std::string first = idOf("First"), second = idOf("Second");
+  const bool firstComesFirst = state.find(first) <= state.find(second);
+  for (auto at = state.find("id of"); at != std::string::npos; at = state.find("id of", at)) {
+    const bool isFirst = state.compare(at, first.size(), first) == 0;
+    state.replace(at, isFirst ? first.size() : second.size(), isFirst == firstComesFirst ? "A" : "B");
+  }
+  return state;
 }
 
 }  // namespace
@@ -229,24 +282,32 @@ std::unique_ptr<ToolFixture> launched(Start start) {
   return tool;
 }
 
+bool launchedSilently(const ToolFixture& tool) {
+  return tool.journal.has(usageEvent("Launch", false, "{\"Silent\":true}"));
+}
+
+bool staysSilent(const ToolFixture& tool) {
+  return launchedSilently(tool) && tool.journal.of("defaults setBool").empty();
+}
+
 std::string stateOf(ToolFixture& tool) {
+  if (tool.application.ended) return "ended";
   const auto& controller = tool.controller();
   std::ostringstream state;
-  state << controller.count() << controller.running() << controller.runWithPreferences()
-        << controller.preferences()->showPreview() << controller.preferences()->videoSourceID() << ' '
+  state << launchedSilently(tool) << staysSilent(tool) << controller.count() << controller.running()
+        << controller.runWithPreferences() << controller.preferences()->showPreview()
+        << controller.preferences()->videoSourceID() << ' '
         << (controller.currentCamera() ? controller.currentCamera()->uniqueID() : "none") << ' '
-        << controller.preview()->buttonState() << tool.application.ended << tool.hasActiveTimer()
+        << controller.preview()->buttonState() << tool.hasActiveTimer()
         << static_cast<int>(tool.avFoundation.authorization)
-        << std::min<std::size_t>(tool.avFoundation.accessRequests.size(), kMostShots)
-        << tool.appKit.hasDisplay << ' ';
+        << std::min<std::size_t>(tool.avFoundation.accessRequests.size(), 3) << tool.appKit.hasDisplay << ' ';
   for (const auto& [name, layout] : tool.appKit.layouts)
     state << name << layout->window->isVisible() << layout->window->isMiniaturized();
   for (const auto& device : tool.avFoundation.devices)
     state << device->uniqueID() << ',';
   describeTakers(tool, state);
-  state << ' ';
   describeWaiting(tool, state);
-  return state.str();
+  return withoutNames(state.str());
 }
 
 }  // namespace camera_shot::exploration

@@ -37,6 +37,10 @@ const std::vector<Event>& allEvents();
 std::string nameOf(Start start);
 std::unique_ptr<ToolFixture> launched(Start start);
 
+bool launchedSilently(const ToolFixture& tool);
+/// Launched so, and nobody has touched the switch of the preview since.
+bool staysSilent(const ToolFixture& tool);
+
 /// Everything about the tool and its desktop that decides what it does next.
 std::string stateOf(ToolFixture& tool);
 

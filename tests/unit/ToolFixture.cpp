@@ -58,7 +58,7 @@ void ToolFixture::answerAccess(platform::AVAuthorizationStatus answer) {
   avFoundation.authorization = answer;
   for (const auto& completion : std::exchange(avFoundation.accessRequests, {}))
     completion(answer == platform::AVAuthorizationStatus::Authorized);
-  loop.run();
+  loop.runTurn();
 }
 
 void ToolFixture::switchPreview(bool on) {
