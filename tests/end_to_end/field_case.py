@@ -5,7 +5,7 @@ from pathlib import Path
 
 import pixels
 import raw_reference
-from tool import Tool, ToolTest, control
+from tool import Tool, ToolTest, apart, control
 
 _COUNTER_BITS = 16
 
@@ -18,18 +18,10 @@ class FieldCamera:
         self.name = f"field-{number}"
         self.folder = Path(os.environ["HOME"]) / self.name
         self.sent = self.folder / "sent"
-        for part in ("config", "state", "run", "home"):
-            (self.folder / part).mkdir(parents=True)
+        environment = apart(self.folder)
         control("add-camera", f"name={self.name},title={self.name},dump={self.sent},{description}")
         self.tool = Tool(settings=f"[Defaults]\nShowPreview=false\nVideoSourceID={self.name}\n",
-                         environment=self._apart())
-
-    def _apart(self):
-        """Surroundings in which the run is alone, so that no other one is taken for an earlier start of the tool."""
-        return {"HOME": str(self.folder / "home"), "XDG_CONFIG_HOME": str(self.folder / "config"),
-                "XDG_STATE_HOME": str(self.folder / "state"), "XDG_RUNTIME_DIR": str(self.folder / "run"),
-                "PIPEWIRE_RUNTIME_DIR": os.environ["XDG_RUNTIME_DIR"],
-                "DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.folder}/no-bus"}
+                         environment=environment)
 
     def frames(self):
         """What was sent, each different picture once."""

@@ -42,6 +42,7 @@ def in_desktop(*cameras, options=()):
             )
             if done.returncode != 0:
                 self.fail(done.stdout)
+            print(done.stdout, end="")
             return None
 
         return test
@@ -78,6 +79,16 @@ class CameraLine:
                 raise AssertionError(f"no answer to {request}")
             answer += part
         return answer.decode()
+
+
+def apart(folder):
+    """Surroundings below a new folder in which a run is alone with the session's cameras, so that no other run is taken for
+    an earlier start of the tool."""
+    for part in ("config", "state", "run", "home"):
+        (folder / part).mkdir(parents=True)
+    return {"HOME": str(folder / "home"), "XDG_CONFIG_HOME": str(folder / "config"), "XDG_STATE_HOME": str(folder / "state"),
+            "XDG_RUNTIME_DIR": str(folder / "run"), "PIPEWIRE_RUNTIME_DIR": os.environ["XDG_RUNTIME_DIR"],
+            "DBUS_SESSION_BUS_ADDRESS": f"unix:path={folder}/no-bus"}
 
 
 class Tool:
@@ -143,7 +154,11 @@ class Tool:
         return [event["event"] for event in self.events()]
 
     def wait_for_event(self, name):
-        wait_until(lambda: name in self.names(), self.state, what=f'the event "{name}"')
+        self.wait_for_count(name, 1)
+
+    def wait_for_count(self, name, count):
+        """Returns when there are so many events of that name."""
+        wait_until(lambda: self.names().count(name) >= count, self.state, what=f'{count} times the event "{name}"')
 
     def wait_for_names(self, names):
         """The events are told after the photo is there."""
