@@ -8,6 +8,24 @@
 
 namespace picture {
 
+/// Some bits that go into the stream together. They end at the word's most significant bit, so that to append
+/// others is to shift and to set: nothing has to be cut out, and what lies below them does not matter as long
+/// as it stays within the lowest byte.
+struct BitGroup {
+  std::uint64_t bits;
+  unsigned count;
+
+  /// Of the `count` lowest bits, 56 at most; the others are zero.
+  [[nodiscard]] static constexpr BitGroup of(std::uint64_t bits, unsigned count) noexcept {
+    return {bits << 1 << (63 - count), count};
+  }
+};
+
+/// The bits of `first`, then those of `second`.
+[[gnu::always_inline]] inline BitGroup join(BitGroup first, BitGroup second) noexcept {
+  return {second.bits | first.bits >> (second.count & 63), first.count + second.count};
+}
+
 /// Writes deflate's bit stream: least significant bit first. Bits are gathered in a word and stored eight
 /// bytes at a time, so the buffer must reach seven bytes further than what is written. After a `flush`,
 /// kMostBits can be put before the next one.
@@ -20,23 +38,23 @@ class BitWriter {
 
   explicit BitWriter(std::uint8_t* to) noexcept : to_(to) {}
 
-  void put(std::uint64_t bits, unsigned count) noexcept {
-    pending_ |= bits << pendingCount_;
-    pendingCount_ += count;
+  void put(BitGroup group) noexcept {
+    pending_ = join(pending_, {group.bits & ~std::uint64_t{0xFF}, group.count});
   }
+  void put(std::uint64_t bits, unsigned count) noexcept { put(BitGroup::of(bits, count)); }
 
   /// Stores the pending whole bytes; seven bits at most stay pending.
   void flush() noexcept {
-    std::memcpy(to_, &pending_, sizeof pending_);
-    to_ += pendingCount_ / 8;
-    pending_ >>= pendingCount_ & ~7U;
-    pendingCount_ &= 7U;
+    const std::uint64_t word = pending_.bits >> (-pending_.count & 63);
+    std::memcpy(to_, &word, sizeof word);
+    to_ += pending_.count / 8;
+    pending_.count &= 7U;
   }
 
   /// Zero bits up to the next whole byte.
   void alignToByte() noexcept {
     flush();
-    pendingCount_ = (pendingCount_ + 7) & ~7U;
+    put(0, -pending_.count & 7U);
     flush();
   }
 
@@ -48,8 +66,7 @@ class BitWriter {
 
  private:
   std::uint8_t* to_;
-  std::uint64_t pending_ = 0;
-  unsigned pendingCount_ = 0;
+  BitGroup pending_{0, 0};
 };
 
 }  // namespace picture

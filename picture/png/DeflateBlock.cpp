@@ -28,19 +28,20 @@ std::size_t usedCount(const Lengths& lengths, std::size_t least) {
 
 }  // namespace
 
-void DeflateBlock::plan(std::span<const std::uint8_t> data, std::span<const DeflateToken> tokens) noexcept {
-  countSymbols(data, tokens);
+void DeflateBlock::plan(std::span<const std::uint8_t> data, std::span<const DeflateToken> tokens,
+                        std::span<const std::uint64_t> matched) noexcept {
+  countSymbols(data, tokens, matched);
   buildCodeLengths(literalFrequencies_, kLongestLiteralCode, literalLengths_);
   buildCodeLengths(distanceFrequencies_, kLongestDistanceCode, distanceLengths_);
   planHeader();
   bits_ += bodyBits();
 }
 
-void DeflateBlock::countSymbols(std::span<const std::uint8_t> data,
-                                std::span<const DeflateToken> tokens) noexcept {
+void DeflateBlock::countSymbols(std::span<const std::uint8_t> data, std::span<const DeflateToken> tokens,
+                                std::span<const std::uint64_t> matched) noexcept {
   literalFrequencies_.fill(0);
   distanceFrequencies_.fill(0);
-  std::ranges::copy(literalHistogram(data, tokens), literalFrequencies_.begin());
+  std::ranges::copy(literalHistogram(data, tokens, matched), literalFrequencies_.begin());
   for (const DeflateToken& token : tokens) {
     if (token.length == 0) continue;
     ++literalFrequencies_[kFirstLengthSymbol + kLengthSymbols[token.length].symbol];

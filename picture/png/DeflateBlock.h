@@ -14,8 +14,10 @@ namespace picture {
 /// first, so that sizes can be compared before anything is written.
 class DeflateBlock {
  public:
-  /// Chooses the codes for `data` as divided by `tokens`.
-  void plan(std::span<const std::uint8_t> data, std::span<const DeflateToken> tokens) noexcept;
+  /// Chooses the codes for `data` as divided by `tokens`; `matched` has a bit set for each byte within a
+  /// match.
+  void plan(std::span<const std::uint8_t> data, std::span<const DeflateToken> tokens,
+            std::span<const std::uint64_t> matched) noexcept;
   /// The block's size in bits; an estimate where there are many literals, as their frequencies are.
   [[nodiscard]] std::uint64_t bits() const noexcept { return bits_; }
   /// Writes the planned block, as one that is not the last. Same arguments as `plan` got.
@@ -31,7 +33,8 @@ class DeflateBlock {
     std::uint8_t extra;
     std::uint8_t extraBits;
   };
-  void countSymbols(std::span<const std::uint8_t> data, std::span<const DeflateToken> tokens) noexcept;
+  void countSymbols(std::span<const std::uint8_t> data, std::span<const DeflateToken> tokens,
+                    std::span<const std::uint64_t> matched) noexcept;
   void planHeader() noexcept;
   void appendLengthRun(std::uint8_t length, std::size_t count) noexcept;
   void writeHeader(BitWriter& out) const noexcept;

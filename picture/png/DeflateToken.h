@@ -18,6 +18,13 @@ struct DeflateToken {
   std::uint16_t distance = 0;
 };
 
+/// A repetition alone, at its place.
+struct Match {
+  std::uint32_t position;
+  std::uint16_t length;
+  std::uint16_t distance;
+};
+
 /// Tokens that together make up a stretch of bytes.
 using DeflateTokens = std::vector<DeflateToken>;
 

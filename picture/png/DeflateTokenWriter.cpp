@@ -5,67 +5,69 @@
 namespace picture {
 namespace {
 
-// Some codes joined, the first one least significant. Joining does not wait for the stream's position, so one
-// group is put together while the one before is on its way into the stream.
-struct Group {
-  std::uint64_t bits;
-  unsigned length;
-};
+// A code as it goes into the stream, its length in the lowest byte: one word to load for each literal.
+using Entry = std::uint64_t;
+constexpr std::uint64_t kEntryLength = 0xFF;
+
+constexpr Entry entryOf(BitGroup group) {
+  return group.bits | group.count;
+}
 
 constexpr std::size_t kLiteralsTogether = 4;
 static_assert(kLiteralsTogether * kLongestLiteralCode <= BitWriter::kMostBits);
 
 // Always inline, here and below: compiled for the processor that the caller is compiled for.
-[[gnu::always_inline]] inline Group groupOf(Code code) {
-  return {code.bits, code.length};
+[[gnu::always_inline]] inline BitGroup groupOf(Entry entry) {
+  return {entry, static_cast<unsigned>(entry & kEntryLength)};
 }
 
-[[gnu::always_inline]] inline Group join(Group first, Group second) {
-  return {first.bits | second.bits << first.length, first.length + second.length};
-}
-
-[[gnu::always_inline]] inline void put(Group group, BitWriter& out) {
-  out.put(group.bits, group.length);
-}
-
-[[gnu::always_inline]] inline Group fourLiterals(const std::uint8_t* at, const Code* codes) {
+[[gnu::always_inline]] inline BitGroup fourLiterals(const std::uint8_t* at, const Entry* codes) {
   const auto literal = [=](std::size_t i) { return groupOf(codes[at[i]]); };
   return join(join(literal(0), literal(1)), join(literal(2), literal(3)));
 }
 
 // The first `count` (0 to 3) of the three literals at `at`; without a jump, as there is no telling how many
 // there will be.
-[[gnu::always_inline]] inline Group fewLiterals(const std::uint8_t* at, std::size_t count,
-                                                const Code* codes) {
+[[gnu::always_inline]] inline BitGroup fewLiterals(const std::uint8_t* at, std::size_t count,
+                                                   const Entry* codes) {
   const auto literal = [=](std::size_t i) {
-    const Code code = codes[at[i]];
     const std::uint64_t kept = i < count ? ~std::uint64_t{0} : 0;
-    return Group{code.bits & kept, static_cast<unsigned>(code.length & kept)};
+    return groupOf(codes[at[i]] & kept);
   };
   return join(join(literal(0), literal(1)), literal(2));
 }
 
 // All of `count` literals but the last 0 to 3; answers where those begin.
 [[gnu::always_inline]] inline const std::uint8_t* writeByFours(const std::uint8_t* at, std::size_t count,
-                                                               const Code* codes, BitWriter& out) {
+                                                               const Entry* codes, BitWriter& out) {
   for (; count >= kLiteralsTogether; count -= kLiteralsTogether, at += kLiteralsTogether) {
-    put(fourLiterals(at, codes), out);
+    out.put(fourLiterals(at, codes));
     out.flush();
   }
   return at;
 }
 
-using LengthGroups = std::array<Group, kLongestMatch + 1>;
+template <std::size_t count>
+std::array<Entry, count> entriesFor(const std::array<std::uint8_t, count>& lengths) {
+  const auto codes = codesFor(lengths);
+  std::array<Entry, count> entries{};
+  for (std::size_t i = 0; i < count; ++i)
+    entries[i] = entryOf(BitGroup::of(codes[i].bits, codes[i].length));
+  return entries;
+}
+
+using LengthEntries = std::array<Entry, kLongestMatch + 1>;
 
 // The codes of all match lengths with their extra bits.
-LengthGroups makeLengthGroups(const Code* codes) {
-  LengthGroups groups{};
+LengthEntries makeLengthEntries(const Entry* codes) {
+  LengthEntries entries{};
   for (std::uint32_t length = kShortestMatch; length <= kLongestMatch; ++length) {
     const DeflateSymbol symbol = kLengthSymbols[length];
-    groups[length] = join(groupOf(codes[kFirstLengthSymbol + symbol.symbol]),
-                          {length - kShortestMatch - symbol.base, symbol.extraBits});
+    const BitGroup group = join(groupOf(codes[kFirstLengthSymbol + symbol.symbol]),
+                                BitGroup::of(length - kShortestMatch - symbol.base, symbol.extraBits));
+    entries[length] = entryOf({group.bits & ~kEntryLength, group.count});
   }
-  return groups;
+  return entries;
 }
 
 // The work of `writeTokens`, to be compiled for more than one kind of processor.
@@ -73,9 +75,9 @@ LengthGroups makeLengthGroups(const Code* codes) {
                                             std::span<const DeflateToken> tokens,
                                             const LiteralCodeLengths& literalLengths,
                                             const DistanceCodeLengths& distanceLengths, BitWriter& out) {
-  const auto codes = codesFor(literalLengths);
-  const auto distanceCodes = codesFor(distanceLengths);
-  const LengthGroups lengthGroups = makeLengthGroups(codes.data());
+  const auto codes = entriesFor(literalLengths);
+  const auto distanceCodes = entriesFor(distanceLengths);
+  const LengthEntries lengthEntries = makeLengthEntries(codes.data());
   BitWriter stream = out;  // a copy stays in registers
   const std::uint8_t* at = data.data();
   for (const DeflateToken& token : tokens) {
@@ -83,21 +85,21 @@ LengthGroups makeLengthGroups(const Code* codes) {
     at += token.literals;
     if (token.length == 0) {
       for (; rest < at; ++rest)
-        put(groupOf(codes[*rest]), stream);
+        stream.put(groupOf(codes[*rest]));
       stream.flush();
       continue;
     }
     // The match makes sure that there are three bytes to look at.
-    put(fewLiterals(rest, static_cast<std::size_t>(at - rest), codes.data()), stream);
+    stream.put(fewLiterals(rest, static_cast<std::size_t>(at - rest), codes.data()));
     stream.flush();
     const DeflateSymbol distance = distanceSymbol(token.distance);
-    put(lengthGroups[token.length], stream);
-    put(groupOf(distanceCodes[distance.symbol]), stream);
+    stream.put(groupOf(lengthEntries[token.length]));
+    stream.put(groupOf(distanceCodes[distance.symbol]));
     stream.put(token.distance - 1U - distance.base, distance.extraBits);
     stream.flush();
     at += token.length;
   }
-  put(groupOf(codes[kEndOfBlock]), stream);
+  stream.put(groupOf(codes[kEndOfBlock]));
   stream.flush();
   out = stream;
 }

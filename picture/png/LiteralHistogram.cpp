@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "picture/ByteVector.h"
+#include "picture/png/RepetitionBits.h"
 
 namespace picture {
 namespace {
@@ -39,44 +40,34 @@ Histogram countAll(std::span<const std::uint8_t> data, std::span<const DeflateTo
   return counts;
 }
 
-// The bytes of the sample, within matches or not. `data` is made of whole periods. Counted in four tables, so
-// that equal neighbours do not wait for each other's store.
-Histogram countSample(std::span<const std::uint8_t> data) {
+struct Sample {
+  Histogram all{};
+  Histogram literals{};
+};
+
+// The bytes of the sample. `data` is made of whole periods. Counted in four tables, so that equal neighbours
+// do not wait for each other's store; and literals in the upper half of a count, all in the lower one, which
+// a strip of less than two megabytes does not fill.
+Sample countSample(std::span<const std::uint8_t> data, const std::uint64_t* matched) {
+  constexpr unsigned kHalf = 16;
   std::array<Histogram, 4> counts{};
   for (std::size_t at = 0; at < data.size(); at += kPeriod) {
     std::uint64_t word = 0;
     static_assert(sizeof word == kSampledOfPeriod);
+    static_assert(kPeriod == kRepetitionWindow);
     std::memcpy(&word, data.data() + at, sizeof word);
+    const std::uint64_t literal = ~*matched++;
     for (unsigned lane = 0; lane < kSampledOfPeriod; ++lane)
-      ++counts[lane % 4][word >> (8 * lane) & 0xFF];
+      counts[lane % 4][word >> (8 * lane) & 0xFF] += 1 + ((literal >> lane & 1) << kHalf);
   }
-  for (std::size_t byte = 0; byte < 256; ++byte)
-    counts[0][byte] += counts[1][byte] + counts[2][byte] + counts[3][byte];
-  return counts[0];
-}
-
-// How many of the bytes before `position` are in the sample.
-constexpr std::uint32_t sampledBefore(std::size_t position) {
-  return static_cast<std::uint32_t>(position / kPeriod * kSampledOfPeriod +
-                                    std::min(position % kPeriod, kSampledOfPeriod));
-}
-
-// Takes off what lies within matches.
-void removeMatches(std::span<const std::uint8_t> data, std::span<const DeflateToken> tokens,
-                   Histogram& sample) {
-  std::size_t from = 0;
-  for (const DeflateToken& token : tokens) {
-    from += token.literals;
-    const std::size_t to = std::min(from + token.length, data.size());
-    if (from >= to) break;
-    if (token.distance == 1) {
-      sample[data[from]] -= sampledBefore(to) - sampledBefore(from);
-    } else {
-      for (std::size_t at = from; at < to; ++at)
-        sample[data[at]] -= sampledBefore(at + 1) - sampledBefore(at);
+  Sample sample;
+  for (std::size_t byte = 0; byte < 256; ++byte) {
+    for (const Histogram& table : counts) {
+      sample.all[byte] += table[byte] & ((1U << kHalf) - 1);
+      sample.literals[byte] += table[byte] >> kHalf;
     }
-    from += token.length;
   }
+  return sample;
 }
 
 // The largest distance from zero that is not rare.
@@ -115,17 +106,18 @@ Histogram countRare(std::span<const std::uint8_t> data, unsigned reach) {
 
 }  // namespace
 
-Histogram literalHistogram(std::span<const std::uint8_t> data,
-                           std::span<const DeflateToken> tokens) noexcept {
+Histogram literalHistogram(std::span<const std::uint8_t> data, std::span<const DeflateToken> tokens,
+                           std::span<const std::uint64_t> matched) noexcept {
   if (literalCount(tokens) < kFewLiterals) return countAll(data, tokens);
   const auto whole = data.first(data.size() / kPeriod * kPeriod);
-  Histogram counts = countSample(whole);
-  const unsigned reach = usualReach(counts);
-  removeMatches(whole, tokens, counts);
+  const Sample sample = countSample(whole, matched.data());
+  const unsigned reach = usualReach(sample.all);
   const Histogram rare = countRare(whole, reach);
+  Histogram counts{};
   for (unsigned byte = 0; byte < 256; ++byte) {
     // One more, as not being in the sample does not mean not to occur.
-    counts[byte] = isRare(byte, reach) ? counts[byte] + rare[byte] : kSampleFactor * counts[byte] + 1;
+    counts[byte] =
+        isRare(byte, reach) ? sample.all[byte] + rare[byte] : kSampleFactor * sample.literals[byte] + 1;
   }
   for (const std::uint8_t byte : data.subspan(whole.size()))
     ++counts[byte];

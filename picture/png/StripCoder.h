@@ -6,8 +6,9 @@
 #include <vector>
 
 #include "picture/png/DeflateBlock.h"
-#include "picture/png/MatchParser.h"
-#include "picture/png/RunParser.h"
+#include "picture/png/MatchFinder.h"
+#include "picture/png/StripScan.h"
+#include "picture/png/Tokenizer.h"
 
 namespace picture {
 
@@ -27,12 +28,10 @@ class StripCoder {
                                                 std::span<std::uint8_t> out) noexcept;
 
  private:
-  DeflateTokens tokens_;
-  DeflateTokens matchTokens_;
+  StripScan scan_;
+  MatchFinder matchFinder_;
+  Tokenizer tokenizer_;
   DeflateBlock block_;
-  DeflateBlock matchBlock_;
-  RunParser runParser_;
-  MatchParser matchParser_;
 };
 
 }  // namespace picture

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "picture/png/DeflateToken.h"
+#include "picture/png/StripScan.h"
+
+namespace picture {
+
+/// Finds earlier places that repeat, in filtered photographs whose pixels changed by the same amount in all
+/// three channels: grey ones, and all those that came as JPEG with colours that change slowly. There, and
+/// hardly anywhere else, whole pixels repeat, so it begins to look only where two such pixels stand side by
+/// side. Matches stay within the bytes given, so that pieces can be coded independently. One thread at a
+/// time.
+class MatchFinder {
+ public:
+  /// What to look for.
+  struct Search {
+    /// Long matches are 16 bytes and more; short ones 6 and more, which pays where literals take many bits.
+    enum class Lengths { Long, Short, All };
+    Lengths lengths;
+    /// What a byte that differs from the one before takes without matches, in bits, together with all that
+    /// follow it up to the next one: a match has to take less.
+    unsigned changeBits;
+  };
+
+  /// Makes room for up to `bytes` bytes; nothing is allocated later. Throws std::bad_alloc.
+  explicit MatchFinder(std::size_t bytes);
+
+  /// Finds matches that take less than what is in their place. What they cover of the runs in `scan`, the
+  /// scan of `data`, is taken out. The answer is good until the next call.
+  [[nodiscard]] std::span<const Match> find(std::span<const std::uint8_t> data, StripScan& scan,
+                                            Search search) noexcept;
+
+ private:
+  void findPlaces(std::size_t bytes, std::span<const std::uint64_t> repetitions) noexcept;
+  template <Search::Lengths kLengths>
+  [[nodiscard]] std::span<const Match> findBy(std::span<const std::uint8_t> data, StripScan& scan,
+                                              unsigned changeBits) noexcept;
+
+  std::vector<std::uint32_t> places_;
+  std::size_t placeCount_ = 0;
+  std::vector<Match> matches_;
+  // By hash, the newest place; 0 for none.
+  std::vector<std::uint32_t> long_;
+  std::vector<std::uint32_t> short_;
+};
+
+}  // namespace picture
