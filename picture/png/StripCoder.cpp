@@ -35,8 +35,8 @@ bool isDrawing(double bitsPerByte, double repetitions) {
 // are; smooth those with few changes, which are alike: skies, mist, backgrounds out of focus; noisy those
 // whose literals take many bits.
 constexpr double kGreyFromPlacesPerChange = 0.95;
-constexpr double kSmoothFromPlacesPerChange = 0.5;
-constexpr double kNoisyFromPlacesPerChange = 0.15;
+constexpr double kSmoothFromPlacesPerChange = 0.45;
+constexpr double kNoisyFromPlacesPerChange = 0.17;
 constexpr double kNoisyFromMeanChange = 3.4;
 
 // In bits, about, with the literals and runs that follow: photographs like these have 6 to 8 where they are
