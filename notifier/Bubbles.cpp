@@ -60,7 +60,9 @@ void Bubbles::send(const Key& key, const Notification& notification, Attempt att
       return;
     }
     const Bubble& bubble = bubbles_.at(key);
-    const std::uint32_t replaces = bubble.daemon == instance->name ? bubble.id : 0;
+    // What replaces a notification in a list moves there unseen (Plasma 5.27); a new one is shown first.
+    const bool mayReplace = bubble.daemon == instance->name && !instance->keepsList;
+    const std::uint32_t replaces = mayReplace ? bubble.id : 0;
     daemon_.notify(*instance, key.first, replaces, notification,
                    [=, this, name = instance->name](std::optional<std::uint32_t> id, bool gone) {
                      if (id)
@@ -76,6 +78,7 @@ void Bubbles::send(const Key& key, const Notification& notification, Attempt att
 void Bubbles::sent(const Key& key, const std::string& daemon, std::uint32_t id,
                    const Notification& notification) {
   Bubble& bubble = bubbles_.at(key);
+  if (bubble.id != 0 && bubble.id != id && bubble.daemon == daemon) close(daemon, bubble.id);
   bubble.daemon = daemon;
   bubble.id = closedEarly_.contains({daemon, id}) ? 0 : id;
   bubble.shown = notification;
@@ -136,8 +139,7 @@ void Bubbles::actionInvoked(const std::string& daemon, std::uint32_t id, const s
   // One that is just being replaced is the new notification's already.
   if (found->second.sending) return;
   // Some services leave the bubble where it is.
-  ++callsUnderWay_;
-  daemon_.close(daemon, id, [this] { callDone(); });
+  close(daemon, id);
   bubbles_.erase(found);
   onChange_();
 }
@@ -170,6 +172,11 @@ void Bubbles::activate(const Key& key, const Bubble& bubble, const Action& actio
               if (error) g_message("The application does not answer a click: %s", error->message);
               callDone();
             });
+}
+
+void Bubbles::close(const std::string& daemon, std::uint32_t id) {
+  ++callsUnderWay_;
+  daemon_.close(daemon, id, [this] { callDone(); });
 }
 
 void Bubbles::callDone() {

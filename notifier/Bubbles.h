@@ -58,6 +58,7 @@ class Bubbles : public DaemonListener {
   BubbleMap::iterator bubbleOf(const std::string& daemon, std::uint32_t id);
   [[nodiscard]] bool anySending() const;
   void activate(const Key& key, const Bubble& bubble, const Action& action);
+  void close(const std::string& daemon, std::uint32_t id);
   void callDone();
 
   const platform_linux::SessionBus& bus_;

@@ -104,6 +104,45 @@ TEST_F(Notifier, TheBubbleStaysWhereTheListIsNotToBeSeen) {
   EXPECT_THAT(service_->callsOf("Notify")[0], HasSubstr("'suppress-sound': <true>}, 0)"));
 }
 
+TEST_F(Notifier, WhereAListKeepsTheEarlierOneTheNextIsShownAnewAndTakesItsPlace) {
+  // As Plasma: what replaces a notification that has moved to the list moves there unseen.
+  service_ = nullptr;
+  service_ = makeService(bus_.address(), ServiceAnswers({"actions", "persistence"}, 1, "Plasma"));
+  const auto application = makeApplication(bus_.address());
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(1));
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForCallsOf("CloseNotification", 1));
+  EXPECT_THAT(service_->callsOf("CloseNotification"), ElementsAre("(1,)"));
+  ASSERT_THAT(service_->callsOf("Notify"), SizeIs(2));
+  EXPECT_THAT(service_->callsOf("Notify")[1], HasSubstr("('Camera Shot', 0, "));
+  close(1);
+  click(2, "default");
+  EXPECT_TRUE(application->waitForCalls(1)) << "the second one is the application's";
+}
+
+TEST_F(Notifier, ARefusalLeavesTheOneInTheListStanding) {
+  service_ = nullptr;
+  ServiceAnswers answers({"actions", "persistence"}, 1, "Plasma");
+  int notifications = 0;
+  service_ = makeService(bus_.address(), [&](const MockService::Call& call) {
+    if (call.method == "Notify" && ++notifications == 2)
+      throw std::runtime_error("org.freedesktop.Notifications.Error.ExcessNotificationGeneration");
+    return answers(call);
+  });
+  const auto application = makeApplication(bus_.address());
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(1));
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(2));
+  // The helper has the refusal before it has what this client says afterwards.
+  ASSERT_TRUE(post(service_->client(), kFailure, "Error"));
+  ASSERT_TRUE(waitForNotifications(3));
+  EXPECT_THAT(service_->callsOf("CloseNotification"), IsEmpty());
+  click(1, "default");
+  EXPECT_TRUE(application->waitForCalls(1));
+}
+
 TEST_F(Notifier, OffersNoActionsToAServiceWithout) {
   service_ = nullptr;
   service_ = makeService(bus_.address(), ServiceAnswers({"body"}));
