@@ -114,31 +114,56 @@ TEST(UserNotificationCenter, ThePhotoGoesToTheHelperAsPixels) {
               HasSubstr("'image-data': <(2, 1, 6, false, 8, 3, [byte 0xff, 0x00, 0x00, 0x00, 0x00, 0xff])>"));
 }
 
-TEST(UserNotificationCenter, ThePhotoGoesToTheShellAsAnIcon) {
+/// The picture of a notification that the shell was sent, as one reads it.
+GObjectRef<GdkPixbuf> shownByShell(const std::string& call) {
+  const GVariantHandle arguments(
+      g_variant_parse(G_VARIANT_TYPE("(ssa{sv})"), call.c_str(), nullptr, nullptr, nullptr));
+  const GVariantHandle dictionary(g_variant_get_child_value(arguments.get(), 2));
+  const GVariantHandle serialised(g_variant_lookup_value(dictionary.get(), "icon", nullptr));
+  if (!serialised) return {};
+  const auto icon = GObjectRef<GIcon>::adopt(g_icon_deserialize(serialised.get()));
+  if (!G_IS_BYTES_ICON(icon.get())) return {};
+  const auto stream = GObjectRef<GInputStream>::adopt(
+      g_loadable_icon_load(G_LOADABLE_ICON(icon.get()), 48, nullptr, nullptr, nullptr));
+  return GObjectRef<GdkPixbuf>::adopt(gdk_pixbuf_new_from_stream(stream.get(), nullptr, nullptr));
+}
+
+/// The red samples of the picture that the shell is sent of `thumbnail`, row by row.
+std::vector<std::vector<int>> redsShownByShell(const picture::Thumbnail& thumbnail) {
   const PrivateBus bus;
   const auto shell = makeShell(bus.address());
   Center center;
-  center.setThumbnail(kTwoPixels);
+  center.setThumbnail(thumbnail);
   center->addNotificationRequest(photoRequest());
-  ASSERT_TRUE(center.waitForRelease());
-  ASSERT_THAT(shell->calls(), ::testing::SizeIs(1));
-  const GVariantHandle arguments(g_variant_parse(
-      G_VARIANT_TYPE("(ssa{sv})"), shell->calls()[0].arguments.c_str(), nullptr, nullptr, nullptr));
-  const GVariantHandle dictionary(g_variant_get_child_value(arguments.get(), 2));
-  const GVariantHandle serialised(g_variant_lookup_value(dictionary.get(), "icon", nullptr));
-  ASSERT_TRUE(serialised);
-  const auto icon = GObjectRef<GIcon>::adopt(g_icon_deserialize(serialised.get()));
-  ASSERT_TRUE(G_IS_BYTES_ICON(icon.get()));
-  const auto stream = GObjectRef<GInputStream>::adopt(
-      g_loadable_icon_load(G_LOADABLE_ICON(icon.get()), 48, nullptr, nullptr, nullptr));
-  const auto pixbuf =
-      GObjectRef<GdkPixbuf>::adopt(gdk_pixbuf_new_from_stream(stream.get(), nullptr, nullptr));
-  ASSERT_TRUE(pixbuf);
-  ASSERT_EQ(gdk_pixbuf_get_width(pixbuf.get()), 2);
-  ASSERT_EQ(gdk_pixbuf_get_height(pixbuf.get()), 1);
-  const std::vector<std::uint8_t> pixels(gdk_pixbuf_read_pixels(pixbuf.get()),
-                                         gdk_pixbuf_read_pixels(pixbuf.get()) + 6);
-  EXPECT_EQ(pixels, kTwoPixels.pixels);
+  if (!center.waitForRelease() || shell->calls().size() != 1) return {};
+  const auto pixbuf = shownByShell(shell->calls()[0].arguments);
+  if (!pixbuf) return {};
+  std::vector<std::vector<int>> rows;
+  for (int y = 0; y < gdk_pixbuf_get_height(pixbuf.get()); ++y) {
+    const guint8* const row =
+        gdk_pixbuf_read_pixels(pixbuf.get()) + y * gdk_pixbuf_get_rowstride(pixbuf.get());
+    rows.emplace_back();
+    for (int x = 0; x < gdk_pixbuf_get_width(pixbuf.get()); ++x)
+      rows.back().push_back(row[x * gdk_pixbuf_get_n_channels(pixbuf.get())]);
+  }
+  return rows;
+}
+
+/// Of a thumbnail whose red samples are 10 × row + column.
+picture::Thumbnail numbered(int width, int height) {
+  picture::Thumbnail thumbnail{{width, height}, {}};
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x)
+      for (const int sample : {10 * y + x, 0, 0})
+        thumbnail.pixels.push_back(static_cast<std::uint8_t>(sample));
+  return thumbnail;
+}
+
+// GNOME Shell stretches whatever picture it is given to a square (43.9).
+TEST(UserNotificationCenter, ThePhotosMiddleGoesToTheShellAsASquareIcon) {
+  EXPECT_THAT(redsShownByShell(numbered(4, 2)), ElementsAre(ElementsAre(1, 2), ElementsAre(11, 12)));
+  EXPECT_THAT(redsShownByShell(numbered(2, 5)), ElementsAre(ElementsAre(10, 11), ElementsAre(20, 21)));
+  EXPECT_THAT(redsShownByShell(numbered(2, 2)), ElementsAre(ElementsAre(0, 1), ElementsAre(10, 11)));
 }
 
 TEST(UserNotificationCenter, TheSoundIsOursWhereTheShellKnowsOfNone) {

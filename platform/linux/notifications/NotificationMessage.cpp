@@ -66,34 +66,48 @@ void addButtons(Dictionary& dictionary, const NotificationActions& actions,
   dictionary.add("buttons", g_variant_builder_end(&buttons));
 }
 
+/// Red, green and blue of a thumbnail.
+constexpr int kChannels = 3;
+
 /// As the hint `image-data` wants it. Floating.
 GVariant* imageData(const picture::Thumbnail& thumbnail) {
   constexpr int kBitsPerChannel = 8;
-  constexpr int kChannels = 3;
   GVariant* const pixels = g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, thumbnail.pixels.data(),
                                                      thumbnail.pixels.size(), sizeof(std::uint8_t));
   return g_variant_new("(iiibii@ay)", thumbnail.size.width, thumbnail.size.height,
                        thumbnail.size.width * kChannels, FALSE, kBitsPerChannel, kChannels, pixels);
 }
 
-/// The rows of a thumbnail, for the writer of PNG files.
-class Rows final : public picture::RowSource {
+/// The largest square in the middle of a thumbnail, for the writer of PNG files.
+class SquareRows final : public picture::RowSource {
  public:
-  explicit Rows(const picture::Thumbnail& thumbnail) : thumbnail_(thumbnail), rest_(thumbnail.pixels) {}
-  std::uint32_t width() const noexcept override { return static_cast<std::uint32_t>(thumbnail_.size.width); }
-  std::uint32_t height() const noexcept override {
-    return static_cast<std::uint32_t>(thumbnail_.size.height);
-  }
+  explicit SquareRows(const picture::Thumbnail& thumbnail)
+      : thumbnail_(thumbnail),
+        side_(std::min(thumbnail.size.width, thumbnail.size.height)),
+        left_((thumbnail.size.width - side_) / 2),
+        nextRow_((thumbnail.size.height - side_) / 2) {}
+  std::uint32_t width() const noexcept override { return static_cast<std::uint32_t>(side_); }
+  std::uint32_t height() const noexcept override { return static_cast<std::uint32_t>(side_); }
   bool readRows(std::span<std::uint8_t> rows) noexcept override {
-    std::ranges::copy(rest_.first(rows.size()), rows.begin());
-    rest_ = rest_.subspan(rows.size());
+    const auto rowBytes = static_cast<std::size_t>(side_) * kChannels;
+    for (; !rows.empty(); rows = rows.subspan(rowBytes), ++nextRow_)
+      std::ranges::copy(rowInThumbnail().first(rowBytes), rows.begin());
     return true;
   }
   std::string failure() const override { return {}; }
 
  private:
+  /// The next row from the square's left edge on.
+  std::span<const std::uint8_t> rowInThumbnail() const noexcept {
+    const auto pixel = static_cast<std::size_t>(nextRow_) * static_cast<std::size_t>(thumbnail_.size.width) +
+                       static_cast<std::size_t>(left_);
+    return std::span(thumbnail_.pixels).subspan(pixel * kChannels);
+  }
+
   const picture::Thumbnail& thumbnail_;
-  std::span<const std::uint8_t> rest_;
+  const int side_;
+  const int left_;
+  int nextRow_;
 };
 
 /// A file in memory.
@@ -123,7 +137,8 @@ void addThumbnail(Dictionary& dictionary, const picture::Thumbnail& thumbnail, N
     dictionary.add("image-data", imageData(thumbnail));
     return;
   }
-  Rows rows(thumbnail);
+  // GNOME Shell stretches what it is given to a square (43.9).
+  SquareRows rows(thumbnail);
   Bytes file;
   if (picture::writePng(rows, {}, file, {.threads = 1}) == picture::PngResult::Written)
     dictionary.add("icon", bytesIcon(file));

@@ -22,7 +22,8 @@ enum class NotificationService { Shell, Helper };
 /// - `default-action-label`: the default action as a button, which shells ignore
 /// - `buttons`: an array of dictionaries with `label`, `action` and `target`, from the content's category
 ///
-/// - `icon`, for a shell only: the photo, small, as a serialised icon of the bytes of a PNG file
+/// - `icon`, for a shell only: the middle square of the photo, small, as a serialised icon of the bytes of a
+///   PNG file
 ///
 /// and, for the notification helper only:
 ///
