@@ -43,26 +43,23 @@ void WindowList::withdraw() {
   g_list_free(others);
 }
 
-bool WindowList::useToken(GtkWindow* window) {
+void WindowList::present(GtkWindow* window) {
   if (std::string token = takeActivationToken_(); !token.empty()) {
     awaited_ = window;
     awaitedToken_ = std::move(token);
   }
   // Asked again without a token, desktops would take the request for a mere call for attention, and forget
   // the token that they were given before.
-  const bool hasToken = awaited_ == window;
-  if (hasToken) useActivationToken(window, awaitedToken_);
+  if (awaited_ == window) useActivationToken(window, awaitedToken_);
   if (gtk_window_is_active(window)) awaited_ = nullptr;
-  return hasToken;
+  // Also with a token, which may be old: on X11, Plasma's start menu gives every start that of its first
+  // (5.27).
+  presentAsAskedForNow(window);
+  putBeforeOthers(window);
 }
 
 void WindowList::show(GtkWindow* window) {
-  if (isWithdrawn_) return;
-  if (useToken(window))
-    gtk_window_present(window);
-  else
-    presentAsAskedForNow(window);
-  putBeforeOthers(window);
+  if (!isWithdrawn_) present(window);
 }
 
 void WindowList::turnedTo(GtkWindow* window) {
@@ -90,10 +87,8 @@ void WindowList::activate() {
   // On Wayland a token serves one window; any other would only be marked as calling for attention.
   if (!GDK_IS_WAYLAND_DISPLAY(gtk_widget_get_display(GTK_WIDGET(front))))
     for (GtkWindow* const window : windows_)
-      if (isShown(window) && window != front) gtk_window_present(window);
-  useToken(front);
-  gtk_window_present(front);
-  putBeforeOthers(front);
+      if (isShown(window) && window != front) presentAsAskedForNow(window);
+  present(front);
 }
 
 void WindowList::windowClosed() const {

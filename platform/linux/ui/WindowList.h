@@ -46,8 +46,7 @@ class WindowList {
   void windowClosed() const;
 
  private:
-  /// Whether there was a token for that.
-  bool useToken(GtkWindow* window);
+  void present(GtkWindow* window);
   void putBeforeOthers(GtkWindow* window);
 
   const std::function<void()> lastWindowClosed_;
