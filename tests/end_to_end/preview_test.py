@@ -102,6 +102,7 @@ class Preview:
         self.windows.key("ctrl+F1")
         self.windows.wait_until(lambda objects: "Take a photo" in [each.name for each in objects if each.window != PREVIEW],
                                 "the list of keys")
+        self.windows.find("Keyboard shortcuts", "Keyboard shortcuts")
 
     @in_windowed_desktop(DESK)
     def test_the_close_key_ends_the_tool(self):
