@@ -16,7 +16,8 @@ struct PngMetadata {
 };
 
 struct PngOptions {
-  /// Threads that work at once, the calling one included; 0 chooses: two where there are two cores.
+  /// Threads that work at once, the calling one included; 0 chooses: as many as there are cores, three at
+  /// most.
   unsigned threads = 0;
 };
 

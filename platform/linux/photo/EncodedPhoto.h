@@ -23,7 +23,7 @@ struct EncodedPhoto {
 
 /// Encodes the frame upright, and mirrored if that is asked for. Nothing when that failed, and `whyNot` then
 /// says at what: the source fails where pixels of a frame are lost that is not known to be damaged. Blocks
-/// while two threads work. Thread-safe.
+/// while some threads work. Thread-safe.
 [[nodiscard]] std::shared_ptr<const EncodedPhoto> encodePhoto(const picture::Frame& frame, bool isMirrored,
                                                               picture::PngResult& whyNot);
 
