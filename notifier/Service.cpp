@@ -63,6 +63,7 @@ Service::~Service() {
 void Service::requestName() {
   bus_.call(SessionBus::toBus("RequestName", g_variant_new("(su)", name_.c_str(), kDoNotQueue)),
             [this](GVariant* reply, const GError*) {
+              hasHadName_ = hasHadName_ || saysPrimaryOwner(reply);
               // What is in our hands still is ours to show, and its clicks are ours to pass on.
               if (!saysPrimaryOwner(reply) && bubbles_.empty()) onEnd_();
             });

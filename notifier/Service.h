@@ -22,6 +22,9 @@ class Service {
   Service& operator=(const Service&) = delete;
   ~Service();
 
+  /// Whether the bus has given it the name at any time.
+  [[nodiscard]] bool hasHadName() const { return hasHadName_; }
+
  private:
   void requestName();
   void post(platform_linux::IncomingCall call);
@@ -35,6 +38,7 @@ class Service {
   Bubbles bubbles_;
   const platform_linux::ExportedInterface interface_;
   guint timer_ = 0;
+  bool hasHadName_ = false;
 };
 
 }  // namespace notifier

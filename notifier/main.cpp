@@ -33,10 +33,14 @@ int main(int argc, char** argv) {
   }
   const platform_linux::GMainLoopHandle loop(g_main_loop_new(nullptr, FALSE));
   const gulong closed = g_signal_connect_swapped(bus.connection(), "closed", G_CALLBACK(quit), loop.get());
+  bool served = false;
   {
     const notifier::Service service(bus, kName, [&loop] { g_main_loop_quit(loop.get()); });
     g_main_loop_run(loop.get());
+    served = service.hasHadName() || !g_dbus_connection_is_closed(bus.connection());
   }
   g_signal_handler_disconnect(bus.connection(), closed);
-  return EXIT_SUCCESS;
+  // A bus that has started a program which leaves in good order goes on waiting for its name, and whoever
+  // called it, too.
+  return served ? EXIT_SUCCESS : EXIT_FAILURE;
 }
