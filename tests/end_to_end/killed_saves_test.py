@@ -54,6 +54,8 @@ class Station:
             wait(save)
             # A kill at any moment is what is wanted here, so this is no wait for something to happen.
             time.sleep(self._random.uniform(0, self._spans[wait]))
+        except AssertionError as error:
+            raise AssertionError(f"{error}\n{tool.names()[-3:]}\n{tool.log()[-2000:]}") from error
         finally:
             tool.end()
         announced = tool.names()[-1] == "Stop"

@@ -1,7 +1,7 @@
-// Preloaded into a program: one of its calls to the system fails. The file FAILING_CALL_PLAN says which,
-// counted from 0, and with which errno; who reads it takes it away, so that only the first program with this
-// plan is hit. The file FAILING_CALL_REPORT then tells the process's id and, once it has failed, the call's
-// name.
+// Preloaded into a program: one of its calls to the system fails. The file FAILING_CALL_PLAN says which, by
+// its name and its number, from 0, among those of that name, and with which errno; who reads it takes it
+// away, so that only the first program with this plan is hit. The file FAILING_CALL_REPORT then tells the
+// process's id and, once it has failed, the call's name.
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
