@@ -28,7 +28,11 @@ class Save:
 
     def wait_for(self, size):
         """Returns once so many bytes have been written, or the photo has its name."""
-        wait_until(lambda: self._has(size) or self._new("*.png"), self._folder, what="the save")
+        wait_until(lambda: self.has_begun(size), self._folder, what="the save")
+
+    def has_begun(self, size=0):
+        """Whether so many bytes have been written, or the photo has its name."""
+        return self._has(size) or bool(self._new("*.png"))
 
     def _has(self, size):
         written = self.size()
