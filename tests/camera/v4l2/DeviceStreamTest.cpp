@@ -143,6 +143,51 @@ TEST_F(DeviceStreams, TheColoursOfJpegHaveTheFullRange) {
   EXPECT_EQ(client_.frames.at(0)->range, ColorRange::Full);
 }
 
+TEST_F(DeviceStreams, AGrabberIsSetToTheSignalAtItsInput) {
+  device_->signal = {8, 4};
+  openDevice();
+  EXPECT_EQ(cameras().at(0).modes.at(0).width, 8U);
+  deliverWhole();
+  ASSERT_THAT(client_.frames, SizeIs(1));
+  EXPECT_EQ(client_.frames[0]->width, 8);
+}
+
+TEST_F(DeviceStreams, AGrabberWithoutASignalStaysAsItIs) {
+  device_->signal = {0, 0};
+  openDevice();
+  EXPECT_EQ(cameras().at(0).modes.at(0).width, 4U);
+  EXPECT_THAT(client_.ends, IsEmpty());
+}
+
+TEST_F(DeviceStreams, AnotherSignalEndsTheStreamAndIsOffered) {
+  device_->signal = {4, 2};
+  openDevice();
+  deliverWhole();
+  const auto before = cameras().at(0);
+  device_->changeSignal(8, 4);
+  loop_.run();
+  EXPECT_THAT(client_.ends, ElementsAre(ESTALE));
+  EXPECT_EQ(cameras().at(0).serial, before.serial) << "it was not plugged in anew";
+  EXPECT_EQ(cameras().at(0).uniqueID, before.uniqueID);
+  EXPECT_EQ(cameras().at(0).modes.at(0).width, 8U);
+  stream_.reset();
+  StreamRecorder next;
+  stream_ = open(next);
+  deliverWhole();
+  ASSERT_THAT(next.frames, SizeIs(1));
+  EXPECT_EQ(next.frames[0]->width, 8);
+}
+
+TEST_F(DeviceStreams, ASignalThatChangesBeforeTheStreamIsOpenedIsTheStreams) {
+  device_->signal = {4, 2};
+  start();
+  device_->changeSignal(16, 8);
+  stream_ = open(client_);
+  deliverWhole();
+  ASSERT_THAT(client_.frames, SizeIs(1));
+  EXPECT_EQ(client_.frames[0]->width, 16);
+}
+
 TEST_F(DeviceStreams, ABusyDeviceSaysSo) {
   device_->occupy();
   openDevice();

@@ -52,7 +52,7 @@ class FakeDeviceFile final : public DeviceFile {
 
 FakeDevice::FakeDevice() : ready_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
-void FakeDevice::signal() {
+void FakeDevice::wakeUp() {
   const std::uint64_t one = 1;
   if (::write(ready_.get(), &one, sizeof one) != sizeof one) std::abort();
 }
@@ -64,7 +64,7 @@ void FakeDevice::drainSignal() {
 
 void FakeDevice::unplug() {
   isUnplugged_ = true;
-  signal();  // as a hang-up, for good
+  wakeUp();  // as a hang-up, for good
 }
 
 std::size_t FakeDevice::pictureSize() const {
@@ -87,7 +87,7 @@ bool FakeDevice::deliver(const std::vector<std::uint8_t>& bytes, std::uint32_t f
     begin += length;
   }
   filled_.push_back({index, static_cast<std::uint32_t>(bytes.size()), flags});
-  signal();
+  wakeUp();
   return true;
 }
 
@@ -95,6 +95,9 @@ void FakeDevice::closed(const void* file) {
   if (owner_ != file) return;
   owner_ = nullptr;
   isStreaming_ = false;
+  isFollowed_ = false;
+  changes_ = 0;
+  drainSignal();
   memory_.clear();
   waiting_.clear();
   filled_.clear();
@@ -110,8 +113,49 @@ int FakeDevice::answer(const void* file, unsigned long request, void* argument) 
   if (isUnplugged_) return ENODEV;
   if (unknown.contains(request)) return ENOTTY;
   if (const auto failure = failures.find(request); failure != failures.end()) return failure->second;
-  const int described = describe(request, argument);
-  return described == ENOTTY ? stream(file, request, argument) : described;
+  for (const int outcome : {describe(request, argument), follow(request, argument)})
+    if (outcome != ENOTTY) return outcome;
+  return stream(file, request, argument);
+}
+
+void FakeDevice::changeSignal(std::uint32_t width, std::uint32_t height) {
+  signal = {width, height};
+  if (!isFollowed_) return;
+  ++changes_;
+  wakeUp();
+}
+
+int FakeDevice::follow(unsigned long request, void* argument) {
+  if (!signal) return ENOTTY;
+  switch (request) {
+    case VIDIOC_ENUMINPUT:
+      as<v4l2_input>(argument).capabilities = V4L2_IN_CAP_DV_TIMINGS;
+      return 0;
+    case VIDIOC_QUERY_DV_TIMINGS:
+      if (signal->first == 0) return ENOLINK;
+      as<v4l2_dv_timings>(argument).bt.width = signal->first;
+      as<v4l2_dv_timings>(argument).bt.height = signal->second;
+      return 0;
+    case VIDIOC_S_DV_TIMINGS: {
+      const auto& timings = as<v4l2_dv_timings>(argument).bt;
+      if (owner_) return EBUSY;
+      formats.front().sizes = {{timings.width, timings.height}};
+      return 0;
+    }
+    case VIDIOC_SUBSCRIBE_EVENT:
+      isFollowed_ = as<v4l2_event_subscription>(argument).type == V4L2_EVENT_SOURCE_CHANGE;
+      return isFollowed_ ? 0 : EINVAL;
+    case VIDIOC_DQEVENT: {
+      if (changes_ == 0) return ENOENT;
+      auto& event = as<v4l2_event>(argument);
+      event.type = V4L2_EVENT_SOURCE_CHANGE;
+      event.u.src_change.changes = V4L2_EVENT_SRC_CH_RESOLUTION;
+      event.pending = static_cast<std::uint32_t>(--changes_);
+      return 0;
+    }
+    default:
+      return ENOTTY;
+  }
 }
 
 int FakeDevice::describe(unsigned long request, void* argument) {
@@ -227,7 +271,7 @@ int FakeDevice::format(unsigned long request, v4l2_format& format) {
   std::uint32_t code = isMultiPlanar() ? multi.pixelformat : single.pixelformat;
   std::uint32_t width = isMultiPlanar() ? multi.width : single.width;
   std::uint32_t height = isMultiPlanar() ? multi.height : single.height;
-  if (request == VIDIOC_G_FMT || doesInsist || !find(code)) {
+  if (request == VIDIOC_G_FMT || doesInsist || signal || !find(code)) {
     code = formats.front().code;
     std::tie(width, height) = formats.front().sizes.front();
   }
@@ -279,7 +323,7 @@ int FakeDevice::take(v4l2_buffer& buffer) {
   if (filled_.empty()) return EAGAIN;
   const Filled filled = filled_.front();
   filled_.pop_front();
-  if (!filled_.empty()) signal();
+  if (!filled_.empty()) wakeUp();
   buffer.index = filled.index;
   buffer.flags = filled.flags;
   if (!isMultiPlanar()) {

@@ -5,6 +5,7 @@
 #include <linux/videodev2.h>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -40,6 +41,9 @@ class FakeDevice {
   std::map<unsigned long, int> failures;  ///< what these requests answer from now on
   std::set<unsigned long> unknown;        ///< requests that the driver does not know
   bool doesInsist = false;                ///< whatever is asked for, the first size of the first format it is
+  /// Of a grabber: the size that comes in; {} without a signal. Its only format has the size to which it is
+  /// set.
+  std::optional<std::pair<std::uint32_t, std::uint32_t>> signal;
 
   FakeDevice();
 
@@ -47,6 +51,8 @@ class FakeDevice {
   void occupy() { owner_ = this; }
   void release() { owner_ = nullptr; }
   void unplug();
+  /// Something else comes in; whoever asked for that is told.
+  void changeSignal(std::uint32_t width, std::uint32_t height);
   /// Fills the next buffer that waits. `flags` as in v4l2_buffer; false when there is none.
   bool deliver(const std::vector<std::uint8_t>& bytes, std::uint32_t flags = 0);
   [[nodiscard]] bool isStreaming() const { return isStreaming_; }
@@ -61,6 +67,7 @@ class FakeDevice {
   [[nodiscard]] int answer(const void* file, unsigned long request, void* argument);
   [[nodiscard]] int describe(unsigned long request, void* argument);
   [[nodiscard]] int stream(const void* file, unsigned long request, void* argument);
+  [[nodiscard]] int follow(unsigned long request, void* argument);
   [[nodiscard]] int capability(v4l2_capability& answer) const;
   [[nodiscard]] int enumerate(v4l2_fmtdesc& entry) const;
   [[nodiscard]] int enumerate(v4l2_frmsizeenum& entry) const;
@@ -72,7 +79,7 @@ class FakeDevice {
   [[nodiscard]] bool isMultiPlanar() const { return (abilities & V4L2_CAP_VIDEO_CAPTURE_MPLANE) != 0; }
   [[nodiscard]] const FakeFormat* find(std::uint32_t code) const;
   void drainSignal();
-  void signal();
+  void wakeUp();
 
   struct Filled {
     std::uint32_t index;
@@ -86,6 +93,8 @@ class FakeDevice {
   std::uint32_t height_ = 0;
   v4l2_fract interval_{};
   const void* owner_ = nullptr;
+  bool isFollowed_ = false;
+  int changes_ = 0;  // that were not told yet
   bool isStreaming_ = false;
   bool isUnplugged_ = false;
   std::vector<std::shared_ptr<std::vector<std::uint8_t>>> memory_;  // block by block

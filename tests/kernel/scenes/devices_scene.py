@@ -1,11 +1,13 @@
 #!/usr/bin/python3
 """The kernel's cameras without PipeWire, in the emulated machine."""
 
+import re
 import subprocess
 import unittest
 
 import guest
-from guest import UsbCamera, camera_frames, plug_vivid, reference_picture, run, unplug_vivid
+import pixels
+from guest import HDMI, UsbCamera, camera_frames, plug_vivid, reference_picture, run, unplug_vivid
 from scene import SceneTest, make_jpeg
 from tool import Tool
 from waiting import wait_until
@@ -45,6 +47,42 @@ class TwoOfOneName(SceneTest):
         for (identity, _), brightness in zip(listed, (range(200, 256), range(0, 30))):
             photo = self.take_photo(f"VideoSourceID={identity}\n")
             self.assertIn(photo.at(0.5, 0.5)[1], brightness)
+
+
+class Grabber(SceneTest):
+    """A device with an HDMI input, at which the signal changes."""
+
+    SELECTED = 4  # of the driver's ways to make up a signal
+
+    def setUp(self):
+        plug_vivid(kind=HDMI)
+        self.addCleanup(unplug_vivid)
+        menu = run("v4l2-ctl", "-d", 0, "--list-ctrls-menus").stdout
+        self._timings = {size: number for number, size in re.findall(r"^\s+(\d+): (\d+x\d+)p", menu, re.MULTILINE)}
+
+    def send(self, width, height):
+        """That size comes in from now on."""
+        number = self._timings[f"{width}x{height}"]
+        run("v4l2-ctl", "-d", 0, "-c", f"dv_timings_signal_mode={self.SELECTED},dv_timings={number}")
+
+    def assert_size(self, picture, width, height):
+        self.assertEqual((picture.width, picture.height), (width, height))
+
+    def test_the_size_that_comes_in_is_the_photos(self):
+        for width, height in ((640, 480), (720, 576)):
+            self.send(width, height)
+            self.assert_size(self.take_photo(), width, height)
+
+    def test_it_changes_while_a_photo_is_waited_for(self):
+        self.send(640, 480)
+        tool = Tool().start()
+        self.addCleanup(tool.end)
+        wait_until(lambda: "Launch" in tool.names(), tool.state, what="the launch")
+        self.send(720, 576)
+        self.assertEqual(tool.wait(), 0, tool.log())
+        photo = self.assert_one_photo(tool)
+        self.assert_size(pixels.decode_png(photo), 720, 576)
+        photo.unlink()
 
 
 class Faults(SceneTest):

@@ -34,11 +34,14 @@ def settle():
     run("udevadm", "settle", "--timeout=30")
 
 
-def plug_vivid(count=1, planes=1):
-    """Webcams of the kernel's test driver, with still pictures; `planes` is 2 for those with V4L2's multi-planar interface."""
+WEBCAM, HDMI = 0, 3  # kinds of input
+
+
+def plug_vivid(count=1, planes=1, kind=WEBCAM):
+    """Cameras of the kernel's test driver, with still pictures; `planes` is 2 for those with V4L2's multi-planar interface."""
     each = lambda value: ",".join([str(value)] * count)
     run("modprobe", "vivid", f"n_devs={count}", f"node_types={each('0x1')}", f"num_inputs={each(1)}",
-        f"input_types={each('0x00')}", f"multiplanar={each(planes)}", "no_error_inj=1")
+        f"input_types={each(kind)}", f"multiplanar={each(planes)}", "no_error_inj=1")
     settle()
     for number in vivid_numbers():
         run("v4l2-ctl", "-d", number, "-c", _NO_TEXT)

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/linux/camera/v4l2/DeviceModes.h"
+#include "platform/linux/camera/v4l2/DeviceSignal.h"
 #include "platform/linux/camera/v4l2/DeviceStream.h"
 #include "platform/linux/camera/v4l2/UdevDeviceFolder.h"
 
@@ -50,7 +51,10 @@ std::unique_ptr<FrameStream> DeviceFrameSource::open(const Camera& camera, const
   });
   // Without a path the stream fails as one of a device that has gone.
   std::string path = found == devices_.end() ? std::string() : found->second.entry.path;
-  return std::make_unique<DeviceStream>(streams_, *calls_, *loop_, std::move(path), mode, client);
+  // On a later turn, when the stream has given the device back.
+  const auto signalChanged = [this, path] { loop_->post([this, path] { examineAgain(path); }); };
+  return std::make_unique<DeviceStream>(streams_, *calls_, *loop_, std::move(path), mode, client,
+                                        signalChanged);
 }
 
 void DeviceFrameSource::deviceGone(const std::string& path) {
@@ -67,7 +71,7 @@ void DeviceFrameSource::devicesChanged() {
   });
   for (const DeviceEntry& entry : entries)
     if (!devices_.contains(entry.number)) examine(entry);
-  client_->camerasChanged(*this, {CameraCensus::State::Complete, identifiedCameras(), notes()});
+  tell();
 }
 
 void DeviceFrameSource::examine(const DeviceEntry& entry) {
@@ -75,11 +79,28 @@ void DeviceFrameSource::examine(const DeviceEntry& entry) {
   if (const auto file = calls_->open(entry.path).first) devices_[entry.number] = read(*file, entry);
 }
 
+void DeviceFrameSource::examineAgain(const std::string& path) {
+  const auto found = std::find_if(devices_.begin(), devices_.end(),
+                                  [&](auto& each) { return each.second.entry.path == path; });
+  const auto file = found != devices_.end() ? calls_->open(path).first : nullptr;
+  if (!file) return;
+  Device& device = found->second;
+  const auto before = std::exchange(device, read(*file, device.entry)).camera;
+  // It was not plugged in anew.
+  if (before && device.camera) device.camera->serial = before->serial;
+  tell();
+}
+
+void DeviceFrameSource::tell() {
+  client_->camerasChanged(*this, {CameraCensus::State::Complete, identifiedCameras(), notes()});
+}
+
 DeviceFrameSource::Device DeviceFrameSource::read(DeviceFile& file, const DeviceEntry& entry) {
   Device device{entry};
   DeviceAbilities abilities;
   if (readAbilities(file, abilities) != 0 || !abilities.isCapture) return device;
   if (isCalledAPartOfACamera(abilities.card) || isCalledAPartOfACamera(abilities.driver)) return device;
+  adoptSignal(file);
   const std::uint32_t type = captureType(abilities.isMultiPlanar);
   Camera camera;
   camera.modes = readModes(file, type);

@@ -45,6 +45,9 @@ class DeviceFrameSource final : public FrameSource, private DeviceFolder::Client
   void devicesChanged() override;
   void deviceGone(const std::string& path) override;
   void examine(const DeviceEntry& entry);
+  /// The same for a device whose signal has changed.
+  void examineAgain(const std::string& path);
+  void tell();
   [[nodiscard]] Device read(DeviceFile& file, const DeviceEntry& entry);
   [[nodiscard]] std::vector<Camera> identifiedCameras() const;
   [[nodiscard]] std::vector<std::string> notes() const;

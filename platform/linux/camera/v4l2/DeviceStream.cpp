@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/linux/camera/v4l2/DeviceModes.h"
+#include "platform/linux/camera/v4l2/DeviceSignal.h"
 
 namespace platform_linux {
 namespace {
@@ -31,8 +32,8 @@ int reasonOf(DeviceFile* device, int error) {
 }  // namespace
 
 DeviceStream::DeviceStream(All& all, DeviceCalls& calls, CameraLoop& loop, std::string path,
-                           const CameraMode& mode, Client& client)
-    : all_(all), path_(std::move(path)), client_(client) {
+                           const CameraMode& mode, Client& client, std::function<void()> signalChanged)
+    : all_(all), path_(std::move(path)), client_(client), signalChanged_(std::move(signalChanged)) {
   all_.insert(this);
   if (const int error = begin(calls, mode)) {
     // Not here, in the call that opens the stream.
@@ -50,12 +51,18 @@ int DeviceStream::begin(DeviceCalls& calls, const CameraMode& mode) {
   if (!device_) return error;
   DeviceAbilities abilities;
   if ((error = readAbilities(*device_, abilities)) != 0) return error;
+  isFollowingSignal_ = followSignal(*device_);
+  adoptSignal(*device_);
   if ((error = setFormat(*device_, captureType(abilities.isMultiPlanar), mode, format_)) != 0) return error;
   buffers_.emplace(*device_, format_);
   return buffers_->start();
 }
 
 void DeviceStream::takePictures() {
+  if (isFollowingSignal_ && takeSignalChange(*device_)) {
+    signalChanged_();
+    return end(ESTALE);
+  }
   // All that are there, so that of a backlog none is left to be taken for new; not for ever, though, of a
   // device that is faster than we are.
   for (std::size_t i = 0; i < buffers_->count(); ++i) {

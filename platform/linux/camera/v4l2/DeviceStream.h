@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
@@ -18,9 +19,10 @@ class DeviceStream final : public FrameStream {
   /// The streams that there are, among which each counts as long as it lives.
   using All = std::set<DeviceStream*>;
 
-  /// The others outlive the stream.
+  /// The others outlive the stream. When the device's signal has changed the stream ends, and `signalChanged`
+  /// is called before the client is told.
   DeviceStream(All& all, DeviceCalls& calls, CameraLoop& loop, std::string path, const CameraMode& mode,
-               Client& client);
+               Client& client, std::function<void()> signalChanged);
   DeviceStream(const DeviceStream&) = delete;
   DeviceStream& operator=(const DeviceStream&) = delete;
   ~DeviceStream() override { all_.erase(this); }
@@ -37,6 +39,7 @@ class DeviceStream final : public FrameStream {
   All& all_;
   const std::string path_;
   Client& client_;
+  const std::function<void()> signalChanged_;
   DeviceFormat format_;
   // In the order in which they are needed; the watch ends first.
   std::unique_ptr<DeviceFile> device_;
@@ -44,6 +47,7 @@ class DeviceStream final : public FrameStream {
   std::unique_ptr<CameraLoop::Watch> watch_;
   /// Whether a failure to begin may still be told.
   const std::shared_ptr<bool> isAlive_ = std::make_shared<bool>(true);
+  bool isFollowingSignal_ = false;
   bool hasEnded_ = false;
 };
 
