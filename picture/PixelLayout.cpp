@@ -28,7 +28,22 @@ constexpr PixelLayout packed(PixelFormat format, std::string_view name, std::uin
           0};
 }
 
-// A plane of luma, then one with both colour differences, `blue` being 0 where blue comes first.
+// All three components for each pixel, in groups of `step` bytes.
+constexpr PixelLayout packed444(PixelFormat format, std::string_view name, std::uint8_t step,
+                                std::uint8_t luma, std::uint8_t blue, std::uint8_t red) {
+  return {format,
+          name,
+          ColorModel::Yuv,
+          8,
+          1,
+          {Plane{step, 0, 0}},
+          {Component{0, luma, step}, Component{0, blue, step}, Component{0, red, step}},
+          0,
+          0};
+}
+
+// A plane of luma, then one with both colour differences, `blue` being 0 where blue comes first. Ten bits lie
+// in the upper part of their words.
 constexpr PixelLayout semiPlanar(PixelFormat format, std::string_view name, std::uint8_t across,
                                  std::uint8_t down, std::uint8_t blue, std::uint8_t bits = 8) {
   const std::uint8_t bytes = bits > 8 ? 2 : 1;
@@ -42,19 +57,22 @@ constexpr PixelLayout semiPlanar(PixelFormat format, std::string_view name, std:
           {Component{0, 0, bytes}, Component{1, static_cast<std::uint8_t>(blue * bytes), pair},
            Component{1, static_cast<std::uint8_t>((1 - blue) * bytes), pair}},
           across,
-          down};
+          down,
+          {false, static_cast<std::uint8_t>(8 * bytes - bits)}};
 }
 
-// A plane each; blue difference in the plane `blue`, 1 or 2.
+// A plane each; blue difference in the plane `blue`, 1 or 2. Ten bits lie in the lower part of their words.
 constexpr PixelLayout planar(PixelFormat format, std::string_view name, std::uint8_t across,
-                             std::uint8_t down, std::uint8_t blue = 1) {
+                             std::uint8_t down, std::uint8_t blue = 1, std::uint8_t bits = 8) {
+  const std::uint8_t bytes = bits > 8 ? 2 : 1;
+  const auto red = static_cast<std::uint8_t>(3 - blue);
   return {format,
           name,
           ColorModel::Yuv,
-          8,
+          bits,
           3,
-          {Plane{1, 0, 0}, Plane{1, across, down}, Plane{1, across, down}},
-          {Component{0, 0, 1}, Component{blue, 0, 1}, Component{static_cast<std::uint8_t>(3 - blue), 0, 1}},
+          {Plane{bytes, 0, 0}, Plane{bytes, across, down}, Plane{bytes, across, down}},
+          {Component{0, 0, bytes}, Component{blue, 0, bytes}, Component{red, 0, bytes}},
           across,
           down};
 }
@@ -72,20 +90,19 @@ constexpr PixelLayout rgb(PixelFormat format, std::string_view name, std::uint8_
           0};
 }
 
-constexpr PixelLayout rgb16() {
-  return {PixelFormat::RGB16, "RGB16", ColorModel::Rgb, 6, 1, {Plane{2, 0, 0}}, {}, 0, 0};
+using Field = PixelLayout::Field;
+
+constexpr PixelLayout rgbWord(PixelFormat format, std::string_view name, Field red, Field green, Field blue,
+                              bool isBigEndian = false) {
+  return {format, name, ColorModel::Rgb, green.bits,        1, {Plane{2, 0, 0}}, {},
+          0,      0,    {isBigEndian},   {red, green, blue}};
 }
 
-constexpr PixelLayout grey(PixelFormat format, std::string_view name, std::uint8_t bytes) {
-  return {format,
-          name,
-          ColorModel::Grey,
-          static_cast<std::uint8_t>(8 * bytes),
-          1,
-          {Plane{bytes, 0, 0}},
-          {Component{0, 0, bytes}},
-          0,
-          0};
+constexpr PixelLayout grey(PixelFormat format, std::string_view name, std::uint8_t bits,
+                           bool isBigEndian = false) {
+  const std::uint8_t bytes = bits > 8 ? 2 : 1;
+  return {format, name, ColorModel::Grey, bits, 1, {Plane{bytes, 0, 0}}, {Component{0, 0, bytes}},
+          0,      0,    {isBigEndian}};
 }
 
 using enum PixelFormat;
@@ -99,12 +116,23 @@ constexpr std::array kLayouts = {
     semiPlanar(NV12, "NV12", 1, 1, 0),
     semiPlanar(NV21, "NV21", 1, 1, 1),
     semiPlanar(NV16, "NV16", 1, 0, 0),
+    semiPlanar(NV61, "NV61", 1, 0, 1),
     semiPlanar(NV24, "NV24", 0, 0, 0),
+    semiPlanar(NV42, "NV42", 0, 0, 1),
     planar(I420, "I420", 1, 1),
     planar(YV12, "YV12", 1, 1, 2),
     planar(Y42B, "Y42B", 1, 0),
+    planar(YV16, "YV16", 1, 0, 2),
     planar(Y444, "Y444", 0, 0),
+    planar(YV24, "YV24", 0, 0, 2),
+    packed444(AYUV, "AYUV", 4, 1, 2, 3),
+    packed444(VUYA, "VUYA", 4, 2, 1, 0),
+    packed444(YUVA, "YUVA", 4, 0, 1, 2),
+    packed444(v308, "v308", 3, 0, 1, 2),
+    packed444(IYU2, "IYU2", 3, 1, 0, 2),
     semiPlanar(P010, "P010", 1, 1, 0, 10),
+    planar(I420_10, "I420_10", 1, 1, 1, 10),
+    planar(I422_10, "I422_10", 1, 0, 1, 10),
     rgb(RGB, "RGB", 3, 0, 1, 2),
     rgb(BGR, "BGR", 3, 2, 1, 0),
     rgb(RGBx, "RGBx", 4, 0, 1, 2),
@@ -115,9 +143,17 @@ constexpr std::array kLayouts = {
     rgb(BGRA, "BGRA", 4, 2, 1, 0),
     rgb(ARGB, "ARGB", 4, 1, 2, 3),
     rgb(ABGR, "ABGR", 4, 3, 2, 1),
-    rgb16(),
-    grey(GRAY8, "GRAY8", 1),
-    grey(GRAY16, "GRAY16", 2),
+    rgbWord(RGB16, "RGB16", {11, 5}, {5, 6}, {0, 5}),
+    rgbWord(RGB16_BE, "RGB16_BE", {11, 5}, {5, 6}, {0, 5}, true),
+    rgbWord(BGR16, "BGR16", {0, 5}, {5, 6}, {11, 5}),
+    rgbWord(RGB15, "RGB15", {10, 5}, {5, 5}, {0, 5}),
+    rgbWord(BGR15, "BGR15", {0, 5}, {5, 5}, {10, 5}),
+    rgbWord(RGB12, "RGB12", {8, 4}, {4, 4}, {0, 4}),
+    grey(GRAY8, "GRAY8", 8),
+    grey(GRAY10, "GRAY10", 10),
+    grey(GRAY12, "GRAY12", 12),
+    grey(GRAY16, "GRAY16", 16),
+    grey(GRAY16_BE, "GRAY16_BE", 16, true),
 };
 
 constexpr bool isInOrderOfFormats() {

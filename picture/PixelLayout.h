@@ -31,6 +31,17 @@ struct PixelLayout {
     std::uint8_t step = 0;
   };
 
+  /// Of samples of more than eight bits, each in two bytes.
+  struct Word {
+    bool isBigEndian = false;
+    std::uint8_t shift = 0;  ///< unused bits below the sample
+  };
+  /// A component's bits in a word of two bytes that all components share.
+  struct Field {
+    std::uint8_t shift = 0;
+    std::uint8_t bits = 0;
+  };
+
   /// The layout of `format`; without planes for MJPG.
   [[nodiscard]] static const PixelLayout& of(PixelFormat format) noexcept;
 
@@ -44,15 +55,17 @@ struct PixelLayout {
   PixelFormat format;
   std::string_view name;
   ColorModel model;
-  std::uint8_t bits;  ///< of a sample; the most of its components for RGB16
+  std::uint8_t bits;  ///< of a sample; the most of its components where they share a word
   std::uint8_t planeCount;
   std::array<Plane, kMaximumPlanes> planes;
-  /// Luma, blue and red difference; or red, green and blue; or grey alone. None for RGB16, whose components
-  /// share bytes.
+  /// Luma, blue and red difference; or red, green and blue; or grey alone. None where components share a
+  /// word.
   std::array<Component, 3> components;
   /// Shifts from pixels to samples of colour difference.
   std::uint8_t chromaAcross;
   std::uint8_t chromaDown;
+  Word word = {};
+  std::array<Field, 3> fields = {};  ///< red, green and blue, where they share a word
 };
 
 /// One plane of a frame.

@@ -4,6 +4,8 @@
 
 #include <libyuv.h>
 
+#include "picture/SampleWords.h"
+
 namespace picture {
 
 std::unique_ptr<RawRowSource> RawRowSource::open(const Frame& frame, std::string& whyNot) {
@@ -100,12 +102,10 @@ void RawRowSource::blendDeepChromaRows(int near, int far) noexcept {
   }
 }
 
-// Samples lie in the upper bits of little-endian words.
 void RawRowSource::unpackDeep(std::size_t component, int row, WideRow& out) const noexcept {
   const auto& [plane, offset, step] = layout_.components[component];
-  const std::uint8_t* from = planes_[plane].row(static_cast<std::size_t>(row)) + offset;
-  for (std::size_t i = 0; i < out.size(); ++i, from += step)
-    out[i] = static_cast<std::uint16_t>((from[0] | from[1] << 8) >> (16 - layout_.bits));
+  readWords(planes_[plane].row(static_cast<std::size_t>(row)) + offset, step, out.size(), layout_,
+            layout_.bits, out.data());
 }
 
 }  // namespace picture

@@ -5,6 +5,8 @@
 
 #include <libyuv.h>
 
+#include "picture/SampleWords.h"
+
 namespace picture {
 namespace {
 
@@ -18,9 +20,9 @@ std::uint8_t fullLevel(int level, bool limited) {
       std::clamp(std::lround((level - kStudioBlack) * 255.0 / kStudioLevels), 0L, 255L));
 }
 
-std::uint8_t fullLevelOf16Bits(int level, bool limited) {
-  const std::int64_t black = limited ? kStudioBlack * 256 : 0;
-  const std::int64_t levels = limited ? kStudioLevels * 256 : 65535;
+std::uint8_t fullLevelOfBits(int level, int bits, bool limited) {
+  const std::int64_t black = limited ? kStudioBlack << (bits - 8) : 0;
+  const std::int64_t levels = limited ? kStudioLevels << (bits - 8) : (1 << bits) - 1;
   return static_cast<std::uint8_t>(
       std::clamp(((level - black) * 255 * 2 + levels) / (2 * levels), std::int64_t{0}, std::int64_t{255}));
 }
@@ -33,6 +35,21 @@ RgbReader::RgbReader(const Frame& frame)
       limited_(rangeOf(frame) == ColorRange::Limited) {
   for (int level = 0; level < 256; ++level)
     levels_[static_cast<std::size_t>(level)] = fullLevel(level, limited_);
+  for (std::size_t i = 0; i < layout_.fields.size(); ++i) {
+    const int most = (1 << layout_.fields[i].bits) - 1;
+    for (int level = 0; level <= most && most > 0; ++level)
+      fieldLevels_[i][static_cast<std::size_t>(level)] =
+          static_cast<std::uint8_t>((level * 255 + most / 2) / most);
+  }
+}
+
+std::array<std::uint8_t, 3> RgbReader::sharedWord(const std::uint8_t* at) const noexcept {
+  const unsigned word = wordAt(at, layout_.word.isBigEndian);
+  const auto level = [&](std::size_t component) {
+    const auto [shift, bits] = layout_.fields[component];
+    return fieldLevels_[component][word >> shift & ((1U << bits) - 1)];
+  };
+  return {level(0), level(1), level(2)};
 }
 
 void RgbReader::readRgb(const std::uint8_t* row, std::uint8_t* out) const noexcept {
@@ -45,13 +62,11 @@ void RgbReader::readRgb(const std::uint8_t* row, std::uint8_t* out) const noexce
     std::copy_n(row, bytes, out);
   } else if (layout_.format == PixelFormat::BGR) {
     libyuv::RAWToRGB24(row, 0, out, 0, width_, 1);
-  } else if (layout_.format == PixelFormat::RGB16) {
+  } else if (layout_.fields[0].bits > 0) {
     // Not the library's conversion, which repeats the upper bits and so is off by up to half a level more.
     for (int x = 0; x < width_; ++x) {
-      const int word = row[2 * x] | row[2 * x + 1] << 8;
-      out[3 * x] = static_cast<std::uint8_t>(((word >> 11) * 255 + 15) / 31);
-      out[3 * x + 1] = static_cast<std::uint8_t>(((word >> 5 & 63) * 255 + 31) / 63);
-      out[3 * x + 2] = static_cast<std::uint8_t>(((word & 31) * 255 + 15) / 31);
+      const auto levels = sharedWord(row + 2 * x);
+      std::copy(levels.begin(), levels.end(), out + 3 * x);
     }
   } else {
     wordsToRgb(row, out);
@@ -83,18 +98,22 @@ void RgbReader::wordsToBgra(const std::uint8_t* row, std::uint8_t* out) const no
     out[4 * x + 3] = kOpaque;
 }
 
+int RgbReader::deepLevel(const std::uint8_t* at) const noexcept {
+  return wordAt(at, layout_.word.isBigEndian) & ((1 << layout_.bits) - 1);
+}
+
 void RgbReader::greyToRgb(const std::uint8_t* row, std::uint8_t* out) const noexcept {
   for (int x = 0; x < width_; ++x) {
     const std::uint8_t level =
-        layout_.bits == 8 ? levels_[row[x]] : fullLevelOf16Bits(row[2 * x] | row[2 * x + 1] << 8, limited_);
+        layout_.bits == 8 ? levels_[row[x]] : fullLevelOfBits(deepLevel(row + 2 * x), layout_.bits, limited_);
     out[3 * x] = out[3 * x + 1] = out[3 * x + 2] = level;
   }
 }
 
 void RgbReader::greyToBgra(const std::uint8_t* row, std::uint8_t* out) const noexcept {
-  const int step = layout_.planes[0].groupBytes;
   for (int x = 0; x < width_; ++x, out += 4) {
-    out[0] = out[1] = out[2] = levels_[row[x * step + step - 1]];
+    const int upperEight = layout_.bits == 8 ? row[x] : deepLevel(row + 2 * x) >> (layout_.bits - 8);
+    out[0] = out[1] = out[2] = levels_[static_cast<std::size_t>(upperEight)];
     out[3] = kOpaque;
   }
 }
@@ -106,6 +125,14 @@ void RgbReader::readBgra(const std::uint8_t* row, std::uint8_t* out) const noexc
   }
   if (layout_.format == PixelFormat::RGB16) {
     libyuv::RGB565ToARGB(row, 0, out, 0, width_, 1);
+  } else if (layout_.fields[0].bits > 0) {
+    for (int x = 0; x < width_; ++x) {
+      const auto [red, green, blue] = sharedWord(row + 2 * x);
+      out[4 * x] = blue;
+      out[4 * x + 1] = green;
+      out[4 * x + 2] = red;
+      out[4 * x + 3] = kOpaque;
+    }
   } else if (layout_.planes[0].groupBytes == 3) {
     (layout_.components[0].offset == 0 ? libyuv::RAWToARGB : libyuv::RGB24ToARGB)(row, 0, out, 0, width_, 1);
   } else {

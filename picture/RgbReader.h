@@ -19,6 +19,8 @@ class RgbReader {
   void readBgra(const std::uint8_t* row, std::uint8_t* out) const noexcept;
 
  private:
+  [[nodiscard]] std::array<std::uint8_t, 3> sharedWord(const std::uint8_t* at) const noexcept;
+  [[nodiscard]] int deepLevel(const std::uint8_t* at) const noexcept;
   void greyToRgb(const std::uint8_t* row, std::uint8_t* out) const noexcept;
   void wordsToRgb(const std::uint8_t* row, std::uint8_t* out) const noexcept;
   void wordsToBgra(const std::uint8_t* row, std::uint8_t* out) const noexcept;
@@ -28,6 +30,8 @@ class RgbReader {
   int width_;
   bool limited_;
   std::array<std::uint8_t, 256> levels_;  // from the frame's range to the full one
+  // Of components that share a word, from their few bits to eight, in the frame's range.
+  std::array<std::array<std::uint8_t, 64>, 3> fieldLevels_{};
 };
 
 }  // namespace picture

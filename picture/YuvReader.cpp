@@ -2,6 +2,8 @@
 
 #include <libyuv.h>
 
+#include "picture/SampleWords.h"
+
 namespace picture {
 
 YuvReader::YuvReader(const Frame& frame, const Planes& planes, int stripRows)
@@ -24,25 +26,20 @@ const std::uint8_t* YuvReader::rowOf(std::size_t component, int row) const {
 }
 
 PlaneRows YuvReader::luma(int first, int count) {
-  if (layout_.planeCount == 1) {
-    splitPacked(first, count);
-  } else if (layout_.bits > 8) {
-    takeUpperBytes(layout_.components[0], first, count, luma_);
-  } else {
-    return {rowOf(0, first), planes_[0].stride};
-  }
+  if (layout_.components[0].step == 1) return {rowOf(0, first), planes_[0].stride};
+  isPackedInPairs() ? splitPacked(first, count) : take(layout_.components[0], first, count, luma_);
   return luma_.rows();
 }
 
 YuvReader::Chroma YuvReader::chroma(int first, int count) {
   const auto& [luma, blue, red] = layout_.components;
-  if (layout_.planeCount == 3)
+  if (blue.step == 1)
     return {{rowOf(1, first), planes_[blue.plane].stride}, {rowOf(2, first), planes_[red.plane].stride}};
-  if (layout_.planeCount == 1) {
+  if (isPackedInPairs()) {
     splitPacked(first, count);
-  } else if (layout_.bits > 8) {
-    takeUpperBytes(blue, first, count, blue_);
-    takeUpperBytes(red, first, count, red_);
+  } else if (layout_.planeCount != 2 || layout_.bits > 8) {
+    take(blue, first, count, blue_);
+    take(red, first, count, red_);
   } else {
     Strip& even = blue.offset == 0 ? blue_ : red_;
     Strip& odd = blue.offset == 0 ? red_ : blue_;
@@ -65,14 +62,17 @@ void YuvReader::splitPacked(int first, int count) {
   splitCount_ = count;
 }
 
-void YuvReader::takeUpperBytes(const PixelLayout::Component& component, int first, int count,
-                               Strip& strip) const {
+void YuvReader::take(const PixelLayout::Component& component, int first, int count, Strip& strip) const {
   for (int row = 0; row < count; ++row) {
     const std::uint8_t* from =
-        planes_[component.plane].row(static_cast<std::size_t>(first + row)) + component.offset + 1;
+        planes_[component.plane].row(static_cast<std::size_t>(first + row)) + component.offset;
     std::uint8_t* to = strip.samples.data() + static_cast<std::size_t>(row) * strip.stride;
-    for (std::size_t i = 0; i < strip.stride; ++i)
-      to[i] = from[i * component.step];
+    if (layout_.bits > 8) {
+      readWords(from, component.step, strip.stride, layout_, 8, to);
+    } else {
+      for (std::size_t i = 0; i < strip.stride; ++i)
+        to[i] = from[i * component.step];
+    }
   }
 }
 

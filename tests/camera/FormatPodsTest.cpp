@@ -1,6 +1,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <set>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -167,8 +168,10 @@ TEST(ModesOfFormat, AreNoneOfWhatCannotBeRead) {
 TEST(FormatOfMode, SaysExactlyThatMode) {
   std::vector<CameraMode> modes{
       {YUY2, 640, 480, {30000, 1001}}, {NV12, 640, 480, FrameRate{}}, {MJPG, 0, 0, {30, 1}}};
+  // The daemon has no numbers for these.
+  const std::set kUnknown{NV42, YV16, YV24, VUYA, YUVA, RGB16_BE, RGB12, GRAY10, GRAY12};
   for (const auto format : picture::kAllPixelFormats)
-    modes.push_back({format, 1280, 720, {30, 1}});
+    if (!kUnknown.contains(format)) modes.push_back({format, 1280, 720, {30, 1}});
   for (const CameraMode& mode : modes) {
     std::array<std::uint8_t, 1024> memory{};
     spa_pod_builder builder{};

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <random>
 #include <stdexcept>
 
@@ -30,13 +31,17 @@ Sampling samplingOf(PixelFormat format) {
     case YVYU:
     case VYUY:
     case NV16:
+    case NV61:
     case Y42B:
+    case YV16:
+    case I422_10:
       return {2, 1};
     case NV12:
     case NV21:
     case I420:
     case YV12:
     case P010:
+    case I420_10:
       return {2, 2};
     default:
       return {1, 1};
@@ -52,12 +57,27 @@ std::size_t leastStride(const Frame& frame) {
     case VYUY:
       return 4 * half(width);
     case P010:
+    case I420_10:
+    case I422_10:
     case RGB16:
+    case RGB16_BE:
+    case BGR16:
+    case RGB15:
+    case BGR15:
+    case RGB12:
+    case GRAY10:
+    case GRAY12:
     case GRAY16:
+    case GRAY16_BE:
       return 2 * width;
     case RGB:
     case BGR:
+    case v308:
+    case IYU2:
       return 3 * width;
+    case AYUV:
+    case VUYA:
+    case YUVA:
     case RGBx:
     case BGRx:
     case xRGB:
@@ -79,16 +99,23 @@ std::size_t chromaStride(const Frame& frame) {
     case NV12:
     case NV21:
     case NV16:
+    case NV61:
       return std::max(stride, 2 * half(width));
     case P010:
       return std::max(stride, 4 * half(width));
     case NV24:
+    case NV42:
       return 2 * stride;
     case I420:
     case YV12:
     case Y42B:
+    case YV16:
       return std::max(stride / 2, half(width));
+    case I420_10:
+    case I422_10:
+      return std::max(stride / 2, 2 * half(width));
     case Y444:
+    case YV24:
       return stride;
     default:
       return 0;
@@ -127,6 +154,8 @@ std::size_t sampleAt(const Frame& frame, int component, int sampleX, int sampleY
     case NV24:
       return pick(row + x, chromaRow + 2 * x, chromaRow + 2 * x + 1);
     case NV21:
+    case NV61:
+    case NV42:
       return pick(row + x, chromaRow + 2 * x + 1, chromaRow + 2 * x);
     case P010:
       return pick(row + 2 * x, chromaRow + 4 * x, chromaRow + 4 * x + 2);
@@ -135,7 +164,22 @@ std::size_t sampleAt(const Frame& frame, int component, int sampleX, int sampleY
     case Y444:
       return pick(row + x, chromaRow + x, third + x);
     case YV12:
+    case YV16:
+    case YV24:
       return pick(row + x, third + x, chromaRow + x);
+    case I420_10:
+    case I422_10:
+      return pick(row + 2 * x, chromaRow + 2 * x, third + 2 * x);
+    case AYUV:
+      return row + 4 * x + pick(1, 2, 3);
+    case VUYA:
+      return row + 4 * x + pick(2, 1, 0);
+    case YUVA:
+      return row + 4 * x + pick(0, 1, 2);
+    case v308:
+      return row + 3 * x + pick(0, 1, 2);
+    case IYU2:
+      return row + 3 * x + pick(1, 0, 2);
     case RGB:
       return row + 3 * x + pick(0, 1, 2);
     case BGR:
@@ -153,7 +197,15 @@ std::size_t sampleAt(const Frame& frame, int component, int sampleX, int sampleY
     case ABGR:
       return row + 4 * x + pick(3, 2, 1);
     case RGB16:
+    case RGB16_BE:
+    case BGR16:
+    case RGB15:
+    case BGR15:
+    case RGB12:
+    case GRAY10:
+    case GRAY12:
     case GRAY16:
+    case GRAY16_BE:
       return row + 2 * x;
     case GRAY8:
       return row + x;
@@ -164,11 +216,63 @@ std::size_t sampleAt(const Frame& frame, int component, int sampleX, int sampleY
 }
 
 bool isGrey(PixelFormat format) {
-  return format == GRAY8 || format == GRAY16;
+  return format >= GRAY8;
+}
+
+/// Red, green and blue in one word: the lowest bit and the largest number of each.
+struct SharedWord {
+  std::array<int, 3> shifts{};
+  std::array<int, 3> largest{};
+};
+
+std::optional<SharedWord> sharedWordOf(PixelFormat format) {
+  switch (format) {
+    case RGB16:
+    case RGB16_BE:
+      return SharedWord{{11, 5, 0}, {31, 63, 31}};
+    case BGR16:
+      return SharedWord{{0, 5, 11}, {31, 63, 31}};
+    case RGB15:
+      return SharedWord{{10, 5, 0}, {31, 31, 31}};
+    case BGR15:
+      return SharedWord{{0, 5, 10}, {31, 31, 31}};
+    case RGB12:
+      return SharedWord{{8, 4, 0}, {15, 15, 15}};
+    default:
+      return {};
+  }
 }
 
 int bitsOf(PixelFormat format) {
-  return format == P010 ? 10 : format == GRAY16 ? 16 : 8;
+  switch (format) {
+    case P010:
+    case I420_10:
+    case I422_10:
+    case GRAY10:
+      return 10;
+    case GRAY12:
+      return 12;
+    case GRAY16:
+    case GRAY16_BE:
+      return 16;
+    default:
+      return 8;
+  }
+}
+
+int wordAt(const Frame& frame, std::size_t at) {
+  const int first = frame.bytes.at(at);
+  const int second = frame.bytes.at(at + 1);
+  const bool isBigEndian = frame.format == RGB16_BE || frame.format == GRAY16_BE;
+  return isBigEndian ? first << 8 | second : first | second << 8;
+}
+
+void storeWord(Frame& frame, std::size_t at, unsigned word) {
+  const auto low = static_cast<std::uint8_t>(word);
+  const auto high = static_cast<std::uint8_t>(word >> 8);
+  const bool isBigEndian = frame.format == RGB16_BE || frame.format == GRAY16_BE;
+  frame.bytes.at(at) = isBigEndian ? high : low;
+  frame.bytes.at(at + 1) = isBigEndian ? low : high;
 }
 
 bool isFull(const Frame& frame) {
@@ -178,10 +282,9 @@ bool isFull(const Frame& frame) {
 
 double sample(const Frame& frame, int component, int x, int y) {
   const std::size_t at = sampleAt(frame, component, x, y);
-  const int low = frame.bytes.at(at);
-  if (bitsOf(frame.format) == 8) return low;
-  const int word = low | frame.bytes.at(at + 1) << 8;
-  return frame.format == P010 ? word >> 6 : word;
+  if (bitsOf(frame.format) == 8) return frame.bytes.at(at);
+  const int word = wordAt(frame, at);
+  return frame.format == P010 ? word >> 6 : word & ((1 << bitsOf(frame.format)) - 1);
 }
 
 // As a fraction of black to white, or of the colour difference's span around its middle.
@@ -243,10 +346,13 @@ std::array<double, 3> exactFractions(const Frame& frame, int x, int y) {
     const double grey = lumaFraction(frame, sample(frame, 0, x, y));
     return {grey, grey, grey};
   }
-  if (frame.format == RGB16) {
-    const std::size_t at = sampleAt(frame, 0, x, y);
-    const int word = frame.bytes.at(at) | frame.bytes.at(at + 1) << 8;
-    return {(word >> 11) / 31.0, (word >> 5 & 63) / 63.0, (word & 31) / 31.0};
+  if (const auto shared = sharedWordOf(frame.format)) {
+    const int word = wordAt(frame, sampleAt(frame, 0, x, y));
+    const auto part = [&](std::size_t channel) {
+      return (word >> shared->shifts[channel] & shared->largest[channel]) /
+             static_cast<double>(shared->largest[channel]);
+    };
+    return {part(0), part(1), part(2)};
   }
   return {lumaFraction(frame, sample(frame, 0, x, y)), lumaFraction(frame, sample(frame, 1, x, y)),
           lumaFraction(frame, sample(frame, 2, x, y))};
@@ -260,21 +366,23 @@ void store(Frame& frame, int component, int x, int y, double value) {
     frame.bytes.at(at) = static_cast<std::uint8_t>(level);
     return;
   }
-  const unsigned word = frame.format == P010 ? level << 6 : level;
-  frame.bytes.at(at) = static_cast<std::uint8_t>(word);
-  frame.bytes.at(at + 1) = static_cast<std::uint8_t>(word >> 8);
+  storeWord(frame, at, frame.format == P010 ? level << 6 : level);
 }
 
 }  // namespace
 
 bool isYuv(PixelFormat format) {
-  return format >= YUY2 && format <= P010;
+  return format >= YUY2 && format <= I422_10;
 }
 
 const char* nameOf(PixelFormat format) {
-  constexpr std::array kNames = {"MJPG", "YUY2", "UYVY", "YVYU", "VYUY", "NV12", "NV21",  "NV16",  "NV24",
-                                 "I420", "YV12", "Y42B", "Y444", "P010", "RGB",  "BGR",   "RGBx",  "BGRx",
-                                 "xRGB", "xBGR", "RGBA", "BGRA", "ARGB", "ABGR", "RGB16", "GRAY8", "GRAY16"};
+  constexpr std::array kNames = {
+      "MJPG",  "YUY2",  "UYVY",   "YVYU",    "VYUY",    "NV12",     "NV21",     "NV16",  "NV61",  "NV24",
+      "NV42",  "I420",  "YV12",   "Y42B",    "YV16",    "Y444",     "YV24",     "AYUV",  "VUYA",  "YUVA",
+      "v308",  "IYU2",  "P010",   "I420_10", "I422_10", "RGB",      "BGR",      "RGBx",  "BGRx",  "xRGB",
+      "xBGR",  "RGBA",  "BGRA",   "ARGB",    "ABGR",    "RGB16",    "RGB16_BE", "BGR16", "RGB15", "BGR15",
+      "RGB12", "GRAY8", "GRAY10", "GRAY12",  "GRAY16",  "GRAY16_BE"};
+  static_assert(kNames.size() == picture::kAllPixelFormats.size());
   return kNames.at(static_cast<std::size_t>(format));
 }
 
@@ -282,7 +390,7 @@ std::size_t frameBytes(const Frame& frame) {
   const auto stride = static_cast<std::size_t>(frame.stride);
   const std::size_t first = stride * static_cast<std::size_t>(frame.height);
   const bool threePlanes =
-      frame.format == I420 || frame.format == YV12 || frame.format == Y42B || frame.format == Y444;
+      (frame.format >= I420 && frame.format <= YV24) || frame.format == I420_10 || frame.format == I422_10;
   return first + chromaStride(frame) * chromaRows(frame) * (threePlanes ? 2 : 1);
 }
 
@@ -301,8 +409,8 @@ Frame noiseFrame(PixelFormat format, int width, int height, int padding, std::ui
 
 std::array<double, 3> exactRgb(const Frame& frame, int x, int y) {
   auto rgb = exactFractions(frame, x, y);
-  if (frame.format == RGB16 && frame.range == picture::ColorRange::Limited) {
-    // Its levels in 8 bits first, as nothing defines a studio range of five bits.
+  if (sharedWordOf(frame.format) && frame.range == picture::ColorRange::Limited) {
+    // Their levels in 8 bits first, as nothing defines a studio range of five bits.
     for (double& channel : rgb)
       channel = (std::round(255 * channel) - 16) / 219;
   }
@@ -312,14 +420,12 @@ std::array<double, 3> exactRgb(const Frame& frame, int x, int y) {
 }
 
 void paintPixel(Frame& frame, int x, int y, const std::array<double, 3>& rgb) {
-  if (frame.format == RGB16) {
-    const auto part = [&rgb](std::size_t channel, int largest) {
-      return static_cast<unsigned>(std::lround(rgb[channel] * largest / 255));
-    };
-    const unsigned word = part(0, 31) << 11 | part(1, 63) << 5 | part(2, 31);
-    const std::size_t at = sampleAt(frame, 0, x, y);
-    frame.bytes.at(at) = static_cast<std::uint8_t>(word);
-    frame.bytes.at(at + 1) = static_cast<std::uint8_t>(word >> 8);
+  if (const auto shared = sharedWordOf(frame.format)) {
+    unsigned word = 0;
+    for (std::size_t channel = 0; channel < 3; ++channel)
+      word |= static_cast<unsigned>(std::lround(rgb[channel] * shared->largest[channel] / 255))
+              << shared->shifts[channel];
+    storeWord(frame, sampleAt(frame, 0, x, y), word);
     return;
   }
   const double scale = std::pow(2, bitsOf(frame.format) - 8);

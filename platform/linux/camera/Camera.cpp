@@ -41,10 +41,6 @@ bool containsAny(const std::string& text, const Words& words) {
                      [&](auto word) { return text.find(word) != std::string::npos; });
 }
 
-bool isGrey(const CameraMode& mode) {
-  return mode.format == picture::PixelFormat::GRAY8 || mode.format == picture::PixelFormat::GRAY16;
-}
-
 // Those without a place last, /dev/video2 before /dev/video10.
 auto placeKey(const Camera& camera) {
   return std::tuple(camera.place.empty(), camera.place.size(), std::string_view(camera.place));

@@ -36,10 +36,6 @@ std::strong_ordering compareFormats(picture::PixelFormat a, picture::PixelFormat
   return meritOf(a) <=> meritOf(b);
 }
 
-bool isGrey(const CameraMode& mode) {
-  return picture::PixelLayout::of(mode.format).model == picture::ColorModel::Grey;
-}
-
 bool isBetterSmooth(const CameraMode& a, const CameraMode& b) {
   if (isSmooth(a) != isSmooth(b)) return isSmooth(a);
   if (pixels(a) != pixels(b)) return pixels(a) > pixels(b);
@@ -54,6 +50,10 @@ bool isBetterSlow(const CameraMode& a, const CameraMode& b) {
 }
 
 }  // namespace
+
+bool isGrey(const CameraMode& mode) {
+  return picture::PixelLayout::of(mode.format).model == picture::ColorModel::Grey;
+}
 
 std::strong_ordering compareRates(const FrameRate& a, const FrameRate& b) {
   return std::uint64_t{a.numerator} * b.denominator <=> std::uint64_t{b.numerator} * a.denominator;

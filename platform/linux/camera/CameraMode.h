@@ -32,6 +32,9 @@ struct CameraMode {
   bool operator==(const CameraMode&) const = default;
 };
 
+/// Whether its pictures have no colour.
+[[nodiscard]] bool isGrey(const CameraMode& mode);
+
 /// Below this rate, in frames a second, a preview is seen to stutter: that of film.
 inline constexpr FrameRate kSmoothRate{24, 1};
 

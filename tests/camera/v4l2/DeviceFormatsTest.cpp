@@ -29,6 +29,11 @@ TEST(DeviceFormats, AreThoseOfTheKernelsTables) {
   EXPECT_EQ(pixelFormatOfCode(v4l2_fourcc('N', 'V', '2', '1')), PixelFormat::NV21);
   EXPECT_EQ(pixelFormatOfCode(v4l2_fourcc('P', '0', '1', '0')), PixelFormat::P010);
   EXPECT_EQ(pixelFormatOfCode(v4l2_fourcc('Y', '1', '6', ' ')), PixelFormat::GRAY16);
+  EXPECT_EQ(pixelFormatOfCode(v4l2_fourcc('Y', 'U', 'V', '3')), PixelFormat::v308);
+  EXPECT_EQ(pixelFormatOfCode(v4l2_fourcc('Y', 'U', 'V', '4')), PixelFormat::AYUV);
+  EXPECT_EQ(pixelFormatOfCode(v4l2_fourcc('Y', '1', '0', ' ')), PixelFormat::GRAY10);
+  EXPECT_EQ(pixelFormatOfCode(v4l2_fourcc_be('Y', '1', '6', ' ')), PixelFormat::GRAY16_BE);
+  EXPECT_EQ(pixelFormatOfCode(v4l2_fourcc('R', 'G', 'B', 'O')), PixelFormat::RGB15);
   EXPECT_FALSE(pixelFormatOfCode(v4l2_fourcc('H', '2', '6', '4')));
   EXPECT_FALSE(pixelFormatOfCode(v4l2_fourcc('R', 'G', 'G', 'B')));
 }

@@ -11,7 +11,7 @@ from scene import SceneTest, make_jpeg
 from tool import control
 
 # What PipeWire 0.3 passes on of the formats that the test driver offers; later ones may know more.
-FORMATS = {"YUY2", "UYVY", "YVYU", "I420", "YV12", "Y42B", "NV12", "NV21", "NV16", "NV24", "RGB", "BGR", "BGRx", "xRGB", "BGRA",
+FORMATS = {"YUY2", "UYVY", "YVYU", "I420", "YV12", "Y42B", "NV12", "NV21", "NV16", "NV61", "NV24", "RGB", "BGR", "BGRx", "xRGB", "BGRA",
            "ARGB", "RGB16", "GRAY8", "GRAY16"}
 
 

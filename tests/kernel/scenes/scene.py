@@ -9,7 +9,8 @@ from tool import Tool, ToolTest
 
 # The largest difference of a sample: none where no colour is converted, the rounding of few bits, else that of Y'CbCr,
 # there by the driver and back by us.
-_TOLERANCES = {name: 0 for name in ("RGB", "BGR", "RGBx", "BGRx", "xRGB", "xBGR", "RGBA", "BGRA", "ARGB", "ABGR")} | {"RGB16": 8}
+_TOLERANCES = {name: 0 for name in ("RGB", "BGR", "RGBx", "BGRx", "xRGB", "xBGR", "RGBA", "BGRA", "ARGB", "ABGR")} | {
+    "RGB16": 8, "RGB16_BE": 8, "RGB15": 8, "BGR15": 8, "RGB12": 17}
 _TOLERANCE = 3
 
 
