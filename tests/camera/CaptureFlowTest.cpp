@@ -438,6 +438,16 @@ TEST_F(CaptureFlowTest, AModeThatIsStillOfferedAmongOthersIsKept) {
   EXPECT_EQ(source_->opened, 1);
 }
 
+TEST_F(CaptureFlowTest, AModeIsKeptThatIsOfferedInOtherWordsOnceItRuns) {
+  auto vague = desk();
+  vague.modes = {{picture::PixelFormat::MJPG, 0, 0, {}}};
+  source_->show({vague});
+  start();
+  source_->show({desk()});
+  loop_->advance(1s);
+  EXPECT_EQ(source_->opened, 1);
+}
+
 TEST_F(CaptureFlowTest, ARefusedModeIsTriedAgainWhenTheCameraOffersOtherOnes) {
   source_->show({withThreeModes()});
   source_->refusal = EINVAL;

@@ -5,6 +5,18 @@
 #include <utility>
 
 namespace platform_linux {
+namespace {
+
+// Some state less once they run, or more: what one of the two leaves open is no difference.
+bool isOffered(const CameraMode& mode, const std::vector<CameraMode>& modes) {
+  return std::any_of(modes.begin(), modes.end(), [&](const CameraMode& each) {
+    const bool isSize = each.width == mode.width && each.height == mode.height;
+    return each.format == mode.format && (isSize || !each.saysSize() || !mode.saysSize()) &&
+           (each.rate == mode.rate || !each.rate.stated() || !mode.rate.stated());
+  });
+}
+
+}  // namespace
 
 CaptureFlow::CaptureFlow(std::shared_ptr<CaptureService> service)
     : service_(std::move(service)),
@@ -139,8 +151,7 @@ void CaptureFlow::camerasChanged() {
   // A camera that offers its mode no more sends something else by now, or is waiting to be asked for it.
   const auto chosen = chosenCamera();
   const Camera* const camera = chosen ? service_->find(*chosen) : nullptr;
-  if (camera && std::find(camera->modes.begin(), camera->modes.end(), mode_) == camera->modes.end())
-    restart(ESTALE);
+  if (camera && !isOffered(mode_, camera->modes)) restart(ESTALE);
 }
 
 void CaptureFlow::request(StillAnswer answer, bool isMirrored) {
