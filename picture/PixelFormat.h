@@ -45,7 +45,6 @@ enum class PixelFormat : std::uint8_t {
   ABGR,
   RGB16,
   RGB16_BE,
-  BGR16,
   RGB15,
   BGR15,
   RGB12,
@@ -57,18 +56,18 @@ enum class PixelFormat : std::uint8_t {
 };
 
 inline constexpr std::array kAllPixelFormats = {
-    PixelFormat::MJPG,     PixelFormat::YUY2,      PixelFormat::UYVY,   PixelFormat::YVYU,
-    PixelFormat::VYUY,     PixelFormat::NV12,      PixelFormat::NV21,   PixelFormat::NV16,
-    PixelFormat::NV61,     PixelFormat::NV24,      PixelFormat::NV42,   PixelFormat::I420,
-    PixelFormat::YV12,     PixelFormat::Y42B,      PixelFormat::YV16,   PixelFormat::Y444,
-    PixelFormat::YV24,     PixelFormat::AYUV,      PixelFormat::VUYA,   PixelFormat::YUVA,
-    PixelFormat::v308,     PixelFormat::IYU2,      PixelFormat::P010,   PixelFormat::I420_10,
-    PixelFormat::I422_10,  PixelFormat::RGB,       PixelFormat::BGR,    PixelFormat::RGBx,
-    PixelFormat::BGRx,     PixelFormat::xRGB,      PixelFormat::xBGR,   PixelFormat::RGBA,
-    PixelFormat::BGRA,     PixelFormat::ARGB,      PixelFormat::ABGR,   PixelFormat::RGB16,
-    PixelFormat::RGB16_BE, PixelFormat::BGR16,     PixelFormat::RGB15,  PixelFormat::BGR15,
-    PixelFormat::RGB12,    PixelFormat::GRAY8,     PixelFormat::GRAY10, PixelFormat::GRAY12,
-    PixelFormat::GRAY16,   PixelFormat::GRAY16_BE,
+    PixelFormat::MJPG,      PixelFormat::YUY2,   PixelFormat::UYVY,   PixelFormat::YVYU,
+    PixelFormat::VYUY,      PixelFormat::NV12,   PixelFormat::NV21,   PixelFormat::NV16,
+    PixelFormat::NV61,      PixelFormat::NV24,   PixelFormat::NV42,   PixelFormat::I420,
+    PixelFormat::YV12,      PixelFormat::Y42B,   PixelFormat::YV16,   PixelFormat::Y444,
+    PixelFormat::YV24,      PixelFormat::AYUV,   PixelFormat::VUYA,   PixelFormat::YUVA,
+    PixelFormat::v308,      PixelFormat::IYU2,   PixelFormat::P010,   PixelFormat::I420_10,
+    PixelFormat::I422_10,   PixelFormat::RGB,    PixelFormat::BGR,    PixelFormat::RGBx,
+    PixelFormat::BGRx,      PixelFormat::xRGB,   PixelFormat::xBGR,   PixelFormat::RGBA,
+    PixelFormat::BGRA,      PixelFormat::ARGB,   PixelFormat::ABGR,   PixelFormat::RGB16,
+    PixelFormat::RGB16_BE,  PixelFormat::RGB15,  PixelFormat::BGR15,  PixelFormat::RGB12,
+    PixelFormat::GRAY8,     PixelFormat::GRAY10, PixelFormat::GRAY12, PixelFormat::GRAY16,
+    PixelFormat::GRAY16_BE,
 };
 
 }  // namespace picture

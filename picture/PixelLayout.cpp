@@ -145,7 +145,6 @@ constexpr std::array kLayouts = {
     rgb(ABGR, "ABGR", 4, 3, 2, 1),
     rgbWord(RGB16, "RGB16", {11, 5}, {5, 6}, {0, 5}),
     rgbWord(RGB16_BE, "RGB16_BE", {11, 5}, {5, 6}, {0, 5}, true),
-    rgbWord(BGR16, "BGR16", {0, 5}, {5, 6}, {11, 5}),
     rgbWord(RGB15, "RGB15", {10, 5}, {5, 5}, {0, 5}),
     rgbWord(BGR15, "BGR15", {0, 5}, {5, 5}, {10, 5}),
     rgbWord(RGB12, "RGB12", {8, 4}, {4, 4}, {0, 4}),

@@ -61,7 +61,6 @@ std::size_t leastStride(const Frame& frame) {
     case I422_10:
     case RGB16:
     case RGB16_BE:
-    case BGR16:
     case RGB15:
     case BGR15:
     case RGB12:
@@ -198,7 +197,6 @@ std::size_t sampleAt(const Frame& frame, int component, int sampleX, int sampleY
       return row + 4 * x + pick(3, 2, 1);
     case RGB16:
     case RGB16_BE:
-    case BGR16:
     case RGB15:
     case BGR15:
     case RGB12:
@@ -230,8 +228,6 @@ std::optional<SharedWord> sharedWordOf(PixelFormat format) {
     case RGB16:
     case RGB16_BE:
       return SharedWord{{11, 5, 0}, {31, 63, 31}};
-    case BGR16:
-      return SharedWord{{0, 5, 11}, {31, 63, 31}};
     case RGB15:
       return SharedWord{{10, 5, 0}, {31, 31, 31}};
     case BGR15:
@@ -377,11 +373,11 @@ bool isYuv(PixelFormat format) {
 
 const char* nameOf(PixelFormat format) {
   constexpr std::array kNames = {
-      "MJPG",  "YUY2",  "UYVY",   "YVYU",    "VYUY",    "NV12",     "NV21",     "NV16",  "NV61",  "NV24",
-      "NV42",  "I420",  "YV12",   "Y42B",    "YV16",    "Y444",     "YV24",     "AYUV",  "VUYA",  "YUVA",
-      "v308",  "IYU2",  "P010",   "I420_10", "I422_10", "RGB",      "BGR",      "RGBx",  "BGRx",  "xRGB",
-      "xBGR",  "RGBA",  "BGRA",   "ARGB",    "ABGR",    "RGB16",    "RGB16_BE", "BGR16", "RGB15", "BGR15",
-      "RGB12", "GRAY8", "GRAY10", "GRAY12",  "GRAY16",  "GRAY16_BE"};
+      "MJPG",     "YUY2",  "UYVY",  "YVYU",  "VYUY",  "NV12",    "NV21",    "NV16",   "NV61",
+      "NV24",     "NV42",  "I420",  "YV12",  "Y42B",  "YV16",    "Y444",    "YV24",   "AYUV",
+      "VUYA",     "YUVA",  "v308",  "IYU2",  "P010",  "I420_10", "I422_10", "RGB",    "BGR",
+      "RGBx",     "BGRx",  "xRGB",  "xBGR",  "RGBA",  "BGRA",    "ARGB",    "ABGR",   "RGB16",
+      "RGB16_BE", "RGB15", "BGR15", "RGB12", "GRAY8", "GRAY10",  "GRAY12",  "GRAY16", "GRAY16_BE"};
   static_assert(kNames.size() == picture::kAllPixelFormats.size());
   return kNames.at(static_cast<std::size_t>(format));
 }

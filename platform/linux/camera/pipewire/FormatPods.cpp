@@ -18,6 +18,8 @@ namespace {
 constexpr std::uint32_t kLargestSide = 8192;
 constexpr FrameRate kFastestRate{120, 1};
 
+// BGR15 and BGR16 are left out: the daemon's own V4L2 source calls by these names what is RGB of big-endian
+// words (V4L2_PIX_FMT_RGB555X, RGB565X), other programs mean what they say.
 constexpr std::array kRawFormats{
     std::pair{SPA_VIDEO_FORMAT_YUY2, picture::PixelFormat::YUY2},
     std::pair{SPA_VIDEO_FORMAT_UYVY, picture::PixelFormat::UYVY},
@@ -49,9 +51,7 @@ constexpr std::array kRawFormats{
     std::pair{SPA_VIDEO_FORMAT_ARGB, picture::PixelFormat::ARGB},
     std::pair{SPA_VIDEO_FORMAT_ABGR, picture::PixelFormat::ABGR},
     std::pair{SPA_VIDEO_FORMAT_RGB16, picture::PixelFormat::RGB16},
-    std::pair{SPA_VIDEO_FORMAT_BGR16, picture::PixelFormat::BGR16},
     std::pair{SPA_VIDEO_FORMAT_RGB15, picture::PixelFormat::RGB15},
-    std::pair{SPA_VIDEO_FORMAT_BGR15, picture::PixelFormat::BGR15},
     std::pair{SPA_VIDEO_FORMAT_GRAY8, picture::PixelFormat::GRAY8},
     std::pair{SPA_VIDEO_FORMAT_GRAY16_LE, picture::PixelFormat::GRAY16},
     std::pair{SPA_VIDEO_FORMAT_GRAY16_BE, picture::PixelFormat::GRAY16_BE},
