@@ -148,10 +148,12 @@ def switches(pid):
 def wakeups(program, seconds):
     """Wake-ups of each thread of a run that waits with nothing to do: its camera has gone, its shot has failed."""
     settings()
-    process = subprocess.Popen([program], stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    process = subprocess.Popen([program], stdin=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
     time.sleep(1.5)
     subprocess.run([ROOT / "tests/desktop/control", "camera", "1", "unplug"], check=True, stdout=subprocess.DEVNULL)
-    time.sleep(1)
+    while "Error while capture" not in process.stderr.readline():
+        pass
+    time.sleep(2)  # the notification gets out
     before = switches(process.pid)
     time.sleep(seconds)
     after = switches(process.pid)

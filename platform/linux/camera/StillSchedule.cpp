@@ -16,7 +16,7 @@ void StillSchedule::frameArrived(Time now) {
 }
 
 bool StillSchedule::hasSettled(Time now) const {
-  return firstFrame_ && now - *firstFrame_ >= kExposureSettling;
+  return firstFrame_ && now - *firstFrame_ >= kExposureSettling - kFrameJitter;
 }
 
 bool StillSchedule::isExposureWorthKnowing(Time now) const {

@@ -10,6 +10,10 @@ namespace platform_linux {
 /// about a second.
 inline constexpr std::chrono::seconds kExposureSettling{1};
 
+/// How much earlier than its time a frame may come: the first one of a run is mostly a little late, and the
+/// frame of the full second must not be passed over for that, which would cost the time of another one.
+inline constexpr std::chrono::milliseconds kFrameJitter{5};
+
 /// How long before that the exposure is looked at for the first time.
 inline constexpr std::chrono::milliseconds kExposureLookout{200};
 
@@ -34,7 +38,7 @@ class StillSchedule {
   /// The last frame was a picture, but not one for a still, as the exposure is settling.
   void exposureMoves(Time now) { lastSettling_ = now; }
 
-  /// Whether the run's frames may be stills: a second after the first.
+  /// Whether the run's frames may be stills: a second after the first, but for a frame's jitter.
   [[nodiscard]] bool hasSettled(Time now) const;
   /// Whether frames are worth examining: from shortly before they may be stills on, so that it is known by
   /// then whether the exposure moves.

@@ -38,8 +38,10 @@ PipeWireConnection::PipeWireConnection(CameraLoop& loop, Client& client)
       retryDelay_(kFirstRetry) {
   if (!loop_.raw()) return;
   // Real-time scheduling and memory that is never swapped out are for sound: the one costs a conversation
-  // with a system service, the other makes all of the camera's buffers resident.
-  pw_properties* properties = pw_properties_new("module.rt", "false", "mem.allow-mlock", "false", nullptr);
+  // with a system service, the other makes all of the camera's buffers resident. The library's own way to the
+  // bus would load another ten libraries.
+  pw_properties* properties =
+      pw_properties_new("module.rt", "false", "mem.allow-mlock", "false", "support.dbus", "false", nullptr);
   context_ = pw_context_new(loop_.raw(), properties, 0);
 }
 
