@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <utility>
 
 namespace camera_test {
@@ -80,14 +81,15 @@ void FakeCameraLoop::advance(std::chrono::nanoseconds time) {
 
 class FakeFrameSource::Stream final : public FrameStream {
  public:
-  Stream(FakeFrameSource& source, const CameraMode& mode, Client& client)
-      : source_(source), mode_(mode), client_(client) {
+  Stream(FakeFrameSource& source, std::uint64_t serial, const CameraMode& mode, Client& client)
+      : source_(source), serial_(serial), mode_(mode), client_(client) {
     source_.streams_.push_back(this);
   }
   Stream(const Stream&) = delete;
   Stream& operator=(const Stream&) = delete;
   ~Stream() override { std::erase(source_.streams_, this); }
 
+  [[nodiscard]] std::uint64_t serial() const { return serial_; }
   void deliver(const std::vector<std::uint8_t>& bytes) {
     if (hasEnded_) return;
     const std::array blocks{FrameBlock{bytes, 0}};
@@ -99,6 +101,7 @@ class FakeFrameSource::Stream final : public FrameStream {
 
  private:
   FakeFrameSource& source_;
+  const std::uint64_t serial_;
   const CameraMode mode_;
   Client& client_;
   bool hasEnded_ = false;
@@ -109,18 +112,35 @@ void FakeFrameSource::start(platform_linux::CameraLoop& loop, Client& client) {
   client_ = &client;
 }
 
-std::unique_ptr<FrameStream> FakeFrameSource::open(const Camera&, const CameraMode& mode,
+std::unique_ptr<FrameStream> FakeFrameSource::open(const Camera& camera, const CameraMode& mode,
                                                    FrameStream::Client& client) {
   ++opened;
-  auto stream = std::make_unique<Stream>(*this, mode, client);
-  if (refusal && std::uint64_t{mode.width} * mode.height > grantedPixels)
+  auto stream = std::make_unique<Stream>(*this, camera.serial, mode, client);
+  const bool isThere =
+      std::any_of(cameras_.begin(), cameras_.end(), [&](auto& each) { return each.serial == camera.serial; });
+  if (!isThere)
+    endLater(camera.serial, ENODEV);
+  else if (busy.contains(camera.uniqueID))
+    endLater(camera.serial, EBUSY);
+  else if (refusal && std::uint64_t{mode.width} * mode.height > grantedPixels)
     loop_->post([this] {
       if (refusal) endStreams(*refusal);
     });
   return stream;
 }
 
+void FakeFrameSource::endLater(std::uint64_t serial, int error) {
+  loop_->post([this, serial, error] {
+    for (auto* stream : std::vector(streams_))
+      if (stream->serial() == serial) stream->end(error);
+  });
+}
+
 void FakeFrameSource::show(std::vector<Camera> cameras, CameraCensus::State state) {
+  for (const Camera& before : std::exchange(cameras_, cameras))
+    if (std::none_of(cameras_.begin(), cameras_.end(),
+                     [&](auto& each) { return each.serial == before.serial; }))
+      endLater(before.serial, ENODEV);
   client_->camerasChanged(*this, {state, std::move(cameras)});
 }
 

@@ -6,6 +6,8 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
+#include <string>
 #include <vector>
 
 #include "platform/linux/camera/FrameExaminer.h"
@@ -47,7 +49,7 @@ class FakeFrameSource final : public platform_linux::FrameSource {
       platform_linux::FrameStream::Client& client) override;
   [[nodiscard]] platform_linux::CameraAccess& access() override { return access_; }
 
-  /// These cameras are there now.
+  /// These cameras are there now. Streams of others end soon.
   void show(std::vector<platform_linux::Camera> cameras,
             platform_linux::CameraCensus::State state = platform_linux::CameraCensus::State::Complete);
   /// A frame from every stream that is open: a JPEG stream of these bytes behind its first marker.
@@ -57,6 +59,8 @@ class FakeFrameSource final : public platform_linux::FrameSource {
 
   /// Streams that are opened end at once with this error.
   std::optional<int> refusal;
+  /// Cameras, by their identities, that another program has.
+  std::set<std::string> busy;
   /// How many pixels the modes have that are granted all the same.
   std::uint32_t grantedPixels = 0;
   int opened = 0;  ///< how many streams were asked for
@@ -64,6 +68,7 @@ class FakeFrameSource final : public platform_linux::FrameSource {
 
  private:
   class Stream;
+  void endLater(std::uint64_t serial, int error);
   class Access final : public platform_linux::CameraAccess {
    public:
     [[nodiscard]] platform::AVAuthorizationStatus status() const override {
@@ -77,6 +82,7 @@ class FakeFrameSource final : public platform_linux::FrameSource {
   Access access_;
   platform_linux::CameraLoop* loop_ = nullptr;
   Client* client_ = nullptr;
+  std::vector<platform_linux::Camera> cameras_;
   std::vector<Stream*> streams_;
 };
 
