@@ -13,9 +13,9 @@ inline constexpr std::size_t kLargestDistance = 32768;
 /// A stretch of bytes as they are, followed by a repetition of earlier ones. A length of 0 stands for no
 /// repetition.
 struct DeflateToken {
-  std::uint32_t literals = 0;
-  std::uint16_t length = 0;
-  std::uint16_t distance = 0;
+  std::uint32_t literals;
+  std::uint16_t length;
+  std::uint16_t distance;
 };
 
 /// A repetition alone, at its place.

@@ -88,13 +88,13 @@ unsigned distanceExtraBits(std::size_t distance) {
 
 // A place is followed by two repetitions at least.
 MatchFinder::MatchFinder(std::size_t bytes)
-    : places_(bytes / 3 + 2 * kPositionsAtOnce),
-      matches_(bytes / kShortBytes + 1),
+    : places_(std::make_unique_for_overwrite<std::uint32_t[]>(bytes / 3 + 2 * kPositionsAtOnce)),
+      matches_(std::make_unique_for_overwrite<Match[]>(bytes / kShortBytes + 1)),
       long_(std::size_t{1} << kHashBits),
       short_(std::size_t{1} << kHashBits) {}
 
 void MatchFinder::findPlaces(std::size_t bytes, std::span<const std::uint64_t> repetitions) noexcept {
-  std::uint32_t* const begin = places_.data();
+  std::uint32_t* const begin = places_.get();
   std::uint32_t* end = begin;
   for (std::size_t i = 0; i < repetitions.size(); ++i) {
     const std::uint64_t following = i + 1 < repetitions.size() ? repetitions[i + 1] : 0;
@@ -115,8 +115,8 @@ std::span<const Match> MatchFinder::findBy(std::span<const std::uint8_t> data, S
   constexpr std::size_t kLeast = kShort ? kShortBytes : kLongBytes;
   const std::uint8_t* const first = data.data();
   std::size_t end = 0;  // of the last match
-  Match* out = matches_.data();
-  for (const std::uint32_t at : std::span(places_).first(placeCount_)) {
+  Match* out = matches_.get();
+  for (const std::uint32_t at : std::span(places_.get(), placeCount_)) {
     const std::uint8_t* const here = first + at;
     const std::uint32_t longPlace = kLong ? std::exchange(long_[longHash(here)], at) : 0;
     const std::uint32_t shortPlace = kShort ? std::exchange(short_[shortHash(here)], at) : 0;
@@ -142,7 +142,7 @@ std::span<const Match> MatchFinder::findBy(std::span<const std::uint8_t> data, S
     *out++ = match;
     end = match.position + match.length;
   }
-  return {matches_.data(), out};
+  return {matches_.get(), out};
 }
 
 std::span<const Match> MatchFinder::find(std::span<const std::uint8_t> data, StripScan& scan,

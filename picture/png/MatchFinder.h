@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -40,9 +41,10 @@ class MatchFinder {
   [[nodiscard]] std::span<const Match> findBy(std::span<const std::uint8_t> data, StripScan& scan,
                                               unsigned changeBits) noexcept;
 
-  std::vector<std::uint32_t> places_;
+  // Not initialised, so that what is not needed never becomes resident.
+  std::unique_ptr<std::uint32_t[]> places_;
   std::size_t placeCount_ = 0;
-  std::vector<Match> matches_;
+  std::unique_ptr<Match[]> matches_;
   // By hash, the newest place; 0 for none.
   std::vector<std::uint32_t> long_;
   std::vector<std::uint32_t> short_;

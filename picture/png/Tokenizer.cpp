@@ -14,31 +14,31 @@ constexpr std::uint32_t kShortestRest = 4;
 
 // Where runs begin and end, in turn; then one more of each.
 Tokenizer::Tokenizer(std::size_t bytes)
-    : bounds_(bytes / 3 + 2 * kPositionsAtOnce + 4), tokens_(bytes / kShortestMatch + 2) {}
+    : bounds_(std::make_unique_for_overwrite<std::uint32_t[]>(bytes / 3 + 2 * kPositionsAtOnce + 4)),
+      tokens_(std::make_unique_for_overwrite<DeflateToken[]>(bytes / kShortestMatch + 2)) {}
 
-std::span<const std::uint32_t> Tokenizer::findBounds(std::size_t bytes,
-                                                     std::span<const std::uint64_t> runs) noexcept {
-  std::uint32_t* end = bounds_.data();
+const std::uint32_t* Tokenizer::findBounds(std::size_t bytes, std::span<const std::uint64_t> runs) noexcept {
+  std::uint32_t* end = bounds_.get();
   std::uint64_t before = 0;
   for (std::size_t word = 0; word < runs.size(); ++word) {
     const std::uint64_t here = runs[word];
     end = appendPositions(here ^ shiftedUp(here, before, 1), word * kRepetitionWindow, end);
     before = here;
   }
-  const bool lastIsOpen = (end - bounds_.data()) % 2 != 0;
+  const bool lastIsOpen = (end - bounds_.get()) % 2 != 0;
   if (lastIsOpen) *end++ = static_cast<std::uint32_t>(bytes);
-  end = std::fill_n(end, 2, static_cast<std::uint32_t>(bytes));
-  return {bounds_.data(), end};
+  std::fill_n(end, 2, static_cast<std::uint32_t>(bytes));
+  return bounds_.get();
 }
 
 std::span<const DeflateToken> Tokenizer::divide(std::size_t bytes, std::span<const std::uint64_t> runs,
                                                 std::span<const Match> matches) noexcept {
-  const std::uint32_t* bound = findBounds(bytes, runs).data();
+  const std::uint32_t* bound = findBounds(bytes, runs);
   const std::uint32_t size = static_cast<std::uint32_t>(bytes);
   const Match* match = matches.data();
   const Match* const lastMatch = match + matches.size();
   const Match none{size, 0, 0};
-  DeflateToken* out = tokens_.data();
+  DeflateToken* out = tokens_.get();
   std::uint32_t end = 0;
   while (true) {
     const Match& next = match < lastMatch ? *match : none;
@@ -63,7 +63,7 @@ std::span<const DeflateToken> Tokenizer::divide(std::size_t bytes, std::span<con
     out += isWorthIt ? 1 : 0;
   }
   *out++ = {size - end, 0, 0};
-  return {tokens_.data(), out};
+  return {tokens_.get(), out};
 }
 
 }  // namespace picture

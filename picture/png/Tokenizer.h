@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <span>
-#include <vector>
 
 #include "picture/png/DeflateToken.h"
 
@@ -20,11 +20,12 @@ class Tokenizer {
                                                      std::span<const Match> matches) noexcept;
 
  private:
-  [[nodiscard]] std::span<const std::uint32_t> findBounds(std::size_t bytes,
-                                                          std::span<const std::uint64_t> runs) noexcept;
+  [[nodiscard]] const std::uint32_t* findBounds(std::size_t bytes,
+                                                std::span<const std::uint64_t> runs) noexcept;
 
-  std::vector<std::uint32_t> bounds_;
-  DeflateTokens tokens_;
+  // Not initialised, so that what is not needed never becomes resident.
+  std::unique_ptr<std::uint32_t[]> bounds_;
+  std::unique_ptr<DeflateToken[]> tokens_;
 };
 
 }  // namespace picture
