@@ -45,7 +45,7 @@ Picture pictureIn(const EncodedPhoto& photo) {
 
 /// The niceness of the thread of this process that has the highest.
 int lowestPriority() {
-  int niceness = 0;
+  int niceness = ::getpriority(PRIO_PROCESS, 0);
   for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task"))
     niceness = std::max(niceness,
                         ::getpriority(PRIO_PROCESS, static_cast<id_t>(std::stoi(thread.path().filename()))));
