@@ -14,7 +14,7 @@
 
 namespace platform {
 
-/// The framework's class operations. Main thread only.
+/// An interface of ours over the framework: its class operations, gathered. Main thread only.
 class AVFoundation {
  public:
   virtual ~AVFoundation() = default;

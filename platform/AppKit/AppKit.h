@@ -11,7 +11,8 @@
 
 namespace platform {
 
-/// The framework's class operations. Main thread only, unless an operation says more.
+/// An interface of ours over the framework: its class operations, gathered. Main thread only, unless an
+/// operation says more.
 class AppKit {
  public:
   virtual ~AppKit() = default;

@@ -5,7 +5,7 @@
 
 namespace platform {
 
-/// The main run loop's queue, and the hops of other threads onto it. Thread-safe.
+/// An interface of ours: the main run loop's queue, and the hops of other threads onto it. Thread-safe.
 class MainQueue {
  public:
   virtual ~MainQueue() = default;
