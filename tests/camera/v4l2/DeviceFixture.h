@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -39,34 +40,56 @@ class StreamRecorder final : public platform_linux::FrameStream::Client {
   std::vector<int> ends;
 };
 
-/// A source over played devices.
+/// A source over played devices, which are plugged and unplugged without anybody being told.
+class PlayedDevices {
+ public:
+  /// `socket` as udev names it.
+  std::shared_ptr<FakeDevice> plug(unsigned number, const std::string& socket, const std::string& product) {
+    platform_linux::DeviceEntry entry;
+    entry.path = pathOf(number);
+    entry.number = number;
+    entry.instance = std::to_string(++pluggings_);
+    entry.busPath = socket;
+    entry.product = product;
+    calls->devices[entry.path] = std::make_shared<FakeDevice>();
+    folder->entries.push_back(entry);
+    std::sort(folder->entries.begin(), folder->entries.end(),
+              [](auto& a, auto& b) { return a.number < b.number; });
+    return calls->devices[entry.path];
+  }
+
+  void unplug(unsigned number) {
+    const std::string path = pathOf(number);
+    calls->devices.at(path)->unplug();
+    calls->devices.erase(path);
+    std::erase_if(folder->entries, [&](auto& each) { return each.path == path; });
+  }
+
+  [[nodiscard]] static std::string pathOf(unsigned number) { return "/dev/video" + std::to_string(number); }
+
+ private:
+  std::unique_ptr<FakeDeviceCalls> givenCalls_ = std::make_unique<FakeDeviceCalls>();
+  std::unique_ptr<FakeDeviceFolder> givenFolder_ = std::make_unique<FakeDeviceFolder>();
+  int pluggings_ = 0;
+
+ public:
+  FakeDeviceCalls* const calls = givenCalls_.get();
+  FakeDeviceFolder* const folder = givenFolder_.get();
+  platform_linux::DeviceFrameSource source{std::move(givenCalls_), std::move(givenFolder_)};
+};
+
+/// Tests of a source over played devices.
 class DeviceFixture : public testing::Test {
  protected:
-  DeviceFixture() : source_(givenCalls(), givenFolder()) {}
   ~DeviceFixture() override { source_.stop(); }
 
   /// Plugs a device into `socket`, as udev names it.
   std::shared_ptr<FakeDevice> plug(unsigned number,
                                    const std::string& socket = "pci-0000:00:14.0-usb-0:1:1.0") {
-    platform_linux::DeviceEntry entry;
-    entry.path = "/dev/video" + std::to_string(number);
-    entry.number = number;
-    entry.instance = std::to_string(++pluggings_);
-    entry.busPath = socket;
-    entry.product = "Desk camera";
-    calls_->devices[entry.path] = std::make_shared<FakeDevice>();
-    folder_->entries.push_back(entry);
-    std::sort(folder_->entries.begin(), folder_->entries.end(),
-              [](auto& a, auto& b) { return a.number < b.number; });
-    return calls_->devices[entry.path];
+    return played_.plug(number, socket, "Desk camera");
   }
 
-  void unplug(unsigned number) {
-    const std::string path = "/dev/video" + std::to_string(number);
-    calls_->devices.at(path)->unplug();
-    calls_->devices.erase(path);
-    std::erase_if(folder_->entries, [&](auto& each) { return each.path == path; });
-  }
+  void unplug(unsigned number) { played_.unplug(number); }
 
   void start() {
     source_.start(loop_, told_);
@@ -90,24 +113,11 @@ class DeviceFixture : public testing::Test {
   }
 
   ManualLoop loop_;
-  FakeDeviceCalls* calls_ = nullptr;
-  FakeDeviceFolder* folder_ = nullptr;
   CensusRecorder told_;
-  platform_linux::DeviceFrameSource source_;
-
- private:
-  std::unique_ptr<platform_linux::DeviceCalls> givenCalls() {
-    auto calls = std::make_unique<FakeDeviceCalls>();
-    calls_ = calls.get();
-    return calls;
-  }
-  std::unique_ptr<platform_linux::DeviceFolder> givenFolder() {
-    auto folder = std::make_unique<FakeDeviceFolder>();
-    folder_ = folder.get();
-    return folder;
-  }
-
-  int pluggings_ = 0;
+  PlayedDevices played_;
+  FakeDeviceCalls* const calls_ = played_.calls;
+  FakeDeviceFolder* const folder_ = played_.folder;
+  platform_linux::DeviceFrameSource& source_ = played_.source;
 };
 
 }  // namespace camera_test

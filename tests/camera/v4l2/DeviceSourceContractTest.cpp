@@ -1,22 +1,18 @@
 // The kernel's devices, played, keep the promises of a source of frames.
 #include <map>
 
-#include "platform/linux/camera/v4l2/DeviceFrameSource.h"
 #include "tests/camera/FrameSourceContract.h"
-#include "tests/camera/v4l2/FakeDevices.h"
-#include "tests/camera/v4l2/ManualLoop.h"
+#include "tests/camera/v4l2/DeviceFixture.h"
 
 namespace contract {
 namespace {
 
 using camera_test::FakeDevice;
-using camera_test::FakeDeviceCalls;
-using camera_test::FakeDeviceFolder;
 
 /// Grabbers, as their pictures may change.
 class DeviceStage final : public FrameSourceStage {
  public:
-  platform_linux::FrameSource& source() override { return source_; }
+  platform_linux::FrameSource& source() override { return played_.source; }
   platform_linux::CameraLoop& loop() override { return loop_; }
   void onLoop(const std::function<void()>& action) override {
     action();
@@ -28,7 +24,7 @@ class DeviceStage final : public FrameSourceStage {
     for (int turn = 0; turn < 100; ++turn) {
       loop_.run();
       if (condition()) return true;
-      for (const auto& [path, device] : calls_->devices)
+      for (const auto& [path, device] : played_.calls->devices)
         device->deliver(std::vector<std::uint8_t>(device->pictureSize(), 7));
     }
     return false;
@@ -36,49 +32,26 @@ class DeviceStage final : public FrameSourceStage {
 
   void plugIn(const std::string& name) override {
     const auto number = numbers_.try_emplace(name, static_cast<unsigned>(numbers_.size())).first->second;
-    platform_linux::DeviceEntry entry;
-    entry.path = pathOf(name);
-    entry.number = number;
-    entry.instance = std::to_string(++pluggings_);
-    entry.busPath = "usb-" + name;
-    entry.product = name;
-    const auto device = std::make_shared<FakeDevice>();
-    device->signal = {4, 2};
-    calls_->devices[entry.path] = device;
-    folder_->entries.push_back(entry);
-    if (isRunning_) folder_->changed();
+    played_.plug(number, "usb-" + name, name)->signal = {4, 2};
+    if (isRunning_) played_.folder->changed();
   }
   void unplug(const std::string& name) override {
-    const std::string path = pathOf(name);
-    calls_->devices.at(path)->unplug();
-    calls_->devices.erase(path);
-    std::erase_if(folder_->entries, [&](auto& each) { return each.path == path; });
-    folder_->gone(path);
+    played_.unplug(numbers_.at(name));
+    played_.folder->gone(pathOf(name));
   }
   void occupy(const std::string& name) override { device(name).occupy(); }
   void breakDown(const std::string& name) override { device(name).failures[VIDIOC_DQBUF] = EIO; }
   void changePictures(const std::string& name) override { device(name).changeSignal(8, 4); }
 
  private:
-  std::string pathOf(const std::string& name) { return "/dev/video" + std::to_string(numbers_.at(name)); }
-  FakeDevice& device(const std::string& name) { return *calls_->devices.at(pathOf(name)); }
-  std::unique_ptr<platform_linux::DeviceCalls> givenCalls() {
-    auto calls = std::make_unique<FakeDeviceCalls>();
-    calls_ = calls.get();
-    return calls;
+  std::string pathOf(const std::string& name) {
+    return camera_test::PlayedDevices::pathOf(numbers_.at(name));
   }
-  std::unique_ptr<platform_linux::DeviceFolder> givenFolder() {
-    auto folder = std::make_unique<FakeDeviceFolder>();
-    folder_ = folder.get();
-    return folder;
-  }
+  FakeDevice& device(const std::string& name) { return *played_.calls->devices.at(pathOf(name)); }
 
   camera_test::ManualLoop loop_;
-  FakeDeviceCalls* calls_ = nullptr;
-  FakeDeviceFolder* folder_ = nullptr;
-  platform_linux::DeviceFrameSource source_{givenCalls(), givenFolder()};
+  camera_test::PlayedDevices played_;
   std::map<std::string, unsigned> numbers_;
-  int pluggings_ = 0;
   bool isRunning_ = false;  // the folder is followed
 };
 

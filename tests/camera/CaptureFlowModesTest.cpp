@@ -1,0 +1,153 @@
+// In which of its modes a session uses its camera.
+#include <cerrno>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/camera/CaptureFlowFixture.h"
+
+namespace camera_test {
+namespace {
+
+using platform_linux::Camera;
+using testing::ElementsAre;
+using namespace std::chrono_literals;
+
+using CaptureFlowModes = CaptureFlowTest;
+
+Camera withThreeModes(std::uint64_t serial = 7) {
+  auto camera = desk(serial);
+  camera.modes = {{picture::PixelFormat::MJPG, 1920, 1080, {30, 1}},
+                  {picture::PixelFormat::MJPG, 1280, 720, {30, 1}},
+                  {picture::PixelFormat::MJPG, 640, 480, {30, 1}}};
+  return camera;
+}
+
+TEST_F(CaptureFlowModes, OfACameraThatRefusesItsBestModesTheNextBestIsTriedAtOnce) {
+  for (const int error : {ENOSPC, EINVAL}) {
+    source_->show({withThreeModes()});
+    source_->refusal = error;
+    source_->grantedPixels = 640 * 480;
+    start();
+    loop_->advance(10ms);
+    frame();
+    flow_->requestStill(
+        [this](const auto& still, int) { outcomes_.push_back(still.frame ? still.frame->width : 0); });
+    loop_->run();
+    settle();
+    EXPECT_THAT(outcomes_, ElementsAre(640));
+    outcomes_.clear();
+    flow_->stop();
+    loop_->run();
+  }
+}
+
+TEST_F(CaptureFlowModes, ABusyCameraAndOneThatFailsLaterKeepTheirBestMode) {
+  source_->show({withThreeModes()});
+  source_->refusal = EBUSY;
+  source_->grantedPixels = 640 * 480;
+  start();
+  loop_->advance(1s);
+  source_->refusal.reset();
+  loop_->advance(1s);
+  frame();
+  source_->endStreams(ENOSPC);
+  loop_->advance(1s);
+  flow_->requestStill(
+      [this](const auto& still, int) { outcomes_.push_back(still.frame ? still.frame->width : 0); });
+  loop_->run();
+  settle();
+  EXPECT_THAT(outcomes_, ElementsAre(1920));
+}
+
+TEST_F(CaptureFlowModes, ACameraThatRefusesEveryModeIsAskedAgainWithPauses) {
+  source_->show({withThreeModes()});
+  source_->refusal = ENOSPC;
+  start();
+  loop_->advance(3s);
+  EXPECT_LE(source_->opened, 16);
+  source_->refusal.reset();
+  loop_->advance(1s);
+  frame();
+  flow_->requestStill(
+      [this](const auto& still, int) { outcomes_.push_back(still.frame ? still.frame->width : 0); });
+  loop_->run();
+  settle();
+  ASSERT_EQ(outcomes_.size(), 1U);
+  EXPECT_GT(outcomes_[0], 0);
+}
+
+TEST_F(CaptureFlowModes, ACameraPluggedInAgainMayHaveItsBestModeBack) {
+  source_->show({withThreeModes()});
+  source_->refusal = ENOSPC;
+  source_->grantedPixels = 640 * 480;
+  start();
+  loop_->advance(10ms);
+  frame();
+  source_->refusal.reset();
+  source_->show({});
+  source_->endStreams(ENODEV);
+  loop_->advance(100ms);
+  source_->show({withThreeModes(8)});
+  loop_->run();
+  flow_->requestStill(
+      [this](const auto& still, int) { outcomes_.push_back(still.frame ? still.frame->width : 0); });
+  loop_->run();
+  settle();
+  EXPECT_THAT(outcomes_, ElementsAre(1920));
+}
+
+TEST_F(CaptureFlowModes, AStillIsOfTheModeThatTheCameraOffersByThen) {
+  source_->show({withThreeModes()});
+  start();
+  frame();
+  flow_->requestStill(
+      [this](const auto& still, int) { outcomes_.push_back(still.frame ? still.frame->width : 0); });
+  auto changed = desk();
+  changed.modes = {{picture::PixelFormat::MJPG, 800, 600, {25, 1}}};
+  source_->show({changed});
+  loop_->advance(1ms);
+  settle();
+  EXPECT_THAT(outcomes_, ElementsAre(800));
+  EXPECT_EQ(source_->opened, 2);
+}
+
+TEST_F(CaptureFlowModes, AModeThatIsStillOfferedAmongOthersIsKept) {
+  start();
+  frame();
+  source_->show({withThreeModes()});
+  loop_->advance(1s);
+  EXPECT_EQ(source_->opened, 1);
+}
+
+TEST_F(CaptureFlowModes, AModeIsKeptThatIsOfferedInOtherWordsOnceItRuns) {
+  auto vague = desk();
+  vague.modes = {{picture::PixelFormat::MJPG, 0, 0, {}}};
+  source_->show({vague});
+  start();
+  source_->show({desk()});
+  loop_->advance(1s);
+  EXPECT_EQ(source_->opened, 1);
+}
+
+TEST_F(CaptureFlowModes, ARefusedModeIsTriedAgainWhenTheCameraOffersOtherOnes) {
+  source_->show({withThreeModes()});
+  source_->refusal = EINVAL;
+  source_->grantedPixels = 640 * 480;
+  start();
+  loop_->advance(10ms);
+  frame();
+  source_->refusal.reset();
+  auto changed = withThreeModes();
+  changed.modes.pop_back();
+  source_->show({changed});
+  loop_->advance(100ms);
+  flow_->requestStill(
+      [this](const auto& still, int) { outcomes_.push_back(still.frame ? still.frame->width : 0); });
+  loop_->run();
+  settle();
+  EXPECT_THAT(outcomes_, ElementsAre(1920));
+}
+
+}  // namespace
+}  // namespace camera_test
