@@ -50,6 +50,15 @@ TEST_F(SessionHealing, AStillWaitsForACameraThatComesBack) {
   EXPECT_EQ(rig.delegate->outcomes()[0].error, 0);
 }
 
+TEST_F(SessionHealing, AStillComesThoughTheFirstBuffersHaveNoMemory) {
+  const auto camera = plugIn("desk", "modes=YUY2:160x120@30,memory=dmabuf,fault=without-memory");
+  start();
+  const Rig rig = runningRig("desk");
+  rig.capture();
+  awaitOutcomes(rig, 1);
+  EXPECT_EQ(rig.delegate->outcomes()[0].error, 0);
+}
+
 class FormatChange : public SessionHealing, public testing::WithParamInterface<std::string> {};
 
 TEST_P(FormatChange, AStillThatWaitsIsAPictureOfTheNewFormat) {

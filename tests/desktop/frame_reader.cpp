@@ -35,6 +35,7 @@ constexpr int kUsageStatus = 64;  // EX_USAGE of sysexits.h
 constexpr int kNoCameraStatus = 2;
 constexpr int kUnpluggedStatus = 3;
 constexpr int kErrorStatus = 4;
+constexpr int kNoMemoryStatus = 5;
 
 constexpr std::uint64_t kNoFrame = 0;  // the camera counts its frames from 1
 
@@ -43,7 +44,7 @@ constexpr const char* kUsage =
     "Reads FRAMES frames from the camera NAME in MODE, as in MJPG:640x480@30, and writes a line for each:\n"
     "  frame SEQUENCE SIZE CRC32 memfd|memptr|dmabuf blocks= offset= stride= [corrupted] [transform=]\n"
     "The bytes go to FOLDER/SEQUENCE. Exit status: 0 all came, 2 no such camera, 3 unplugged, 4 the camera "
-    "failed.\n";
+    "failed, 5 the buffers have no memory.\n";
 
 struct Deleter {
   void operator()(pw_main_loop* loop) const { pw_main_loop_destroy(loop); }
@@ -250,6 +251,7 @@ void FrameReader::take(const spa_buffer& buffer) {
   // The graph's first cycle, which is its own, may pass a buffer on that the camera is still about to fill.
   // The camera writes the number last, so it is read first.
   if (sequence == kNoFrame) return;
+  if (buffer.datas[0].type == SPA_ID_INVALID) return finish(kNoMemoryStatus, "buffers without memory");
   const auto bytes = contents(buffer);
   if (!folder_.empty()) {
     std::ofstream file(folder_ + "/" + std::to_string(sequence), std::ios::binary);

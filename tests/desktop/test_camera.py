@@ -9,7 +9,7 @@ import time
 import unittest
 
 import session
-from session import Session, all_ended, read_line
+from session import NO_MEMORY, Session, all_ended, read_line
 
 MODE = "MJPG:640x480@30"
 COMPLETE, NO_CAMERA, UNPLUGGED, FAILED = 0, 2, 3, 4  # exit statuses of frame_reader
@@ -125,6 +125,14 @@ class Delivery(CameraTest):
                 status, frames = desktop.read_frames("a", "NV12:640x480@30", "1")
                 self.assertEqual(status, COMPLETE)
                 self.assertLessEqual(told, set(frames[0]))
+
+    def test_the_first_buffers_may_have_no_memory(self):
+        desktop = self.desktop(f"name=a,modes={MODE},memory=dmabuf,fault=without-memory")
+        self.assertEqual(self.reader(desktop, "a", MODE, "1").wait(session.SECONDS), NO_MEMORY)
+        desktop.control("camera", "1", "wait-idle")
+        status, frames = desktop.read_frames("a", MODE, "1")
+        self.assertEqual(status, COMPLETE)
+        self.assertGreater(int(frames[0][1]), 0)
 
     def test_the_exposure_may_settle_slowly(self):
         desktop = self.desktop("name=a,modes=MJPG:320x240@30,exposure=500")

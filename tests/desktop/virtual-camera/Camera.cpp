@@ -220,7 +220,7 @@ void Camera::streamStateChanged(pw_stream_state state) {
       break;
     case PW_STREAM_STATE_PAUSED:
       setTimer(timer_, 0, 0);
-      if (state_ == State::kStreaming) change(State::kIdle);
+      if (state_ == State::kStreaming) endRun();
       completePlug();
       break;
     case PW_STREAM_STATE_ERROR:
@@ -244,6 +244,12 @@ void Camera::startRun() {
   // starts.
   setTimer(timer_, spec_.startDelay * kMillisecond + interval, interval);
   change(State::kStreaming);
+}
+
+void Camera::endRun() {
+  change(State::kIdle);
+  // PipeWire keeps a camera's buffers for its next user, until the node is suspended.
+  if (stream_->giveMemory()) connection_->suspendNode(stream_->nodeId());
 }
 
 void Camera::setTimer(const Source& timer, std::uint64_t firstNanoseconds,

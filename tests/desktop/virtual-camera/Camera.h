@@ -96,6 +96,7 @@ class Camera {
   bool isOffered(const NegotiatedFormat& format) const;
   void streamStateChanged(pw_stream_state state);
   void startRun();
+  void endRun();
   void setTimer(const Source& timer, std::uint64_t firstNanoseconds, std::uint64_t intervalNanoseconds);
   void tick(std::uint64_t expirations);
   std::uint8_t light() const;

@@ -73,7 +73,7 @@ std::int64_t monotonicNanoseconds() {
 
 CameraStream::CameraStream(pw_core* core, const CameraSpec& spec, std::optional<std::uint32_t> device,
                            Events events)
-    : spec_(spec), events_(std::move(events)) {
+    : spec_(spec), events_(std::move(events)), withoutMemory_(spec.faults.withoutMemory) {
   stream_.reset(pw_stream_new(core, spec.name.c_str(), nodeProperties(spec, device)));
   if (!stream_) throw std::runtime_error("PipeWire makes no stream");
   static constexpr pw_stream_events kEvents = [] {
@@ -146,7 +146,7 @@ void CameraStream::acceptFormat(const spa_pod* param) {
 
 void CameraStream::onAddBuffer(void* data, pw_buffer* buffer) noexcept {
   auto* stream = self(data);
-  if (!allocates(stream->spec_)) return;
+  if (!allocates(stream->spec_) || stream->withoutMemory_) return;
   try {
     stream->memory_[buffer] = std::make_unique<BufferMemory>(*buffer->buffer, stream->layout_, stream->spec_);
   } catch (const std::system_error& error) {
@@ -173,6 +173,7 @@ void CameraStream::fillBuffer() {
 
 FrameResult CameraStream::fill(spa_buffer& buffer) {
   auto& first = buffer.datas[0];
+  if (withoutMemory_) return fillNothing(first);
   if (first.data == nullptr) return {};
   if (buffer.n_datas == 1) {
     const auto frame =
@@ -189,6 +190,13 @@ FrameResult CameraStream::fill(spa_buffer& buffer) {
                 static_cast<std::uint8_t*>(buffer.datas[block].data) + spec_.lead);
     buffer.datas[block].chunk->size = static_cast<std::uint32_t>(size);
   }
+  return frame;
+}
+
+FrameResult CameraStream::fillNothing(spa_data& block) {
+  frame_.resize(layout_.size);
+  const auto frame = events_.fill(frame_);
+  block.chunk->size = static_cast<std::uint32_t>(frame.size);
   return frame;
 }
 

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include <pipewire/pipewire.h>
@@ -56,6 +57,9 @@ class CameraStream {
   /// Fails the node as a broken device does. `code` is an errno.
   void fail(int code, const char* message);
 
+  /// Buffers that come from now on have memory. Returns whether they had none.
+  bool giveMemory() { return std::exchange(withoutMemory_, false); }
+
   /// SPA_ID_INVALID until the registry knows the node.
   std::uint32_t nodeId() const { return pw_stream_get_node_id(stream_.get()); }
 
@@ -70,6 +74,7 @@ class CameraStream {
   void acceptFormat(const spa_pod* param);
   void fillBuffer();
   FrameResult fill(spa_buffer& buffer);
+  FrameResult fillNothing(spa_data& block);
   void describe(spa_buffer& buffer, const FrameResult& frame) const;
 
   struct StreamDeleter {
@@ -82,7 +87,8 @@ class CameraStream {
   std::unique_ptr<pw_stream, StreamDeleter> stream_;
   spa_hook hook_{};
   FrameLayout layout_;
-  Bytes frame_;  ///< before its planes go to their blocks
+  Bytes frame_;         ///< before its planes go to their blocks
+  bool withoutMemory_;  ///< the buffers have none
   bool due_ = false;
 };
 

@@ -63,6 +63,7 @@ const std::map<std::string, Setter, std::less<>>& setters() {
       {"time-backwards", during(&Faults::timeBackwards)},
       {"no-stride", always(&Faults::noStride)},
       {"negative-stride", always(&Faults::negativeStride)},
+      {"without-memory", always(&Faults::withoutMemory)},
       {"damaged", [](Faults& faults, const std::string& share) { faults.damaged = parseShare(share); }},
       {"busy", setBusy},
   };

@@ -44,6 +44,7 @@ struct Faults {
   FrameRange timeBackwards;              ///< frames whose time stamps run backwards
   bool noStride = false;                 ///< no stride is told with a frame
   bool negativeStride = false;           ///< the stride is told as a negative number
+  bool withoutMemory = false;            ///< the first user gets buffers that have no memory
   bool busy = false;                     ///< refuses every format with EBUSY
   std::optional<std::uint64_t>
       busyFor;  ///< milliseconds from the first refusal until it is free, and plugged again

@@ -69,6 +69,12 @@ picture::Transform transformOf(const spa_buffer& buffer) {
   return static_cast<picture::Transform>(meta->transform);
 }
 
+// PipeWire 0.3 now and then hands a camera's buffers on before the camera has given them memory ("invalid
+// memory type" in the daemon's log). This stream's stay so; another one's have it.
+bool lacksMemory(const spa_buffer& buffer) {
+  return buffer.n_datas > 0 && buffer.datas[0].type == SPA_ID_INVALID;
+}
+
 }  // namespace
 
 const pw_stream_events& PipeWireStream::events() {
@@ -154,6 +160,7 @@ void PipeWireStream::onBuffersReady() noexcept {
 
 void PipeWireStream::examine(const spa_buffer& buffer) {
   if (!format_ || endedBy_) return;
+  if (lacksMemory(buffer)) return end(EIO);
   const SpaBlocks blocks(buffer);
   FrameFormat format = *format_;
   format.transform = transformOf(buffer);
