@@ -19,6 +19,10 @@ from pathlib import Path
 import guest
 from guest import run
 from tool import Tool
+from waiting import wait_until
+
+FAILURE = "Error while capture"
+BOUND = 120  # seconds that a run may take on a busy machine
 
 
 def mount(file_system):
@@ -49,6 +53,15 @@ def announce(state, *names):
             file.write(json.dumps({"event": name}) + "\n")
 
 
+def take_photo(tool):
+    """A run to its end, or to the failure of its shot, which leaves it up: on a busy machine a camera may be too slow."""
+    quits, failures = tool.names().count("Quit"), tool.log().count(FAILURE)
+    tool.start()
+    wait_until(lambda: tool.names().count("Quit") > quits or tool.log().count(FAILURE) > failures, tool.state,
+               what="the end of the shot", bound=BOUND)
+    tool.stop()
+
+
 def main():
     """Ends with the machine, but for `read`."""
     what, file_system, share = sys.argv[1], sys.argv[2], Path(sys.argv[3])
@@ -66,8 +79,10 @@ def main():
     guest.enter_session()
     os.environ["XDG_STATE_HOME"] = str(state)
     guest.plug_vivid()
+    tool = Tool(photos=folder)
+    tool.log_path.touch()
     while True:
-        Tool(photos=folder).run()
+        take_photo(tool)
 
 
 if __name__ == "__main__":
