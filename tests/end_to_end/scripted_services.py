@@ -27,6 +27,7 @@ class ScriptedDaemon(dbus.service.Object):
         super().__init__(self._bus_connection, "/org/freedesktop/Notifications")
         self.shown = {}  # texts by identifier
         self.order = []  # identifiers in the order of the calls
+        self.texts = []  # likewise
         self.asked = 0  # how many notifications it has been asked for, whatever became of them
         self.silent = False  # calls get no answer
         self.dies_of_the_next = False  # is gone from the bus instead of answering
@@ -41,13 +42,14 @@ class ScriptedDaemon(dbus.service.Object):
     def Notify(self, _application, replaces, _icon, title, body, _actions, _hints, _lifetime, answer, _refuse):
         self.asked += 1
         if self.dies_of_the_next:
-            self._bus_connection.close()
+            self.leave()
             return
         if self.silent:
             return
         identifier = int(replaces) or len(self.order) + 1
-        self.shown[identifier] = f"{title}\n{body}"
         self.order.append(identifier)
+        self.texts.append(f"{title}\n{body}")
+        self.shown[identifier] = self.texts[-1]
         answer(identifier)
 
     @dbus.service.method(NOTIFICATIONS, in_signature="u", out_signature="")
@@ -65,6 +67,10 @@ class ScriptedDaemon(dbus.service.Object):
 
     def click(self, identifier, key="default"):
         self.ActionInvoked(identifier, key)
+
+    def leave(self):
+        """Its process ends, and with it all of its bubbles."""
+        self._bus_connection.close()
 
     def close(self, identifier):
         """The user puts the bubble away."""

@@ -41,6 +41,8 @@ def turn_until(condition, *folders, what="the awaited event", bound=BOUND, retry
 
 def turn_until_exit(process):
     """Turns the main loop until a subprocess ends, so that services on it answer meanwhile; returns its exit status."""
+    if process.poll() is not None:
+        return process.returncode
     descriptor = os.pidfd_open(process.pid)
     source = GLib.unix_fd_add_full(GLib.PRIORITY_DEFAULT, descriptor, GLib.IOCondition.IN, lambda *_: True)
     try:
