@@ -74,6 +74,13 @@ TEST_P(ApplicationSignal, AsksForTheEnd) {
 
 INSTANTIATE_TEST_SUITE_P(All, ApplicationSignal, testing::Values(SIGTERM, SIGINT, SIGHUP));
 
+// After the main loop's end a photo may still be on its way to the disk.
+TEST_F(ApplicationRunning, ToBeAskedAgainCutsNothingShort) {
+  const auto probe = running("leave and be asked again");
+  expectLines({"shouldTerminate", "willTerminate", "ended 0", "in order"});
+  EXPECT_EQ(probe->wait(), 0);
+}
+
 TEST_F(ApplicationRunning, TheDelegateMayRefuseTheEnd) {
   const auto probe = running("refuse once");
   probe->signal(SIGTERM);

@@ -62,7 +62,7 @@ class ProbeDelegate : public platform::NSApplicationDelegate {
     if (click && click->notification.request.content.userInfo.at("Path") != "/stay")
       return application_.terminate();
     const std::string then = variable("PROBE_THEN");
-    if (then == "leave") application_.terminate();
+    if (then == "leave" || then == "leave and be asked again") application_.terminate();
     if (then == "leave twice") leaveTwice();
     if (then == "leave and withdraw") leaveAndWithdraw();
     if (then == "leave from thread") std::thread([this] { application_.terminate(); }).detach();
@@ -168,6 +168,13 @@ void followTheTest() {
         nullptr);
 }
 
+/// Requests to end that come when it has ended, while the program still puts its things in order.
+void askAgain() {
+  for (const int number : {SIGTERM, SIGINT, SIGHUP})
+    ::raise(number);
+  tell("in order");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -184,5 +191,6 @@ int main(int argc, char** argv) {
   ProbeDelegate delegate(application, instances, queue, runLoop, bus);
   const int status = application.run(argc, argv, delegate);
   tell("ended " + std::to_string(status));
+  if (variable("PROBE_THEN") == "leave and be asked again") askAgain();
   return status;
 }

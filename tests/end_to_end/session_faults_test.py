@@ -2,9 +2,11 @@
 """No bus, no display, two starts at once, and being asked to end."""
 
 import os
+import signal
 import subprocess
 import unittest
 
+from saves import LARGE, LARGE_BYTES, Save
 from tool import HD, Tool, ToolTest, control, in_desktop, installation
 from waiting import wait_for_exit
 
@@ -78,6 +80,17 @@ class Session(ToolTest):
         self.assertEqual(tool.stop(), 0, tool.log())
         self.assertEqual(tool.names(), ["Launch", "Start", "Quit"])
         self.assert_no_photo(tool)
+
+    @in_desktop(LARGE)
+    def test_asked_to_end_again_and_again_the_photo_that_is_being_saved_is_saved(self):
+        tool = Tool()
+        save = Save(tool.photo_folder)
+        tool.start()
+        save.wait_for(LARGE_BYTES // 4)
+        while tool.process.poll() is None:
+            tool.process.send_signal(signal.SIGTERM)
+        self.assertEqual(tool.wait(), 0, tool.log())
+        self.assert_one_photo(tool)
 
     @in_desktop(HD)
     def test_a_second_camera_plugged_in_during_the_shot_changes_nothing(self):

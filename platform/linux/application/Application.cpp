@@ -21,7 +21,8 @@ bool startedByBus(int argc, char** argv) {
 }
 
 /// Turns the signals by which the system and terminals end programs into `terminate`, for as long as it
-/// lives. A signal that whoever started the program has switched off stays so (nohup).
+/// lives. Later ones do nothing: a photo may still be on its way to the disk, and the program ends anyway.
+/// A signal that whoever started the program has switched off stays so (nohup).
 class TerminationSignals {
  public:
   explicit TerminationSignals(Application& application) {
@@ -41,8 +42,13 @@ class TerminationSignals {
   TerminationSignals(const TerminationSignals&) = delete;
   TerminationSignals& operator=(const TerminationSignals&) = delete;
   ~TerminationSignals() {
-    for (const guint source : sources_)
-      if (source) g_source_remove(source);
+    for (std::size_t i = 0; i < kSignals.size(); ++i) {
+      if (!sources_[i]) continue;
+      // A signal that GLib watches no more would end the program, so another watch takes over first.
+      g_unix_signal_add(
+          kSignals[i], [](gpointer) noexcept -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
+      g_source_remove(sources_[i]);
+    }
   }
 
  private:

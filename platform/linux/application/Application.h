@@ -35,7 +35,8 @@ struct ApplicationIdentity {
 /// The end, from the delegate's applicationWillTerminate on: the main queue and the timers stop; no call of
 /// the delegate or of a handler follows; calls of the desktop that still arrive go to the next process;
 /// adapters finish what they must under `holdEnd`, through replies and event sources of their own; then `run`
-/// returns. SIGTERM, SIGINT and SIGHUP ask for the end as `terminate` does.
+/// returns. SIGTERM, SIGINT and SIGHUP ask for the end as `terminate` does; once `run` has returned they do
+/// nothing.
 class Application : public platform::NSApplication {
  public:
   /// The references outlive this.
