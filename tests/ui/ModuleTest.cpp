@@ -27,7 +27,8 @@ bool hasDisplay() {
 }
 
 UserInterfaceHost host() {
-  return {"com.verrano.quillo.CameraShot", testing::TempDir(), [] {}, [] {}, [] { return std::string(); }};
+  return {
+      "com.verrano.quillo.CameraShot", testing::TempDir(), [] {}, [] {}, [] { return std::string(); }, [] {}};
 }
 
 platform::NSActions actions() {

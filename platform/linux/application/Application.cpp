@@ -206,10 +206,21 @@ void Application::end() {
 
 void Application::leave() {
   stage_ = Stage::Leaving;
-  mainQueue_.end();
-  runLoop_.end();
+  stopWork();
   if (const auto withdraw = std::exchange(onEnd_, nullptr)) withdraw();
   departure_.begin([this] { stage_ = Stage::Gone; });
+}
+
+void Application::stopWork() {
+  mainQueue_.end();
+  runLoop_.end();
+}
+
+void Application::breakOff() {
+  if (stage_ != Stage::Launched) return;
+  stage_ = Stage::Leaving;
+  delegate_->applicationWillTerminate();
+  stopWork();
 }
 
 void Application::lastWindowClosed() {

@@ -83,6 +83,11 @@ class Application : public platform::NSApplication {
   /// may take the focus; empty when there is none. It serves once.
   std::string takeActivationToken();
 
+  /// The end where the main loop must not turn again: the delegate has its last word, main queue and timers
+  /// stop, nothing else is waited for. The caller ends the process. When the end has begun before, nothing
+  /// happens.
+  void breakOff();
+
   /// Keeps the process, once its end has begun, for as long as any copy of the answer lives, but `patience`
   /// at most: for calls to other programs that would be lost if the caller left before they are answered.
   std::shared_ptr<void> holdEnd(std::chrono::milliseconds patience = std::chrono::seconds(2));
@@ -99,6 +104,7 @@ class Application : public platform::NSApplication {
   void waitForFirstCall();
   void end();
   void leave();
+  void stopWork();
 
   const ApplicationIdentity identity_;
   const SessionBus& bus_;

@@ -32,6 +32,10 @@ void Cameras::stop() {
   service_->stopSessions();
 }
 
+bool Cameras::waitForPhotos(std::chrono::milliseconds patience) {
+  return service_->waitForStills(patience);
+}
+
 std::vector<Camera> Cameras::cameras() {
   auto cameras = list_->cameras();
   if (cameras.empty() && service_->access().hidesCamera())

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -34,9 +35,12 @@ class Cameras final : public platform::AVFoundation {
   /// being saved; captures still pending are dropped. Sessions that outlive this deliver nothing.
   ~Cameras() override;
 
-  /// Turns the cameras off, without waiting: captures still pending are dropped; a photo that is being saved
-  /// is completed.
+  /// Turns the cameras off, without waiting: captures whose picture has not come are dropped, the others
+  /// completed.
   void stop();
+  /// Waits until these are completed, and so until their photos are saved. False when that takes longer than
+  /// `patience`. Once, after `stop` and the end of the main loop.
+  [[nodiscard]] bool waitForPhotos(std::chrono::milliseconds patience);
 
   /// The first call waits until the cameras are known, bounded to two seconds.
   std::vector<std::shared_ptr<platform::AVCaptureDevice>> devicesWithMediaType(

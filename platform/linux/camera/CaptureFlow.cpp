@@ -79,12 +79,20 @@ void CaptureFlow::startNow() {
 
 void CaptureFlow::stopNow(int error) {
   if (!isStarted_) return;
+  giveCameraBack(error);
+  stills_->fail(error);
+  leaveService();
+}
+
+void CaptureFlow::giveCameraBack(int error) {
   isStarted_ = false;
   closeStream(error);
   endFeeds(0);
   restart_.reset();
   silence_.reset();
-  stills_->fail(error);
+}
+
+void CaptureFlow::leaveService() {
   service_->remove(shared_from_this());
 }
 
@@ -141,9 +149,18 @@ void CaptureFlow::endFeeds(int error) {
     if (const auto feed = weakFeed.lock()) feed->end(error);
 }
 
+void CaptureFlow::finish() {
+  if (!isStarted_) return;
+  giveCameraBack(ESHUTDOWN);
+  stills_->finish([weakSelf = weak_from_this()] {
+    if (const auto self = weakSelf.lock()) self->leaveService();
+  });
+}
+
 void CaptureFlow::abandon() {
   stills_->abandon();
-  stopNow(ESHUTDOWN);
+  if (isStarted_) giveCameraBack(ESHUTDOWN);
+  leaveService();
 }
 
 void CaptureFlow::camerasChanged() {

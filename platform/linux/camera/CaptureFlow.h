@@ -59,6 +59,9 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
 
   /// Cameras have come or gone.
   void camerasChanged();
+  /// The end is near: the camera is given back, and a still is answered only if its frame has come. Leaves
+  /// the service when none is left.
+  void finish();
   /// The end of everything: nobody is told anything.
   void abandon();
 
@@ -67,6 +70,8 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   /// What the previews showed is over, because of `error`; 0: the next frame is on its way.
   void endFeeds(int error);
   void stopNow(int error);
+  void giveCameraBack(int error);
+  void leaveService();
   void request(StillAnswer answer, bool isMirrored);
   void openStream();
   void closeStream(int error);

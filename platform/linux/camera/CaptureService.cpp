@@ -27,7 +27,27 @@ void CaptureService::abandonFlows() {
 }
 
 void CaptureService::stopSessions() {
-  loop_->post([this] { abandonFlows(); });
+  loop_->post([this] { finishFlows(); });
+}
+
+void CaptureService::finishFlows() {
+  if (std::exchange(isFinishing_, true)) return;
+  if (flows_.empty()) return deliverEnd();
+  for (const auto& flow : std::set(flows_))
+    flow->finish();
+}
+
+void CaptureService::remove(const std::shared_ptr<CaptureFlow>& flow) {
+  const bool wasThere = flows_.erase(flow) > 0;
+  if (wasThere && isFinishing_ && flows_.empty()) deliverEnd();
+}
+
+void CaptureService::deliverEnd() {
+  worker_.deliver([this] { lastDelivery_.set_value(); }, /*lowersPriority=*/false);
+}
+
+bool CaptureService::waitForStills(std::chrono::milliseconds patience) {
+  return lastDelivery_.get_future().wait_for(patience) == std::future_status::ready;
 }
 
 void CaptureService::shutDown() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <future>
 #include <memory>
 #include <optional>
 #include <set>
@@ -36,10 +38,15 @@ class CaptureService final : private FrameSource::Client {
   CaptureService& operator=(const CaptureService&) = delete;
   ~CaptureService() override;
 
-  /// Stops all sessions without another outcome, and returns at once. Main thread only.
+  /// Stops all sessions, and returns at once: stills whose frame has come are answered still, the others have
+  /// no outcome. Main thread only.
   void stopSessions();
-  /// The same for good; an outcome that is being delivered is waited for. Main
-  /// thread only, after the main loop has ended.
+  /// Waits until the delegates have dealt with these answers and all before them: until the photos are saved.
+  /// False when that takes longer than `patience`. Main thread only, once, after `stopSessions` and the end
+  /// of the main loop.
+  [[nodiscard]] bool waitForStills(std::chrono::milliseconds patience);
+  /// Ends everything at once, but for an outcome that is being delivered, which is waited for. Main thread
+  /// only, after the main loop has ended.
   void shutDown();
 
   /// Whether cameras may be used. Main thread only.
@@ -66,10 +73,12 @@ class CaptureService final : private FrameSource::Client {
 
   /// Until it is removed, `flow` is kept alive, so that its stream ends on this thread.
   void add(std::shared_ptr<CaptureFlow> flow) { flows_.insert(std::move(flow)); }
-  void remove(const std::shared_ptr<CaptureFlow>& flow) { flows_.erase(flow); }
+  void remove(const std::shared_ptr<CaptureFlow>& flow);
 
  private:
   void abandonFlows();
+  void finishFlows();
+  void deliverEnd();
   void camerasChanged(const FrameSource& source, CameraCensus census) override;
 
   platform::NSLog& log_;
@@ -82,6 +91,8 @@ class CaptureService final : private FrameSource::Client {
   std::vector<Camera> cameras_;
   std::set<std::string> notes_;  // those that were written
   std::set<std::shared_ptr<CaptureFlow>> flows_;
+  bool isFinishing_ = false;
+  std::promise<void> lastDelivery_;  // kept when the delegates have been told the last outcome
 };
 
 }  // namespace platform_linux

@@ -83,6 +83,7 @@ void StillQueue::judge(const FramePointer& frame, const FrameFinding& finding) {
 // Stills that fell due meanwhile have waited for it.
 void StillQueue::endExamination() {
   examined_.reset();
+  if (finished_) return finishNow();
   if (!waiting_.empty()) checkDeadline();
 }
 
@@ -108,6 +109,28 @@ void StillQueue::abandon() {
   timer_.reset();
 }
 
+void StillQueue::finish(std::function<void()> finished) {
+  finished_ = std::move(finished);
+  timer_.reset();
+  if (!examined_) finishNow();
+}
+
+void StillQueue::finishNow() {
+  if (!waiting_.empty()) answerWithBest(1);
+  abandon();
+  finished_();
+}
+
+bool StillQueue::answerWithBest(std::size_t count) {
+  if (best_.lost > kMostLost) return false;
+  note_("only damaged pictures came; the best one was taken, of which " +
+        std::to_string(std::lround(best_.lost * 100)) + " % is missing");
+  auto best = std::make_shared<picture::Frame>(*best_.frame);
+  best->isDamaged = true;
+  answer(count, {best, nullptr}, 0);
+  return true;
+}
+
 void StillQueue::armTimer() {
   if (!timer_) timer_ = loop_.timer([this] { checkDeadline(); });
   timer_->startOnce(schedule_.deadline(waiting_.front().since) - loop_.now());
@@ -119,13 +142,7 @@ void StillQueue::checkDeadline() {
   if (due == 0) return armTimer();
   // A frame that came in time is looked at to its end, however slow the machine is.
   if (examined_ && *examined_ > 0) return;
-  if (best_.lost <= kMostLost) {
-    note_("only damaged pictures came; the best one was taken, of which " +
-          std::to_string(std::lround(best_.lost * 100)) + " % is missing");
-    auto best = std::make_shared<picture::Frame>(*best_.frame);
-    best->isDamaged = true;
-    return answer(due, {best, nullptr}, 0);
-  }
+  if (answerWithBest(due)) return;
   if (!whyNot_.empty()) note_("none of the pictures that came can be used: " + whyNot_);
   schedule_.fallSilent();
   answer(waiting_.size(), {}, reason_);

@@ -67,6 +67,10 @@ class StillQueue : public std::enable_shared_from_this<StillQueue> {
   void fail(int error) { answer(waiting_.size(), {}, error); }
   /// All stills go without an answer, and no timer stays.
   void abandon();
+  /// No frame follows any more: stills that have got none go without an answer. Those whose frame is being
+  /// examined get it; if it is damaged, the one that waits longest gets the best. `finished` runs when none
+  /// is left, perhaps before this returns.
+  void finish(std::function<void()> finished);
 
  private:
   struct Still {
@@ -86,6 +90,10 @@ class StillQueue : public std::enable_shared_from_this<StillQueue> {
   void judge(const FramePointer& frame, const FrameFinding& finding);
   void endExamination();
   void answer(std::size_t count, const StillPicture& picture, int error);
+  /// The least damaged frame that has come for the still that waits longest is the picture of the first
+  /// `count`, where most of it is there.
+  bool answerWithBest(std::size_t count);
+  void finishNow();
   void armTimer();
   void checkDeadline();
   /// How many of the stills are to wait no longer.
@@ -101,6 +109,7 @@ class StillQueue : public std::enable_shared_from_this<StillQueue> {
   std::optional<std::size_t> examined_;  // how many of them the frame under examination is for
   Damaged best_;                         // of the frames for the still that waits longest
   std::string whyNot_;                   // why the last of them is not whole
+  std::function<void()> finished_;       // set when no frame follows any more
   int reason_;
 };
 

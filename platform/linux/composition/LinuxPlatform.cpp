@@ -1,6 +1,7 @@
 #include "platform/linux/composition/LinuxPlatform.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <utility>
 
 #include <glib.h>
@@ -15,11 +16,16 @@ namespace platform_linux {
 namespace {
 
 using std::chrono_literals::operator""ms;
+using std::chrono_literals::operator""s;
 
 /// By then a window is there, if one is to come, and the camera of a run without one is warming up.
 constexpr auto kStartupIsOver = 500ms;
 /// How long the end of a short run waits for the desktop.
 constexpr auto kStartupPatience = 300ms;
+
+/// How long a photo that was taken may keep the process that is to end. Slow disks need some of it; who stops
+/// services kills what is still there after a minute and a half (systemd's default).
+constexpr auto kPhotoPatience = 60s;
 
 /// The context of texts about permissions that no desktop's settings grant.
 constexpr const char* kOutsideASandbox = "outside a sandbox";
@@ -53,7 +59,8 @@ LinuxPlatform::LinuxPlatform(const ProgramIdentity& identity)
                 .stateFolder = suiteFolder(g_get_user_state_dir()),
                 .lastWindowClosed = [this] { application_.lastWindowClosed(); },
                 .quit = [this] { application_.terminate(); },
-                .takeActivationToken = [this] { return application_.takeActivationToken(); }}),
+                .takeActivationToken = [this] { return application_.takeActivationToken(); },
+                .displayLost = [this] { endWithoutDisplay(); }}),
       appKit_(windows_, sounds_, thumbnails_, log_),
       workspace_(
           bus_, [this] { return application_.holdEnd(Workspace::kPatience); },
@@ -130,8 +137,25 @@ int LinuxPlatform::run(int argc, char** argv, platform::NSApplicationDelegate& d
   mainQueue_.after(kStartupIsOver, [this] { endUnusedStartup(); });
   const int status = application_.run(argc, argv, delegate);
   endUnusedStartup().wait_for(kStartupPatience);
+  completePhotos();
   cameras_.reset();
   return status;
+}
+
+void LinuxPlatform::completePhotos() {
+  if (cameras_->waitForPhotos(kPhotoPatience)) return;
+  log_.log("A photo that was taken at the end could not be saved in time");
+  std::_Exit(EXIT_FAILURE);
+}
+
+void LinuxPlatform::endWithoutDisplay() {
+  if (cameras_) {
+    log_.log("The connection to the display is lost");
+    application_.breakOff();
+    cameras_->stop();
+    completePhotos();
+  }
+  std::_Exit(EXIT_FAILURE);
 }
 
 std::unique_ptr<platform::NSUserDefaults> LinuxPlatform::sharedSettings(const std::string& file,

@@ -73,6 +73,10 @@ class LinuxPlatform {
   static constexpr std::size_t kMostSounds = 4;
 
   void connect();
+  /// Waits for the photos that were taken; ends the process where that takes too long.
+  void completePhotos();
+  /// Ends the process, with the photos that were taken saved.
+  [[noreturn]] void endWithoutDisplay();
   /// Without a window the desktop's wait for one is ended.
   std::future<void> endUnusedStartup();
   std::unique_ptr<Cameras> makeCameras();

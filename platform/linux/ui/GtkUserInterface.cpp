@@ -74,7 +74,8 @@ std::unique_ptr<GtkUserInterface> GtkUserInterface::make(UserInterfaceHost host,
 }
 
 GtkUserInterface::GtkUserInterface(UserInterfaceHost host)
-    : frames_(host.stateFolder),
+    : displayWatch_(gdk_display_get_default(), std::move(host.displayLost)),
+      frames_(host.stateFolder),
       windows_(std::move(host.lastWindowClosed), std::move(host.takeActivationToken)),
       openPanel_(windows_),
       nibs_(windows_, frames_, decodeThread_,

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/linux/base/Worker.h"
+#include "platform/linux/ui/DisplayWatch.h"
 #include "platform/linux/ui/NibLoader.h"
 #include "platform/linux/ui/OpenPanel.h"
 #include "platform/linux/ui/UserInterface.h"
@@ -27,6 +28,7 @@ class GtkUserInterface : public UserInterface {
  private:
   explicit GtkUserInterface(UserInterfaceHost host);
 
+  DisplayWatch displayWatch_;
   Worker decodeThread_;
   WindowFrames frames_;
   WindowList windows_;

@@ -20,6 +20,9 @@ struct UserInterfaceHost {
   /// The activation token of the desktop's latest call, with which the window that answers it may come to the
   /// front; empty for none. It serves once.
   std::function<std::string()> takeActivationToken;
+  /// The connection to the display is lost. Neither the windows nor the main loop are of use any more: this
+  /// ends the process and does not return.
+  std::function<void()> displayLost;
 };
 
 /// The program's windows: everything that needs a display. No toolkit in this header, because the toolkit is

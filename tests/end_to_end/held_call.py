@@ -1,0 +1,45 @@
+"""A photo on its way to the disk, stopped at a call of the program for as long as a test likes."""
+
+import os
+import socket
+from pathlib import Path
+
+from waiting import BOUND
+
+DECODING = "jpeg_start_decompress"  # of the still: its frame has come, its pixels have not
+SAVING = "fsync"  # of its file: all is written, nothing has its name
+
+
+class HeldCall:
+    """Surroundings for a program, `environment`, in which the photos stop at that call. Used in a `with` block, whose end
+    lets everything go on."""
+
+    def __init__(self, call):
+        path = Path(os.environ["XDG_RUNTIME_DIR"]) / "held-call"
+        self.environment = {"LD_PRELOAD": os.environ["CAMERA_SHOT_HELD_CALL"], "HELD_CALL": call,
+                            "HELD_CALL_SOCKET": str(path)}
+        self._call = call
+        self._listener = socket.socket(socket.AF_UNIX)
+        self._listener.settimeout(BOUND)
+        self._listener.bind(os.fspath(path))
+        self._listener.listen()
+        self._held = None
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.release()
+
+    def wait(self):
+        """Returns when the program has reached the call."""
+        try:
+            self._held, _ = self._listener.accept()
+        except TimeoutError:
+            raise AssertionError(f"{self._call} was not reached within {BOUND} s") from None
+
+    def release(self):
+        """The call that was waited for goes on, and none that comes later is held."""
+        self._listener.close()
+        if self._held:
+            self._held.close()
