@@ -3,8 +3,9 @@
 
 import unittest
 
+import pixels
+import raw_reference
 from field_case import FieldTest, Lying, jpeg, raw
-from raw_reference import FORMATS
 from tool import in_desktop
 
 MJPG = "modes=MJPG:320x240@30,noise=8"
@@ -32,6 +33,16 @@ class Jpegs(FieldTest):
                    + [("modes=MJPG:321x241@30,noise=8,jpeg=420", jpeg), ("modes=MJPG:337x225@15", jpeg)])
 
     @in_desktop()
+    def test_inks(self):
+        self.check([(f"{MJPG},jpeg={each}", jpeg) for each in ("cmyk", "ycck", "cmyk+restart:4+stray:1", "ycck+zeros:700")])
+
+    @in_desktop()
+    def test_what_the_reference_decoder_does_not_read(self):
+        """It is given what it does read."""
+        self.check([(f"{MJPG},jpeg={each}", early_height) for each in ("late-height", "late-height+420+restart:4")]
+                   + [(f"{MJPG},jpeg=before:{count}", Behind(count)) for count in (1, 512, 65533)])
+
+    @in_desktop()
     def test_most_frames_are_damaged(self):
         whole = f"{MJPG},fault=damaged:"
         self.check([(whole + "1/2", whole_jpeg), (whole + "4/5", whole_jpeg), (whole + "9/10", whole_jpeg),
@@ -44,6 +55,24 @@ def whole_jpeg(path):
     return jpeg(path) if path.stat().st_size > 0.8 * whole else None
 
 
+def early_height(path):
+    """The height that stands behind the scan (ITU-T T.81, B.2.5) is put into the frame header (B.2.2)."""
+    before, frame, rest = path.read_bytes().partition(b"\xff\xc0")
+    height = rest.rpartition(b"\xff\xdc\0\4")[2][:2]
+    assert rest[3:5] == b"\0\0" != height
+    return pixels.decode_jpeg_stream(before + frame + rest[:3] + height + rest[5:])
+
+
+class Behind:
+    """Decodes a stream that stands behind so many bytes of the camera's own."""
+
+    def __init__(self, count):
+        self._count = count
+
+    def __call__(self, path):
+        return pixels.decode_jpeg_stream(path.read_bytes()[self._count:])
+
+
 class Raw(FieldTest):
     """Every format of uncompressed pictures, of odd sizes, with padded rows."""
 
@@ -52,16 +81,24 @@ class Raw(FieldTest):
                    + [(f"modes={name}:160x120@30,noise=8", raw(name, 160, 120)) for name in names], tolerance=ROUNDED)
 
     @in_desktop()
-    def test_yuv(self):
-        self.check_formats(FORMATS[:8])
+    def test_yuv_in_one_plane(self):
+        self.check_formats(raw_reference.ONE_PLANE)
 
     @in_desktop()
-    def test_planes_and_grey(self):
-        self.check_formats(FORMATS[8:13])
+    def test_yuv_in_two_planes(self):
+        self.check_formats(raw_reference.TWO_PLANES)
+
+    @in_desktop()
+    def test_yuv_in_three_planes(self):
+        self.check_formats(raw_reference.THREE_PLANES)
+
+    @in_desktop()
+    def test_grey(self):
+        self.check_formats(raw_reference.GREY)
 
     @in_desktop()
     def test_rgb(self):
-        self.check_formats(FORMATS[13:])
+        self.check_formats(raw_reference.RGB)
 
     @in_desktop()
     def test_colours(self):

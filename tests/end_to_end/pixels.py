@@ -60,8 +60,13 @@ def decode_png(path):
 
 
 def decode_jpeg(path):
+    with open(path, "rb") as file:
+        return decode_jpeg_stream(file.read())
+
+
+def decode_jpeg_stream(data):
     """Decoded by the reference program of libjpeg-turbo, with its default settings. It warns of what is odd."""
-    done = subprocess.run(["djpeg", "-pnm", path], capture_output=True, check=False)
+    done = subprocess.run(["djpeg", "-pnm"], input=data, capture_output=True, check=False)
     if done.returncode not in (0, _WARNED):
         raise AssertionError(done.stderr.decode())
     return _read_ppm(done.stdout)

@@ -4,12 +4,41 @@ from pixels import Picture
 
 # Where samples lie: (plane, offset, step, columns, rows) of luma and both colour differences. A sample stands for that
 # many columns and rows of pixels; offsets and steps are bytes.
-_PACKED = {"YUY2": (0, 1, 3), "UYVY": (1, 0, 2), "YVYU": (0, 3, 1), "VYUY": (1, 2, 0)}
-_TWO_PLANES = {"NV12": (0, 2, 2), "NV21": (1, 2, 2), "NV16": (0, 2, 1), "NV24": (0, 1, 1)}
-_THREE_PLANES = {"I420": (1, 2), "YV12": (2, 1)}
+
+
+def _pairs(luma, blue, red):
+    return [(0, luma, 2, 1, 1), (0, blue, 4, 2, 1), (0, red, 4, 2, 1)]
+
+
+def _whole_pixels(step, *offsets):
+    return [(0, offset, step, 1, 1) for offset in offsets]
+
+
+def _two_planes(blue, columns, rows, size=1):
+    return [(0, 0, size, 1, 1)] + [(1, size * offset, 2 * size, columns, rows) for offset in (blue, 1 - blue)]
+
+
+def _three_planes(blue, columns, rows, size=1):
+    return [(0, 0, size, 1, 1)] + [(plane, 0, size, columns, rows) for plane in (blue, 3 - blue)]
+
+
+_ONE_PLANE = {"YUY2": _pairs(0, 1, 3), "UYVY": _pairs(1, 0, 2), "YVYU": _pairs(0, 3, 1), "VYUY": _pairs(1, 2, 0),
+              "AYUV": _whole_pixels(4, 1, 2, 3), "v308": _whole_pixels(3, 0, 1, 2), "IYU2": _whole_pixels(3, 1, 0, 2)}
+_TWO_PLANES = {"NV12": _two_planes(0, 2, 2), "NV21": _two_planes(1, 2, 2), "NV16": _two_planes(0, 2, 1),
+               "NV61": _two_planes(1, 2, 1), "NV24": _two_planes(0, 1, 1), "P010": _two_planes(0, 2, 2, 2)}
+_THREE_PLANES = {"I420": _three_planes(1, 2, 2), "YV12": _three_planes(2, 2, 2), "Y42B": _three_planes(1, 2, 1),
+                 "Y444": _three_planes(1, 1, 1), "I420_10LE": _three_planes(1, 2, 2, 2),
+                 "I422_10LE": _three_planes(1, 2, 1, 2)}
+_GREY = {"GRAY8": [(0, 0, 1, 1, 1)], "GRAY16_LE": [(0, 0, 2, 1, 1)], "GRAY16_BE": [(0, 0, 2, 1, 1)]}
+_PLACES = _ONE_PLANE | _TWO_PLANES | _THREE_PLANES | _GREY
+_BITS = {"P010": 10, "I420_10LE": 10, "I422_10LE": 10, "GRAY16_LE": 16, "GRAY16_BE": 16}  # of a sample; otherwise 8
+# The distance of pixels in bytes, then where red, green and blue lie.
 _PRIMARIES = {"RGB": (3, 0, 1, 2), "BGR": (3, 2, 1, 0), "RGBx": (4, 0, 1, 2), "RGBA": (4, 0, 1, 2), "BGRx": (4, 2, 1, 0),
               "BGRA": (4, 2, 1, 0), "xRGB": (4, 1, 2, 3), "ARGB": (4, 1, 2, 3), "xBGR": (4, 3, 2, 1), "ABGR": (4, 3, 2, 1)}
-FORMATS = (*_PACKED, *_TWO_PLANES, *_THREE_PLANES, "P010", "GRAY8", "GRAY16_LE", *_PRIMARIES, "RGB16")
+_WORDS = {"RGB16": (5, 6, 5), "RGB15": (5, 5, 5)}  # bits of red, green and blue, the lowest are blue's
+
+ONE_PLANE, TWO_PLANES, THREE_PLANES, GREY = tuple(_ONE_PLANE), tuple(_TWO_PLANES), tuple(_THREE_PLANES), tuple(_GREY)
+RGB = (*_PRIMARIES, *_WORDS)
 
 # Weights of red and blue in luma: ITU-R BT.601-7, BT.709-6, BT.2020-2, SMPTE 240M.
 _WEIGHTS = {"bt601": (0.299, 0.114), "bt709": (0.2126, 0.0722), "bt2020": (0.2627, 0.0593), "smpte240m": (0.212, 0.087)}
@@ -25,52 +54,50 @@ def _level(value):
 
 
 class _Frame:
-    """Bytes with the strides that cameras give: chroma rows are as long as luma's, or follow from them."""
+    """Bytes with the strides that cameras give: those of the chroma planes follow from luma's."""
 
     def __init__(self, data, name, width, height, padding):
         self.data, self.name, self.width, self.height = data, name, width, height
-        even = _up(width, 2)
-        luma = {"P010": 2 * even, "GRAY16_LE": 2 * width, "RGB16": 2 * width, "GRAY8": width, "NV24": width}.get(name, even)
-        if name in _PACKED:
-            luma = 2 * even
-        if name in _PRIMARIES:
-            step = _PRIMARIES[name][0]
-            luma = _up(3 * width, 4) if step == 3 else 4 * width
-        luma += padding
-        rows = height if name in ("NV16", "NV24") else (height + 1) // 2
-        chroma = luma // 2 if name in _THREE_PLANES else 2 * luma if name == "NV24" else luma
-        self.strides = (luma, chroma, chroma)
-        self.starts = (0, luma * height, luma * height + chroma * rows)
+        self.bits = _BITS.get(name, 8)
+        self.places = _PLACES.get(name, [])
+        luma = self._luma_stride() + padding
+        self.starts, self.strides = [0], [luma]
+        end = luma * height
+        for plane in range(1, 1 + max((place[0] for place in self.places), default=0)):
+            _, _, step, columns, rows = next(place for place in self.places if place[0] == plane)
+            self.starts.append(end)
+            self.strides.append(luma * step // self.places[0][2] // columns)
+            end += self.strides[-1] * ((height + rows - 1) // rows)
+
+    def _luma_stride(self):
+        if not self.places:
+            step = 2 if self.name in _WORDS else _PRIMARIES[self.name][0]
+        else:
+            step = self.places[0][2]
+        if step == 3:
+            return _up(3 * self.width, 4)
+        return step * _up(self.width, max((place[3] for place in self.places), default=1))
 
     def byte(self, plane, row, at):
         return self.data[self.starts[plane] + row * self.strides[plane] + at]
 
     def word(self, plane, row, at):
-        return self.byte(plane, row, at) | self.byte(plane, row, at + 1) << 8
+        low, high = (1, 0) if self.name.endswith("BE") else (0, 1)
+        return self.byte(plane, row, at + low) | self.byte(plane, row, at + high) << 8
 
-    def chroma_places(self):
-        """(plane, offset, step, columns, rows) of the blue and the red difference."""
-        if self.name in _PACKED:
-            return [(0, offset, 4, 2, 1) for offset in _PACKED[self.name][1:]]
-        if self.name in _TWO_PLANES:
-            blue, columns, rows = _TWO_PLANES[self.name]
-            return [(1, offset, 2, columns, rows) for offset in (blue, 1 - blue)]
-        if self.name == "P010":
-            return [(1, offset, 4, 2, 2) for offset in (0, 2)]
-        return [(plane, 0, 1, 2, 2) for plane in _THREE_PLANES[self.name]]
+    def sample(self, place, column, row):
+        plane, offset, step, _, _ = place
+        if self.bits == 8:
+            return self.byte(plane, row, offset + column * step)
+        word = self.word(plane, row, offset + column * step)
+        return word >> 6 if self.name == "P010" else word
 
     def luma(self, x, y):
-        if self.name == "P010":
-            return self.word(0, y, 2 * x) >> 6
-        if self.name == "GRAY16_LE":
-            return self.word(0, y, 2 * x)
-        if self.name in _PACKED:
-            return self.byte(0, y, 2 * x + _PACKED[self.name][0])
-        return self.byte(0, y, x)
+        return self.sample(self.places[0], x, y)
 
     def chroma(self, place, x, y):
         """Interpolated: samples lie on the even pixels of a row and midway between two rows (the siting of MPEG-2)."""
-        plane, offset, step, columns, rows = place
+        _, _, _, columns, rows = place
         last_column, last_row = (self.width - 1) // columns, (self.height - 1) // rows
         near_column, near_row = x // columns, y // rows
         far_column = min(near_column + 1, last_column) if columns == 2 and x % 2 else near_column
@@ -79,27 +106,26 @@ class _Frame:
         else:
             far_row = min(max(near_row + (1 if y % 2 else -1), 0), last_row)
 
-        def sample(column, row):
-            if self.name == "P010":
-                return self.word(plane, row, offset + column * step) >> 6
-            return self.byte(plane, row, offset + column * step)
-
         def in_row(row):
-            return (sample(near_column, row) + sample(far_column, row)) / 2
+            return (self.sample(place, near_column, row) + self.sample(place, far_column, row)) / 2
 
         return (3 * in_row(near_row) + in_row(far_row)) / 4
 
 
-def _rgb16(frame, x, y):
-    word = frame.word(0, y, 2 * x)
-    return _level((word >> 11) / 31), _level((word >> 5 & 63) / 63), _level((word & 31) / 31)
+def _from_word(frame, x, y):
+    word, levels = frame.word(0, y, 2 * x), []
+    for bits in reversed(_WORDS[frame.name]):
+        most = (1 << bits) - 1
+        levels.append(_level((word & most) / most))
+        word >>= bits
+    return levels[::-1]
 
 
-def _from_yuv(frame, x, y, places, matrix, limited):
-    bits = {"P010": 10, "GRAY16_LE": 16}.get(frame.name, 8)
-    unit, most = 1 << (bits - 8), (1 << bits) - 1
+def _from_yuv(frame, x, y, matrix, limited):
+    unit, most = 1 << (frame.bits - 8), (1 << frame.bits) - 1
     luma = (frame.luma(x, y) - 16 * unit) / (219 * unit) if limited else frame.luma(x, y) / most
-    blue, red = [(frame.chroma(place, x, y) - 128 * unit) / (224 * unit if limited else most) for place in places] or (0, 0)
+    blue, red = [(frame.chroma(place, x, y) - 128 * unit) / (224 * unit if limited else most)
+                 for place in frame.places[1:]] or (0, 0)
     red_weight, blue_weight = _WEIGHTS[matrix]
     r = luma + 2 * (1 - red_weight) * red
     b = luma + 2 * (1 - blue_weight) * blue
@@ -111,17 +137,16 @@ def decode(data, name, width, height, *, padding=0, matrix="bt601", limited=None
     """The picture in a frame of that format; `padding` are bytes at the end of each row. Where the camera states nothing,
     colours are limited to the studio's range, and grey is not."""
     if limited is None:
-        limited = not name.startswith("GRAY")
+        limited = name not in GREY
     frame = _Frame(data, name, width, height, padding)
-    places = [] if name.startswith("GRAY") or name in _PRIMARIES or name == "RGB16" else frame.chroma_places()
     samples = bytearray()
     for y in range(height):
         for x in range(width):
             if name in _PRIMARIES:
                 step, *order = _PRIMARIES[name]
                 samples += bytes(frame.byte(0, y, step * x + offset) for offset in order)
-            elif name == "RGB16":
-                samples += bytes(_rgb16(frame, x, y))
+            elif name in _WORDS:
+                samples += bytes(_from_word(frame, x, y))
             else:
-                samples += bytes(_from_yuv(frame, x, y, places, matrix, limited))
+                samples += bytes(_from_yuv(frame, x, y, matrix, limited))
     return Picture(width, height, bytes(samples))

@@ -5,7 +5,6 @@
 
 #include <jpeglib.h>
 
-#include "picture/JpegMarkers.h"
 #include "picture/PhotoRows.h"
 
 namespace camera_shot_test {
@@ -51,21 +50,6 @@ std::optional<Picture> decodeJpeg(const Bytes& jpeg) {
   Picture picture = readAll(*source);
   if (picture.pixels.empty()) return std::nullopt;
   return picture;
-}
-
-std::size_t frameHeader(const Bytes& jpeg) {
-  const auto segments = picture::jpegHeaderSegments(jpeg);
-  for (const auto& segment : segments.value())
-    if (segment.marker >= 0xC0 && segment.marker <= 0xCF && segment.marker != 0xC4) return segment.offset;
-  return 0;
-}
-
-Bytes withHeightBehindTheScan(Bytes jpeg) {
-  const std::size_t height = frameHeader(jpeg) + 5;
-  const Bytes lines = {0xFF, 0xDC, 0, 4, jpeg[height], jpeg[height + 1]};
-  jpeg[height] = jpeg[height + 1] = 0;
-  jpeg.insert(jpeg.end() - 2, lines.begin(), lines.end());
-  return jpeg;
 }
 
 Bytes withThumbnail(const Bytes& jpeg, const Bytes& thumbnail) {

@@ -7,8 +7,10 @@
 
 namespace camera_shot_test {
 
+using test_support::frameHeader;
 using test_support::JpegColors;
 using test_support::JpegOptions;
+using test_support::withHeightBehindTheScan;
 using test_support::withoutHuffmanTables;
 
 inline Bytes encodeJpeg(const Picture& picture, const JpegOptions& options = {}) {
@@ -22,10 +24,6 @@ Picture referenceDecode(const Bytes& jpeg);
 /// What our own source delivers; nothing when it fails at any point.
 std::optional<Picture> decodeJpeg(const Bytes& jpeg);
 
-/// Where the frame header is in a stream: its marker, its length, then bits a sample, height, width.
-std::size_t frameHeader(const Bytes& jpeg);
-/// A stream that states its height behind its scan only (DNL, ITU-T T.81, B.2.5).
-Bytes withHeightBehindTheScan(Bytes jpeg);
 /// A stream with an Exif segment in which a whole other one lies, the thumbnail.
 Bytes withThumbnail(const Bytes& jpeg, const Bytes& thumbnail);
 

@@ -92,9 +92,10 @@ TEST(CameraSpec, ReadsFaultsOfFramesAndOfTheirBuffers) {
 TEST(CameraSpec, ReadsKindsOfJpeg) {
   const auto jpeg = parseCameraSpec(
                         "jpeg=420+progressive+restart:4+no-tables+stray:2+stray-end:1+zeros:3+rubbish:"
-                        "4000+no-end+two-ends+orientation:6,quality=60")
+                        "4000+no-end+two-ends+late-height+before:7+orientation:6,quality=60")
                         .jpeg;
-  EXPECT_EQ(jpeg, (JpegStyle{JpegStyle::Sampling::k420, 60, true, 4, true, 2, 1, 3, 4000, true, true, 6}));
+  EXPECT_EQ(jpeg,
+            (JpegStyle{JpegStyle::Sampling::k420, 60, true, 4, true, 2, 1, 3, 4000, true, true, true, 7, 6}));
 }
 
 TEST(CameraSpec, ReadsColours) {

@@ -18,8 +18,7 @@ struct Colorimetry {
 
 /// What holds for a format: grey that states nothing has the full range, as sensors give it.
 constexpr Colorimetry colorimetryOf(PixelFormat format, Colorimetry colorimetry) {
-  const bool grey = format == PixelFormat::kGray8 || format == PixelFormat::kGray16;
-  if (grey && !colorimetry.stated) colorimetry.range = Colorimetry::Range::kFull;
+  if (isGrey(format) && !colorimetry.stated) colorimetry.range = Colorimetry::Range::kFull;
   return colorimetry;
 }
 

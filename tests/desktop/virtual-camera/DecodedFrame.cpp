@@ -50,8 +50,16 @@ class Pixel {
     const auto* chroma = row(1, rows) + x_ / columns * 2;
     return sample(row()[x_], chroma[u], chroma[1 - u]);
   }
-  std::array<double, 3> threePlanes(std::size_t u, std::size_t v) const {
-    return sample(row()[x_], row(u, 2)[x_ / 2], row(v, 2)[x_ / 2]);
+  std::array<double, 3> whole(std::size_t step, std::size_t y, std::size_t u, std::size_t v) const {
+    const auto* pixel = row() + step * x_;
+    return sample(pixel[y], pixel[u], pixel[v]);
+  }
+  std::array<double, 3> threePlanes(std::size_t u, std::size_t columns, std::size_t rows) const {
+    return sample(row()[x_], row(u, rows)[x_ / columns], row(3 - u, rows)[x_ / columns]);
+  }
+  std::array<double, 3> tenBitsInThreePlanes(std::size_t rows) const {
+    return {word(row() + 2 * x_) / 1023.0, word(row(1, rows) + x_ / 2 * 2) / 1023.0,
+            word(row(2, rows) + x_ / 2 * 2) / 1023.0};
   }
   std::array<double, 3> tenBits() const {
     const auto* chroma = row(1, 2) + x_ / 2 * 4;
@@ -63,9 +71,18 @@ class Pixel {
     return {rounded((pixel >> 11) * 255 / 31.0), rounded((pixel >> 5 & 63) * 255 / 63.0),
             rounded((pixel & 31) * 255 / 31.0)};
   }
+  Rgb fifteenBits() const {
+    const auto pixel = word(row() + 2 * x_);
+    return {rounded((pixel >> 10) * 255 / 31.0), rounded((pixel >> 5 & 31) * 255 / 31.0),
+            rounded((pixel & 31) * 255 / 31.0)};
+  }
   std::array<double, 3> grey() const { return sample(row()[x_], 128, 128); }
   std::array<double, 3> greyWord() const {
     return {word(row() + 2 * x_) / 65535.0, 128 / 255.0, 128 / 255.0};
+  }
+  std::array<double, 3> bigEndianGreyWord() const {
+    const auto* sample = row() + 2 * x_;
+    return {(256 * sample[0] + sample[1]) / 65535.0, 128 / 255.0, 128 / 255.0};
   }
 
  private:
@@ -94,18 +111,36 @@ std::array<double, 3> yuv(const Pixel& pixel, PixelFormat format) {
       return pixel.twoPlanes(1, 2, 2);
     case PixelFormat::kNv16:
       return pixel.twoPlanes(0, 2, 1);
+    case PixelFormat::kNv61:
+      return pixel.twoPlanes(1, 2, 1);
     case PixelFormat::kNv24:
       return pixel.twoPlanes(0, 1, 1);
     case PixelFormat::kI420:
-      return pixel.threePlanes(1, 2);
+      return pixel.threePlanes(1, 2, 2);
     case PixelFormat::kYv12:
-      return pixel.threePlanes(2, 1);
+      return pixel.threePlanes(2, 2, 2);
+    case PixelFormat::kY42b:
+      return pixel.threePlanes(1, 2, 1);
+    case PixelFormat::kY444:
+      return pixel.threePlanes(1, 1, 1);
+    case PixelFormat::kAyuv:
+      return pixel.whole(4, 1, 2, 3);
+    case PixelFormat::kV308:
+      return pixel.whole(3, 0, 1, 2);
+    case PixelFormat::kIyu2:
+      return pixel.whole(3, 1, 0, 2);
     case PixelFormat::kP010:
       return pixel.tenBits();
+    case PixelFormat::kI420Ten:
+      return pixel.tenBitsInThreePlanes(2);
+    case PixelFormat::kI422Ten:
+      return pixel.tenBitsInThreePlanes(1);
     case PixelFormat::kGray8:
       return pixel.grey();
     case PixelFormat::kGray16:
       return pixel.greyWord();
+    case PixelFormat::kGray16Be:
+      return pixel.bigEndianGreyWord();
     default:
       throw std::logic_error("not a YUV format");
   }
@@ -131,6 +166,8 @@ Rgb colour(const Pixel& pixel, PixelFormat format, const Colorimetry& colorimetr
       return pixel.primaries(4, 3, 2, 1);
     case PixelFormat::kRgb16:
       return pixel.sixteenBits();
+    case PixelFormat::kRgb15:
+      return pixel.fifteenBits();
     default:
       break;
   }

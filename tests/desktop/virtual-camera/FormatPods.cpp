@@ -1,5 +1,6 @@
 #include "tests/desktop/virtual-camera/FormatPods.h"
 
+#include <algorithm>
 #include <array>
 #include <stdexcept>
 #include <utility>
@@ -13,19 +14,24 @@
 namespace virtual_camera {
 namespace {
 
-constexpr std::array<std::pair<PixelFormat, spa_video_format>, 24> kRawFormats{{
-    {PixelFormat::kYuy2, SPA_VIDEO_FORMAT_YUY2},   {PixelFormat::kUyvy, SPA_VIDEO_FORMAT_UYVY},
-    {PixelFormat::kYvyu, SPA_VIDEO_FORMAT_YVYU},   {PixelFormat::kVyuy, SPA_VIDEO_FORMAT_VYUY},
-    {PixelFormat::kNv12, SPA_VIDEO_FORMAT_NV12},   {PixelFormat::kNv21, SPA_VIDEO_FORMAT_NV21},
-    {PixelFormat::kNv16, SPA_VIDEO_FORMAT_NV16},   {PixelFormat::kNv24, SPA_VIDEO_FORMAT_NV24},
-    {PixelFormat::kI420, SPA_VIDEO_FORMAT_I420},   {PixelFormat::kYv12, SPA_VIDEO_FORMAT_YV12},
-    {PixelFormat::kGray8, SPA_VIDEO_FORMAT_GRAY8}, {PixelFormat::kP010, SPA_VIDEO_FORMAT_P010_10LE},
-    {PixelFormat::kRgb, SPA_VIDEO_FORMAT_RGB},     {PixelFormat::kGray16, SPA_VIDEO_FORMAT_GRAY16_LE},
-    {PixelFormat::kBgr, SPA_VIDEO_FORMAT_BGR},     {PixelFormat::kRgbx, SPA_VIDEO_FORMAT_RGBx},
-    {PixelFormat::kBgrx, SPA_VIDEO_FORMAT_BGRx},   {PixelFormat::kXrgb, SPA_VIDEO_FORMAT_xRGB},
-    {PixelFormat::kXbgr, SPA_VIDEO_FORMAT_xBGR},   {PixelFormat::kRgba, SPA_VIDEO_FORMAT_RGBA},
-    {PixelFormat::kBgra, SPA_VIDEO_FORMAT_BGRA},   {PixelFormat::kArgb, SPA_VIDEO_FORMAT_ARGB},
-    {PixelFormat::kAbgr, SPA_VIDEO_FORMAT_ABGR},   {PixelFormat::kRgb16, SPA_VIDEO_FORMAT_RGB16},
+constexpr std::array<std::pair<PixelFormat, spa_video_format>, 34> kRawFormats{{
+    {PixelFormat::kYuy2, SPA_VIDEO_FORMAT_YUY2},         {PixelFormat::kUyvy, SPA_VIDEO_FORMAT_UYVY},
+    {PixelFormat::kYvyu, SPA_VIDEO_FORMAT_YVYU},         {PixelFormat::kVyuy, SPA_VIDEO_FORMAT_VYUY},
+    {PixelFormat::kNv12, SPA_VIDEO_FORMAT_NV12},         {PixelFormat::kNv21, SPA_VIDEO_FORMAT_NV21},
+    {PixelFormat::kNv16, SPA_VIDEO_FORMAT_NV16},         {PixelFormat::kNv61, SPA_VIDEO_FORMAT_NV61},
+    {PixelFormat::kNv24, SPA_VIDEO_FORMAT_NV24},         {PixelFormat::kI420, SPA_VIDEO_FORMAT_I420},
+    {PixelFormat::kYv12, SPA_VIDEO_FORMAT_YV12},         {PixelFormat::kY42b, SPA_VIDEO_FORMAT_Y42B},
+    {PixelFormat::kY444, SPA_VIDEO_FORMAT_Y444},         {PixelFormat::kAyuv, SPA_VIDEO_FORMAT_AYUV},
+    {PixelFormat::kV308, SPA_VIDEO_FORMAT_v308},         {PixelFormat::kIyu2, SPA_VIDEO_FORMAT_IYU2},
+    {PixelFormat::kP010, SPA_VIDEO_FORMAT_P010_10LE},    {PixelFormat::kI420Ten, SPA_VIDEO_FORMAT_I420_10LE},
+    {PixelFormat::kI422Ten, SPA_VIDEO_FORMAT_I422_10LE}, {PixelFormat::kGray8, SPA_VIDEO_FORMAT_GRAY8},
+    {PixelFormat::kGray16, SPA_VIDEO_FORMAT_GRAY16_LE},  {PixelFormat::kGray16Be, SPA_VIDEO_FORMAT_GRAY16_BE},
+    {PixelFormat::kRgb, SPA_VIDEO_FORMAT_RGB},           {PixelFormat::kBgr, SPA_VIDEO_FORMAT_BGR},
+    {PixelFormat::kRgbx, SPA_VIDEO_FORMAT_RGBx},         {PixelFormat::kBgrx, SPA_VIDEO_FORMAT_BGRx},
+    {PixelFormat::kXrgb, SPA_VIDEO_FORMAT_xRGB},         {PixelFormat::kXbgr, SPA_VIDEO_FORMAT_xBGR},
+    {PixelFormat::kRgba, SPA_VIDEO_FORMAT_RGBA},         {PixelFormat::kBgra, SPA_VIDEO_FORMAT_BGRA},
+    {PixelFormat::kArgb, SPA_VIDEO_FORMAT_ARGB},         {PixelFormat::kAbgr, SPA_VIDEO_FORMAT_ABGR},
+    {PixelFormat::kRgb16, SPA_VIDEO_FORMAT_RGB16},       {PixelFormat::kRgb15, SPA_VIDEO_FORMAT_RGB15},
 }};
 
 spa_video_format videoFormat(PixelFormat format) {
@@ -110,7 +116,8 @@ void addColorimetry(spa_pod_builder& builder, const Colorimetry& colorimetry) {
 
 bool isYuv(PixelFormat format) {
   const auto channels = rawFormat(format).channels;
-  return !channels.empty() && channels.front().channel == Channel::kLuma;
+  return std::any_of(channels.begin(), channels.end(),
+                     [](const auto& place) { return place.channel == Channel::kLuma; });
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "tests/desktop/virtual-camera/DecodedFrame.h"
 #include "tests/desktop/virtual-camera/JpegEncoder.h"
 #include "tests/desktop/virtual-camera/JpegMarkers.h"
+#include "tests/support/jpeg/JpegEncoder.h"
 
 namespace virtual_camera {
 namespace {
@@ -87,6 +88,31 @@ TEST(JpegEncoder, WritesAnOrientation) {
   const auto odd = encodeJpeg(testPicture(), {.orientation = 6});
   EXPECT_EQ(countMarkers(odd, 0xe1), 1);
   expectSamePicture(odd, encodeJpeg(testPicture(), {}));
+}
+
+TEST(JpegEncoder, StatesTheHeightLate) {
+  const auto plain = encodeJpeg(testPicture(), {});
+  auto odd = encodeJpeg(testPicture(), {.lateHeight = true});
+  const auto height = test_support::frameHeader(odd) + 5;
+  EXPECT_EQ(Bytes(odd.end() - 8, odd.end()), (Bytes{0xff, 0xdc, 0, 4, 0, 120, 0xff, jpeg_marker::kEnd}));
+  EXPECT_EQ(odd[height + 1], 0);
+  odd[height + 1] = 120;
+  expectSamePicture(odd, plain);
+}
+
+TEST(JpegEncoder, PutsBytesOfItsOwnFirst) {
+  const auto plain = encodeJpeg(testPicture(), {});
+  const auto odd = encodeJpeg(testPicture(), {.before = 512});
+  EXPECT_EQ(odd.size(), plain.size() + 512);
+  EXPECT_EQ(odd[0], 1);
+  EXPECT_TRUE(std::equal(plain.begin(), plain.end(), odd.begin() + 512));
+}
+
+TEST(JpegEncoder, HasInks) {
+  for (const auto sampling : {JpegStyle::Sampling::kCmyk, JpegStyle::Sampling::kYcck}) {
+    const auto odd = encodeJpeg(testPicture(), {.sampling = sampling});
+    EXPECT_EQ(odd[test_support::frameHeader(odd) + 9], 4) << "components";
+  }
 }
 
 TEST(JpegEncoder, KnowsTheSamplings) {

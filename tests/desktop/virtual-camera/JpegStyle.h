@@ -7,7 +7,7 @@ namespace virtual_camera {
 
 /// How the camera codes its JPEG frames, and what is odd about them although the picture is whole.
 struct JpegStyle {
-  enum class Sampling { k422, k420, k444, kGrey };
+  enum class Sampling { k422, k420, k444, kGrey, kCmyk, kYcck };
 
   Sampling sampling = Sampling::k422;
   int quality = 85;  ///< 1 to 100
@@ -20,6 +20,8 @@ struct JpegStyle {
   std::size_t rubbishAfter = 0;    ///< other bytes there
   bool withoutEnd = false;         ///< no end marker
   bool secondEnd = false;          ///< the end marker comes twice
+  bool lateHeight = false;         ///< the height stands behind the scan only (DNL)
+  std::size_t before = 0;          ///< bytes of the camera's own before the start marker
   unsigned orientation = 0;        ///< of an Exif tag, 1 to 8; no Exif when 0
 
   bool operator==(const JpegStyle&) const = default;

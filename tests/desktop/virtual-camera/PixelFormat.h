@@ -19,12 +19,21 @@ enum class PixelFormat {
   kNv12,
   kNv21,
   kNv16,
+  kNv61,
   kNv24,
   kI420,
   kYv12,
+  kY42b,
+  kY444,
+  kAyuv,
+  kV308,
+  kIyu2,
   kP010,
+  kI420Ten,
+  kI422Ten,
   kGray8,
   kGray16,
+  kGray16Be,
   kRgb,
   kBgr,
   kRgbx,
@@ -36,6 +45,7 @@ enum class PixelFormat {
   kArgb,
   kAbgr,
   kRgb16,
+  kRgb15,
 };
 
 /// "MJPG", "YUY2" …, the names of PipeWire in its own spelling.
@@ -57,13 +67,23 @@ struct ChannelPlace {
 /// The channels of a raw format.
 struct RawFormat {
   unsigned bits = 8;   ///< of a sample
-  unsigned shift = 0;  ///< by which a sample of two bytes (little-endian) is moved up
+  unsigned shift = 0;  ///< by which a sample of two bytes is moved up
   std::span<const ChannelPlace> channels;
+  bool isBigEndian = false;  ///< the order of a sample's two bytes
 };
 
-/// What lies where in a raw format; no channels for compressed ones and for RGB16, whose pixels are words of
-/// five, six and five bits from the top.
+/// What lies where in a raw format; no channels for compressed ones and for those whose pixels are words.
 RawFormat rawFormat(PixelFormat format);
+
+/// How many bits of green are in a little-endian word of RGB, between five of red above and five of blue
+/// below; 0 where a pixel is no word.
+constexpr unsigned greenBits(PixelFormat format) {
+  return format == PixelFormat::kRgb16 ? 6 : format == PixelFormat::kRgb15 ? 5 : 0;
+}
+
+constexpr bool isGrey(PixelFormat format) {
+  return format == PixelFormat::kGray8 || format == PixelFormat::kGray16 || format == PixelFormat::kGray16Be;
+}
 
 constexpr bool isRaw(PixelFormat format) {
   return format != PixelFormat::kMjpg && format != PixelFormat::kH264 && format != PixelFormat::kBayer;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace virtual_camera {
 namespace {
@@ -82,17 +83,19 @@ void putWord(std::uint8_t* at, std::uint32_t word) {
 }
 
 void put(std::uint8_t* at, const RawFormat& raw, std::uint32_t sample) {
-  if (raw.bits == 8)
+  if (raw.bits == 8) {
     *at = static_cast<std::uint8_t>(sample);
-  else
-    putWord(at, sample << raw.shift);
+    return;
+  }
+  putWord(at, sample << raw.shift);
+  if (raw.isBigEndian) std::swap(at[0], at[1]);
 }
 
-/// Five, six and five bits from the top.
-void putRgb16(std::uint8_t* frame, const FrameLayout& layout, std::uint32_t x, std::uint32_t y,
-              const std::uint8_t* sample) {
-  putWord(frame + y * layout.stride() + std::size_t{2} * x, std::uint32_t{sample[0]} >> 3 << 11 |
-                                                                std::uint32_t{sample[1]} >> 2 << 5 |
+void putRgbWord(std::uint8_t* frame, const FrameLayout& layout, std::uint32_t x, std::uint32_t y,
+                const std::uint8_t* sample) {
+  const auto green = greenBits(layout.format);
+  putWord(frame + y * layout.stride() + std::size_t{2} * x, std::uint32_t{sample[0]} >> 3 << (5 + green) |
+                                                                std::uint32_t{sample[1]} >> (8 - green) << 5 |
                                                                 std::uint32_t{sample[2]} >> 3);
 }
 
@@ -121,10 +124,10 @@ Bytes encodeRaw(const RgbPicture& picture, const FrameLayout& layout, const Colo
   const Rectangle all{0, 0, picture.width, picture.height};
   draw(frame.data(), layout, colorimetry, all,
        [&](auto x, auto y, auto columns, auto rows) { return mean(picture, x, y, columns, rows); });
-  if (layout.format == PixelFormat::kRgb16) {
+  if (greenBits(layout.format) > 0) {
     for (std::uint32_t y = 0; y < picture.height; ++y) {
       for (std::uint32_t x = 0; x < picture.width; ++x)
-        putRgb16(frame.data(), layout, x, y, picture.at(x, y));
+        putRgbWord(frame.data(), layout, x, y, picture.at(x, y));
     }
   }
   return frame;
@@ -137,11 +140,11 @@ void drawCounterRaw(std::uint8_t* frame, const FrameLayout& layout, const Colori
     const auto cell = counterCell(layout.width, layout.height, bit);
     const double level = grey;
     draw(frame, layout, colorimetry, cell, [=](auto...) { return Mean{level, level, level}; });
-    if (layout.format != PixelFormat::kRgb16) continue;
+    if (greenBits(layout.format) == 0) continue;
     const std::array<std::uint8_t, 3> sample{grey, grey, grey};
     for (auto y = cell.top; y < cell.bottom; ++y) {
       for (auto x = cell.left; x < cell.right; ++x)
-        putRgb16(frame, layout, x, y, sample.data());
+        putRgbWord(frame, layout, x, y, sample.data());
     }
   }
 }

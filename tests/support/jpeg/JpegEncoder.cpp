@@ -13,8 +13,21 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
+constexpr std::uint8_t kFirstFrameHeader = 0xC0;
+constexpr std::uint8_t kLastFrameHeader = 0xCF;
 constexpr std::uint8_t kHuffmanTables = 0xC4;
 constexpr std::uint8_t kStartOfScan = 0xDA;
+constexpr std::size_t kStartAndEnd = 2;          // bytes of each
+constexpr std::size_t kHeightInFrameHeader = 5;  // behind marker, length and bits a sample
+
+/// Behind the segment that begins at `at`.
+std::size_t segmentEnd(const Bytes& jpeg, std::size_t at) {
+  return at + 2 + std::size_t{jpeg[at + 2]} * 256 + jpeg[at + 3];
+}
+
+bool isFrameHeader(std::uint8_t marker) {
+  return marker >= kFirstFrameHeader && marker <= kLastFrameHeader && marker != kHuffmanTables;
+}
 
 /// An Exif segment (TIFF, little-endian) whose only entry is the orientation; from the Exif standard, 4.5
 /// and 4.6.4.
@@ -107,15 +120,32 @@ Bytes encodeJpeg(std::uint32_t width, std::uint32_t height, std::span<const std:
 
 Bytes withoutHuffmanTables(std::span<const std::uint8_t> jpeg) {
   Bytes stripped(jpeg.begin(), jpeg.end());
-  for (std::size_t at = 2; at + 3 < stripped.size() && stripped[at + 1] != kStartOfScan;) {
-    const std::size_t length = 2 + std::size_t{stripped[at + 2]} * 256 + stripped[at + 3];
+  for (std::size_t at = kStartAndEnd; at + 3 < stripped.size() && stripped[at + 1] != kStartOfScan;) {
+    const std::size_t end = segmentEnd(stripped, at);
     const auto segment = stripped.begin() + static_cast<std::ptrdiff_t>(at);
     if (stripped[at + 1] == kHuffmanTables)
-      stripped.erase(segment, segment + static_cast<std::ptrdiff_t>(length));
+      stripped.erase(segment, segment + static_cast<std::ptrdiff_t>(end - at));
     else
-      at += length;
+      at = end;
   }
   return stripped;
+}
+
+std::size_t frameHeader(std::span<const std::uint8_t> jpeg) {
+  const Bytes bytes(jpeg.begin(), jpeg.end());
+  std::size_t at = kStartAndEnd;
+  while (!isFrameHeader(bytes.at(at + 1)))
+    at = segmentEnd(bytes, at);
+  return at;
+}
+
+Bytes withHeightBehindTheScan(std::span<const std::uint8_t> jpeg) {
+  Bytes late(jpeg.begin(), jpeg.end());
+  const std::size_t height = frameHeader(jpeg) + kHeightInFrameHeader;
+  const Bytes lines = {0xFF, 0xDC, 0, 4, late[height], late[height + 1]};
+  late[height] = late[height + 1] = 0;
+  late.insert(late.end() - kStartAndEnd, lines.begin(), lines.end());
+  return late;
 }
 
 }  // namespace test_support

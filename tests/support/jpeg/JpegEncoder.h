@@ -36,4 +36,11 @@ std::vector<std::uint8_t> encodeJpeg(std::uint32_t width, std::uint32_t height,
 /// A JPEG stream without its Huffman tables: the standard's own are meant then, as with many cameras.
 std::vector<std::uint8_t> withoutHuffmanTables(std::span<const std::uint8_t> jpeg);
 
+/// Where the frame header is in a stream that encodeJpeg made: its marker, its length, then bits a sample,
+/// height, width.
+std::size_t frameHeader(std::span<const std::uint8_t> jpeg);
+
+/// A stream that encodeJpeg made, which states its height behind its only scan (DNL, ITU-T T.81, B.2.5).
+std::vector<std::uint8_t> withHeightBehindTheScan(std::span<const std::uint8_t> jpeg);
+
 }  // namespace test_support
