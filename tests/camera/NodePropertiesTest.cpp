@@ -1,4 +1,5 @@
 #include <map>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -42,9 +43,9 @@ NodeEntry node(const Values& values) {
   return {made, made.camera({})};
 }
 
-std::vector<std::string> identities(std::vector<NodeEntry> nodes) {
+std::vector<std::string> identities(std::vector<NodeEntry> nodes, const std::set<std::string>& devices = {}) {
   std::vector<std::string> all;
-  for (const auto& camera : distinctCameras(std::move(nodes)))
+  for (const auto& camera : distinctCameras(std::move(nodes), devices))
     all.push_back(camera.uniqueID + "=" + camera.localizedName);
   return all;
 }
@@ -115,6 +116,36 @@ TEST(DistinctCameras, TwoOfOneNameCanEachBeChosenTheSameNextTime) {
   const auto expected = ElementsAre("cam#v4l2:/dev/video4=Right", "cam=Left");
   EXPECT_THAT(identities({node(left), node(right)}), expected);
   EXPECT_THAT(identities({node(right), node(left)}), expected);
+}
+
+/// A camera of the kernel with that node name, its title the number of its device.
+NodeEntry deviceNode(const std::string& name, int number) {
+  return node({{"node.name", name},
+               {"node.nick", std::to_string(number)},
+               {"device.api", "v4l2"},
+               {"api.v4l2.path", "/dev/video" + std::to_string(number)}});
+}
+
+TEST(DistinctCameras, DevicesInOneSocketAreCountedByTheirNumbers) {
+  const auto expected = ElementsAre("here=2", "here.2=10");
+  EXPECT_THAT(identities({deviceNode("here", 2), deviceNode("here.2", 10)}), expected);
+  EXPECT_THAT(identities({deviceNode("here.2", 2), deviceNode("here", 10)}), expected) << "named by chance";
+  EXPECT_THAT(identities({deviceNode("here", 10), deviceNode("here", 2)}), expected) << "not told apart";
+  EXPECT_THAT(identities({deviceNode("here", 2), deviceNode("here.3", 10)}), expected) << "no camera between";
+}
+
+TEST(DistinctCameras, WhatOnlyLooksLikeACountIsAPartOfTheName) {
+  EXPECT_THAT(identities({deviceNode("usb-0_6_1.2", 0), deviceNode("usb-0_6_1.0", 2)}),
+              ElementsAre("usb-0_6_1.2=0", "usb-0_6_1.0=2"));
+  EXPECT_THAT(identities({deviceNode("here.0", 2), deviceNode("here", 3)}),
+              ElementsAre("here.0=2", "here=3"));
+  EXPECT_THAT(identities({deviceNode("here.2", 0)}), ElementsAre("here.2=0"));
+}
+
+TEST(DistinctCameras, ADeviceThatSendsNoPicturesIsNotCounted) {
+  const auto camera = deviceNode("v4l2_input.here.2", 0);
+  EXPECT_THAT(identities({camera}, {"v4l2_device.here", "v4l2_device.here.2"}),
+              ElementsAre("v4l2_input.here=0"));
 }
 
 TEST(DistinctCameras, WhatNothingTellsApartIsCounted) {

@@ -8,7 +8,6 @@ import unittest
 import guest
 from guest import SOURCE, UsbCamera, camera_frames, plug_vivid, reference_picture
 from scene import SceneTest, make_jpeg
-from tool import control
 
 # What PipeWire 0.3 passes on of the formats that the test driver offers; later ones may know more.
 FORMATS = {"YUY2", "UYVY", "YVYU", "I420", "YV12", "Y42B", "NV12", "NV21", "NV16", "NV61", "NV24", "RGB", "BGR", "BGRx", "xRGB", "BGRA",
@@ -25,9 +24,6 @@ class ThroughTheDaemon(SceneTest):
 
     def test_formats_and_names(self):
         plug_vivid(count=2)  # for good: the daemon keeps what it has opened
-        # The session manager tells devices of one socket apart by the order in which it hears of them: of those that are
-        # there when it starts by that of their numbers, of those that come at one moment by chance.
-        control("pipewire", "restart")
         reference = reference_picture()
         self.assert_same_identities()
         self.assertLessEqual(FORMATS, self.assert_exact_formats(reference))

@@ -95,7 +95,7 @@ void CameraRegistry::onGlobal(std::uint32_t id, const char* type, const spa_dict
   else if (CameraNode* const node = kind == PW_TYPE_INTERFACE_Port ? nodeOfPort(*properties) : nullptr)
     node->addPort(id);
   else if (kind == PW_TYPE_INTERFACE_Device && isCameraDevice(*properties))
-    devices_.insert(id);
+    devices_[id] = property(*properties, PW_KEY_DEVICE_NAME);
   else if (kind == PW_TYPE_INTERFACE_Client && isSessionManager(*properties))
     managers_.insert(id);
   else
@@ -124,6 +124,13 @@ bool CameraRegistry::mayExpectMore() const {
   return isPatient_ && nodes_.empty() && (!devices_.empty() || managers_.empty());
 }
 
+std::set<std::string> CameraRegistry::deviceNames() const {
+  std::set<std::string> names;
+  for (const auto& [id, name] : devices_)
+    names.insert(name);
+  return names;
+}
+
 void CameraRegistry::tell() {
   CameraCensus census;
   std::vector<NodeEntry> entries;
@@ -134,7 +141,7 @@ void CameraRegistry::tell() {
     else
       census.notes.push_back(whyNotListed(node->properties().title(), node->codedFormats()));
   }
-  census.cameras = distinctCameras(std::move(entries));
+  census.cameras = distinctCameras(std::move(entries), deviceNames());
   census.state = mayExpectMore() ? CameraCensus::State::Gathering : CameraCensus::State::Complete;
   client_.camerasChanged(std::move(census));
 }

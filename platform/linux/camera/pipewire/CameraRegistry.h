@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <string>
 
 #include <pipewire/pipewire.h>
 
@@ -44,6 +45,7 @@ class CameraRegistry final : public CameraNode::Client {
   /// The camera's node to which a port of these properties belongs, if pictures come out of it.
   [[nodiscard]] CameraNode* nodeOfPort(const spa_dict& properties) const;
   [[nodiscard]] bool mayExpectMore() const;
+  [[nodiscard]] std::set<std::string> deviceNames() const;
   void tell();
 
   PipeWireConnection& connection_;
@@ -52,8 +54,8 @@ class CameraRegistry final : public CameraNode::Client {
   spa_hook listener_{};
   // By the registry's id:
   std::map<std::uint32_t, std::unique_ptr<CameraNode>> nodes_;
-  std::set<std::uint32_t> devices_;   // cameras' devices, which show nodes
-  std::set<std::uint32_t> managers_;  // session managers
+  std::map<std::uint32_t, std::string> devices_;  // names of cameras' devices, which show nodes
+  std::set<std::uint32_t> managers_;              // session managers
   const std::unique_ptr<CameraLoop::Timer> patience_;
   bool isPatient_ = true;
   int awaitedSync_ = 0;

@@ -4,6 +4,7 @@
 #include <array>
 #include <cctype>
 #include <cstdlib>
+#include <map>
 #include <span>
 #include <tuple>
 
@@ -124,6 +125,50 @@ bool isSameDevice(const NodeEntry& a, const NodeEntry& b) {
          std::any_of(ofA.begin(), ofA.end(), [&](auto& number) { return ofB.contains(number); });
 }
 
+// Two digits of a count are as many as session managers try.
+std::string withoutCount(const std::string& name) {
+  const auto dot = name.find_last_of('.');
+  if (dot == std::string::npos) return name;
+  const std::string count = name.substr(dot + 1);
+  const bool isCount = !count.empty() && count.size() <= 2 && count[0] != '0' && count != "1" &&
+                       count.find_first_not_of("0123456789") == std::string::npos;
+  return isCount ? name.substr(0, dot) : name;
+}
+
+// By the numbers of their devices: /dev/video2 before /dev/video10.
+bool hasLowerNumber(const NodeEntry* a, const NodeEntry* b) {
+  return std::tuple(a->camera.place.size(), a->camera.place) <
+         std::tuple(b->camera.place.size(), b->camera.place);
+}
+
+// The names that nodes of these devices have when they are not counted.
+std::set<std::string> nodeNames(const std::set<std::string>& deviceNames) {
+  constexpr std::string_view kDevice = "v4l2_device.";
+  std::set<std::string> names;
+  for (const auto& name : deviceNames)
+    if (name.starts_with(kDevice)) names.insert("v4l2_input." + name.substr(kDevice.size()));
+  return names;
+}
+
+// Devices in one socket have one name at WirePlumber 0.5, and at 0.4 they are counted in the order in which
+// it hears of them, those that send no pictures among them. Their cameras are counted by the numbers of their
+// devices instead, as those of the kernel are without a daemon.
+void countInSockets(std::vector<NodeEntry>& nodes, std::set<std::string> names) {
+  for (const auto& node : nodes)
+    if (!node.camera.place.empty()) names.insert(node.camera.uniqueID);
+  std::map<std::string, std::vector<NodeEntry*>> sockets;
+  for (auto& node : nodes) {
+    if (node.camera.place.empty()) continue;
+    const std::string name = withoutCount(node.camera.uniqueID);
+    sockets[names.contains(name) ? name : node.camera.uniqueID].push_back(&node);
+  }
+  for (auto& [name, cameras] : sockets) {
+    std::sort(cameras.begin(), cameras.end(), hasLowerNumber);
+    for (std::size_t i = 0; i < cameras.size(); ++i)
+      cameras[i]->camera.uniqueID = i == 0 ? name : name + "." + std::to_string(i + 1);
+  }
+}
+
 // The value of the first property that tells all of these nodes apart; none when there is none.
 const char* keyThatTellsApart(std::span<const NodeEntry> nodes) {
   for (const char* key : kTellingApart) {
@@ -149,11 +194,12 @@ void tellApart(std::span<NodeEntry> twins) {
 
 }  // namespace
 
-std::vector<Camera> distinctCameras(std::vector<NodeEntry> nodes) {
+std::vector<Camera> distinctCameras(std::vector<NodeEntry> nodes, const std::set<std::string>& deviceNames) {
   std::erase_if(nodes, [&, all = nodes](const NodeEntry& node) {
     return !node.properties.isVideo4Linux() &&
            std::any_of(all.begin(), all.end(), [&](auto& other) { return isSameDevice(node, other); });
   });
+  countInSockets(nodes, nodeNames(deviceNames));
   std::sort(nodes.begin(), nodes.end(),
             [](auto& a, auto& b) { return a.camera.uniqueID < b.camera.uniqueID; });
   for (auto first = nodes.begin(); first != nodes.end();) {

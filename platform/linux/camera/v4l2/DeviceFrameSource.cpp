@@ -121,8 +121,8 @@ std::vector<Camera> DeviceFrameSource::identifiedCameras() const {
   std::vector<Camera> cameras;
   std::vector<std::string> identities;
   for (const auto& [number, device] : devices_) {
-    identities.push_back(deviceIdentity(device.entry, identities));
     if (!device.camera) continue;
+    identities.push_back(deviceIdentity(device.entry, identities));
     cameras.push_back(*device.camera);
     cameras.back().uniqueID = identities.back();
   }

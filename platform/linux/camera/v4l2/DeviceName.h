@@ -21,10 +21,10 @@ struct DeviceEntry {
   bool operator==(const DeviceEntry&) const = default;
 };
 
-/// The identity of a device's camera: the name that its node has at the PipeWire daemon, so that a stored
-/// choice stays when the cameras come another way. Session managers (WirePlumber 0.4 and 0.5, monitors/v4l2)
-/// make it of the socket in which the device is plugged. `taken` are the identities of the devices with lower
-/// numbers; the second of one name ends in ".2".
+/// The identity of a device's camera: the one that it has at the PipeWire daemon, so that a stored choice
+/// stays when the cameras come another way. Session managers (WirePlumber 0.4 and 0.5, monitors/v4l2) name it
+/// after the socket in which the device is plugged. `taken` are the identities of the cameras whose devices
+/// have lower numbers; the second of one name ends in ".2".
 [[nodiscard]] std::string deviceIdentity(const DeviceEntry& device, const std::vector<std::string>& taken);
 
 /// For people: the node's `node.nick`. `card` is the name that the device gives itself when it is asked.
