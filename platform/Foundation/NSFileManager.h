@@ -25,9 +25,10 @@ class NSFileManager {
   virtual std::optional<std::string> picturesDirectory() = 0;
 
   /// Adds `line` and a line end to the end of the file, making file and folders as needed. Lines of processes
-  /// that append at the same time never mix. A file that the line would take beyond `mostBytes` is kept as
-  /// `path` with ".1" behind it, in place of the one kept before, and a new one is begun. Answers whether the
-  /// line is there whole; a line that does not fit (disk full) leaves nothing behind.
+  /// that append at the same time never mix, and none is lost. A file that the line would take beyond
+  /// `mostBytes` is kept as `path` with ".1" behind it, in place of the one kept before, and a new one is
+  /// begun. Answers whether the line is there whole; a line that does not fit (disk full) leaves nothing
+  /// behind.
   virtual bool appendLine(const std::string& path, const std::string& line, std::int64_t mostBytes) = 0;
 };
 
