@@ -3,9 +3,11 @@
 //   shot_timer FOLDER COUNT
 
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <numbers>
 #include <string>
 
 #include <glib.h>
@@ -22,6 +24,16 @@ using Clock = std::chrono::steady_clock;
 /// Before the first request: the session has settled by then, so that requests are answered by the very next
 /// frame.
 constexpr std::chrono::milliseconds kSettled{1500};
+
+/// Between two shots, at most. The next request comes at any moment of a frame's time alike, as a person's does;
+/// asked for at once it would always just have missed a frame. A multiple of the usual frames' times.
+constexpr std::chrono::milliseconds kLongestPause{200};
+
+/// Parts of the longest pause that are spread evenly however many there are: multiples of the golden ratio.
+std::chrono::milliseconds pauseAfter(int shot) {
+  const double part = std::fmod(shot * std::numbers::phi, 1.0);
+  return std::chrono::duration_cast<std::chrono::milliseconds>(part * kLongestPause);
+}
 
 class ShotTimer {
  public:
@@ -53,7 +65,7 @@ class ShotTimer {
     if (--remaining_ == 0) {
       end(0);
     } else {
-      ports_.mainQueue.after(std::chrono::milliseconds(0), [this] { take(); });
+      ports_.mainQueue.after(pauseAfter(remaining_), [this] { take(); });
     }
   }
   void end(int status) {
