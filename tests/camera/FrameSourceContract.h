@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cerrno>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
@@ -30,6 +31,8 @@ class FrameSourceStage {
 
   /// The camera called `name`, plugged in anew each time.
   virtual void plugIn(const std::string& name) = 0;
+  /// What the source calls it.
+  [[nodiscard]] virtual std::string titleOf(const std::string& name) const { return name; }
   virtual void unplug(const std::string& name) = 0;
   /// Whether a stream learns that its camera is busy or has failed. Where it does not, no picture comes.
   [[nodiscard]] virtual bool areFailuresTold() const { return true; }
@@ -98,6 +101,8 @@ class FrameSourceContract : public testing::TestWithParam<std::unique_ptr<FrameS
     stage_->onLoop([&] { first = census_.cameras.at(0); });
     return first;
   }
+  /// Stays until the stream has gone.
+  Listener& newListener() { return listeners_.emplace_back(*stage_); }
   void open(const Camera& camera, Listener& listener) {
     stage_->onLoop([&] {
       stream_.reset();
@@ -134,9 +139,9 @@ class FrameSourceContract : public testing::TestWithParam<std::unique_ptr<FrameS
       EXPECT_TRUE(!stage_->areFailuresTold() || !listener.ends.empty());
     });
   }
-  [[nodiscard]] const Camera* find(const std::string& title) const {
+  [[nodiscard]] const Camera* find(const std::string& name) const {
     for (const Camera& camera : census_.cameras)
-      if (camera.localizedName == title) return &camera;
+      if (camera.localizedName == stage_->titleOf(name)) return &camera;
     return nullptr;
   }
 
@@ -150,6 +155,7 @@ class FrameSourceContract : public testing::TestWithParam<std::unique_ptr<FrameS
 
   std::unique_ptr<FrameSourceStage> stage_ = GetParam()();
   platform_linux::CameraCensus census_;  // the loop's thread only
+  std::deque<Listener> listeners_;
   std::unique_ptr<platform_linux::FrameStream> stream_;
   bool hasStopped_ = false;
 };
@@ -193,7 +199,7 @@ TEST_P(FrameSourceContract, ACameraPluggedInAgainIsTheSameByItsIdentityOnly) {
 
 TEST_P(FrameSourceContract, AStreamDeliversPicturesOfItsMode) {
   const Camera desk = startWithOne();
-  Listener listener(*stage_);
+  Listener& listener = newListener();
   open(desk, listener);
   ASSERT_TRUE(awaitFrames(listener, 3));
   stage_->onLoop([&] {
@@ -208,10 +214,10 @@ TEST_P(FrameSourceContract, AStreamDeliversPicturesOfItsMode) {
 
 TEST_P(FrameSourceContract, ACameraThatWasGivenBackCanBeOpenedAgain) {
   const Camera desk = startWithOne();
-  Listener first(*stage_);
+  Listener& first = newListener();
   open(desk, first);
   ASSERT_TRUE(awaitFrames(first, 1));
-  Listener second(*stage_);
+  Listener& second = newListener();
   open(desk, second);
   const std::size_t before = first.frames.size();
   ASSERT_TRUE(awaitFrames(second, 2));
@@ -220,7 +226,7 @@ TEST_P(FrameSourceContract, ACameraThatWasGivenBackCanBeOpenedAgain) {
 }
 
 TEST_P(FrameSourceContract, AnUnpluggedCameraEndsItsStreamOnce) {
-  Listener listener(*stage_);
+  Listener& listener = newListener();
   open(startWithOne(), listener);
   ASSERT_TRUE(awaitFrames(listener, 1));
   stage_->unplug("desk");
@@ -233,7 +239,7 @@ TEST_P(FrameSourceContract, ACameraThatHasGoneIsOpenedAsOneThatEndsAtOnce) {
   const Camera gone = startWithOne();
   stage_->unplug("desk");
   ASSERT_TRUE(awaitCameras(0));
-  Listener listener(*stage_);
+  Listener& listener = newListener();
   open(gone, listener);
   ASSERT_TRUE(awaitEnd(listener));
   stage_->onLoop([&] { EXPECT_THAT(listener.ends, testing::ElementsAre(ENODEV)); });
@@ -242,14 +248,14 @@ TEST_P(FrameSourceContract, ACameraThatHasGoneIsOpenedAsOneThatEndsAtOnce) {
 TEST_P(FrameSourceContract, ABusyCameraEndsTheStreamWithThatReason) {
   const Camera desk = startWithOne();
   stage_->occupy("desk");
-  Listener listener(*stage_);
+  Listener& listener = newListener();
   open(desk, listener);
   expectEnd(listener, EBUSY);
   EXPECT_THAT(listener.frames, testing::IsEmpty());
 }
 
 TEST_P(FrameSourceContract, AFailingCameraEndsItsStream) {
-  Listener listener(*stage_);
+  Listener& listener = newListener();
   open(startWithOne(), listener);
   ASSERT_TRUE(awaitFrames(listener, 1));
   stage_->breakDown("desk");
@@ -258,7 +264,7 @@ TEST_P(FrameSourceContract, AFailingCameraEndsItsStream) {
 
 TEST_P(FrameSourceContract, ACameraWithOtherPicturesIsTheSameAndOffersThese) {
   const Camera before = startWithOne();
-  Listener first(*stage_);
+  Listener& first = newListener();
   open(before, first);
   ASSERT_TRUE(awaitFrames(first, 1));
   stage_->changePictures("desk");
@@ -267,10 +273,11 @@ TEST_P(FrameSourceContract, ACameraWithOtherPicturesIsTheSameAndOffersThese) {
   const Camera after = camera();
   EXPECT_EQ(after.uniqueID, before.uniqueID);
   EXPECT_EQ(after.serial, before.serial);
-  Listener second(*stage_);
+  Listener& second = newListener();
   open(after, second);
   ASSERT_TRUE(awaitFrames(second, 1));
-  EXPECT_EQ(static_cast<std::uint32_t>(second.frames[0]->width), after.modes[0].width);
+  stage_->onLoop(
+      [&] { EXPECT_EQ(static_cast<std::uint32_t>(second.frames[0]->width), after.modes[0].width); });
 }
 
 }  // namespace contract

@@ -37,11 +37,12 @@ def settle():
 WEBCAM, HDMI = 0, 3  # kinds of input
 
 
-def plug_vivid(count=1, planes=1, kind=WEBCAM):
-    """Cameras of the kernel's test driver, with still pictures; `planes` is 2 for those with V4L2's multi-planar interface."""
+def plug_vivid(count=1, planes=1, kind=WEBCAM, can_fail=False):
+    """Cameras of the kernel's test driver, with still pictures; `planes` is 2 for those with V4L2's multi-planar interface.
+    With `can_fail` they have controls that let them fail."""
     each = lambda value: ",".join([str(value)] * count)
     run("modprobe", "vivid", f"n_devs={count}", f"node_types={each('0x1')}", f"num_inputs={each(1)}",
-        f"input_types={each(kind)}", f"multiplanar={each(planes)}", "no_error_inj=1")
+        f"input_types={each(kind)}", f"multiplanar={each(planes)}", f"no_error_inj={int(not can_fail)}")
     settle()
     for number in vivid_numbers():
         run("v4l2-ctl", "-d", number, "-c", _NO_TEXT)
@@ -72,13 +73,22 @@ def camera_frames(*arguments):
     return run(program, *arguments).stdout.splitlines()
 
 
+def load_usb():
+    """From now on webcams can be plugged in."""
+    run("modprobe", "-a", "vhci_hcd", "uvcvideo")
+
+
+def usb_camera_command(*pictures):
+    """Of a program that plays a webcam at the machine's USB as long as it runs."""
+    return [sys.executable, "-B", Path(__file__).parent / "usb_camera.py", *pictures]
+
+
 class UsbCamera:
     """A webcam at the machine's USB, until it is unplugged."""
 
     def __init__(self, *pictures):
-        run("modprobe", "-a", "vhci_hcd", "uvcvideo")
-        self._process = subprocess.Popen([sys.executable, "-B", Path(__file__).parent / "usb_camera.py", *pictures],
-                                         stdout=subprocess.PIPE, text=True)
+        load_usb()
+        self._process = subprocess.Popen(usb_camera_command(*pictures), stdout=subprocess.PIPE, text=True)
         self.wait_for("plugged")
         while not any(Path("/sys/class/video4linux").glob("video*")):
             run("udevadm", "wait", "--timeout=30", "/dev/video0")
