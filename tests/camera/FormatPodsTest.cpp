@@ -16,6 +16,7 @@ using picture::ColorMatrix;
 using picture::ColorRange;
 using platform_linux::agreedFormatOfPod;
 using platform_linux::CameraMode;
+using platform_linux::formatName;
 using platform_linux::FrameRate;
 using platform_linux::modesOfFormatPod;
 using enum picture::PixelFormat;
@@ -163,6 +164,26 @@ TEST(ModesOfFormat, AreNoneOfWhatCannotBeRead) {
                                    .size(640, 480)
                                    .pod()),
               IsEmpty());
+}
+
+TEST(FormatName, SaysWhatCannotBeRead) {
+  EXPECT_EQ(formatName(FormatBuilder(SPA_MEDIA_SUBTYPE_h264).pod()), "H.264");
+  EXPECT_EQ(formatName(FormatBuilder(SPA_MEDIA_SUBTYPE_raw)
+                           .id(SPA_FORMAT_VIDEO_format, SPA_VIDEO_FORMAT_YVU9)
+                           .size(640, 480)
+                           .pod()),
+            "YVU9");
+  FormatBuilder several(SPA_MEDIA_SUBTYPE_raw);
+  several.choice(SPA_FORMAT_VIDEO_format, SPA_CHOICE_Enum, [](auto* builder) {
+    for (const auto format : {SPA_VIDEO_FORMAT_UYVP, SPA_VIDEO_FORMAT_v210, SPA_VIDEO_FORMAT_UYVP})
+      spa_pod_builder_id(builder, format);
+  });
+  EXPECT_EQ(formatName(several.pod()), "v210, UYVP");
+  EXPECT_EQ(
+      formatName(
+          FormatBuilder(SPA_MEDIA_SUBTYPE_raw).id(SPA_FORMAT_VIDEO_format, 0x7fffffff).size(4, 2).pod()),
+      "uncompressed pictures of an unknown layout");
+  EXPECT_EQ(formatName(nullptr), "an unknown format");
 }
 
 TEST(FormatOfMode, SaysExactlyThatMode) {

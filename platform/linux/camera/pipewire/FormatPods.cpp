@@ -9,6 +9,7 @@
 #include <spa/param/format.h>
 #include <spa/param/video/color.h>
 #include <spa/param/video/format-utils.h>
+#include <spa/param/video/type-info.h>
 #include <spa/pod/iter.h>
 
 namespace platform_linux {
@@ -212,6 +213,27 @@ std::vector<CameraMode> modesOfFormatPod(const spa_pod* pod) {
   return modes;
 }
 
+namespace {
+
+// "v210" of "Spa:Enum:VideoFormat:v210"; empty for a number that the library has no name for.
+std::string_view shortName(std::uint32_t format) {
+  for (const spa_type_info* each = spa_type_video_format; each->name; ++each) {
+    const std::string_view name(each->name);
+    if (each->type == format) return name.substr(name.find_last_of(':') + 1);
+  }
+  return {};
+}
+
+std::string rawFormatNames(const spa_pod* pod) {
+  std::string names;
+  for (const auto format : choiceOf<std::uint32_t>(pod, SPA_FORMAT_VIDEO_format, SPA_TYPE_Id).values)
+    if (const auto name = shortName(format); !name.empty())
+      names += (names.empty() ? "" : ", ") + std::string(name);
+  return names.empty() ? "uncompressed pictures of an unknown layout" : names;
+}
+
+}  // namespace
+
 std::string formatName(const spa_pod* pod) {
   std::uint32_t mediaType = 0;
   std::uint32_t subtype = 0;
@@ -223,7 +245,7 @@ std::string formatName(const spa_pod* pod) {
     case SPA_MEDIA_SUBTYPE_bayer:
       return "Bayer";
     case SPA_MEDIA_SUBTYPE_raw:
-      return "uncompressed pictures of an unknown layout";
+      return rawFormatNames(pod);
     default:
       return "video format " + std::to_string(subtype);
   }
