@@ -1,123 +1,32 @@
 // Lists the cameras of a source, or measures one frame of each of a camera's formats against its RGB picture.
 //
-//   camera_frames devices|daemon list               a line a camera: its identity, a tab, its title
-//   camera_frames devices|daemon compare FILE       FILE: rows of RGB, the size of which is taken. A line a
-//   format: its
-//                                                   name, the largest and the mean difference of a sample
-//   camera_frames devices time                      milliseconds to the list, and from there to the first
-//   frame
+//   camera_frames devices|daemon list            a line a camera: its identity, a tab, its title
+//   camera_frames devices|daemon compare FILE    FILE: rows of RGB, the size of which is taken. A line a
+//                                                format: its name, the largest difference of a sample in
+//                                                flat regions, and their share of the picture in percent
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
-#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <functional>
 #include <iterator>
 #include <memory>
-#include <mutex>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "picture/PhotoRows.h"
 #include "picture/PixelLayout.h"
-#include "platform/linux/camera/CameraThread.h"
 #include "platform/linux/camera/pipewire/PipeWireFrameSource.h"
 #include "platform/linux/camera/v4l2/DeviceFrameSource.h"
+#include "tests/support/cameras/SourceCameras.h"
 
 namespace {
 
 using namespace platform_linux;
-using namespace std::chrono_literals;
-using Clock = std::chrono::steady_clock;
+using test_support::SourceCameras;
 using Bytes = std::vector<std::uint8_t>;
-
-/// How long an emulated machine may take for anything.
-constexpr auto kPatience = 30s;
-
-/// One value that comes from the loop's thread.
-template <typename T>
-class Awaited {
- public:
-  void set(T value) {
-    {
-      const std::scoped_lock lock(mutex_);
-      value_ = std::move(value);
-    }
-    changed_.notify_all();
-  }
-  T wait(const char* what) {
-    std::unique_lock lock(mutex_);
-    if (!changed_.wait_for(lock, kPatience, [this] { return value_.has_value(); }))
-      throw std::runtime_error(std::string(what) + " did not come");
-    return *std::exchange(value_, {});
-  }
-
- private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::optional<T> value_;
-};
-
-class Cameras final : public FrameSource::Client {
- public:
-  explicit Cameras(std::shared_ptr<FrameSource> source) : source_(std::move(source)) {
-    source_->start(loop_, *this);
-  }
-  Cameras(const Cameras&) = delete;
-  Cameras& operator=(const Cameras&) = delete;
-  ~Cameras() override {
-    loop_.end([this] { source_->stop(); });
-  }
-
-  void camerasChanged(const FrameSource&, CameraCensus census) override {
-    if (census.state == CameraCensus::State::Complete && !census.cameras.empty())
-      cameras_.set(std::move(census.cameras));
-  }
-
-  std::vector<Camera> list() { return cameras_.wait("the list"); }
-  std::shared_ptr<const picture::Frame> frame(const Camera& camera, const CameraMode& mode);
-
- private:
-  CameraThread loop_;
-  const std::shared_ptr<FrameSource> source_;
-  Awaited<std::vector<Camera>> cameras_;
-};
-
-class FirstFrame final : public FrameStream::Client {
- public:
-  void frameArrived(const FrameBuffer& picture) override {
-    if (!hasCome_) outcome.set(picture.copy(0));
-    hasCome_ = true;
-  }
-  void streamEnded(int) override {
-    if (!hasCome_) outcome.set(nullptr);
-    hasCome_ = true;
-  }
-
-  Awaited<std::shared_ptr<const picture::Frame>> outcome;
-
- private:
-  bool hasCome_ = false;
-};
-
-std::shared_ptr<const picture::Frame> Cameras::frame(const Camera& camera, const CameraMode& mode) {
-  FirstFrame first;
-  std::unique_ptr<FrameStream> stream;
-  loop_.post([&] { stream = source_->open(camera, mode, first); });
-  const auto frame = first.outcome.wait("a frame");
-  Awaited<bool> closed;
-  loop_.post([&] {
-    stream.reset();
-    closed.set(true);
-  });
-  closed.wait("the end of the stream");
-  return frame;
-}
 
 Bytes decoded(const picture::Frame& frame) {
   std::string failure;
@@ -175,7 +84,7 @@ Bytes readFile(const char* path) {
 }
 
 /// One frame of each format, in the size of the reference and whatever rate comes first.
-void compare(Cameras& cameras, const Bytes& reference) {
+void compare(SourceCameras& cameras, const Bytes& reference) {
   const Camera camera = cameras.list().front();
   std::vector<picture::PixelFormat> done;
   for (const CameraMode& mode : camera.modes) {
@@ -191,20 +100,6 @@ void compare(Cameras& cameras, const Bytes& reference) {
   }
 }
 
-double millisecondsSince(Clock::time_point begin) {
-  return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
-}
-
-void measure(const std::function<std::shared_ptr<FrameSource>()>& makeSource) {
-  const auto begin = Clock::now();
-  Cameras cameras(makeSource());
-  const Camera camera = cameras.list().front();
-  std::printf("list %.1f\n", millisecondsSince(begin));
-  const auto listed = Clock::now();
-  static_cast<void>(cameras.frame(camera, camera.modes.front()));
-  std::printf("frame %.1f\n", millisecondsSince(listed));
-}
-
 std::shared_ptr<FrameSource> makeSource(const std::string& name) {
   if (name == "daemon") return std::make_shared<PipeWireFrameSource>();
   return std::make_shared<DeviceFrameSource>();
@@ -216,16 +111,14 @@ int main(int argc, char** argv) try {
   const std::string source = argc > 2 ? argv[1] : "";
   const std::string request = argc > 2 ? argv[2] : "";
   if (request == "list") {
-    Cameras cameras(makeSource(source));
+    SourceCameras cameras(makeSource(source));
     for (const Camera& camera : cameras.list())
       std::printf("%s\t%s\n", camera.uniqueID.c_str(), camera.localizedName.c_str());
   } else if (request == "compare" && argc > 3) {
-    Cameras cameras(makeSource(source));
+    SourceCameras cameras(makeSource(source));
     compare(cameras, readFile(argv[3]));
-  } else if (request == "time") {
-    measure([&] { return makeSource(source); });
   } else {
-    std::fputs("camera_frames devices|daemon list|compare FILE|time\n", stderr);
+    std::fputs("camera_frames devices|daemon list|compare FILE\n", stderr);
     return 2;
   }
   return 0;
