@@ -34,9 +34,11 @@ PngPhoto::PngPhoto(std::shared_ptr<const PictureData> picture, PhotoContents con
     : picture_(std::move(picture)), contents_(std::move(contents)), log_(log), thumbnails_(thumbnails) {}
 
 bool PngPhoto::writeToFile(const std::string& path, bool) const {
-  const std::string why = whyNotWritten(path);
+  std::string why = whyNotWritten(path);
+  const int removed = removeLeftovers(std::filesystem::path(path).parent_path());
+  // They may be what had filled the disk.
+  if (!why.empty() && removed > 0) why = whyNotWritten(path);
   if (!why.empty()) log_.log("Cannot save " + path + ": " + why);
-  removeLeftovers(std::filesystem::path(path).parent_path());
   return why.empty();
 }
 

@@ -27,7 +27,8 @@ class PngPhoto : public platform::NSData {
   PngPhoto(std::shared_ptr<const PictureData> picture, PhotoContents contents, platform::NSLog& log,
            SavedThumbnails* thumbnails);
 
-  /// Always atomic. Also clears away what killed processes left of earlier photos in the same folder.
+  /// Always atomic. Also clears away what killed processes left of earlier photos in the same folder; a photo
+  /// that could not be written before that is written then, once more.
   [[nodiscard]] bool writeToFile(const std::string& path, bool atomically) const override;
 
  private:
