@@ -36,6 +36,19 @@ TEST_F(ApplicationRunning, TheDesktopsCallsReachIt) {
                "clicked Photo_Taken_Notification OPEN_ACTION /p"});
 }
 
+// As Plasma's launcher sends it on X11, without a byte of zero at its end.
+TEST_F(ApplicationRunning, TheStartupIdentifierMayComeAsBytes) {
+  const auto probe = running();
+  const std::string identifier = "plasma-7_TIME42";
+  GVariant* const bytes =
+      g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, identifier.data(), identifier.size(), 1);
+  EXPECT_EQ(call("Activate", g_variant_new_parsed("({'desktop-startup-id': <%@ay>},)", bytes)), "");
+  EXPECT_EQ(call("Activate", g_variant_new_parsed("({'desktop-startup-id': <b'bytes of C'>},)")), "");
+  EXPECT_EQ(call("Activate", g_variant_new_parsed("({'desktop-startup-id': <7>},)")), "");
+  expectLines({"reopen without windows token 'plasma-7_TIME42'", "reopen without windows token 'bytes of C'",
+               "reopen without windows token ''"});
+}
+
 TEST_F(ApplicationRunning, StartedAgainItsWindowsComeToTheFront) {
   const auto probe = running("show windows");
   EXPECT_EQ(activate(), "");

@@ -43,6 +43,7 @@ class ProbeTest : public testing::Test {
   std::string activate(const std::string& token = {});
   std::string open(const std::string& uri);
   std::string activateAction(const std::string& name, const std::string& target);
+  std::string call(const char* method, GVariant* arguments);
   /// The next lines of the journal, as many as there are in `expected`, are these.
   void expectLines(const std::vector<std::string>& expected);
 
@@ -52,7 +53,6 @@ class ProbeTest : public testing::Test {
 
  private:
   platform_linux::FileDescriptor lifeline_;
-  std::string call(const char* method, GVariant* arguments);
 
   std::unique_ptr<test_support::PrivateBus> bus_;
   std::unique_ptr<test_support::BusClient> client_;

@@ -1,5 +1,6 @@
 #include "platform/linux/bus/DesktopCall.h"
 
+#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -31,6 +32,15 @@ DesktopCall::ActivateAction readAction(GVariant* arguments) {
   return action;
 }
 
+/// A text, which some desktops send as its bytes (Plasma 5 its startup identifiers on X11).
+std::string textOf(GVariant* value) {
+  if (g_variant_is_of_type(value, G_VARIANT_TYPE_STRING)) return g_variant_get_string(value, nullptr);
+  if (!g_variant_is_of_type(value, G_VARIANT_TYPE_BYTESTRING)) return {};
+  gsize size = 0;
+  const auto* const bytes = static_cast<const char*>(g_variant_get_fixed_array(value, &size, 1));
+  return {bytes, strnlen(bytes, size)};
+}
+
 DesktopCall::Request readRequest(const IncomingCall& call) {
   const std::string_view method = call.method();
   if (method == "Open") return DesktopCall::Open{readFiles(call.arguments())};
@@ -45,10 +55,10 @@ DesktopCall::DesktopCall(IncomingCall call) : IncomingCall(std::move(call)), req
 std::string DesktopCall::activationToken() const {
   const gsize last = g_variant_n_children(arguments()) - 1;
   const GVariantHandle platformData(g_variant_get_child_value(arguments(), last));
-  const char* token = nullptr;
   // The second is the older desktops' word for it.
   for (const char* const key : {"activation-token", "desktop-startup-id"})
-    if (g_variant_lookup(platformData.get(), key, "&s", &token)) return token;
+    if (const GVariantHandle value(g_variant_lookup_value(platformData.get(), key, nullptr)); value)
+      if (std::string token = textOf(value.get()); !token.empty()) return token;
   return {};
 }
 
