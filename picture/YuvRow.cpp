@@ -55,10 +55,12 @@ YuvMatrix::YuvMatrix(ColorMatrix matrix, ColorRange range, int bits) noexcept {
   greenFromBlue_ = fixedPoint(-chromaScale * 2 * (1 - blueWeight) * blueWeight / greenWeight);
 }
 
+// The rows that are written overlap no other: compilers, which would have to test each pair of rows for that,
+// use vectors only when they are told.
 template <int kBits, typename Luma>
 void YuvMatrix::convertRow(const Luma* luma, const std::uint16_t* blueChroma, const std::uint16_t* redChroma,
-                           std::size_t width, std::uint8_t* red, std::uint8_t* green,
-                           std::uint8_t* blue) const noexcept {
+                           std::size_t width, std::uint8_t* __restrict red, std::uint8_t* __restrict green,
+                           std::uint8_t* __restrict blue) const noexcept {
   constexpr int kShift = kFractionBits + kChromaFractionBits + kBits - 8;
   constexpr std::int32_t kHalf = 1 << (kShift - 1);
   constexpr int kChromaOffset = 128 << (kBits - 8 + kChromaFractionBits);
