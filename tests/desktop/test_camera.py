@@ -333,6 +333,15 @@ class Faults(CameraTest):
         desktop.control("camera", "1", "wait-idle")
         self.assertEqual(desktop.read_frames("a", MODE, "1")[0], COMPLETE)
 
+    def test_busy_and_told_so_each_time_until_another_program_lets_go(self):
+        desktop = self.desktop("name=a,fault=told-busy")
+        for _ in range(2):
+            told = desktop.command(os.path.join(session.programs(), "frame_reader"), "a", MODE, "1")
+            self.assertEqual(told.returncode, FAILED)
+            self.assertIn("(Device or resource busy)", told.stdout + told.stderr)
+        self.assertIn("total-frames=0 ", desktop.control("camera", "1", "busy", "off"))
+        self.assertEqual(desktop.read_frames("a", MODE, "1")[0], COMPLETE)
+
     def test_busy_no_longer_for_one_who_keeps_asking(self):
         desktop = self.desktop("name=a,fault=busy:1000")
         deadline = time.monotonic() + 20

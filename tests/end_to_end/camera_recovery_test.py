@@ -14,9 +14,10 @@ import pixels
 from tool import CameraLine, Tool, ToolTest, control, in_desktop
 from waiting import wait_until
 from window_case import GREEN, RED, WindowTest, camera_of
-from windows import in_windowed_desktop
+from windows import PREVIEW, in_windowed_desktop
 
 MODES = "modes=MJPG:320x240@30"
+IN_USE = "The camera is in use by another program."
 DESK = f"name=desk,title=Desk camera,{MODES}"
 
 
@@ -64,6 +65,10 @@ class SilentRun(ToolTest):
 
     @in_desktop(f"{DESK},fault=busy:2000")
     def test_another_program_lets_go_of_the_camera(self):
+        self.assert_photo(Tool().start())
+
+    @in_desktop(f"{DESK},fault=told-busy:2000")
+    def test_another_program_lets_go_of_the_camera_that_said_it_is_busy(self):
         self.assert_photo(Tool().start())
 
     @in_desktop(f"{DESK},fault=suspend:10")
@@ -149,6 +154,14 @@ class Preview:
     @in_windowed_desktop(f"{RED},fault=busy:2000")
     def test_another_program_lets_go_of_the_camera(self):
         self.assert_lives(self.open_preview(), "red")
+
+    @in_windowed_desktop(f"{RED},fault=told-busy")
+    def test_a_camera_that_another_program_has_says_so_until_it_lets_go(self):
+        tool = self.open_preview()
+        self.windows.find(IN_USE, PREVIEW)
+        control("camera", "1", "busy", "off")
+        self.assert_lives(tool, "red")
+        self.assertNotIn(IN_USE, [each.name for each in self.windows.objects()])
 
     @in_windowed_desktop(RED)
     def test_the_daemon_restarts(self):

@@ -200,11 +200,25 @@ FrameLayout Camera::chooseFormat(const NegotiatedFormat& format) {
 }
 
 void Camera::refuseWhileBusy() {
-  if (!faults_.busy) return;
+  if (!faults_.busy || faults_.tellsBusy) return;
+  awaitRelease();
+  throw std::system_error(EBUSY, std::generic_category());
+}
+
+// Not at the choice of the format: the daemon keeps one that was chosen, and asks only once.
+bool Camera::tellsThatItIsBusy() {
+  if (!faults_.busy || !faults_.tellsBusy) return false;
+  awaitRelease();
+  // The daemon's words for a device that does not take its format.
+  connection_->tellConsumers(stream_->nodeId(), EBUSY,
+                             "error set output format: -16 (Device or resource busy)");
+  return true;
+}
+
+void Camera::awaitRelease() {
   // The first refusal tells how long: whoever asks again meanwhile does not prolong it.
   if (const auto busyFor = std::exchange(faults_.busyFor, std::nullopt))
     setTimer(releaseTimer_, *busyFor * kMillisecond, 0);
-  throw std::system_error(EBUSY, std::generic_category());
 }
 
 void Camera::release() {
@@ -234,7 +248,7 @@ void Camera::streamStateChanged(pw_stream_state state) {
 }
 
 void Camera::startRun() {
-  if (!format_) return;
+  if (!format_ || tellsThatItIsBusy()) return;
   ++runs_;
   runFrames_ = 0;
   runTime_ = 0;

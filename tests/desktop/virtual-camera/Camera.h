@@ -91,6 +91,8 @@ class Camera {
   void completeUnplug(int sequence);
   void loseDaemon();
   void refuseWhileBusy();
+  bool tellsThatItIsBusy();
+  void awaitRelease();
   void release();
   FrameLayout chooseFormat(const NegotiatedFormat& format);
   bool isOffered(const NegotiatedFormat& format) const;

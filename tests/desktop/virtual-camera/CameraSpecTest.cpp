@@ -69,6 +69,14 @@ TEST(CameraSpec, ReadsSeveralFaults) {
   EXPECT_TRUE(faults.busy);
 }
 
+TEST(CameraSpec, ReadsTheKindsOfBusyCameras) {
+  EXPECT_FALSE(parseCameraSpec("fault=busy:5").faults.tellsBusy);
+  const auto told = parseCameraSpec("fault=told-busy:5").faults;
+  EXPECT_TRUE(told.busy && told.tellsBusy);
+  EXPECT_EQ(told.busyFor, 5U);
+  EXPECT_EQ(parseCameraSpec("fault=told-busy").faults.busyFor, std::nullopt);
+}
+
 TEST(CameraSpec, ReadsFaultsOfFramesAndOfTheirBuffers) {
   const auto faults = parseCameraSpec(
                           "fault=damaged:4/5,fault=busy:3000,fault=suspend:20,fault=black:0-3,"

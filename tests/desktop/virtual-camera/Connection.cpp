@@ -19,6 +19,12 @@ Connection* self(void* data) {
   return static_cast<Connection*>(data);
 }
 
+std::optional<std::uint64_t> number(const spa_dict& properties, const char* key) {
+  const char* value = spa_dict_lookup(&properties, key);
+  if (value == nullptr) return std::nullopt;
+  return std::strtoull(value, nullptr, 10);
+}
+
 }  // namespace
 
 Connection::Connection(pw_loop* loop, Events events) : events_(std::move(events)) {
@@ -64,6 +70,19 @@ void Connection::suspendNode(std::uint32_t id) {
   pw_proxy_destroy(static_cast<pw_proxy*>(node));
 }
 
+void Connection::tellConsumers(std::uint32_t node, int code, const char* message) {
+  for (const auto& [id, link] : links_)
+    if (const auto client = clients_.find(link.input); link.output == node && client != clients_.end())
+      tellClient(client->second, link.input, code, message);
+}
+
+void Connection::tellClient(std::uint32_t client, std::uint32_t node, int code, const char* message) {
+  void* bound = pw_registry_bind(registry_.get(), client, PW_TYPE_INTERFACE_Client, PW_VERSION_CLIENT, 0);
+  if (bound == nullptr) return;
+  pw_client_error(static_cast<pw_client*>(bound), node, -code, message);
+  pw_proxy_destroy(static_cast<pw_proxy*>(bound));
+}
+
 std::optional<std::uint64_t> Connection::serial(std::uint32_t id) const {
   const auto found = serials_.find(id);
   if (found == serials_.end()) return std::nullopt;
@@ -82,14 +101,29 @@ void Connection::onError(void* data, std::uint32_t id, int /*sequence*/, int res
 
 void Connection::onGlobal(void* data, std::uint32_t id, std::uint32_t /*permissions*/, const char* type,
                           std::uint32_t /*version*/, const spa_dict* properties) noexcept {
-  if (std::string_view(type) != PW_TYPE_INTERFACE_Node || properties == nullptr) return;
-  const char* serial = spa_dict_lookup(properties, PW_KEY_OBJECT_SERIAL);
-  if (serial == nullptr) return;
-  self(data)->serials_[id] = std::strtoull(serial, nullptr, 10);
-  self(data)->events_.nodesChanged();
+  if (properties == nullptr) return;
+  if (std::string_view(type) == PW_TYPE_INTERFACE_Node) self(data)->addNode(id, *properties);
+  if (std::string_view(type) == PW_TYPE_INTERFACE_Link) self(data)->addLink(id, *properties);
+}
+
+void Connection::addNode(std::uint32_t id, const spa_dict& properties) {
+  if (const auto client = number(properties, PW_KEY_CLIENT_ID))
+    clients_[id] = static_cast<std::uint32_t>(*client);
+  const auto serial = number(properties, PW_KEY_OBJECT_SERIAL);
+  if (!serial) return;
+  serials_[id] = *serial;
+  events_.nodesChanged();
+}
+
+void Connection::addLink(std::uint32_t id, const spa_dict& properties) {
+  const auto output = number(properties, PW_KEY_LINK_OUTPUT_NODE);
+  const auto input = number(properties, PW_KEY_LINK_INPUT_NODE);
+  if (output && input) links_[id] = {static_cast<std::uint32_t>(*output), static_cast<std::uint32_t>(*input)};
 }
 
 void Connection::onGlobalRemove(void* data, std::uint32_t id) noexcept {
+  self(data)->links_.erase(id);
+  self(data)->clients_.erase(id);
   if (self(data)->serials_.erase(id) > 0) self(data)->events_.nodesChanged();
 }
 

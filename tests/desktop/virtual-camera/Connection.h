@@ -36,6 +36,10 @@ class Connection {
   /// Sends a node the command that a session manager sends to one that rests.
   void suspendNode(std::uint32_t id);
 
+  /// Tells every program that is linked to the node's output of a failure of its own node there, as session
+  /// managers do. `code` is an `errno`.
+  void tellConsumers(std::uint32_t node, int code, const char* message);
+
   /// `object.serial` of the node with this id, when the registry shows it.
   std::optional<std::uint64_t> serial(std::uint32_t id) const;
 
@@ -44,6 +48,9 @@ class Connection {
   static void onError(void* data, std::uint32_t id, int sequence, int result, const char* message) noexcept;
   static void onGlobal(void* data, std::uint32_t id, std::uint32_t permissions, const char* type,
                        std::uint32_t version, const spa_dict* properties) noexcept;
+  void addNode(std::uint32_t id, const spa_dict& properties);
+  void addLink(std::uint32_t id, const spa_dict& properties);
+  void tellClient(std::uint32_t client, std::uint32_t node, int code, const char* message);
   static void onGlobalRemove(void* data, std::uint32_t id) noexcept;
 
   struct ContextDeleter {
@@ -63,6 +70,12 @@ class Connection {
   spa_hook coreHook_{};
   spa_hook registryHook_{};
   std::map<std::uint32_t, std::uint64_t> serials_;
+  std::map<std::uint32_t, std::uint32_t> clients_;  ///< of nodes
+  struct Link {
+    std::uint32_t output;
+    std::uint32_t input;
+  };
+  std::map<std::uint32_t, Link> links_;  ///< between nodes
 };
 
 }  // namespace virtual_camera

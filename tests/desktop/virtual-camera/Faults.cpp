@@ -48,6 +48,11 @@ void setBusy(Faults& faults, const std::string& when) {
   if (!when.empty()) faults.busyFor = parseFrame(when);
 }
 
+void setToldBusy(Faults& faults, const std::string& when) {
+  setBusy(faults, when);
+  faults.tellsBusy = true;
+}
+
 const std::map<std::string, Setter, std::less<>>& setters() {
   static const std::map<std::string, Setter, std::less<>> table{
       {"stall", after(&Faults::stall)},
@@ -66,6 +71,7 @@ const std::map<std::string, Setter, std::less<>>& setters() {
       {"without-memory", always(&Faults::withoutMemory)},
       {"damaged", [](Faults& faults, const std::string& share) { faults.damaged = parseShare(share); }},
       {"busy", setBusy},
+      {"told-busy", setToldBusy},
   };
   return table;
 }

@@ -46,6 +46,7 @@ struct Faults {
   bool negativeStride = false;           ///< the stride is told as a negative number
   bool withoutMemory = false;            ///< the first user gets buffers that have no memory
   bool busy = false;                     ///< refuses every format with EBUSY
+  bool tellsBusy = false;                ///< refuses the start instead, and has the program told
   std::optional<std::uint64_t>
       busyFor;  ///< milliseconds from the first refusal until it is free, and plugged again
 
