@@ -76,6 +76,18 @@ class Delivery(CameraTest):
         self.assertEqual(desktop.state(1)["total-frames"], "0")
         self.assert_refused(reader)
 
+    def test_users_that_are_killed_take_no_buffers_with_them(self):
+        desktop = self.desktop("name=a")
+        for _ in range(20):
+            reader = self.reader(desktop, "a", MODE, "1000000")
+            self.assertIn("frame", read_line(reader))
+            reader.send_signal(signal.SIGSTOP)
+            come = int(desktop.state()["run-frames"])
+            desktop.control("camera", "1", "wait-frames", str(come + 2))  # are in its hands
+            reader.kill()
+            desktop.control("camera", "1", "wait-idle")
+        self.assertEqual(desktop.read_frames("a", MODE, "3")[0], COMPLETE)
+
     def test_each_use_is_a_run_of_its_own(self):
         desktop = self.desktop("name=a")
         for run in (1, 2):

@@ -263,7 +263,7 @@ void Camera::startRun() {
 void Camera::endRun() {
   change(State::kIdle);
   // PipeWire keeps a camera's buffers for its next user, until the node is suspended.
-  if (stream_->giveMemory()) connection_->suspendNode(stream_->nodeId());
+  if (stream_->giveMemory() || stream_->lacksBuffers()) connection_->suspendNode(stream_->nodeId());
 }
 
 void Camera::setTimer(const Source& timer, std::uint64_t firstNanoseconds,

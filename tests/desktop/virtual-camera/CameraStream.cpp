@@ -69,6 +69,12 @@ std::int64_t monotonicNanoseconds() {
   return std::chrono::duration_cast<nanoseconds>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
+bool isBusy(const pw_buffer* buffer) {
+  const auto* busy = static_cast<const spa_meta_busy*>(
+      spa_buffer_find_meta_data(buffer->buffer, SPA_META_Busy, sizeof(spa_meta_busy)));
+  return busy != nullptr && busy->count > 0;
+}
+
 }  // namespace
 
 CameraStream::CameraStream(pw_core* core, const CameraSpec& spec, std::optional<std::uint32_t> device,
@@ -109,6 +115,11 @@ void CameraStream::offer(const std::vector<Mode>& modes) {
   pw_stream_update_params(stream_.get(), pods.data(), pods.size());
 }
 
+bool CameraStream::lacksBuffers() const {
+  const auto busy = std::count_if(buffers_.begin(), buffers_.end(), isBusy);
+  return 2 * static_cast<std::size_t>(busy) > buffers_.size();
+}
+
 void CameraStream::fail(int code, const char* message) {
   due_ = false;
   pw_stream_set_error(stream_.get(), -code, "%s", message);
@@ -146,6 +157,7 @@ void CameraStream::acceptFormat(const spa_pod* param) {
 
 void CameraStream::onAddBuffer(void* data, pw_buffer* buffer) noexcept {
   auto* stream = self(data);
+  stream->buffers_.insert(buffer);
   if (!allocates(stream->spec_) || stream->withoutMemory_) return;
   try {
     stream->memory_[buffer] = std::make_unique<BufferMemory>(*buffer->buffer, stream->layout_, stream->spec_);
@@ -155,6 +167,7 @@ void CameraStream::onAddBuffer(void* data, pw_buffer* buffer) noexcept {
 }
 
 void CameraStream::onRemoveBuffer(void* data, pw_buffer* buffer) noexcept {
+  self(data)->buffers_.erase(buffer);
   self(data)->memory_.erase(buffer);
 }
 

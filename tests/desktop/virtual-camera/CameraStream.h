@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <span>
 #include <utility>
 #include <vector>
@@ -60,6 +61,10 @@ class CameraStream {
   /// Buffers that come from now on have memory. Returns whether they had none.
   bool giveMemory() { return std::exchange(withoutMemory_, false); }
 
+  /// Whether most of the buffers are marked as busy. Without a user, those are marked still that killed ones
+  /// had: PipeWire (0.3.65) gives them to nobody until the node is suspended.
+  bool lacksBuffers() const;
+
   /// SPA_ID_INVALID until the registry knows the node.
   std::uint32_t nodeId() const { return pw_stream_get_node_id(stream_.get()); }
 
@@ -84,6 +89,7 @@ class CameraStream {
   const CameraSpec& spec_;
   Events events_;
   std::map<pw_buffer*, std::unique_ptr<BufferMemory>> memory_;  ///< of buffers that the camera allocates
+  std::set<const pw_buffer*> buffers_;
   std::unique_ptr<pw_stream, StreamDeleter> stream_;
   spa_hook hook_{};
   FrameLayout layout_;
