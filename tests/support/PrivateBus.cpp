@@ -7,6 +7,7 @@
 #include <fstream>
 #include <poll.h>
 #include <stdexcept>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -66,7 +67,9 @@ void PrivateBus::start(char** environment) {
   int output = -1;
   platform_linux::GErrorHandle error;
   constexpr auto kFlags = static_cast<GSpawnFlags>(G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_STDERR_TO_DEV_NULL);
-  if (!g_spawn_async_with_pipes(nullptr, const_cast<char**>(command.data()), environment, kFlags, nullptr,
+  // It ends with the test, also when that is killed.
+  const auto followTest = [](gpointer) { ::prctl(PR_SET_PDEATHSIG, SIGKILL); };
+  if (!g_spawn_async_with_pipes(nullptr, const_cast<char**>(command.data()), environment, kFlags, followTest,
                                 nullptr, &process_, nullptr, &output, nullptr, error.out()))
     throw std::runtime_error(error.message());
   pollfd ready{output, POLLIN, 0};

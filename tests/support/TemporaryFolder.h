@@ -4,9 +4,12 @@
 #include <string>
 #include <vector>
 
+#include "platform/linux/base/FileDescriptor.h"
+
 namespace test_support {
 
-/// A folder of a test's own, removed with everything in it. Throws std::system_error when it cannot be made.
+/// A folder of a test's own, removed with everything in it; by the next test when this one is killed. Throws
+/// std::system_error when it cannot be made.
 class TemporaryFolder {
  public:
   TemporaryFolder();
@@ -20,6 +23,9 @@ class TemporaryFolder {
   std::vector<std::string> names() const;
 
  private:
+  platform_linux::FileDescriptor lock_;
+  /// Around `path_`, so that tests may lock that.
+  std::filesystem::path outer_;
   std::filesystem::path path_;
 };
 
