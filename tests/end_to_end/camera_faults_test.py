@@ -1,7 +1,10 @@
 #!/usr/bin/python3
 """Cameras that are missing, go away, fall silent, or send what is no picture."""
 
+import os
+import subprocess
 import unittest
+from pathlib import Path
 
 import pixels
 from saves import LARGE, Save
@@ -10,6 +13,13 @@ from waiting import wait_until
 
 SMALL = "name=desk,title=Desk camera,modes=MJPG:640x480@30"
 LATE = SMALL + ",start-delay=60000"  # no frame before a test has done its part
+
+
+def write_jpeg_of_twelve_bits(path):
+    """The header of a JPEG says so, in front of its samples' usual eight (ITU-T T.81, B.2.2)."""
+    usual = subprocess.run(["cjpeg"], input=b"P5 320 240 255\n" + bytes(320 * 240), capture_output=True, check=True).stdout
+    precision = usual.index(b"\xff\xc0") + 4
+    path.write_bytes(usual[:precision] + b"\x0c" + usual[precision + 1:])
 
 
 class CameraFaults(ToolTest):
@@ -80,6 +90,15 @@ class CameraFaults(ToolTest):
         tool = Tool()
         self.assertEqual(tool.run(), 0, tool.log())
         self.assertGreater(pixels.decode_png(self.assert_one_photo(tool)).at(0.97, 0.5)[0], 180)
+
+    @in_desktop()
+    def test_the_log_says_why_pictures_of_twelve_bits_are_none(self):
+        picture = Path(os.environ["HOME"]) / "deep.jpg"
+        write_jpeg_of_twelve_bits(picture)
+        control("add-camera", f"name=deep,title=Deep camera,picture={picture}")
+        tool = Tool().start()
+        self.assert_failed_shot(tool)
+        self.assertIn("Unsupported JPEG data precision 12", tool.log())
 
     @in_desktop(SMALL + ",fault=empty:0")
     def test_a_camera_that_sends_only_empty_frames(self):
