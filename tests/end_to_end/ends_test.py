@@ -75,12 +75,13 @@ class PhotoOnItsWay(ToolTest):
 class Preview:
     """A shot from the window whose display goes."""
 
-    def check_lost_display(self, call):
+    def check_lost_display(self, call, *, end_the_rest=lambda: None):
         with HeldCall(call) as held:
             tool = self.open_preview(environment=held.environment)
             control("camera", "1", "wait-frames", "45")
             self.windows.key("space")
             held.wait()
+            end_the_rest()
             self.end_display()
             tool.wait_for_event("Quit")
             held.release()
@@ -96,6 +97,14 @@ class Preview:
     @in_windowed_desktop(WIDE)
     def test_the_display_goes_while_the_file_is_written(self):
         self.check_lost_display(SAVING)
+
+    @in_windowed_desktop(WIDE)
+    def test_bus_and_cameras_go_before_the_display(self):
+        def end_the_rest():
+            control("pipewire", "kill")
+            os.kill(int(os.environ["DBUS_DAEMON_PID"]), signal.SIGKILL)
+
+        self.check_lost_display(SAVING, end_the_rest=end_the_rest)
 
     @in_windowed_desktop(WIDE)
     def test_asked_to_end_before_the_display_goes(self):
