@@ -195,6 +195,15 @@ TEST(SilentCamera, StopsPollingOnceTheTakerIsBuiltBeforeTheShot) {
   EXPECT_EQ(tool.controller().count(), 0);
 }
 
+TEST(SilentCamera, StaysTheOneWhenAnotherComesBeforeTheShot) {
+  ToolFixture tool{{.showPreview = false}};
+  tool.launch();
+  tool.plug("Second camera");
+  EXPECT_THAT(tool.journal.of("notify"), ElementsAre());
+  tool.loop.advance(1s);
+  EXPECT_GT(tool.avFoundation.output().pending(), 0);
+}
+
 TEST(SilentCamera, WithoutOneSaysSoAndQuitsASecondLater) {
   ToolFixture tool{{.showPreview = false, .cameras = {}}};
   tool.launch();
