@@ -29,7 +29,7 @@ from guest.machine import Machine  # noqa: E402
 SCENE = HERE / "scenes/power_cut_scene.py"
 DISK_BYTES = 160 << 20  # btrfs wants 109 MiB at least
 MAKE = {"ext4": ("mke2fs", "-q", "-F", "-t", "ext4"), "btrfs": ("mkfs.btrfs", "-q"), "vfat": ("mkfs.vfat",)}
-BOUND = 240  # seconds that a boot and a run may take on a busy machine
+BOUND = 600  # seconds that a boot and a run may take on a busy machine
 AFTER_START = 1.5  # seconds: about what a shot takes in the emulator
 AFTER_STOP = 0.3
 

@@ -22,7 +22,7 @@ from tool import Tool
 from waiting import wait_until
 
 FAILURE = "Error while capture"
-BOUND = 120  # seconds that a run may take on a busy machine
+BOUND = 300  # seconds that a run may take on a busy machine
 
 
 def mount(file_system):
