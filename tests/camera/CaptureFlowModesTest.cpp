@@ -11,6 +11,7 @@ namespace {
 
 using platform_linux::Camera;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using namespace std::chrono_literals;
 
 using CaptureFlowModes = CaptureFlowTest;
@@ -40,6 +41,28 @@ TEST_F(CaptureFlowModes, OfACameraThatRefusesItsBestModesTheNextBestIsTriedAtOnc
     flow_->stop();
     loop_->run();
   }
+}
+
+TEST_F(CaptureFlowModes, OfACameraWhoseLargestPicturesAreOfNoUseTheNextBestIsTried) {
+  source_->show({withThreeModes()});
+  source_->usablePixels = 640 * 480;
+  start();
+  flow_->requestStill(
+      [this](const auto& still, int) { outcomes_.push_back(still.frame ? still.frame->width : 0); });
+  for (int i = 0; i < 100; ++i)
+    frame();
+  EXPECT_THAT(outcomes_, ElementsAre(640));
+  EXPECT_EQ(source_->opened, 3);
+  EXPECT_THAT(journal_.of("log"), ElementsAre(HasSubstr("Desk camera: no picture of 1920x1080 can be used"),
+                                              HasSubstr("Desk camera: no picture of 1280x720 can be used")));
+}
+
+TEST_F(CaptureFlowModes, ACameraOfOneModeIsNotStartedAnewForPicturesOfNoUse) {
+  source_->usablePixels = 0;
+  start();
+  for (int i = 0; i < 100; ++i)
+    frame();
+  EXPECT_EQ(source_->opened, 1);
 }
 
 TEST_F(CaptureFlowModes, ABusyCameraAndOneThatFailsLaterKeepTheirBestMode) {

@@ -29,6 +29,15 @@ TEST(ExposureTrend, MovesWhileTheCameraOpensUpSlowly) {
   EXPECT_FALSE(trendOf(60, 500ms).hasSettled());
 }
 
+TEST(ExposureTrend, HasNotBegunWhileNothingIsToBeSeen) {
+  ExposureTrend trend;
+  for (auto at = 0ms; at <= 500ms; at += 33ms)
+    trend.add(ExposureTrend::Time{} + at, {.isBlank = true});
+  EXPECT_FALSE(trend.hasSettled());
+  trend.add(ExposureTrend::Time{} + 533ms, {});
+  EXPECT_TRUE(trend.hasSettled());
+}
+
 TEST(ExposureTrend, IsNotKnownFromFramesOfOneMoment) {
   EXPECT_FALSE(trendOf(60, 40ms).hasSettled());
   EXPECT_FALSE(trendOf(0, 40ms).hasSettled());

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <set>
@@ -63,6 +64,8 @@ class FakeFrameSource final : public platform_linux::FrameSource {
   std::set<std::string> busy;
   /// How many pixels the modes have that are granted all the same.
   std::uint32_t grantedPixels = 0;
+  /// Pictures of modes with more are of no use.
+  std::uint32_t usablePixels = std::numeric_limits<std::uint32_t>::max();
   int opened = 0;  ///< how many streams were asked for
   bool isStopped = false;
 

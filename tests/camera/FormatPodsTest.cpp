@@ -108,14 +108,19 @@ TEST(ModesOfFormat, OfJpegNeedNoSizeWhichEachFrameTells) {
               ElementsAre(CameraMode{MJPG, 0, 0, FrameRate{}}));
 }
 
-TEST(ModesOfFormat, LeaveOutUpperEndsThatMeanAnything) {
+class UpperEnd : public testing::TestWithParam<std::uint32_t> {};
+
+// The second is the driver's of loopbacks.
+INSTANTIATE_TEST_SUITE_P(ModesOfFormat, UpperEnd, testing::Values(32767, 8192));
+
+TEST_P(UpperEnd, ThatMeansAnythingIsNoMode) {
   FormatBuilder format(SPA_MEDIA_SUBTYPE_mjpg);
   format
       .choice(SPA_FORMAT_VIDEO_size, SPA_CHOICE_Range,
               [](auto* builder) {
                 spa_pod_builder_rectangle(builder, 320, 240);
                 spa_pod_builder_rectangle(builder, 1, 1);
-                spa_pod_builder_rectangle(builder, 32767, 32767);
+                spa_pod_builder_rectangle(builder, GetParam(), GetParam());
               })
       .choice(SPA_FORMAT_VIDEO_framerate, SPA_CHOICE_Range, [](auto* builder) {
         spa_pod_builder_fraction(builder, 25, 1);

@@ -114,7 +114,7 @@ class Raw(FieldTest):
         name, width, height = "NV12", 160, 120
         words = ("memory=memfd", "memory=memptr", "memory=dmabuf", "memory=dmabuf,lead=64", "blocks=each", "blocks=shared",
                  "blocks=shared,memory=dmabuf,lead=4096", "blocks=each,memory=dmabuf", "lead=128", "fault=no-stride",
-                 "memory=dmabuf,fault=without-memory")
+                 "memory=dmabuf,fault=without-memory", "buffers=1", "buffers=20")
         cameras = [(f"modes={name}:{width}x{height}@30,noise=8,{each}", raw(name, width, height)) for each in words]
         cameras += [("modes=I420:160x120@30,blocks=shared", raw("I420", 160, 120)),
                     ("modes=YV12:160x120@30,blocks=each,padding=32", raw("YV12", 160, 120, padding=32)),

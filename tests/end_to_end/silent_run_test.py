@@ -116,6 +116,18 @@ class Pixels(ToolTest):
         tool.run()
         self.assertGreater(pixels.decode_png(self.assert_one_photo(tool)).at(0.97, 0.5)[0], 180)
 
+    @in_desktop("name=desk,modes=MJPG:640x480@30,fault=black:0-50")
+    def test_the_photo_waits_for_a_picture_with_something_in_it(self):
+        tool = Tool()
+        tool.run()
+        self.assertGreater(pixels.decode_png(self.assert_one_photo(tool)).at(0.97, 0.5)[0], 180)
+
+    @in_desktop("name=desk,modes=MJPG:640x480@30,fault=black:0")
+    def test_a_covered_lens_gives_a_black_photo(self):
+        tool = Tool()
+        tool.run()
+        self.assertLess(max(pixels.decode_png(self.assert_one_photo(tool)).at(0.5, 0.5)), 20)
+
     @in_desktop(HD)
     def test_the_file_says_when_the_photo_was_taken_and_that_it_is_srgb(self):
         tool = Tool()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <compare>
 #include <cstdint>
 #include <optional>
@@ -31,6 +32,13 @@ struct CameraMode {
   [[nodiscard]] bool saysSize() const { return width != 0 && height != 0; }
   bool operator==(const CameraMode&) const = default;
 };
+
+/// Whether the upper end of a range of sizes is a program's or a driver's "anything", not a sensor's. That of
+/// v4l2loopback is 8192x8192.
+[[nodiscard]] constexpr bool meansAnySize(std::uint32_t width, std::uint32_t height) {
+  constexpr std::uint32_t kLargestSide = 8192;
+  return std::max(width, height) > kLargestSide || std::min(width, height) == kLargestSide;
+}
 
 /// Whether its pictures have no colour.
 [[nodiscard]] bool isGrey(const CameraMode& mode);

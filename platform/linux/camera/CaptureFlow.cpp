@@ -7,6 +7,10 @@
 namespace platform_linux {
 namespace {
 
+/// When so many pictures of a mode have come and none was of use, another mode is tried: some cameras,
+/// drivers and hubs bring only cut ones of their largest. A second's at least, for streams that begin badly.
+constexpr int kUselessPictures = 30;
+
 // Some state less once they run, or more: what one of the two leaves open is no difference.
 bool isOffered(const CameraMode& mode, const std::vector<CameraMode>& modes) {
   return std::any_of(modes.begin(), modes.end(), [&](const CameraMode& each) {
@@ -111,6 +115,7 @@ void CaptureFlow::openStream() {
   stills_->restart();
   seenBySilence_ = arrived_;
   arrivedBefore_ = arrived_;
+  unusable_ = 0;
   mode_ = *mode;
   stream_ = service_->open(*camera, mode_, *this);
   silence_->startOnce(kCameraSilence);
@@ -198,6 +203,14 @@ void CaptureFlow::frameArrived(const FrameBuffer& picture) {
   if (forStills) stills_->examine(frame, purpose);
   for (const auto& weakFeed : feeds_)
     if (const auto feed = weakFeed.lock()) feed->publish(frame);
+}
+
+void CaptureFlow::frameUnusable() {
+  if (arrived_ != arrivedBefore_ || ++unusable_ != kUselessPictures || !modes_.hasAnother()) return;
+  const auto camera = chosenCamera();
+  service_->note((camera ? camera->localizedName : "") + ": no picture of " + std::to_string(mode_.width) +
+                 "x" + std::to_string(mode_.height) + " can be used, the next best mode is tried");
+  streamEnded(EINVAL);
 }
 
 void CaptureFlow::streamEnded(int error) {

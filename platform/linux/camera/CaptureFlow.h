@@ -82,6 +82,7 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   void post(void (CaptureFlow::*task)());
 
   void frameArrived(const FrameBuffer& picture) override;
+  void frameUnusable() override;
   void streamEnded(int error) override;
 
   const std::shared_ptr<CaptureService> service_;
@@ -104,6 +105,7 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   std::uint64_t sequence_ = 0;
   std::uint64_t arrivedBefore_ = 0;  // how many pictures when this stream was opened
   std::uint64_t seenBySilence_ = 0;  // how many pictures had arrived when the silence was last looked at
+  int unusable_ = 0;                 // how many pictures of this stream could not be used
   bool isStarted_ = false;
   int hopeless_ = 0;  // why this camera can never bring a frame; 0 when it can
 };

@@ -18,6 +18,22 @@ constexpr double kShare = 0.03;
 /// The picture is decoded at about this size; small enough to cost little, large enough to average well.
 constexpr picture::PixelSize kMeasured{64, 48};
 
+/// A covered sensor's noise reaches further, even averaged.
+constexpr int kFlatLevels = 2;
+
+struct Channel {
+  std::uint64_t sum = 0;
+  std::uint8_t least = 255;
+  std::uint8_t most = 0;
+
+  void add(std::uint8_t value) {
+    sum += value;
+    least = std::min(least, value);
+    most = std::max(most, value);
+  }
+  [[nodiscard]] bool isFlat() const { return most - least <= kFlatLevels; }
+};
+
 // Whether two means differ by less than that; `part` of it for frames that are closer than the window.
 bool isNear(double a, double b, double part) {
   return std::abs(a - b) <= part * std::max(kLevels, kShare * std::max(a, b));
@@ -29,18 +45,18 @@ std::optional<Exposure> exposureOf(const picture::Frame& frame) {
   picture::PixelBufferPool pool;
   const auto decoded = picture::decodeForView(frame, {.view = kMeasured}, pool);
   if (!decoded || decoded->pixels->size() < 4) return {};
-  std::uint64_t red = 0;
-  std::uint64_t green = 0;
-  std::uint64_t blue = 0;
+  Channel red;
+  Channel green;
+  Channel blue;
   const auto& bytes = *decoded->pixels;
   for (std::size_t i = 0; i + 3 < bytes.size(); i += 4) {
-    blue += bytes[i];
-    green += bytes[i + 1];
-    red += bytes[i + 2];
+    blue.add(bytes[i]);
+    green.add(bytes[i + 1]);
+    red.add(bytes[i + 2]);
   }
   const auto pixels = static_cast<double>(bytes.size() / 4);
-  return Exposure{static_cast<double>(red) / pixels, static_cast<double>(green) / pixels,
-                  static_cast<double>(blue) / pixels};
+  return Exposure{static_cast<double>(red.sum) / pixels, static_cast<double>(green.sum) / pixels,
+                  static_cast<double>(blue.sum) / pixels, red.isFlat() && green.isFlat() && blue.isFlat()};
 }
 
 void ExposureTrend::add(Time time, const Exposure& exposure) {
@@ -56,6 +72,7 @@ bool ExposureTrend::hasSettled() const {
   if (part < 1 && samples_.size() < kFewestSamples) return false;
   const Exposure& before = samples_.front().exposure;
   const Exposure& now = samples_.back().exposure;
+  if (now.isBlank) return false;
   return isNear(before.red, now.red, part) && isNear(before.green, now.green, part) &&
          isNear(before.blue, now.blue, part);
 }

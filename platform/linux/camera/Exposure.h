@@ -13,6 +13,7 @@ struct Exposure {
   double red = 0;
   double green = 0;
   double blue = 0;
+  bool isBlank = false;  ///< nothing is to be seen: one colour everywhere
 };
 
 /// Measured on a small decode. Nothing when the frame is no whole picture. Thread-safe.
@@ -20,7 +21,8 @@ struct Exposure {
 
 /// Whether brightness and white balance still move from frame to frame. Compares over a tenth of a second:
 /// long enough for cameras that adjust at every third frame only, short enough that a settled one is seen to
-/// be.
+/// be. While nothing is to be seen, they have not begun: cameras and drivers send black or green until the
+/// sensor runs.
 class ExposureTrend {
  public:
   using Time = std::chrono::steady_clock::time_point;

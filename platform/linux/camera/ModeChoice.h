@@ -15,6 +15,8 @@ class ModeChoice {
  public:
   /// Nothing when the camera has no mode that can be used.
   [[nodiscard]] std::optional<CameraMode> best(const Camera& camera);
+  /// Whether there is one to try besides the one that was answered last.
+  [[nodiscard]] bool hasAnother() const { return !areAllRefused_ && left_.size() > 1; }
   /// The camera brought no picture in the mode that was answered last, because of `error`, an `errno`. True
   /// when there is another mode to try at once: not any more when all have been refused, after which the best
   /// is the first again.

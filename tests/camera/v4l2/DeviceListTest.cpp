@@ -106,10 +106,13 @@ TEST_F(DeviceList, OfRangesTheUpperEndsCountAndWhatTheDeviceIsSetTo) {
 }
 
 TEST_F(DeviceList, AnUpperEndThatMeansAnythingIsNoMode) {
-  plug(0)->formats = {
-      {.sizes = {{640, 480}, {65535, 65535}}, .intervals = {{1, 1000}, {1, 1}}, .isRange = true}};
+  for (const std::uint32_t side : {65535, 8192})
+    plug(static_cast<int>(side))->formats = {
+        {.sizes = {{640, 480}, {side, side}}, .intervals = {{1, 1000}, {1, 1}}, .isRange = true}};
   start();
-  EXPECT_THAT(cameras().at(0).modes, ElementsAre(CameraMode{PixelFormat::YUY2, 640, 480, {0, 1}}));
+  for (const auto& camera : cameras())
+    EXPECT_THAT(camera.modes, ElementsAre(CameraMode{PixelFormat::YUY2, 640, 480, {0, 1}}));
+  EXPECT_EQ(cameras().size(), 2U);
 }
 
 TEST_F(DeviceList, ADriverThatListsNeitherSizesNorRatesHasTheModeToWhichItIsSet) {

@@ -144,6 +144,7 @@ const Table& deliveryKeys() {
          spec.blocks = choose<Blocks>(
              value, {{"one", Blocks::kOne}, {"each", Blocks::kEach}, {"shared", Blocks::kShared}});
        }},
+      {"buffers", [](Spec& spec, Value value) { spec.buffers = parseNumber(value, 1, 64); }},
       {"start-delay", milliseconds(&Spec::startDelay)},
       {"drop", [](Spec& spec,
                   Value value) { spec.drop = parseNumber<std::uint64_t>(value, 2, FrameRange::kForever); }},

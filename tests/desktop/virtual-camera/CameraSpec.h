@@ -54,7 +54,8 @@ struct CameraSpec {
   std::size_t padding = 0;  ///< bytes at the end of each row of raw pictures
   Memory memory = Memory::kAny;
   Blocks blocks = Blocks::kOne;
-  std::size_t lead = 0;  ///< bytes in a block before its picture
+  std::optional<int> buffers;  ///< exactly so many, whoever asks
+  std::size_t lead = 0;        ///< bytes in a block before its picture
   Transform transform = Transform::kNone;
   bool transformStated = false;
   std::uint64_t warmup = 0;      ///< dark frames at the start of each run

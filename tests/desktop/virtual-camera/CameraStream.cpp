@@ -148,8 +148,8 @@ void CameraStream::acceptFormat(const spa_pod* param) {
   const bool inBlocks = spec_.blocks != Blocks::kOne;
   PodList answers;
   answers.addBuffers({dataTypes(spec_.memory), inBlocks ? layout_.planes.size() : 1,
-                      spec_.lead + (inBlocks ? layout_.planes.front().size : layout_.size),
-                      layout_.stride()});
+                      spec_.lead + (inBlocks ? layout_.planes.front().size : layout_.size), layout_.stride(),
+                      spec_.buffers});
   answers.addMeta(SPA_META_Header, sizeof(spa_meta_header));
   if (spec_.transformStated) answers.addMeta(SPA_META_VideoTransform, sizeof(spa_meta_videotransform));
   pw_stream_update_params(stream_.get(), answers.data(), answers.size());

@@ -156,7 +156,9 @@ void PodList::addBuffers(const BufferRequest& request) {
   auto& pod = builder.builder;
   spa_pod_frame object{};
   spa_pod_builder_push_object(&pod, &object, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers);
-  spa_pod_builder_add(&pod, SPA_PARAM_BUFFERS_buffers, SPA_POD_CHOICE_RANGE_Int(8, 2, 16),
+  spa_pod_builder_add(&pod, SPA_PARAM_BUFFERS_buffers,
+                      SPA_POD_CHOICE_RANGE_Int(request.count.value_or(8), request.count.value_or(2),
+                                               request.count.value_or(16)),
                       SPA_PARAM_BUFFERS_dataType, SPA_POD_CHOICE_FLAGS_Int(static_cast<int>(request.types)),
                       0);
   if (request.blocks > 0)

@@ -23,10 +23,11 @@ struct NegotiatedFormat {
 
 /// The buffers that one side wants.
 struct BufferRequest {
-  std::uint32_t types = 0;  ///< one bit for each `enum spa_data_type` that will do
-  std::size_t blocks = 0;   ///< 0: as many as the other side has, of its size and stride
-  std::size_t size = 0;     ///< of a block, bytes
-  std::size_t stride = 0;   ///< of the first block
+  std::uint32_t types = 0;        ///< one bit for each `enum spa_data_type` that will do
+  std::size_t blocks = 0;         ///< 0: as many as the other side has, of its size and stride
+  std::size_t size = 0;           ///< of a block, bytes
+  std::size_t stride = 0;         ///< of the first block
+  std::optional<int> count = {};  ///< exactly so many buffers; without it 2 to 16
 };
 
 /// Parameters of a PipeWire stream, with the memory that they lie in.

@@ -15,8 +15,7 @@
 namespace platform_linux {
 namespace {
 
-/// Upper ends of ranges beyond these are a program's "anything", not a sensor's.
-constexpr std::uint32_t kLargestSide = 8192;
+/// Upper ends of ranges beyond this are a program's "anything", not a sensor's.
 constexpr FrameRate kFastestRate{120, 1};
 
 // BGR15 and BGR16 are left out: the daemon's own V4L2 source calls by these names what is RGB of big-endian
@@ -139,7 +138,7 @@ std::vector<spa_rectangle> sizesOf(const spa_pod* pod, picture::PixelFormat form
   if (choice.isRange) {
     sizes.resize(1);
     const spa_rectangle largest = largestOf(choice);
-    if (largest.width <= kLargestSide && largest.height <= kLargestSide) sizes.push_back(largest);
+    if (!meansAnySize(largest.width, largest.height)) sizes.push_back(largest);
   }
   std::erase_if(sizes, [](const spa_rectangle& size) { return size.width == 0 || size.height == 0; });
   return sizes;

@@ -21,10 +21,11 @@ namespace {
 constexpr std::size_t kParameterBytes = 1024;
 
 /// How many buffers are asked for: enough that a late turn of the loop costs no frame, few enough that a 4K
-/// camera need not lay out tens of megabytes.
+/// camera need not lay out tens of megabytes. A camera may insist on any other number: decoders have been
+/// seen that need more than eight.
 constexpr int kBuffers = 4;
-constexpr int kFewestBuffers = 2;
-constexpr int kMostBuffers = 8;
+constexpr int kFewestBuffers = 1;
+constexpr int kMostBuffers = 64;
 
 /// What keeps session managers from giving the stream another camera than the chosen one: when it cannot be
 /// linked, and when somebody changes the default. (WirePlumber's manual, "Linking Policy"; libpipewire has no
@@ -164,7 +165,10 @@ void PipeWireStream::examine(const spa_buffer& buffer) {
   const SpaBlocks blocks(buffer);
   FrameFormat format = *format_;
   format.transform = transformOf(buffer);
-  if (const auto picture = FrameBuffer::pictureIn(blocks.blocks(), format)) client_.frameArrived(*picture);
+  if (const auto picture = FrameBuffer::pictureIn(blocks.blocks(), format))
+    client_.frameArrived(*picture);
+  else
+    client_.frameUnusable();
 }
 
 void PipeWireStream::end(int error) {

@@ -11,8 +11,7 @@
 namespace platform_linux {
 namespace {
 
-/// Upper ends of ranges beyond these are a program's "anything", not a sensor's.
-constexpr std::uint32_t kLargestSide = 8192;
+/// Upper ends of ranges beyond this are a program's "anything", not a sensor's.
 constexpr FrameRate kFastestRate{120, 1};
 /// No camera has more of a kind; a driver that always has one more is not followed.
 constexpr std::uint32_t kMostEntries = 256;
@@ -62,7 +61,7 @@ std::vector<Size> readSizes(DeviceFile& device, std::uint32_t type, std::uint32_
       continue;
     }
     const Size largest{entry.stepwise.max_width, entry.stepwise.max_height};
-    if (largest.width <= kLargestSide && largest.height <= kLargestSide) sizes.push_back(largest);
+    if (!meansAnySize(largest.width, largest.height)) sizes.push_back(largest);
     sizes.push_back(currentSize(device, type, code));
     return sizes;
   }

@@ -71,14 +71,18 @@ void DeviceStream::takePictures() {
       if (error != EAGAIN) end(error);
       return;
     }
-    if (picture.isUsable) show(picture);
+    show(picture);
     if (const int error = buffers_->giveBack(picture.index)) return end(error);
   }
 }
 
 void DeviceStream::show(const DeviceBuffers::Picture& picture) {
-  if (const auto frame = FrameBuffer::pictureIn(picture.blocks(), format_.frame))
+  const auto frame =
+      picture.isUsable ? FrameBuffer::pictureIn(picture.blocks(), format_.frame) : std::nullopt;
+  if (frame)
     client_.frameArrived(*frame);
+  else
+    client_.frameUnusable();
 }
 
 void DeviceStream::end(int error) {
