@@ -117,6 +117,17 @@ TEST_F(CaptureFlowTest, ADeviceThatStallsIsStartedAgainWhenItHasBeenSilentForLon
   EXPECT_GE(source_->opened, 2);
 }
 
+TEST_F(CaptureFlowTest, ADeviceThatHasNotBegunIsGivenLongerAtEachStart) {
+  start();
+  loop_->advance(6s);
+  EXPECT_EQ(source_->opened, 2);
+  loop_->advance(8s);
+  frame();
+  EXPECT_EQ(source_->opened, 2) << "it needs eight seconds";
+  loop_->advance(8s);
+  EXPECT_EQ(source_->opened, 3) << "once it has begun, five seconds of silence are long again";
+}
+
 TEST_F(CaptureFlowTest, APreviewShowsNothingOldOfAStreamThatEnded) {
   const auto feed = std::make_shared<FrameFeed>();
   int shown = 0;

@@ -11,6 +11,9 @@ namespace {
 /// drivers and hubs bring only cut ones of their largest. A second's at least, for streams that begin badly.
 constexpr int kUselessPictures = 30;
 
+/// How long a camera that has not begun is left alone, at most, before it is started again.
+constexpr std::chrono::seconds kLongestPatience{40};
+
 // Some state less once they run, or more: what one of the two leaves open is no difference.
 bool isOffered(const CameraMode& mode, const std::vector<CameraMode>& modes) {
   return std::any_of(modes.begin(), modes.end(), [&](const CameraMode& each) {
@@ -73,6 +76,7 @@ void CaptureFlow::startNow() {
     return;
   }
   sequence_ = 0;
+  patience_ = kCameraSilence;
   pace_.reset();
   endFeeds(0);
   service_->add(shared_from_this());
@@ -118,7 +122,7 @@ void CaptureFlow::openStream() {
   unusable_ = 0;
   mode_ = *mode;
   stream_ = service_->open(*camera, mode_, *this);
-  silence_->startOnce(kCameraSilence);
+  silence_->startOnce(patience_);
 }
 
 void CaptureFlow::closeStream(int error) {
@@ -144,7 +148,12 @@ void CaptureFlow::restart(int error) {
 }
 
 void CaptureFlow::checkSilence() {
-  if (std::exchange(seenBySilence_, arrived_) != arrived_) return silence_->startOnce(kCameraSilence);
+  if (std::exchange(seenBySilence_, arrived_) != arrived_) {
+    patience_ = kCameraSilence;
+    return silence_->startOnce(patience_);
+  }
+  // One that has never begun may take longer for its first frame, and begins from the start each time.
+  if (arrived_ == arrivedBefore_) patience_ = std::min(2 * patience_, kLongestPatience);
   // Devices that stall mostly say nothing. What waited has failed, or fails now, but the session goes on.
   restart(ETIMEDOUT);
 }

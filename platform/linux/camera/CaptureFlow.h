@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -105,7 +106,8 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   std::uint64_t sequence_ = 0;
   std::uint64_t arrivedBefore_ = 0;  // how many pictures when this stream was opened
   std::uint64_t seenBySilence_ = 0;  // how many pictures had arrived when the silence was last looked at
-  int unusable_ = 0;                 // how many pictures of this stream could not be used
+  std::chrono::seconds patience_ = kCameraSilence;  // with a silent stream, before the next one
+  int unusable_ = 0;                                // how many pictures of this stream could not be used
   bool isStarted_ = false;
   int hopeless_ = 0;  // why this camera can never bring a frame; 0 when it can
 };
