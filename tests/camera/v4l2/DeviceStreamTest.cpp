@@ -54,6 +54,15 @@ TEST_F(DeviceStreams, DeliversThePicturesOfTheDevice) {
   EXPECT_EQ(device_->interval().denominator, 30U);
 }
 
+TEST_F(DeviceStreams, GoesOnWithADriverThatWakesOnlyWhoWaitsForNothing) {
+  loop_.forgetEarlyWatches();
+  device_->first = counted(16);
+  openDevice();
+  deliverWhole();
+  deliverWhole();
+  EXPECT_THAT(client_.frames, SizeIs(3));
+}
+
 TEST_F(DeviceStreams, NeverRunsOutOfBuffers) {
   openDevice();
   for (int i = 0; i < 20; ++i)

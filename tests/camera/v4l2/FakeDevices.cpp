@@ -209,6 +209,7 @@ int FakeDevice::stream(const void* file, unsigned long request, void* argument) 
       return take(as<v4l2_buffer>(argument));
     case VIDIOC_STREAMON:
       isStreaming_ = true;
+      if (!first.empty()) deliver(first);
       return 0;
     case VIDIOC_STREAMOFF:
       isStreaming_ = false;

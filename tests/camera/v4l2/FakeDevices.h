@@ -40,6 +40,7 @@ class FakeDevice {
   std::uint32_t quantization = V4L2_QUANTIZATION_DEFAULT;
   std::map<unsigned long, int> failures;  ///< what these requests answer from now on
   std::set<unsigned long> unknown;        ///< requests that the driver does not know
+  std::vector<std::uint8_t> first;        ///< a picture that is there as soon as it streams
   bool doesInsist = false;                ///< whatever is asked for, the first size of the first format it is
   /// Of a grabber: the size that comes in; {} without a signal. Its only format has the size to which it is
   /// set.

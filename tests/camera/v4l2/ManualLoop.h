@@ -18,6 +18,10 @@ class ManualLoop final : public platform_linux::CameraLoop {
   [[nodiscard]] std::unique_ptr<Timer> timer(std::function<void()> action) override;
   [[nodiscard]] std::unique_ptr<Watch> watch(int descriptor, std::function<void()> ready) override;
 
+  /// From now on a watch of a descriptor that is ready already is told that once and nothing more, as by
+  /// drivers that wake only who began to wait when there was nothing.
+  void forgetEarlyWatches() { forgetsEarlyWatches_ = true; }
+
   /// Runs what is posted and tells watches whose descriptors are ready, until there is nothing to do.
   void run();
 
@@ -27,6 +31,7 @@ class ManualLoop final : public platform_linux::CameraLoop {
   bool runTasks();
   bool tellWatches();
 
+  bool forgetsEarlyWatches_ = false;
   std::vector<std::function<void()>> tasks_;
   std::map<Entry*, std::shared_ptr<std::function<void()>>> watches_;
 };

@@ -33,7 +33,11 @@ int reasonOf(DeviceFile* device, int error) {
 
 DeviceStream::DeviceStream(All& all, DeviceCalls& calls, CameraLoop& loop, std::string path,
                            const CameraMode& mode, Client& client, std::function<void()> signalChanged)
-    : all_(all), path_(std::move(path)), client_(client), signalChanged_(std::move(signalChanged)) {
+    : all_(all),
+      loop_(loop),
+      path_(std::move(path)),
+      client_(client),
+      signalChanged_(std::move(signalChanged)) {
   all_.insert(this);
   if (const int error = begin(calls, mode)) {
     // Not here, in the call that opens the stream.
@@ -42,7 +46,12 @@ DeviceStream::DeviceStream(All& all, DeviceCalls& calls, CameraLoop& loop, std::
     });
     return;
   }
-  watch_ = loop.watch(device_->descriptor(), [this] { takePictures(); });
+  watch();
+}
+
+void DeviceStream::watch() {
+  watch_.reset();
+  watch_ = loop_.watch(device_->descriptor(), [this] { takePictures(); });
 }
 
 int DeviceStream::begin(DeviceCalls& calls, const CameraMode& mode) {
@@ -68,12 +77,14 @@ void DeviceStream::takePictures() {
   for (std::size_t i = 0; i < buffers_->count(); ++i) {
     DeviceBuffers::Picture picture;
     if (const int error = buffers_->take(picture)) {
-      if (error != EAGAIN) end(error);
-      return;
+      if (error == EAGAIN) break;
+      return end(error);
     }
     show(picture);
     if (const int error = buffers_->giveBack(picture.index)) return end(error);
   }
+  // v4l2loopback (0.12) wakes only who began to wait while there was no picture (`v4l2_loopback_poll`).
+  watch();
 }
 
 void DeviceStream::show(const DeviceBuffers::Picture& picture) {

@@ -33,10 +33,12 @@ class DeviceStream final : public FrameStream {
 
  private:
   [[nodiscard]] int begin(DeviceCalls& calls, const CameraMode& mode);
+  void watch();
   void takePictures();
   void show(const DeviceBuffers::Picture& picture);
 
   All& all_;
+  CameraLoop& loop_;
   const std::string path_;
   Client& client_;
   const std::function<void()> signalChanged_;
