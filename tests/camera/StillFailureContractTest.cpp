@@ -94,6 +94,14 @@ TEST_F(StillFailure, WhenTheDaemonDiesAndNotInANewSessionAfterItsReturn) {
   EXPECT_EQ(take(runningRig("desk")).error, 0);
 }
 
+// Before PipeWire 1 the stream is told nothing of it, only whoever follows the link. Not with the camera's
+// silence for a reason.
+TEST_F(StillFailure, OfACameraToWhichNoLinkCanBeMade) {
+  plugIn("desk", std::string(kMode) + ",fault=no-buffers");
+  start();
+  EXPECT_THAT(take(runningRig("desk")).error, testing::AnyOf(EINVAL, EIO));
+}
+
 // Cameras that say nothing fail after five seconds, here all of them at once: two that send nothing, one that
 // stalls, one that breaks, one that refuses, and three that send nothing whole.
 TEST_F(StillFailure, OfCamerasThatSendNothingUsable) {

@@ -81,7 +81,7 @@ TEST(CameraSpec, ReadsFaultsOfFramesAndOfTheirBuffers) {
   const auto faults = parseCameraSpec(
                           "fault=damaged:4/5,fault=busy:3000,fault=suspend:20,fault=black:0-3,"
                           "fault=offset-past-end:2-4,fault=time-backwards:1,fault=negative-stride,"
-                          "fault=no-stride")
+                          "fault=no-stride,fault=no-buffers")
                           .faults;
   EXPECT_TRUE(faults.damaged.contains(0));
   EXPECT_TRUE(faults.damaged.contains(3));
@@ -95,6 +95,7 @@ TEST(CameraSpec, ReadsFaultsOfFramesAndOfTheirBuffers) {
   EXPECT_EQ(faults.timeBackwards, (FrameRange{1, FrameRange::kForever}));
   EXPECT_TRUE(faults.negativeStride);
   EXPECT_TRUE(faults.noStride);
+  EXPECT_TRUE(faults.noBuffers);
 }
 
 TEST(CameraSpec, ReadsKindsOfJpeg) {

@@ -64,6 +64,9 @@ PodList podsOf(const std::vector<Mode>& modes, const Colorimetry& colorimetry) {
   return pods;
 }
 
+/// A kind of memory in which no program takes its pictures.
+constexpr std::uint32_t kNobodysMemory = 1U << SPA_DATA_MemId;
+
 std::int64_t monotonicNanoseconds() {
   using std::chrono::nanoseconds;
   return std::chrono::duration_cast<nanoseconds>(std::chrono::steady_clock::now().time_since_epoch()).count();
@@ -147,7 +150,8 @@ void CameraStream::acceptFormat(const spa_pod* param) {
   layout_ = events_.formatChosen(*format);
   const bool inBlocks = spec_.blocks != Blocks::kOne;
   PodList answers;
-  answers.addBuffers({dataTypes(spec_.memory), inBlocks ? layout_.planes.size() : 1,
+  answers.addBuffers({spec_.faults.noBuffers ? kNobodysMemory : dataTypes(spec_.memory),
+                      inBlocks ? layout_.planes.size() : 1,
                       spec_.lead + (inBlocks ? layout_.planes.front().size : layout_.size), layout_.stride(),
                       spec_.buffers});
   answers.addMeta(SPA_META_Header, sizeof(spa_meta_header));

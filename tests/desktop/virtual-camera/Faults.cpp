@@ -69,6 +69,7 @@ const std::map<std::string, Setter, std::less<>>& setters() {
       {"no-stride", always(&Faults::noStride)},
       {"negative-stride", always(&Faults::negativeStride)},
       {"without-memory", always(&Faults::withoutMemory)},
+      {"no-buffers", always(&Faults::noBuffers)},
       {"damaged", [](Faults& faults, const std::string& share) { faults.damaged = parseShare(share); }},
       {"busy", setBusy},
       {"told-busy", setToldBusy},

@@ -45,6 +45,7 @@ struct Faults {
   bool noStride = false;                 ///< no stride is told with a frame
   bool negativeStride = false;           ///< the stride is told as a negative number
   bool withoutMemory = false;            ///< the first user gets buffers that have no memory
+  bool noBuffers = false;                ///< takes no memory that anybody offers
   bool busy = false;                     ///< refuses every format with EBUSY
   bool tellsBusy = false;                ///< refuses the start instead, and has the program told
   std::optional<std::uint64_t>

@@ -20,6 +20,11 @@ std::string_view property(const spa_dict& properties, const char* key) {
   return value ? value : "";
 }
 
+std::uint32_t idProperty(const spa_dict& properties, const char* key) {
+  const char* value = spa_dict_lookup(&properties, key);
+  return value ? static_cast<std::uint32_t>(std::strtoul(value, nullptr, 10)) : PW_ID_ANY;
+}
+
 bool isCameraDevice(const spa_dict& properties) {
   const auto api = property(properties, PW_KEY_DEVICE_API);
   return api == "v4l2" || api == "libcamera" || property(properties, PW_KEY_MEDIA_CLASS) == "Video/Device";
@@ -62,6 +67,7 @@ CameraRegistry::CameraRegistry(CameraLoop& loop, PipeWireConnection& connection,
 }
 
 CameraRegistry::~CameraRegistry() {
+  links_.clear();
   nodes_.clear();
   if (!registry_) return;
   spa_hook_remove(&listener_);
@@ -90,6 +96,7 @@ void CameraRegistry::nodeFailed(const CameraNode& node, int error) {
 void CameraRegistry::onGlobal(std::uint32_t id, const char* type, const spa_dict* properties) {
   if (!properties) return;
   const std::string_view kind(type);
+  if (kind == PW_TYPE_INTERFACE_Link) return addLink(id, *properties);
   if (kind == PW_TYPE_INTERFACE_Node && property(*properties, PW_KEY_MEDIA_CLASS).starts_with("Video/Source"))
     nodes_[id] = std::make_unique<CameraNode>(registry_, id, *properties, *this);
   else if (CameraNode* const node = kind == PW_TYPE_INTERFACE_Port ? nodeOfPort(*properties) : nullptr)
@@ -103,15 +110,21 @@ void CameraRegistry::onGlobal(std::uint32_t id, const char* type, const spa_dict
   awaitedSync_ = connection_.sync();
 }
 
+void CameraRegistry::addLink(std::uint32_t id, const spa_dict& properties) {
+  if (!nodes_.contains(idProperty(properties, PW_KEY_LINK_OUTPUT_NODE))) return;
+  const auto user = idProperty(properties, PW_KEY_LINK_INPUT_NODE);
+  links_[id] = std::make_unique<CameraLink>(registry_, id,
+                                            [this, user](int error) { client_.linkFailed(user, error); });
+}
+
 CameraNode* CameraRegistry::nodeOfPort(const spa_dict& properties) const {
   if (property(properties, PW_KEY_PORT_DIRECTION) != "out") return nullptr;
-  const char* const node = spa_dict_lookup(&properties, PW_KEY_NODE_ID);
-  const auto found =
-      node ? nodes_.find(static_cast<std::uint32_t>(std::strtoul(node, nullptr, 10))) : nodes_.end();
+  const auto found = nodes_.find(idProperty(properties, PW_KEY_NODE_ID));
   return found != nodes_.end() ? found->second.get() : nullptr;
 }
 
 void CameraRegistry::onGlobalRemoved(std::uint32_t id) {
+  links_.erase(id);
   for (auto& [nodeId, node] : nodes_)
     node->removePort(id);
   const std::size_t gone = nodes_.erase(id) + devices_.erase(id) + managers_.erase(id);

@@ -9,6 +9,7 @@
 #include <pipewire/pipewire.h>
 
 #include "platform/linux/camera/FrameSource.h"
+#include "platform/linux/camera/pipewire/CameraLink.h"
 #include "platform/linux/camera/pipewire/CameraNode.h"
 #include "platform/linux/camera/pipewire/PipeWireConnection.h"
 
@@ -24,6 +25,8 @@ class CameraRegistry final : public CameraNode::Client {
     virtual void camerasChanged(CameraCensus census) = 0;
     /// The camera of that serial has failed with `error`, an `errno`.
     virtual void cameraFailed(std::uint64_t serial, int error) = 0;
+    /// The link from a camera to the node `user` has failed with `error`, an `errno`.
+    virtual void linkFailed(std::uint32_t user, int error) = 0;
   };
 
   /// `connection` is connected and, like `client`, outlives the registry.
@@ -42,6 +45,8 @@ class CameraRegistry final : public CameraNode::Client {
   void nodeFailed(const CameraNode& node, int error) override;
   void onGlobal(std::uint32_t id, const char* type, const spa_dict* properties);
   void onGlobalRemoved(std::uint32_t id);
+  /// Follows a link of these properties if it comes from a camera.
+  void addLink(std::uint32_t id, const spa_dict& properties);
   /// The camera's node to which a port of these properties belongs, if pictures come out of it.
   [[nodiscard]] CameraNode* nodeOfPort(const spa_dict& properties) const;
   [[nodiscard]] bool mayExpectMore() const;
@@ -54,6 +59,7 @@ class CameraRegistry final : public CameraNode::Client {
   spa_hook listener_{};
   // By the registry's id:
   std::map<std::uint32_t, std::unique_ptr<CameraNode>> nodes_;
+  std::map<std::uint32_t, std::unique_ptr<CameraLink>> links_;
   std::map<std::uint32_t, std::string> devices_;  // names of cameras' devices, which show nodes
   std::set<std::uint32_t> managers_;              // session managers
   const std::unique_ptr<CameraLoop::Timer> patience_;

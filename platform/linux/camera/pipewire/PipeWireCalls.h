@@ -73,6 +73,15 @@ inline void askForParameter(pw_port* port, std::uint32_t parameter) {
   pw_port_enum_params(port, 0, parameter, 0, std::numeric_limits<std::uint32_t>::max(), nullptr);
 }
 
+/// The same for a link.
+inline pw_link* bindLink(pw_registry* registry, std::uint32_t id) {
+  return static_cast<pw_link*>(pw_registry_bind(registry, id, PW_TYPE_INTERFACE_Link, PW_VERSION_LINK, 0));
+}
+
+inline void addLinkListener(pw_link* link, spa_hook& listener, const pw_link_events& events, void* data) {
+  pw_link_add_listener(link, &listener, &events, data);
+}
+
 #pragma GCC diagnostic pop
 
 }  // namespace platform_linux

@@ -96,6 +96,13 @@ void PipeWireFrameSource::cameraFailed(std::uint64_t serial, int error) {
     if (stream->serial() == serial) stream->end(error);
 }
 
+void PipeWireFrameSource::linkFailed(std::uint32_t user, int error) {
+  // No format was agreed on, for whatever reason: a camera in use refuses them all, too.
+  if (error == ENOENT) return;
+  for (auto* stream : streams_)
+    if (stream->nodeId() == user) stream->end(error);
+}
+
 void PipeWireFrameSource::streamGoes(PipeWireStream& stream) {
   streams_.erase(&stream);
 }

@@ -57,6 +57,7 @@ class PipeWireFrameSource final : public FrameSource,
   void synced(int sequence) override;
   void camerasChanged(CameraCensus census) override;
   void cameraFailed(std::uint64_t serial, int error) override;
+  void linkFailed(std::uint32_t user, int error) override;
   [[nodiscard]] bool isDaemonLost() const override { return connection_->isLost(); }
   void streamGoes(PipeWireStream& stream) override;
   void tell(CameraCensus census);

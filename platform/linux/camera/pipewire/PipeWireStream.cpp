@@ -115,6 +115,10 @@ PipeWireStream::~PipeWireStream() {
   owner_.streamGoes(*this);
 }
 
+std::uint32_t PipeWireStream::nodeId() const {
+  return stream_ ? pw_stream_get_node_id(stream_) : PW_ID_ANY;
+}
+
 void PipeWireStream::disconnect() {
   if (!stream_) return;
   spa_hook_remove(&listener_);

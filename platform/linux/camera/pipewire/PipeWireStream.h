@@ -31,6 +31,8 @@ class PipeWireStream final : public FrameStream {
   ~PipeWireStream() override;
 
   [[nodiscard]] std::uint64_t serial() const { return serial_; }
+  /// Of the node that the stream itself is at the daemon; PW_ID_ANY while it is none.
+  [[nodiscard]] std::uint32_t nodeId() const;
   /// Delivers nothing any more and tells the client why, on a later turn.
   void end(int error);
   /// The same for a stream whose daemon has gone: what belongs to its core is given up before this returns.
