@@ -1,3 +1,4 @@
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <future>
@@ -46,8 +47,9 @@ class ScriptedSource final : public FrameSource {
   void start(CameraLoop&, Client& client) override { client_ = &client; }
   void stop() override { isStopped = true; }
   [[nodiscard]] std::unique_ptr<FrameStream> open(const Camera& camera, const CameraMode&,
-                                                  FrameStream::Client&) override {
+                                                  FrameStream::Client& client) override {
     opened.push_back(camera.serial);
+    streamClient_ = &client;
     return std::make_unique<FrameStream>();
   }
   [[nodiscard]] CameraAccess& access() override { return givenAccess; }
@@ -57,17 +59,31 @@ class ScriptedSource final : public FrameSource {
     CameraCensus census{state, {}};
     for (const auto& identity : identities) {
       census.cameras.emplace_back().uniqueID = identity;
-      census.cameras.back().serial = 1;
+      census.cameras.back().serial = serial;
+      if (hasPlaces) census.cameras.back().place = "/dev/" + identity;
     }
     client_->camerasChanged(*this, census);
   }
+  /// The stream that was opened last delivers one picture.
+  void deliver() {
+    const std::array<std::uint8_t, 5> bytes{0xff, 0xd8, 0xff, 0xff, 0xd9};
+    const std::array blocks{platform_linux::FrameBlock{bytes}};
+    streamClient_->frameArrived(*platform_linux::FrameBuffer::pictureIn(blocks, {}));
+  }
+  /// The same delivers one that cannot be used.
+  void deliverUseless() { streamClient_->frameUnusable(); }
+  /// The same ends.
+  void endStream(int error) { streamClient_->streamEnded(error); }
 
   GivenAccess givenAccess;
+  std::uint64_t serial = 1;  ///< of the cameras that are told
+  bool hasPlaces = true;     ///< whether these have devices
   std::vector<std::uint64_t> opened;
   bool isStopped = false;
 
  private:
   Client* client_ = nullptr;
+  FrameStream::Client* streamClient_ = nullptr;
 };
 
 class Choice : public testing::Test {
@@ -169,6 +185,108 @@ TEST_F(Choice, WhereDevicesAreRefusedTheQuestionWaitsForTheChoice) {
   usual_->tell(State::NobodyServes);
   other_->tell(State::Complete);
   EXPECT_EQ(answer.get(), AVAuthorizationStatus::Denied);
+}
+
+/// A camera of the usual source, whose device the other source can open, too.
+class FailingCamera : public Choice {
+ protected:
+  FailingCamera() {
+    other_->serial = 5;
+    usual_->tell(State::Complete, {"a"});
+  }
+
+  /// Opens the camera as it is told now, as whoever heals a session does.
+  void open() {
+    stream_.reset();
+    stream_ = choice_.open(told_.census.cameras.at(0), {}, client_);
+  }
+  /// The same, and the usual source has no picture to bring.
+  void failToOpen(int error) {
+    open();
+    usual_->endStream(error);
+    if (other_->isStarted()) other_->tell(State::Complete, {"a"});
+  }
+
+  /// Opens the camera, which the other source is to do.
+  void openByOther() {
+    const std::size_t before = other_->opened.size();
+    open();
+    ASSERT_EQ(other_->opened.size(), before + 1);
+    EXPECT_EQ(other_->opened.back(), 5U);
+  }
+
+  std::unique_ptr<FrameStream> stream_;
+};
+
+TEST_F(FailingCamera, IsOpenedByTheOtherSourceNextTime) {
+  failToOpen(EIO);
+  EXPECT_THAT(client_.ends, ElementsAre(EIO));
+  ASSERT_NO_FATAL_FAILURE(openByOther());
+  other_->deliver();
+  EXPECT_EQ(client_.frames.size(), 1U);
+  EXPECT_THAT(identities(), ElementsAre("a"));
+  EXPECT_EQ(told_.census.cameras[0].serial, 1U) << "it is the usual source's camera still";
+}
+
+TEST_F(FailingCamera, StaysWithTheSourceThatBringsItsPictures) {
+  failToOpen(EIO);
+  ASSERT_NO_FATAL_FAILURE(openByOther());
+  other_->deliver();
+  other_->endStream(EIO);
+  openByOther();
+  EXPECT_THAT(usual_->opened, ElementsAre(1));
+}
+
+TEST_F(FailingCamera, IsTheUsualSourcesAgainWhenTheOtherFailsToo) {
+  failToOpen(EIO);
+  ASSERT_NO_FATAL_FAILURE(openByOther());
+  other_->endStream(EBUSY);
+  EXPECT_THAT(client_.ends, ElementsAre(EIO, EBUSY));
+  open();
+  EXPECT_THAT(usual_->opened, ElementsAre(1, 1));
+}
+
+TEST_F(FailingCamera, ThatWasPluggedInAnewIsTheUsualSourcesAgain) {
+  failToOpen(EIO);
+  usual_->serial = 2;
+  usual_->tell(State::Complete, {"a"});
+  open();
+  EXPECT_THAT(usual_->opened, ElementsAre(1, 2));
+}
+
+TEST_F(Choice, TellsOfPicturesThatAreOfNoUse) {
+  usual_->tell(State::Complete, {"a"});
+  const auto stream = choice_.open(told_.census.cameras.at(0), {}, client_);
+  usual_->deliverUseless();
+  EXPECT_EQ(client_.useless, 1);
+}
+
+TEST_F(FailingCamera, StaysWhereItHasBroughtPictures) {
+  open();
+  usual_->deliver();
+  usual_->endStream(EIO);
+  EXPECT_FALSE(other_->isStarted());
+}
+
+TEST_F(FailingCamera, ThatTheOtherSourceDoesNotKnowStays) {
+  failToOpen(EIO);
+  other_->tell(State::Complete, {"b"});
+  open();
+  EXPECT_THAT(usual_->opened, ElementsAre(1, 1));
+}
+
+TEST_F(FailingCamera, WithoutADeviceStays) {
+  usual_->hasPlaces = false;
+  usual_->tell(State::Complete, {"a"});
+  failToOpen(EIO);
+  EXPECT_FALSE(other_->isStarted());
+}
+
+// In use, refused, gone, with its service or alone, or without that mode.
+TEST_F(FailingCamera, StaysForReasonsThatHoldForEverybody) {
+  for (const int reason : {EBUSY, EACCES, EPERM, ENODEV, EPIPE, ESTALE, EINVAL, ENOSPC})
+    failToOpen(reason);
+  EXPECT_FALSE(other_->isStarted());
 }
 
 TEST_F(Choice, StopsWhatItHasStarted) {

@@ -1,8 +1,10 @@
 #include "platform/linux/camera/FrameSourceChoice.h"
 
+#include <cerrno>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <utility>
 
@@ -77,6 +79,31 @@ class FrameSourceChoice::OtherStream final : public FrameStream {
   std::unique_ptr<FrameStream> stream_;
 };
 
+/// Passes a stream on, and says why when it ends without having brought a picture.
+class FrameSourceChoice::TriedStream final : public FrameStream, private FrameStream::Client {
+ public:
+  using Open = std::function<std::unique_ptr<FrameStream>(FrameStream::Client& client)>;
+
+  TriedStream(FrameStream::Client& client, std::function<void(int error)> failed, const Open& open)
+      : client_(client), failed_(std::move(failed)), stream_(open(*this)) {}
+
+ private:
+  void frameArrived(const FrameBuffer& picture) override {
+    hasPicture_ = true;
+    client_.frameArrived(picture);
+  }
+  void frameUnusable() override { client_.frameUnusable(); }
+  void streamEnded(int error) override {
+    if (!hasPicture_) failed_(error);
+    client_.streamEnded(error);
+  }
+
+  FrameStream::Client& client_;
+  const std::function<void(int error)> failed_;
+  bool hasPicture_ = false;
+  const std::unique_ptr<FrameStream> stream_;  // last: it tells what is above
+};
+
 FrameSourceChoice::FrameSourceChoice(std::shared_ptr<FrameSource> usual, std::shared_ptr<FrameSource> other)
     : usual_(std::move(usual)),
       other_(std::move(other)),
@@ -101,10 +128,38 @@ CameraAccess& FrameSourceChoice::access() {
 
 std::unique_ptr<FrameStream> FrameSourceChoice::open(const Camera& camera, const CameraMode& mode,
                                                      FrameStream::Client& client) {
-  if ((camera.serial & kOther) == 0) return usual_->open(camera, mode, client);
+  if ((camera.serial & kOther) == 0) return openUsual(camera, mode, client);
   Camera theirs = camera;
   theirs.serial &= ~kOther;
   return std::make_unique<OtherStream>(*this, other_->open(theirs, mode, client));
+}
+
+std::unique_ptr<FrameStream> FrameSourceChoice::openUsual(const Camera& camera, const CameraMode& mode,
+                                                          FrameStream::Client& client) {
+  if (const auto other = unserved_.contains(camera.serial) ? otherCameraAt(camera.place) : std::nullopt)
+    return std::make_unique<TriedStream>(
+        client, [this, serial = camera.serial](int) { unserved_.erase(serial); },
+        [&](FrameStream::Client& each) { return other_->open(*other, mode, each); });
+  const auto failed = [this, serial = camera.serial, hasDevice = !camera.place.empty()](int error) {
+    if (error != EIO || !hasDevice) return;
+    unserved_.insert(serial);
+    startOther();
+  };
+  return std::make_unique<TriedStream>(
+      client, failed, [&](FrameStream::Client& each) { return usual_->open(camera, mode, each); });
+}
+
+std::optional<Camera> FrameSourceChoice::otherCameraAt(const std::string& place) const {
+  if (!otherCensus_) return std::nullopt;
+  for (Camera camera : otherCensus_->cameras) {
+    camera.serial &= ~kOther;
+    if (camera.place == place) return camera;
+  }
+  return std::nullopt;
+}
+
+void FrameSourceChoice::startOther() {
+  if (!std::exchange(isOtherStarted_, true)) other_->start(*loop_, *this);
 }
 
 void FrameSourceChoice::camerasChanged(const FrameSource& source, CameraCensus census) {
@@ -123,7 +178,7 @@ void FrameSourceChoice::choose() {
   const bool isWanted =
       usualCensus_->state != CameraCensus::State::Gathering && usualCensus_->cameras.empty();
   isOtherChosen_ = isWanted || (isOtherChosen_ && otherStreams_ > 0);
-  if (isOtherChosen_ && !std::exchange(isOtherStarted_, true)) other_->start(*loop_, *this);
+  if (isOtherChosen_) startOther();
   // Until the other source has told its cameras there is nothing to tell.
   if (isOtherChosen_ && !otherCensus_) return;
   access_->choose(isOtherChosen_);

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
+#include <set>
+#include <string>
 
 #include "platform/linux/camera/FrameSource.h"
 
@@ -9,6 +12,9 @@ namespace platform_linux {
 
 /// Two ways to the machine's cameras as one: the usual one, and another for when nobody serves that or it
 /// knows no camera. The other is not even begun before it is needed; it may be started on any thread.
+///
+/// A camera of which the usual way could not bring a picture (EIO) is opened by the other way next time, if
+/// it knows the camera's device. Not for other errors: that a camera is in use or refused holds for both.
 class FrameSourceChoice final : public FrameSource, private FrameSource::Client {
  public:
   FrameSourceChoice(std::shared_ptr<FrameSource> usual, std::shared_ptr<FrameSource> other);
@@ -25,9 +31,15 @@ class FrameSourceChoice final : public FrameSource, private FrameSource::Client 
  private:
   class Access;
   class OtherStream;
+  class TriedStream;
 
   void camerasChanged(const FrameSource& source, CameraCensus census) override;
   void choose();
+  void startOther();
+  [[nodiscard]] std::unique_ptr<FrameStream> openUsual(const Camera& camera, const CameraMode& mode,
+                                                       FrameStream::Client& client);
+  /// As the other source knows it.
+  [[nodiscard]] std::optional<Camera> otherCameraAt(const std::string& place) const;
   void otherStreamGoes();
 
   const std::shared_ptr<FrameSource> usual_;
@@ -40,6 +52,7 @@ class FrameSourceChoice final : public FrameSource, private FrameSource::Client 
   std::optional<CameraCensus> otherCensus_;
   bool isOtherStarted_ = false;
   bool isOtherChosen_ = false;
+  std::set<std::uint64_t> unserved_;  // serials of the usual source's cameras that it brings no picture of
   int otherStreams_ = 0;
 };
 

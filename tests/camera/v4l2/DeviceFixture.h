@@ -34,9 +34,11 @@ class StreamRecorder final : public platform_linux::FrameStream::Client {
   void frameArrived(const platform_linux::FrameBuffer& picture) override {
     frames.push_back(picture.copy(frames.size()));
   }
+  void frameUnusable() override { ++useless; }
   void streamEnded(int error) override { ends.push_back(error); }
 
   std::vector<std::shared_ptr<const picture::Frame>> frames;
+  int useless = 0;
   std::vector<int> ends;
 };
 
