@@ -67,7 +67,21 @@ class OtherTest {
   std::string text_;
 };
 
+/// Where this test's folders are, and no other's: one that runs beside it would clear up, too.
+class OwnPlace {
+ public:
+  OwnPlace() : before_(fs::temp_directory_path()) { ::setenv("TMPDIR", place_.path().c_str(), 1); }
+  OwnPlace(const OwnPlace&) = delete;
+  OwnPlace& operator=(const OwnPlace&) = delete;
+  ~OwnPlace() { ::setenv("TMPDIR", before_.c_str(), 1); }
+
+ private:
+  const fs::path before_;
+  const TemporaryFolder place_;
+};
+
 TEST(TemporaryFolder, OfAKilledTestIsRemovedByTheNextOneAndOfALivingOneStays) {
+  const OwnPlace place;
   OtherTest other([](const auto& stay) {
     const TemporaryFolder folder;
     std::ofstream(folder / "file") << "text";
