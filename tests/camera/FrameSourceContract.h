@@ -61,6 +61,7 @@ class FrameSourceContract : public testing::TestWithParam<std::unique_ptr<FrameS
       frames.push_back(picture.copy(frames.size()));
       stage_.told();
     }
+    void frameUnusable() override { EXPECT_TRUE(ends.empty()) << "after its end"; }
     void streamEnded(int error) override {
       EXPECT_FALSE(isOpening) << "inside the call that opens the stream";
       ends.push_back(error);

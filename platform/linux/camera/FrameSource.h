@@ -25,7 +25,7 @@ class FrameStream {
     /// are empty or marked as corrupted, and uncompressed ones that are cut short, are left out.
     virtual void frameArrived(const FrameBuffer& picture) = 0;
     /// One of those that are left out has.
-    virtual void frameUnusable() {}
+    virtual void frameUnusable() = 0;
     /// Nothing comes any more, because of `error`, an `errno`: ENODEV when the camera was unplugged, EBUSY
     /// when another program has it, EACCES when it may not be opened, EPIPE when the service that brings the
     /// frames has gone, ESTALE when it sends other pictures than those that were asked for, as its signal has

@@ -11,6 +11,7 @@ class FirstFrame final : public FrameStream::Client {
     if (!hasCome_) outcome.set(picture.copy(0));
     hasCome_ = true;
   }
+  void frameUnusable() override {}
   void streamEnded(int) override {
     if (!hasCome_) outcome.set(nullptr);
     hasCome_ = true;
