@@ -25,8 +25,8 @@ using Clock = std::chrono::steady_clock;
 /// frame.
 constexpr std::chrono::milliseconds kSettled{1500};
 
-/// Between two shots, at most. The next request comes at any moment of a frame's time alike, as a person's does;
-/// asked for at once it would always just have missed a frame. A multiple of the usual frames' times.
+/// Between two shots, at most. The next request comes at any moment of a frame's time alike, as a person's
+/// does; asked for at once it would always just have missed a frame. A multiple of the usual frames' times.
 constexpr std::chrono::milliseconds kLongestPause{200};
 
 /// Parts of the longest pause that are spread evenly however many there are: multiples of the golden ratio.
