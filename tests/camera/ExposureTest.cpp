@@ -1,4 +1,7 @@
+#include <algorithm>
+#include <array>
 #include <chrono>
+#include <cstdint>
 
 #include <gtest/gtest.h>
 
@@ -19,6 +22,29 @@ ExposureTrend trendOf(double levels, std::chrono::milliseconds duration) {
     trend.add(begin + at, Exposure{brightness, brightness, brightness});
   }
   return trend;
+}
+
+/// YUY2 pictures of one colour, in which one pixel may be brighter.
+bool isBlank(std::array<std::uint8_t, 4> pixels, std::uint8_t spot = 0) {
+  picture::Frame frame;
+  frame.format = picture::PixelFormat::YUY2;
+  frame.width = frame.height = 32;
+  frame.stride = 64;
+  for (int i = 0; i < frame.stride * frame.height; ++i)
+    frame.bytes.push_back(pixels.at(static_cast<std::size_t>(i) % 4));
+  frame.bytes[0] = std::max(frame.bytes[0], spot);
+  return platform_linux::exposureOf(frame).value().isBlank;
+}
+
+TEST(Exposure, IsBlankOfBlackAndOfEmptyBuffers) {
+  EXPECT_TRUE(isBlank({16, 128, 16, 128}));
+  EXPECT_TRUE(isBlank({0, 0, 0, 0}));
+}
+
+TEST(Exposure, IsNotBlankOfOtherColoursAndWhereSomethingIsToBeSeen) {
+  EXPECT_FALSE(isBlank({81, 90, 81, 240}));
+  EXPECT_FALSE(isBlank({235, 128, 235, 128}));
+  EXPECT_FALSE(isBlank({16, 128, 16, 128}, 60));
 }
 
 TEST(ExposureTrend, StandsStillWhenNothingMoves) {

@@ -20,6 +20,8 @@ constexpr picture::PixelSize kMeasured{64, 48};
 
 /// A covered sensor's noise reaches further, even averaged.
 constexpr int kFlatLevels = 2;
+/// What black is in pictures of limited range that are taken for those of full range.
+constexpr std::uint8_t kBlack = 16;
 
 struct Channel {
   std::uint64_t sum = 0;
@@ -32,6 +34,7 @@ struct Channel {
     most = std::max(most, value);
   }
   [[nodiscard]] bool isFlat() const { return most - least <= kFlatLevels; }
+  [[nodiscard]] bool isBlack() const { return isFlat() && most <= kBlack; }
 };
 
 // Whether two means differ by less than that; `part` of it for frames that are closer than the window.
@@ -56,7 +59,7 @@ std::optional<Exposure> exposureOf(const picture::Frame& frame) {
   }
   const auto pixels = static_cast<double>(bytes.size() / 4);
   return Exposure{static_cast<double>(red.sum) / pixels, static_cast<double>(green.sum) / pixels,
-                  static_cast<double>(blue.sum) / pixels, red.isFlat() && green.isFlat() && blue.isFlat()};
+                  static_cast<double>(blue.sum) / pixels, red.isBlack() && green.isFlat() && blue.isBlack()};
 }
 
 void ExposureTrend::add(Time time, const Exposure& exposure) {

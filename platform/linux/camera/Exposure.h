@@ -13,7 +13,7 @@ struct Exposure {
   double red = 0;
   double green = 0;
   double blue = 0;
-  bool isBlank = false;  ///< nothing is to be seen: one colour everywhere
+  bool isBlank = false;  ///< nothing is to be seen: all black, or the green that zeros are in YUV
 };
 
 /// Measured on a small decode. Nothing when the frame is no whole picture. Thread-safe.
