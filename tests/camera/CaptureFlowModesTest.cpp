@@ -14,7 +14,15 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using namespace std::chrono_literals;
 
-using CaptureFlowModes = CaptureFlowTest;
+class CaptureFlowModes : public CaptureFlowTest {
+ protected:
+  /// The outcome is the photo's width; 0 without one.
+  void captureWidth() {
+    flow_->requestStill(
+        [this](const auto& still, int) { outcomes_.push_back(still.frame ? still.frame->width : 0); });
+    loop_->run();
+  }
+};
 
 Camera withThreeModes(std::uint64_t serial = 7) {
   auto camera = desk(serial);
@@ -32,9 +40,7 @@ TEST_F(CaptureFlowModes, OfACameraThatRefusesItsBestModesTheNextBestIsTriedAtOnc
     start();
     loop_->advance(10ms);
     frame();
-    flow_->requestStill(
-        [this](const auto& still, int) { outcomes_.push_back(still.frame ? still.frame->width : 0); });
-    loop_->run();
+    captureWidth();
     settle();
     EXPECT_THAT(outcomes_, ElementsAre(640));
     outcomes_.clear();
@@ -47,8 +53,7 @@ TEST_F(CaptureFlowModes, OfACameraWhoseLargestPicturesAreOfNoUseTheNextBestIsTri
   source_->show({withThreeModes()});
   source_->usablePixels = 640 * 480;
   start();
-  flow_->requestStill(
-      [this](const auto& still, int) { outcomes_.push_back(still.frame ? still.frame->width : 0); });
+  captureWidth();
   for (int i = 0; i < 100; ++i)
     frame();
   EXPECT_THAT(outcomes_, ElementsAre(640));
@@ -76,9 +81,7 @@ TEST_F(CaptureFlowModes, ABusyCameraAndOneThatFailsLaterKeepTheirBestMode) {
   frame();
   source_->endStreams(ENOSPC);
   loop_->advance(1s);
-  flow_->requestStill(
-      [this](const auto& still, int) { outcomes_.push_back(still.frame ? still.frame->width : 0); });
-  loop_->run();
+  captureWidth();
   settle();
   EXPECT_THAT(outcomes_, ElementsAre(1920));
 }
@@ -92,9 +95,7 @@ TEST_F(CaptureFlowModes, ACameraThatRefusesEveryModeIsAskedAgainWithPauses) {
   source_->refusal.reset();
   loop_->advance(1s);
   frame();
-  flow_->requestStill(
-      [this](const auto& still, int) { outcomes_.push_back(still.frame ? still.frame->width : 0); });
-  loop_->run();
+  captureWidth();
   settle();
   ASSERT_EQ(outcomes_.size(), 1U);
   EXPECT_GT(outcomes_[0], 0);
@@ -113,9 +114,7 @@ TEST_F(CaptureFlowModes, ACameraPluggedInAgainMayHaveItsBestModeBack) {
   loop_->advance(100ms);
   source_->show({withThreeModes(8)});
   loop_->run();
-  flow_->requestStill(
-      [this](const auto& still, int) { outcomes_.push_back(still.frame ? still.frame->width : 0); });
-  loop_->run();
+  captureWidth();
   settle();
   EXPECT_THAT(outcomes_, ElementsAre(1920));
 }
@@ -124,8 +123,7 @@ TEST_F(CaptureFlowModes, AStillIsOfTheModeThatTheCameraOffersByThen) {
   source_->show({withThreeModes()});
   start();
   frame();
-  flow_->requestStill(
-      [this](const auto& still, int) { outcomes_.push_back(still.frame ? still.frame->width : 0); });
+  captureWidth();
   auto changed = desk();
   changed.modes = {{picture::PixelFormat::MJPG, 800, 600, {25, 1}}};
   source_->show({changed});
@@ -165,9 +163,7 @@ TEST_F(CaptureFlowModes, ARefusedModeIsTriedAgainWhenTheCameraOffersOtherOnes) {
   changed.modes.pop_back();
   source_->show({changed});
   loop_->advance(100ms);
-  flow_->requestStill(
-      [this](const auto& still, int) { outcomes_.push_back(still.frame ? still.frame->width : 0); });
-  loop_->run();
+  captureWidth();
   settle();
   EXPECT_THAT(outcomes_, ElementsAre(1920));
 }

@@ -59,6 +59,11 @@ std::strong_ordering compareRates(const FrameRate& a, const FrameRate& b) {
   return std::uint64_t{a.numerator} * b.denominator <=> std::uint64_t{b.numerator} * a.denominator;
 }
 
+bool meansAnyRate(const FrameRate& rate) {
+  constexpr FrameRate kFastestRate{120, 1};
+  return !rate.stated() || std::is_gt(compareRates(rate, kFastestRate));
+}
+
 std::optional<CameraMode> highQualityMode(std::span<const CameraMode> modes) {
   std::vector<CameraMode> choice;
   std::copy_if(modes.begin(), modes.end(), std::back_inserter(choice), std::not_fn(isGrey));

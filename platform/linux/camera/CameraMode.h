@@ -40,6 +40,9 @@ struct CameraMode {
   return std::max(width, height) > kLargestSide || std::min(width, height) == kLargestSide;
 }
 
+/// Whether the upper end of a range of rates is such an "anything", or not stated.
+[[nodiscard]] bool meansAnyRate(const FrameRate& rate);
+
 /// Whether its pictures have no colour.
 [[nodiscard]] bool isGrey(const CameraMode& mode);
 

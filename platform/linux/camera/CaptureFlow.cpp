@@ -27,11 +27,8 @@ bool isOffered(const CameraMode& mode, const std::vector<CameraMode>& modes) {
 
 CaptureFlow::CaptureFlow(std::shared_ptr<CaptureService> service)
     : service_(std::move(service)),
-      stills_(std::make_shared<StillQueue>(
-          service_->loop(), service_->examiner(), [this](const std::string& line) {
-            const auto camera = chosenCamera();
-            service_->note((camera ? camera->localizedName : "") + ": " + line);
-          })) {}
+      stills_(std::make_shared<StillQueue>(service_->loop(), service_->examiner(),
+                                           [this](const std::string& line) { note(line); })) {}
 
 void CaptureFlow::setCamera(Camera camera) {
   const std::scoped_lock lock(cameraMutex_);
@@ -64,6 +61,11 @@ void CaptureFlow::requestStill(StillAnswer answer, bool isMirrored) {
 void CaptureFlow::addFeed(const std::shared_ptr<FrameFeed>& feed) {
   service_->loop().post(
       [self = shared_from_this(), weakFeed = std::weak_ptr(feed)] { self->feeds_.push_back(weakFeed); });
+}
+
+void CaptureFlow::note(const std::string& line) const {
+  const auto camera = chosenCamera();
+  service_->note((camera ? camera->localizedName : "") + ": " + line);
 }
 
 void CaptureFlow::post(void (CaptureFlow::*task)()) {
@@ -216,9 +218,8 @@ void CaptureFlow::frameArrived(const FrameBuffer& picture) {
 
 void CaptureFlow::frameUnusable() {
   if (arrived_ != arrivedBefore_ || ++unusable_ != kUselessPictures || !modes_.hasAnother()) return;
-  const auto camera = chosenCamera();
-  service_->note((camera ? camera->localizedName : "") + ": no picture of " + std::to_string(mode_.width) +
-                 "x" + std::to_string(mode_.height) + " can be used, the next best mode is tried");
+  note("no picture of " + std::to_string(mode_.width) + "x" + std::to_string(mode_.height) +
+       " can be used, the next best mode is tried");
   streamEnded(EINVAL);
 }
 

@@ -80,6 +80,8 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   void checkSilence();
   [[nodiscard]] bool anyFeedWants();
   [[nodiscard]] std::optional<Camera> chosenCamera() const;
+  /// A line for the log, on the camera.
+  void note(const std::string& line) const;
   void post(void (CaptureFlow::*task)());
 
   void frameArrived(const FrameBuffer& picture) override;

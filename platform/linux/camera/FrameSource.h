@@ -29,7 +29,8 @@ class FrameStream {
     /// Nothing comes any more, because of `error`, an `errno`: ENODEV when the camera was unplugged, EBUSY
     /// when another program has it, EACCES when it may not be opened, EPIPE when the service that brings the
     /// frames has gone, ESTALE when it sends other pictures than those that were asked for, as its signal has
-    /// changed. Once at most, nothing after it.
+    /// changed, EAGAIN when another stream of the same camera would bring what this one cannot. Once at most,
+    /// nothing after it.
     virtual void streamEnded(int error) = 0;
   };
 

@@ -15,9 +15,6 @@
 namespace platform_linux {
 namespace {
 
-/// Upper ends of ranges beyond this are a program's "anything", not a sensor's.
-constexpr FrameRate kFastestRate{120, 1};
-
 // BGR15 and BGR16 are left out: the daemon's own V4L2 source calls by these names what is RGB of big-endian
 // words (V4L2_PIX_FMT_RGB555X, RGB565X), other programs mean what they say.
 constexpr std::array kRawFormats{
@@ -156,7 +153,7 @@ std::vector<FrameRate> ratesOf(const spa_pod* pod) {
   if (choice.isRange) {
     rates.push_back(rateOf(choice.values[0]));
     const FrameRate fastest = rateOf(choice.values[2]);
-    if (fastest.stated() && std::is_lteq(compareRates(fastest, kFastestRate))) rates.push_back(fastest);
+    if (!meansAnyRate(fastest)) rates.push_back(fastest);
   } else {
     for (const auto& fraction : choice.values)
       rates.push_back(rateOf(fraction));

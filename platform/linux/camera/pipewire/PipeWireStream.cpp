@@ -165,7 +165,7 @@ void PipeWireStream::onBuffersReady() noexcept {
 
 void PipeWireStream::examine(const spa_buffer& buffer) {
   if (!format_ || endedBy_) return;
-  if (lacksMemory(buffer)) return end(EIO);
+  if (lacksMemory(buffer)) return end(EAGAIN);
   const SpaBlocks blocks(buffer);
   FrameFormat format = *format_;
   format.transform = transformOf(buffer);

@@ -11,8 +11,6 @@
 namespace platform_linux {
 namespace {
 
-/// Upper ends of ranges beyond this are a program's "anything", not a sensor's.
-constexpr FrameRate kFastestRate{120, 1};
 /// No camera has more of a kind; a driver that always has one more is not followed.
 constexpr std::uint32_t kMostEntries = 256;
 
@@ -90,7 +88,7 @@ std::vector<FrameRate> readRates(DeviceFile& device, std::uint32_t code, const S
       continue;
     }
     const FrameRate fastest = rateOf(entry.stepwise.min);
-    if (fastest.stated() && std::is_lteq(compareRates(fastest, kFastestRate))) rates.push_back(fastest);
+    if (!meansAnyRate(fastest)) rates.push_back(fastest);
     break;
   }
   if (rates.empty()) rates.push_back({});
