@@ -85,6 +85,18 @@ std::unique_ptr<JpegDecoder> JpegDecoder::open(std::span<const std::uint8_t> jpe
   return nullptr;
 }
 
+std::unique_ptr<JpegDecoder> JpegDecoder::openPart(std::vector<std::uint8_t> header,
+                                                   std::span<const std::uint8_t> codes, unsigned firstRestart,
+                                                   const Options& options, std::string& whyNot) {
+  std::unique_ptr<JpegDecoder> decoder(new JpegDecoder(options));
+  decoder->completed_ = std::move(header);
+  decoder->codes_ = codes;
+  decoder->firstRestart_ = firstRestart;
+  if (decoder->start(decoder->completed_)) return decoder;
+  whyNot = decoder->failure();
+  return nullptr;
+}
+
 JpegDecoder::JpegDecoder(const Options& options) noexcept : options_(options) {
   decoder_.err = jpeg_std_error(&errors_.base);
   errors_.base.error_exit = &JpegDecoder::onError;
@@ -133,6 +145,28 @@ void JpegDecoder::onProgress(j_common_ptr decoder) noexcept {
   std::longjmp(self->escape_, 1);
 }
 
+boolean JpegDecoder::onHeaderRead(j_decompress_ptr decoder) noexcept {
+  auto* self = reinterpret_cast<ErrorManager*>(decoder->err)->owner;
+  decoder->src->next_input_byte = self->codes_.data();
+  decoder->src->bytes_in_buffer = self->codes_.size();
+  decoder->src->fill_input_buffer = self->onStreamEnd_;
+  return TRUE;
+}
+
+// The decoder counts from the first marker that it meets, the stream from its own beginning.
+boolean JpegDecoder::onOtherRestart(j_decompress_ptr decoder, int number) noexcept {
+  const auto* self = reinterpret_cast<ErrorManager*>(decoder->err)->owner;
+  const int expected = JPEG_RST0 + (number + static_cast<int>(self->firstRestart_)) % 8;
+  if (decoder->unread_marker != expected) return jpeg_resync_to_restart(decoder, number);
+  decoder->unread_marker = 0;
+  return TRUE;
+}
+
+void JpegDecoder::continueWithCodes() noexcept {
+  onStreamEnd_ = std::exchange(decoder_.src->fill_input_buffer, &JpegDecoder::onHeaderRead);
+  decoder_.src->resync_to_restart = &JpegDecoder::onOtherRestart;
+}
+
 bool JpegDecoder::costsPixels(int warning) const noexcept {
   switch (warning) {
     case JWRN_HIT_MARKER:  // the data of an interval ends before its last pixel
@@ -175,6 +209,7 @@ bool JpegDecoder::start(std::span<const std::uint8_t> jpeg) {
     jpeg_create_decompress(&decoder_);
     decoder_.progress = &progress_;
     jpeg_mem_src(&decoder_, jpeg.data(), jpeg.size());
+    if (!codes_.empty()) continueWithCodes();
     jpeg_read_header(&decoder_, TRUE);
     hasSeveralScans_ = jpeg_has_multiple_scans(&decoder_) != FALSE;
   });

@@ -47,6 +47,12 @@ class JpegDecoder final : public RowSource {
   /// picture that can be decoded, and `whyNot` then says why.
   [[nodiscard]] static std::unique_ptr<JpegDecoder> open(std::span<const std::uint8_t> jpeg,
                                                          const Options& options, std::string& whyNot);
+  /// The same of a stream in two parts: a header, which is kept, and codes that begin behind a restart
+  /// marker, the first of theirs having the number `firstRestart`, 0 to 7.
+  [[nodiscard]] static std::unique_ptr<JpegDecoder> openPart(std::vector<std::uint8_t> header,
+                                                             std::span<const std::uint8_t> codes,
+                                                             unsigned firstRestart, const Options& options,
+                                                             std::string& whyNot);
   ~JpegDecoder() override;
 
   [[nodiscard]] std::uint32_t width() const noexcept override { return decoder_.output_width; }
@@ -81,6 +87,9 @@ class JpegDecoder final : public RowSource {
   static void onError(j_common_ptr decoder) noexcept;
   static void onMessage(j_common_ptr decoder, int level) noexcept;
   static void onProgress(j_common_ptr decoder) noexcept;
+  static boolean onHeaderRead(j_decompress_ptr decoder) noexcept;
+  static boolean onOtherRestart(j_decompress_ptr decoder, int number) noexcept;
+  void continueWithCodes() noexcept;
 
   const Options options_;
   jpeg_decompress_struct decoder_{};
@@ -90,8 +99,11 @@ class JpegDecoder final : public RowSource {
   char failure_[JMSG_LENGTH_MAX] = {};
   bool isHeaderRead_ = false;
   bool hasSeveralScans_ = false;
-  std::vector<std::uint8_t> completed_;  // the stream, where a copy had to be made to state its height
-  std::vector<std::uint8_t> inks_;       // of one row; empty where the decoder delivers what is wanted
+  std::vector<std::uint8_t> completed_;  // the stream, or its header, where a copy had to be made
+  std::span<const std::uint8_t> codes_;  // what follows when the header has been read, if that is all there
+  unsigned firstRestart_ = 0;
+  boolean (*onStreamEnd_)(j_decompress_ptr) = nullptr;
+  std::vector<std::uint8_t> inks_;  // of one row; empty where the decoder delivers what is wanted
   // In rows of blocks, the decoder's unit.
   unsigned lostRows_ = 0;
   unsigned countedUpTo_ = 0;

@@ -17,6 +17,8 @@ class OrientedRowSource final : public RowSource {
   [[nodiscard]] std::uint32_t width() const noexcept override;
   [[nodiscard]] std::uint32_t height() const noexcept override;
   [[nodiscard]] bool readRows(std::span<std::uint8_t> rows) noexcept override;
+  [[nodiscard]] bool canReadAhead() const noexcept override { return stored_->canReadAhead(); }
+  void readAhead() noexcept override { stored_->readAhead(); }
   [[nodiscard]] std::string failure() const override;
 
  private:

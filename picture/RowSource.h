@@ -12,7 +12,7 @@ namespace picture {
 inline constexpr std::size_t kBytesPerPixel = 3;
 
 /// A picture of 8-bit RGB pixels that is delivered once, row by row from the top.
-/// One call at a time, but the calls may come from different threads.
+/// One call at a time, but for reading ahead; the calls may come from different threads.
 class RowSource {
  public:
   RowSource() = default;
@@ -27,6 +27,11 @@ class RowSource {
   /// Fills `rows` with the next rows, R G B R G B …, without padding between rows. Its size is a whole number
   /// of rows, at most the number still to come. False on failure, after which the source is of no more use.
   [[nodiscard]] virtual bool readRows(std::span<std::uint8_t> rows) noexcept = 0;
+  /// Whether there is work to do for rows behind the next ones. Thread-safe, as the next one: also while rows
+  /// are read.
+  [[nodiscard]] virtual bool canReadAhead() const noexcept { return false; }
+  /// Does a part of that work, if there still is any, for a thread that would wait for rows otherwise.
+  virtual void readAhead() noexcept {}
   /// Why reading failed, for a log; empty as long as it did not.
   [[nodiscard]] virtual std::string failure() const = 0;
 

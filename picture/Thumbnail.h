@@ -28,6 +28,8 @@ class ThumbnailRows final : public RowSource {
   [[nodiscard]] std::uint32_t width() const noexcept override { return source_.width(); }
   [[nodiscard]] std::uint32_t height() const noexcept override { return source_.height(); }
   bool readRows(std::span<std::uint8_t> rows) noexcept override;
+  [[nodiscard]] bool canReadAhead() const noexcept override { return source_.canReadAhead(); }
+  void readAhead() noexcept override { source_.readAhead(); }
   [[nodiscard]] std::string failure() const override { return source_.failure(); }
 
   /// Once all rows have passed. Empty where there was no memory for it.

@@ -67,8 +67,9 @@ void makeCleanPhotos(std::uint32_t width, std::uint32_t height,
 
 }  // namespace
 
-Bytes encodeCameraJpeg(const Picture& picture, int quality) {
-  return test_support::encodeJpeg(picture.width, picture.height, picture.pixels, {.quality = quality});
+Bytes encodeCameraJpeg(const Picture& picture, int quality, int restartRows) {
+  return test_support::encodeJpeg(picture.width, picture.height, picture.pixels,
+                                  {.quality = quality, .restartRows = restartRows});
 }
 
 Picture decodeJpeg(const Bytes& jpeg) {

@@ -27,8 +27,8 @@ Picture photographScene(const SceneOptions& options);
 /// At half the size each way, each pixel the mean of four: noise and sharpness of a larger sensor's photo.
 Picture halved(const Picture& picture);
 
-/// What a camera makes of it: JPEG, 4:2:2.
-Bytes encodeCameraJpeg(const Picture& picture, int quality);
+/// What a camera makes of it: JPEG, 4:2:2; with a restart marker after so many rows of blocks, if any.
+Bytes encodeCameraJpeg(const Picture& picture, int quality, int restartRows = 0);
 
 /// The pixels of a JPEG stream; no pixels when it is damaged.
 Picture decodeJpeg(const Bytes& jpeg);

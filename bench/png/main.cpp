@@ -21,6 +21,7 @@
 #include "bench/png/FileSink.h"
 #include "bench/png/Peers.h"
 #include "bench/png/Samples.h"
+#include "bench/png/Scenes.h"
 #include "picture/PhotoRows.h"
 #include "picture/png/PngFilter.h"
 #include "picture/png/PngWriter.h"
@@ -171,6 +172,8 @@ class Benchmark {
     if (!options_.ours) measurePeers(measured);
     measureBounds(measured);
     if (!sample.jpeg.empty()) measureFiles(measured);
+    if (!sample.jpeg.empty() && sample.kind != "grey")
+      measureFile(encodeCameraJpeg(picture, 92, 1), sample.kind + ", restart markers");
     std::fflush(stdout);
   }
 
@@ -264,21 +267,34 @@ class Benchmark {
   }
 
   void measureFiles(const Measured& measured) {
-    const Bytes& jpeg = measured.sample.jpeg;
-    const double decoding = shortestTime(runs_, [&] { decodeStripwise(jpeg); });
+    const Sample& sample = measured.sample;
+    const auto [decoding, written] = measureFile(sample.jpeg, sample.kind);
     measured.table.column("bound: JPEG decoding").addTime(decoding / measured.referenceTime);
-    const std::string path = (fs::temp_directory_path() / "png-bench-out.png").string();
-    const double written = timeOfFile(runs_, jpeg, path, false);
-    const double synced = timeOfFile(3, jpeg, path, true);
     measured.table.column("JPEG to PNG file, 2 threads").addTime(written / measured.referenceTime);
-    if (measured.sample.kind == "grey") return;
-    auto& [overlapped, waited] = files_[measured.sample.kind];
-    overlapped.push_back(written / decoding);
-    waited.push_back(synced / decoding);
-    if (measured.sample.kind == "photo" && measured.sample.picture.pixels.size() > 30'000'000)
-      memory_ = std::max(memory_, processMemory(jpeg, path));
-    fs::remove(path);
+    if (sample.kind == "photo" && sample.picture.pixels.size() > 30'000'000)
+      memory_ = std::max(memory_, processMemory(sample.jpeg, outPath()));
+    fs::remove(outPath());
   }
+
+  struct FileTimes {
+    double decoding;
+    double written;
+  };
+
+  FileTimes measureFile(const Bytes& jpeg, const std::string& kind) {
+    const double decoding = shortestTime(runs_, [&] { decodeStripwise(jpeg); });
+    const double written = timeOfFile(runs_, jpeg, outPath(), false);
+    if (kind == "grey") return {decoding, written};
+    auto& [overlapped, waited] = files_[kind];
+    overlapped.push_back(written / decoding);
+    waited.push_back(timeOfFile(3, jpeg, outPath(), true) / decoding);
+    if (options_.verbose)
+      std::printf("  %-28s      from JPEG %7.2f ms, decoding %7.2f ms, %.3f\n", kind.c_str(), 1e3 * written,
+                  1e3 * decoding, written / decoding);
+    return {decoding, written};
+  }
+
+  static std::string outPath() { return (fs::temp_directory_path() / "png-bench-out.png").string(); }
 
   // Decoding as the converter does it: a few rows at a time into the same memory.
   static void decodeStripwise(const Bytes& jpeg) {

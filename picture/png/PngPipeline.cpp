@@ -80,6 +80,9 @@ void PngPipeline::work(Worker& worker) noexcept {
       case Task::Read:
         read(lock);
         break;
+      case Task::ReadAhead:
+        readAhead(lock);
+        break;
       case Task::Wait:
         changed_.wait(lock);
         break;
@@ -94,6 +97,7 @@ PngPipeline::Task PngPipeline::nextTask() const noexcept {
   if (!writing_ && slots_[written_ % slots_.size()].coded) return Task::Write;
   if (taken_ < read_) return Task::Code;
   if (!reading_ && read_ < strips_ && read_ - written_ < slots_.size()) return Task::Read;
+  if (source_.canReadAhead()) return Task::ReadAhead;
   return Task::Wait;
 }
 
@@ -107,6 +111,12 @@ void PngPipeline::read(std::unique_lock<std::mutex>& lock) noexcept {
   ++read_;
   if (!delivered) stop(PngResult::SourceFailed);
   changed_.notify_all();
+}
+
+void PngPipeline::readAhead(std::unique_lock<std::mutex>& lock) noexcept {
+  lock.unlock();
+  source_.readAhead();
+  lock.lock();
 }
 
 void PngPipeline::code(Worker& worker, std::unique_lock<std::mutex>& lock) noexcept {

@@ -14,7 +14,8 @@ namespace picture {
 
 /// The pixels' way from a source into `IDAT` chunks. The picture is cut into strips of rows; any thread may
 /// read the next strip, code one that has been read, or write the next coded one, whichever there is to do,
-/// so that no thread waits as long as there is work, and the number of strips in memory is fixed.
+/// or else do ahead what the source allows, so that no thread waits as long as there is work, and the number
+/// of strips in memory is fixed.
 class PngPipeline {
  public:
   /// Allocates everything, so that the threads never do. Throws std::bad_alloc.
@@ -43,11 +44,12 @@ class PngPipeline {
     Buffer filtered;
     StripCoder coder;
   };
-  enum class Task { Read, Code, Write, Wait, Leave };
+  enum class Task { Read, Code, Write, ReadAhead, Wait, Leave };
 
   void work(Worker& worker) noexcept;
   [[nodiscard]] Task nextTask() const noexcept;
   void read(std::unique_lock<std::mutex>& lock) noexcept;
+  void readAhead(std::unique_lock<std::mutex>& lock) noexcept;
   void code(Worker& worker, std::unique_lock<std::mutex>& lock) noexcept;
   void write(Worker& worker, std::unique_lock<std::mutex>& lock) noexcept;
   [[nodiscard]] PngResult writeStrip(std::uint32_t strip, Worker& worker) noexcept;

@@ -17,7 +17,7 @@ struct PngMetadata {
 
 struct PngOptions {
   /// Threads that work at once, the calling one included; 0 chooses: as many as there are cores, three at
-  /// most.
+  /// most, or four of a source that can be read ahead.
   unsigned threads = 0;
 };
 
