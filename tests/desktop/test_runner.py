@@ -82,6 +82,14 @@ class Privacy(unittest.TestCase):
                 self.assertEqual(result.returncode, 0, result.stderr)
             self.assertEqual(os.listdir(long), [])
 
+    def test_the_machines_own_cameras_are_out_of_sight(self):
+        look = ("--", "sh", "-c", 'ls -A "$CAMERA_SHOT_DEVICES" && echo "$CAMERA_SHOT_DEVICES"')
+        machine = {"env": os.environ | {"CAMERA_SHOT_DEVICES": "/dev"}}
+        hidden = run(*look, **machine)
+        self.assertEqual(hidden.returncode, 0, hidden.stderr)
+        self.assertRegex(hidden.stdout, r"^/.*/camera-desktop-[^/]+/devices\n$")
+        self.assertTrue(run("--kernel-cameras", *look).stdout.endswith("\n/dev\n"))
+
     def test_the_pictures_folder_is_in_the_private_home(self):
         with Session() as desktop:
             pictures = desktop.command("xdg-user-dir", "PICTURES").stdout.strip()

@@ -37,6 +37,10 @@ class CameraFaults(ToolTest):
         self.assertEqual(tool.names(), ["Launch", "Quit"])
         self.assert_no_photo(tool)
 
+    @in_desktop("name=desk,modes=YUY2:320x180@30,property=device.api=v4l2,property=api.v4l2.path=/dev/video0,fault=error:0")
+    def test_one_that_claims_a_device_of_the_machine(self):
+        self.assert_failed_shot(Tool().start())
+
     @in_desktop(LATE)
     def test_unplugged_before_the_shot(self):
         tool = Tool().start()

@@ -57,6 +57,11 @@ class Texts(ToolTest):
         self.assertEqual(shown.text, NO_CAMERA)
         self.assert_nothing_to_click(shown)
 
+    @in_desktop(options=SERVICES)
+    def test_a_camera_that_may_not_be_opened(self):
+        Path(os.environ["CAMERA_SHOT_DEVICES"], "video0").touch(0)
+        self.assertEqual(self.notification_of(Tool(command=WITHOUT_OVERRIDE)).text, NOT_ALLOWED)
+
     @in_desktop(LATE, SPARE, options=SERVICES)
     def test_a_shot_whose_camera_fails(self):
         shown = self.failure_in_a_shot(Tool(settings="[Defaults]\nShowPreview=false\nVideoSourceID=late\n"))

@@ -39,6 +39,12 @@ std::string configurationPath(const std::string& file) {
   return suiteFolder(g_get_user_config_dir()) + "/" + file;
 }
 
+/// Where the kernel's cameras are looked for; tests have a folder of their own instead of the machine's.
+const char* deviceFolder() {
+  const char* const folder = std::getenv("CAMERA_SHOT_DEVICES");
+  return folder && *folder != '\0' ? folder : kDeviceFolder;
+}
+
 }  // namespace
 
 std::string LinuxPlatform::statePath(const std::string& file) {
@@ -85,7 +91,7 @@ std::unique_ptr<Cameras> LinuxPlatform::makeCameras() {
 std::shared_ptr<FrameSource> LinuxPlatform::frameSource() {
   if (!runsInSandbox())
     return std::make_shared<FrameSourceChoice>(std::make_shared<PipeWireFrameSource>(),
-                                               std::make_shared<DeviceFrameSource>());
+                                               std::make_shared<DeviceFrameSource>(deviceFolder()));
   const auto bus = [this]() -> const SessionBus& { return bus_; };
   return std::make_shared<PipeWireFrameSource>(mainQueue_, std::make_shared<CameraPortal>(bus));
 }

@@ -26,7 +26,7 @@ def _parse(arguments):
     parser.add_argument("--camera", metavar="SPEC", action="append", default=[],
                         help="plug a virtual camera, as README.md describes; repeat for more, in this order")
     parser.add_argument("--kernel-cameras", action="store_true",
-                        help="let PipeWire show the machine's own cameras, too, those of the kernel (V4L2)")
+                        help="do not hide the machine's own cameras, those of the kernel (V4L2)")
     parser.add_argument("--display", action="store_true", help="give the session an X display")
     parser.add_argument("--screen", metavar="WIDTHxHEIGHT", default="1280x1024", help="size of the X display (1280x1024)")
     parser.add_argument("--window-manager", action="store_true",

@@ -24,7 +24,7 @@ class Desktop:
         self._options = options
         self._camera_program = self._program("virtual_camera")
         session_probe = self._program("session_probe")
-        self._surroundings = Surroundings(folder, options.locale)
+        self._surroundings = Surroundings(folder, options.locale, "/dev" if options.kernel_cameras else None)
         self._surroundings.environment.update(options.env)
         self._pipewire = PipeWire(self._surroundings, session_probe, options.kernel_cameras)
         self._cameras = []

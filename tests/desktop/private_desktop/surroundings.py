@@ -29,14 +29,16 @@ def make_folder():
 
 
 class Surroundings:
-    """Folders below `folder`, and `environment` for everything that runs in the desktop."""
+    """Folders below `folder`, and `environment` for everything that runs in the desktop. The kernel's cameras are looked
+    for in the folder `devices`; by default in one where there are none."""
 
-    def __init__(self, folder, locale):
+    def __init__(self, folder, locale, devices=None):
         self.folder = folder
         self.home = self._make("home")
         self.config = self._make("config")
         self.logs = self._make("log")
         self.runtime = self._make("run")
+        self._devices = devices or self._make("devices")
         self._make_user_folders()
         self.environment = self._private_environment(locale)
 
@@ -75,6 +77,7 @@ class Surroundings:
                 and not _FOREIGN_CAMERA.match(name)}
         return kept | {
             "CAMERA_DESKTOP_DIR": self.folder,
+            "CAMERA_SHOT_DEVICES": self._devices,
             # A path at which nothing listens: the machine's own bus is none of the session's business.
             "DBUS_SYSTEM_BUS_ADDRESS": "unix:path=" + self.path("run", "no-system-bus"),
             "DBUS_SESSION_BUS_ADDRESS": "unix:path=" + self.path("run", "bus"),

@@ -39,7 +39,6 @@ class ThroughTheDaemon(SceneTest):
 if __name__ == "__main__":
     if "CAMERA_DESKTOP_DIR" not in os.environ:
         guest.start_udev()
-        os.environ["CAMERA_DESKTOP_WAIT_SECONDS"] = "60"
         desktop = SOURCE / "tests/desktop/run"
         os.execv(desktop, [desktop, "--kernel-cameras", "--env", "PATH=" + os.environ["PATH"], "--", sys.executable,
                            *sys.argv])

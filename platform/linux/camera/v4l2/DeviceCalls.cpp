@@ -4,7 +4,7 @@
 #include <cerrno>
 #include <charconv>
 #include <fcntl.h>
-#include <filesystem>
+#include <string_view>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <system_error>
@@ -54,28 +54,26 @@ class KernelDevice final : public DeviceFile {
   const FileDescriptor descriptor_;
 };
 
-constexpr std::string_view kFolder = "/dev/";
 constexpr std::string_view kName = "video";
 
 }  // namespace
 
-std::optional<unsigned> deviceNumber(std::string_view path) {
-  if (!path.starts_with(kFolder)) return {};
-  path.remove_prefix(kFolder.size());
-  if (!path.starts_with(kName)) return {};
-  path.remove_prefix(kName.size());
+std::optional<unsigned> deviceNumber(const std::filesystem::path& path) {
+  const std::string name = path.filename().string();
+  if (!name.starts_with(kName)) return {};
   unsigned number = 0;
-  const auto [end, error] = std::from_chars(path.data(), path.data() + path.size(), number);
-  if (error != std::errc() || end != path.data() + path.size()) return {};
+  const char* const nameEnd = name.data() + name.size();
+  const auto [end, error] = std::from_chars(name.data() + kName.size(), nameEnd, number);
+  if (error != std::errc() || end != nameEnd) return {};
   return number;
 }
 
-std::vector<std::string> devicePaths() {
+std::vector<std::string> devicePaths(const std::filesystem::path& folder) {
   std::vector<std::string> paths;
   std::error_code error;
-  for (std::filesystem::directory_iterator each(kFolder, error), end; !error && each != end;
+  for (std::filesystem::directory_iterator each(folder, error), end; !error && each != end;
        each.increment(error))
-    if (deviceNumber(each->path().native())) paths.push_back(each->path().native());
+    if (deviceNumber(each->path())) paths.push_back(each->path().native());
   std::sort(paths.begin(), paths.end(), [](auto& a, auto& b) { return deviceNumber(a) < deviceNumber(b); });
   return paths;
 }
@@ -89,7 +87,7 @@ std::pair<std::unique_ptr<DeviceFile>, int> KernelDeviceCalls::open(const std::s
 }
 
 bool KernelDeviceCalls::areAllRefused() const {
-  const std::vector<std::string> paths = devicePaths();
+  const std::vector<std::string> paths = devicePaths(folder_);
   return !paths.empty() && std::all_of(paths.begin(), paths.end(), [](auto& path) {
     return ::access(path.c_str(), R_OK | W_OK) != 0 && (errno == EACCES || errno == EPERM);
   });

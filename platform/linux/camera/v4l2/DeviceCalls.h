@@ -2,10 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -43,17 +43,25 @@ class DeviceCalls {
   [[nodiscard]] virtual bool areAllRefused() const = 0;
 };
 
+/// Where the system has the files of devices.
+constexpr const char* kDeviceFolder = "/dev";
+
 /// The number in the path of a video device, such as /dev/video0; nothing for radios, subdevices and other
 /// files.
-[[nodiscard]] std::optional<unsigned> deviceNumber(std::string_view path);
-/// The paths of all video devices that have a file, by number.
-[[nodiscard]] std::vector<std::string> devicePaths();
+[[nodiscard]] std::optional<unsigned> deviceNumber(const std::filesystem::path& path);
+/// The paths of all video devices that have a file in the folder, by number.
+[[nodiscard]] std::vector<std::string> devicePaths(const std::filesystem::path& folder = kDeviceFolder);
 
-/// Those of the kernel.
+/// Those of the kernel, to devices with a file in a folder.
 class KernelDeviceCalls final : public DeviceCalls {
  public:
+  explicit KernelDeviceCalls(std::filesystem::path folder) : folder_(std::move(folder)) {}
+
   [[nodiscard]] std::pair<std::unique_ptr<DeviceFile>, int> open(const std::string& path) override;
   [[nodiscard]] bool areAllRefused() const override;
+
+ private:
+  const std::filesystem::path folder_;
 };
 
 }  // namespace platform_linux

@@ -21,8 +21,9 @@ std::set<std::string> formatNames(DeviceFile& file, std::uint32_t type) {
 
 }  // namespace
 
-DeviceFrameSource::DeviceFrameSource()
-    : DeviceFrameSource(std::make_unique<KernelDeviceCalls>(), std::make_unique<UdevDeviceFolder>()) {}
+DeviceFrameSource::DeviceFrameSource(const std::filesystem::path& folder)
+    : DeviceFrameSource(std::make_unique<KernelDeviceCalls>(folder),
+                        std::make_unique<UdevDeviceFolder>(folder)) {}
 
 DeviceFrameSource::DeviceFrameSource(std::unique_ptr<DeviceCalls> calls, std::unique_ptr<DeviceFolder> folder)
     : calls_(std::move(calls)), folder_(std::move(folder)), access_(*calls_) {}

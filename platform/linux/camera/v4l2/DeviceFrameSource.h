@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <optional>
@@ -21,8 +22,8 @@ class DeviceStream;
 /// any thread.
 class DeviceFrameSource final : public FrameSource, private DeviceFolder::Client {
  public:
-  /// Those of the machine.
-  DeviceFrameSource();
+  /// Those of the machine that have a file in `folder`.
+  explicit DeviceFrameSource(const std::filesystem::path& folder = kDeviceFolder);
   DeviceFrameSource(std::unique_ptr<DeviceCalls> calls, std::unique_ptr<DeviceFolder> folder);
   DeviceFrameSource(const DeviceFrameSource&) = delete;
   DeviceFrameSource& operator=(const DeviceFrameSource&) = delete;

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <filesystem>
 #include <new>
 #include <sys/inotify.h>
 #include <unistd.h>
+#include <utility>
 
 #include "platform/linux/camera/v4l2/DeviceCalls.h"
 
@@ -14,7 +14,6 @@ namespace platform_linux {
 namespace {
 
 constexpr const char* kSubsystem = "video4linux";
-constexpr const char* kFolder = "/dev";
 
 std::string textOf(const char* text) {
   return text ? text : "";
@@ -44,8 +43,13 @@ DeviceEntry entryOf(udev_device* device, unsigned number) {
 
 }  // namespace
 
-UdevDeviceFolder::UdevDeviceFolder() : udev_(udev_new()) {
+UdevDeviceFolder::UdevDeviceFolder(std::filesystem::path folder)
+    : path_(std::move(folder)), udev_(udev_new()) {
   if (!udev_) throw std::bad_alloc();
+}
+
+bool UdevDeviceFolder::isOurs(const std::string& path) const {
+  return deviceNumber(path) && path_ / std::filesystem::path(path).filename() == path;
 }
 
 void UdevDeviceFolder::follow(CameraLoop& loop, Client& client) {
@@ -57,7 +61,7 @@ void UdevDeviceFolder::follow(CameraLoop& loop, Client& client) {
     monitorWatch_ = loop.watch(udev_monitor_get_fd(monitor_.get()), [this] { readMonitor(); });
   }
   folder_ = FileDescriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-  if (folder_ && inotify_add_watch(folder_.get(), kFolder, IN_CREATE | IN_DELETE | IN_ATTRIB) >= 0)
+  if (folder_ && inotify_add_watch(folder_.get(), path_.c_str(), IN_CREATE | IN_DELETE | IN_ATTRIB) >= 0)
     folderWatch_ = loop.watch(folder_.get(), [this] { readFolder(); });
 }
 
@@ -65,7 +69,7 @@ void UdevDeviceFolder::readMonitor() {
   const std::unique_ptr<udev_device, Release> device(udev_monitor_receive_device(monitor_.get()));
   if (!device) return;
   const std::string path = textOf(udev_device_get_devnode(device.get()));
-  if (!deviceNumber(path)) return;
+  if (!isOurs(path)) return;
   if (textOf(udev_device_get_action(device.get())) == "remove") client_->deviceGone(path);
   client_->devicesChanged();
 }
@@ -73,23 +77,23 @@ void UdevDeviceFolder::readMonitor() {
 void UdevDeviceFolder::readFolder() {
   // The events of all files in the folder; few are of ours.
   alignas(inotify_event) std::array<char, 4096> bytes;
-  bool isOurs = false;
+  bool hasChanged = false;
   for (ssize_t length = 0; (length = ::read(folder_.get(), bytes.data(), bytes.size())) > 0;) {
     for (std::size_t i = 0; i + sizeof(inotify_event) <= static_cast<std::size_t>(length);) {
       const auto* const event = reinterpret_cast<const inotify_event*>(bytes.data() + i);
       i += sizeof(inotify_event) + event->len;
-      const std::string path = std::string(kFolder) + "/" + (event->len > 0 ? event->name : "");
+      const std::string path = path_ / (event->len > 0 ? event->name : "");
       if (!deviceNumber(path)) continue;
-      isOurs = true;
+      hasChanged = true;
       if ((event->mask & IN_DELETE) != 0) client_->deviceGone(path);
     }
   }
-  if (isOurs) client_->devicesChanged();
+  if (hasChanged) client_->devicesChanged();
 }
 
 std::vector<DeviceEntry> UdevDeviceFolder::devices() {
   std::vector<DeviceEntry> devices;
-  for (const std::string& path : devicePaths()) {
+  for (const std::string& path : devicePaths(path_)) {
     devices.emplace_back().path = path;
     devices.back().number = deviceNumber(path).value_or(0);
   }

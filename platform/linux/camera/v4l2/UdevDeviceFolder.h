@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <libudev.h>
 #include <memory>
 #include <string>
@@ -10,11 +11,11 @@
 
 namespace platform_linux {
 
-/// The devices in /dev, with what udev knows of them. Where udev does not run, as in most containers, the
+/// The devices in a folder, with what udev knows of them. Where udev does not run, as in most containers, the
 /// folder itself is watched, and the kernel's names serve.
 class UdevDeviceFolder final : public DeviceFolder {
  public:
-  UdevDeviceFolder();
+  explicit UdevDeviceFolder(std::filesystem::path folder);
 
   void follow(CameraLoop& loop, Client& client) override;
   [[nodiscard]] std::vector<DeviceEntry> devices() override;
@@ -27,9 +28,11 @@ class UdevDeviceFolder final : public DeviceFolder {
     void operator()(udev_monitor* monitor) const { udev_monitor_unref(monitor); }
   };
 
+  [[nodiscard]] bool isOurs(const std::string& path) const;
   void readMonitor();
   void readFolder();
 
+  const std::filesystem::path path_;
   const std::unique_ptr<udev, Release> udev_;
   Client* client_ = nullptr;
   std::unique_ptr<udev_monitor, Release> monitor_;
