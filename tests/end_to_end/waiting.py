@@ -16,6 +16,10 @@ class FolderWatch:
 
     def __init__(self, *folders):
         self._fd = _libc.inotify_init1(os.O_CLOEXEC | os.O_NONBLOCK)
+        if self._fd < 0:
+            error = ctypes.get_errno()
+            raise OSError(error, f"{os.strerror(error)}: this user's programs watch too many folders; run fewer tests beside each "
+                                 "other (ctest --parallel), or raise fs.inotify.max_user_instances (sysctl)")
         mask = _IN_MODIFY | _IN_MOVED_TO | _IN_CREATE | _IN_DELETE | _IN_CLOSE_WRITE
         for folder in folders:
             if _libc.inotify_add_watch(self._fd, os.fsencode(folder), mask) < 0:
