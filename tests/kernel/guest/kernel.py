@@ -45,25 +45,29 @@ def prepare(folder):
         fcntl.flock(lock, fcntl.LOCK_EX)
         if not done.exists():
             with tempfile.TemporaryDirectory(dir=folder, prefix="unpacking-") as work:
-                _unpack(_download(Path(work)), Path(work))
+                _unpack(download(Path(work)), Path(work))
                 os.rename(Path(work) / "kernel", done)
     return Kernel(done)
 
 
-def _output(*command):
-    # depmod and modprobe are where ordinary users do not look.
-    environment = os.environ | {"PATH": os.environ.get("PATH", "") + ":/usr/sbin:/sbin"}
+def _ran(*command):
+    # depmod and modprobe are where ordinary users do not look; apt translates what it says.
+    environment = os.environ | {"PATH": os.environ.get("PATH", "") + ":/usr/sbin:/sbin", "LC_ALL": "C"}
     try:
-        return subprocess.run(command, check=True, capture_output=True, text=True, stdin=subprocess.DEVNULL,
-                              env=environment).stdout
+        return subprocess.run(command, check=False, capture_output=True, text=True, stdin=subprocess.DEVNULL, env=environment)
     except FileNotFoundError as error:
         raise missing(command[0], {"depmod": "kmod", "modprobe": "kmod"}.get(command[0], "apt")) from error
-    except subprocess.CalledProcessError as error:
-        raise GuestError(f"{' '.join(command)}: {error.stderr.strip()}", EX_UNAVAILABLE) from error
 
 
-def _download(work):
-    """Answers the package file of the newest kernel that apt knows."""
+def _output(*command):
+    result = _ran(*command)
+    if result.returncode != 0:
+        raise GuestError(f"{' '.join(command)}: {result.stderr.strip()}", EX_UNAVAILABLE)
+    return result.stdout
+
+
+def download(work):
+    """Answers the package file of the newest kernel that apt knows, in the folder `work`."""
     package = _fetched(work)
     if package is None:
         # The lists are old, or there are none yet; only root may renew them.
@@ -75,7 +79,8 @@ def _download(work):
 
 
 def _fetched(work):
-    depends = [line.split() for line in _output("apt-cache", "depends", META_PACKAGE).splitlines()]
+    # Without lists apt knows of no package, and says so by its exit status.
+    depends = [line.split() for line in _ran("apt-cache", "depends", META_PACKAGE).stdout.splitlines()]
     images = [words[1] for words in depends if words[0] == "Depends:" and words[1].startswith("linux-image-")]
     if images:
         # The sandbox user could not write to our folder.
