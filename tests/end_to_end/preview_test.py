@@ -7,6 +7,7 @@ import subprocess
 import unittest
 from pathlib import Path
 
+from scripted_services import PORTAL, SilentService
 from tool import WITHOUT_OVERRIDE, Tool, control
 from waiting import wait_until
 from window_case import GREEN, RED, WindowTest, call_tool, wayland_activations
@@ -95,6 +96,13 @@ class Preview:
         control("add-camera", DESK)
         self.windows.find("Camera picture", PREVIEW)
         self.assertFalse([each for each in self.windows.objects() if each.role in ("alert", "notification")])
+
+    @in_windowed_desktop(DESK)
+    def test_a_portal_that_does_not_answer_holds_neither_the_window_nor_the_end(self):
+        self.addCleanup(SilentService(PORTAL).close)
+        tool = self.open_preview()
+        self.wait_for_mirrored_picture()
+        self.assertEqual(tool.stop(), 0, tool.log())
 
     @in_windowed_desktop(DESK)
     def test_the_keys_are_listed_on_request(self):

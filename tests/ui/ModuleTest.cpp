@@ -27,8 +27,13 @@ bool hasDisplay() {
 }
 
 UserInterfaceHost host() {
-  return {
-      "com.verrano.quillo.CameraShot", testing::TempDir(), [] {}, [] {}, [] { return std::string(); }, [] {}};
+  return {.applicationId = "com.verrano.quillo.CameraShot",
+          .stateFolder = testing::TempDir(),
+          .lastWindowClosed = [] {},
+          .quit = [] {},
+          .takeActivationToken = [] { return std::string(); },
+          .displayLost = [] {},
+          .portalAnswers = [] { return true; }};
 }
 
 platform::NSActions actions() {

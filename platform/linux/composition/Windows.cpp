@@ -1,11 +1,19 @@
 #include "platform/linux/composition/Windows.h"
 
+#include <utility>
+
+#include "platform/linux/desktop/SettingsPortal.h"
 #include "platform/linux/ui/UserInterfaceModule.h"
 
 namespace platform_linux {
 
 bool Windows::start(std::string& whyNot) {
-  if (!userInterface_) userInterface_ = loadUserInterface(userInterfaceModulePath(), host_, whyNot);
+  if (userInterface_) return true;
+  // Asked first: it answers while the toolkit is loaded.
+  const SettingsPortal portal(bus_);
+  UserInterfaceHost host = host_;
+  host.portalAnswers = [&portal] { return portal.answers(); };
+  userInterface_ = loadUserInterface(userInterfaceModulePath(), std::move(host), whyNot);
   return userInterface_ != nullptr;
 }
 

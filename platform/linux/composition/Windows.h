@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/AppKit/NSOpenPanel.h"
+#include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/ui/UserInterface.h"
 
 namespace platform_linux {
@@ -12,7 +13,8 @@ namespace platform_linux {
 /// thread only.
 class Windows : public platform::NSOpenPanel {
  public:
-  explicit Windows(UserInterfaceHost host) : host_(std::move(host)) {}
+  /// `host` but for `portalAnswers`. `bus` outlives this.
+  Windows(const SessionBus& bus, UserInterfaceHost host) : bus_(bus), host_(std::move(host)) {}
 
   /// Connects to the display. False, with the reason for the user in `whyNot`, where that cannot be had; a
   /// later try may succeed. Once it has, nothing happens.
@@ -26,6 +28,7 @@ class Windows : public platform::NSOpenPanel {
   void showMessage(const std::string& message) override;
 
  private:
+  const SessionBus& bus_;
   const UserInterfaceHost host_;
   std::unique_ptr<UserInterface> userInterface_;
 };

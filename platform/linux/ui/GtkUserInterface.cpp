@@ -2,11 +2,13 @@
 
 #include <malloc.h>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 #include <adwaita.h>
 
 #include "platform/linux/ui/GraphicsProcessor.h"
+#include "platform/linux/ui/ToolkitWithoutPortal.h"
 #include "platform/linux/ui/View.h"
 // Generated as C.
 extern "C" {
@@ -62,6 +64,11 @@ void showShortcuts(GtkWindow* parent) {
 }  // namespace
 
 std::unique_ptr<GtkUserInterface> GtkUserInterface::make(UserInterfaceHost host, std::string& whyNot) {
+  std::optional<ToolkitWithoutPortal> withoutPortal;
+  if (!host.portalAnswers()) {
+    g_message("The desktop's portal does not answer: windows do not follow its style");
+    withoutPortal.emplace();
+  }
   if (!connectToDisplay(host.applicationId)) {
     whyNot = "no connection to a display (neither WAYLAND_DISPLAY nor DISPLAY leads to one)";
     return nullptr;

@@ -23,6 +23,9 @@ struct UserInterfaceHost {
   /// The connection to the display is lost. Neither the windows nor the main loop are of use any more: this
   /// ends the process and does not return.
   std::function<void()> displayLost;
+  /// Whether the desktop's portal answers, which the toolkit asks for settings and waits for; takes a second
+  /// at most.
+  std::function<bool()> portalAnswers;
 };
 
 /// The program's windows: everything that needs a display. No toolkit in this header, because the toolkit is

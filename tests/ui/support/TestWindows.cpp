@@ -95,7 +95,7 @@ void TestUserInterface::restart() {
   std::string whyNot;
   ui_ = platform_linux::GtkUserInterface::make(
       {"com.verrano.quillo.CameraShot", stateFolder_, [this] { ++lastWindowClosed; }, [this] { ++quits; },
-       [this] { return std::exchange(activationToken, {}); }, [] {}},
+       [this] { return std::exchange(activationToken, {}); }, [] {}, [] { return true; }},
       whyNot);
   if (!ui_) throw std::runtime_error(whyNot);
 }
