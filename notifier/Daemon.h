@@ -39,7 +39,7 @@ class Daemon {
     std::string name;  ///< its unique bus name
     bool takesActions = false;
     bool readsMarkup = false;
-    /// Whether a list keeps notifications, with their actions, when their bubbles have gone.
+    /// Whether a list keeps notifications, to be clicked there, when their bubbles have gone.
     bool keepsList = false;
   };
   using FindHandler = std::function<void(const std::optional<Instance>& instance)>;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <functional>
+#include <map>
 #include <memory>
 #include <signal.h>
 #include <stdexcept>
@@ -102,6 +104,46 @@ TEST_F(Notifier, TheBubbleStaysWhereTheListIsNotToBeSeen) {
   ASSERT_TRUE(post(service_->client(), kFailure));
   ASSERT_TRUE(waitForNotifications(1));
   EXPECT_THAT(service_->callsOf("Notify")[0], HasSubstr("'suppress-sound': <true>}, 0)"));
+}
+
+/// As lxqt-notificationd: a new notification of the same words as one on the screen gets an id and nothing
+/// more.
+class ServiceWithoutDuplicates {
+ public:
+  GVariant* operator()(const MockService::Call& call) {
+    GVariant* const reply = answers_(call);
+    if (call.method == "CloseNotification") onScreen_.erase(firstNumber(call.arguments));
+    if (call.method != "Notify") return reply;
+    std::uint32_t id = 0;
+    g_variant_get(reply, "(u)", &id);
+    const std::string words = call.arguments.substr(0, call.arguments.find('['));
+    const std::string said = words.substr(words.find("'com."));
+    const bool isDuplicate = std::ranges::any_of(
+        onScreen_, [&](const auto& shown) { return shown.first != id && shown.second == said; });
+    if (!isDuplicate) onScreen_[id] = said;
+    return reply;
+  }
+  std::size_t onScreen() const { return onScreen_.size(); }
+
+ private:
+  ServiceAnswers answers_{{"actions", "body", "persistence"}, 1, "lxqt-notificationd"};
+  std::map<std::uint32_t, std::string> onScreen_;  ///< the words by their id
+};
+
+TEST_F(Notifier, TheSecondPhotosBubbleIsOnTheScreenWhereDuplicatesAreDropped) {
+  service_ = nullptr;
+  ServiceWithoutDuplicates answers;
+  service_ = makeService(bus_.address(), std::ref(answers));
+  for (const std::size_t photo : {1U, 2U}) {
+    ASSERT_TRUE(post(service_->client(), kPhoto));
+    ASSERT_TRUE(waitForNotifications(photo));
+  }
+  // What the helper does about the second one it has done before it shows the next.
+  ASSERT_TRUE(post(service_->client(), kFailure, "Error"));
+  ASSERT_TRUE(waitForNotifications(3));
+  EXPECT_EQ(answers.onScreen(), 2U) << "the photo's and the failure's";
+  // Its list shows what it has kept under a new id, so a bubble must not go by itself.
+  EXPECT_THAT(service_->callsOf("Notify")[1], HasSubstr("'suppress-sound': <true>}, 0)"));
 }
 
 TEST_F(Notifier, WhereAListKeepsTheEarlierOneTheNextIsShownAnewAndTakesItsPlace) {
