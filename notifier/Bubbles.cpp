@@ -11,6 +11,8 @@ namespace {
 
 /// A whole start of the application.
 constexpr std::chrono::milliseconds kApplicationPatience{10000};
+/// How long after a closing its click still counts; this program stays longer than that.
+constexpr std::chrono::milliseconds kLateClick{1000};
 
 /// What lets the application take the focus in answer to the click, under its names on Wayland and X11.
 /// Floating.
@@ -118,6 +120,7 @@ void Bubbles::bubbleClosed(const std::string& daemon, std::uint32_t id) {
     if (anySending()) closedEarly_.insert({daemon, id});
     return;
   }
+  rememberClosed(found->first, found->second);
   if (found->second.sending)
     found->second.id = 0;
   else
@@ -125,14 +128,29 @@ void Bubbles::bubbleClosed(const std::string& daemon, std::uint32_t id) {
   onChange_();
 }
 
+void Bubbles::rememberClosed(const Key& key, const Bubble& bubble) {
+  forgetLongClosed();
+  lastClosed_.push_back({key, bubble, std::chrono::steady_clock::now()});
+}
+
+void Bubbles::forgetLongClosed() {
+  const auto now = std::chrono::steady_clock::now();
+  std::erase_if(lastClosed_, [&](const ClosedBubble& closed) { return now - closed.when > kLateClick; });
+}
+
 void Bubbles::activationToken(const std::string& daemon, std::uint32_t id, const std::string& token) {
   const auto found = bubbleOf(daemon, id);
   if (found != bubbles_.end()) found->second.activationToken = token;
+  const auto closed = closedBubble(daemon, id);
+  if (closed != lastClosed_.end()) closed->bubble.activationToken = token;
 }
 
 void Bubbles::actionInvoked(const std::string& daemon, std::uint32_t id, const std::string& actionKey) {
   const auto found = bubbleOf(daemon, id);
-  if (found == bubbles_.end()) return;
+  if (found == bubbles_.end()) {
+    clickClosed(daemon, id, actionKey);
+    return;
+  }
   const Action* const action = found->second.shown.actionFor(actionKey);
   if (!action) return;
   activate(found->first, found->second, *action);
@@ -142,6 +160,24 @@ void Bubbles::actionInvoked(const std::string& daemon, std::uint32_t id, const s
   close(daemon, id);
   bubbles_.erase(found);
   onChange_();
+}
+
+void Bubbles::clickClosed(const std::string& daemon, std::uint32_t id, const std::string& actionKey) {
+  const auto closed = closedBubble(daemon, id);
+  if (closed == lastClosed_.end()) return;
+  const Action* const action = closed->bubble.shown.actionFor(actionKey);
+  if (!action) return;
+  activate(closed->key, closed->bubble, *action);
+  lastClosed_.erase(closed);
+  onChange_();
+}
+
+std::vector<Bubbles::ClosedBubble>::iterator Bubbles::closedBubble(const std::string& daemon,
+                                                                   std::uint32_t id) {
+  forgetLongClosed();
+  return std::ranges::find_if(lastClosed_, [&](const ClosedBubble& closed) {
+    return closed.bubble.daemon == daemon && closed.bubble.id == id;
+  });
 }
 
 void Bubbles::daemonGone(const std::string& daemon) {

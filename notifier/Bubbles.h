@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -7,6 +8,7 @@
 #include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "notifier/Daemon.h"
 #include "notifier/Notification.h"
@@ -47,6 +49,12 @@ class Bubbles : public DaemonListener {
     bool sending = false;
   };
   using BubbleMap = std::map<Key, Bubble>;
+  /// One that the service has said to be closed, and not a click before.
+  struct ClosedBubble {
+    Key key;
+    Bubble bubble;
+    std::chrono::steady_clock::time_point when;
+  };
 
   enum class Attempt { First, Second };
   void sendNext(const Key& key);
@@ -55,6 +63,10 @@ class Bubbles : public DaemonListener {
   void notSent(const Key& key, const Notification& notification);
   void playSound(const std::string& applicationId, const std::string& daemon);
   void settle(const Key& key);
+  void rememberClosed(const Key& key, const Bubble& bubble);
+  void forgetLongClosed();
+  void clickClosed(const std::string& daemon, std::uint32_t id, const std::string& actionKey);
+  std::vector<ClosedBubble>::iterator closedBubble(const std::string& daemon, std::uint32_t id);
   BubbleMap::iterator bubbleOf(const std::string& daemon, std::uint32_t id);
   [[nodiscard]] bool anySending() const;
   void activate(const Key& key, const Bubble& bubble, const Action& action);
@@ -66,6 +78,8 @@ class Bubbles : public DaemonListener {
   BubbleMap bubbles_;
   /// Bubbles that were closed before the answer that told their id: daemon and id.
   std::set<std::pair<std::string, std::uint32_t>> closedEarly_;
+  /// Some services tell a click after the closing (awesome, its issue 3836).
+  std::vector<ClosedBubble> lastClosed_;
   int callsUnderWay_ = 0;
   /// One at a time: of notifications that come together one is heard.
   platform_linux::SoundProcess sound_{"/proc/self/exe", 1};

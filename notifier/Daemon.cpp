@@ -31,8 +31,14 @@ constexpr gint32 kAsTheServiceLikes = -1;
 constexpr std::array<std::string_view, 2> kWithoutList{"Notification Daemon", "lxqt-notificationd"};
 constexpr guchar kNormalUrgency = 1;
 
-SessionBus::Call daemonCall(const std::string& name, const char* method, GVariant* arguments) {
-  return {name, kPath, kService, method, arguments, Daemon::kDaemonPatience};
+SessionBus::Call daemonCall(const std::string& name, const char* method, GVariant* arguments,
+                            std::chrono::milliseconds patience = Daemon::kDaemonPatience) {
+  return {name, kPath, kService, method, arguments, patience};
+}
+
+/// Where nothing can be clicked, no click is lost; and notify-osd makes a dialog box of what is to stay.
+gint32 lifetime(const Daemon::Instance& instance) {
+  return instance.keepsList || !instance.takesActions ? kAsTheServiceLikes : kUntilTheUserRemovesIt;
 }
 
 Daemon::Instance readCapabilities(GVariant* reply) {
@@ -147,7 +153,7 @@ void Daemon::find(FindHandler handler) {
   }
   waiting_.push_back(std::move(handler));
   if (waiting_.size() > 1) return;
-  bus_.call(daemonCall(kService, "GetCapabilities", g_variant_new("()")),
+  bus_.call(daemonCall(kService, "GetCapabilities", g_variant_new("()"), kStartPatience),
             [self = std::weak_ptr(self_)](GVariant* reply, const GError*) {
               const auto daemon = self.lock();
               if (!daemon) return;
@@ -198,10 +204,10 @@ void Daemon::found(const std::optional<Instance>& instance) {
 void Daemon::notify(const Instance& instance, const std::string& applicationId, std::uint32_t replaces,
                     const Notification& notification, NotifyHandler handler) {
   const std::string body = bodyFor(instance, notification.body);
-  GVariant* const arguments = g_variant_new(
-      "(susss@as@a{sv}i)", kApplicationName, replaces, applicationId.c_str(), notification.title.c_str(),
-      body.c_str(), actionList(instance, notification), hints(instance, applicationId, notification),
-      instance.keepsList ? kAsTheServiceLikes : kUntilTheUserRemovesIt);
+  GVariant* const arguments =
+      g_variant_new("(susss@as@a{sv}i)", kApplicationName, replaces, applicationId.c_str(),
+                    notification.title.c_str(), body.c_str(), actionList(instance, notification),
+                    hints(instance, applicationId, notification), lifetime(instance));
   bus_.call(
       daemonCall(instance.name, "Notify", arguments),
       [self = std::weak_ptr(self_), handler = std::move(handler)](GVariant* reply, const GError* error) {

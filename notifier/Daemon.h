@@ -28,11 +28,14 @@ class DaemonListener {
 };
 
 /// The desktop's notification service, `org.freedesktop.Notifications`. Every answer comes on a later turn of
-/// the main loop, within kDaemonPatience per call. Main thread only.
+/// the main loop, within kDaemonPatience per call, the first within kStartPatience. Main thread only.
 class Daemon {
  public:
   /// Nobody waits for it but this program itself.
   static constexpr std::chrono::milliseconds kDaemonPatience{10000};
+  /// Of the first call, for which the bus may have to start the service: so long does the bus itself wait for
+  /// that (dbus-daemon's session.conf), and Plasma's waits a minute for the shell.
+  static constexpr std::chrono::milliseconds kStartPatience{120000};
 
   /// One process that is the service.
   struct Instance {
@@ -55,7 +58,7 @@ class Daemon {
   /// Finds the service, starting it where the bus can. Handlers are called in the order of the questions.
   void find(FindHandler handler);
   /// Shows a bubble, in the place of `replaces` unless that is 0. It stays until the user removes it, so that
-  /// no click is lost, unless a list keeps it.
+  /// no click is lost, unless a list keeps it or there is nothing to click.
   void notify(const Instance& instance, const std::string& applicationId, std::uint32_t replaces,
               const Notification& notification, NotifyHandler handler);
   /// Whether the user is not to be disturbed; false where neither the service nor its desktop says so.

@@ -1,6 +1,7 @@
 // The helper program against a notification service played by the test.
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <functional>
 #include <map>
@@ -100,7 +101,8 @@ TEST_F(Notifier, TheBubbleMayGoWhereAListKeepsTheNotification) {
 
 TEST_F(Notifier, TheBubbleStaysWhereTheListIsNotToBeSeen) {
   service_ = nullptr;
-  service_ = makeService(bus_.address(), ServiceAnswers({"persistence"}, 1, "Notification Daemon"));
+  service_ =
+      makeService(bus_.address(), ServiceAnswers({"actions", "persistence"}, 1, "Notification Daemon"));
   ASSERT_TRUE(post(service_->client(), kFailure));
   ASSERT_TRUE(waitForNotifications(1));
   EXPECT_THAT(service_->callsOf("Notify")[0], HasSubstr("'suppress-sound': <true>}, 0)"));
@@ -191,6 +193,15 @@ TEST_F(Notifier, OffersNoActionsToAServiceWithout) {
   ASSERT_TRUE(post(service_->client(), kPhoto));
   ASSERT_TRUE(waitForNotifications(1));
   EXPECT_THAT(service_->callsOf("Notify")[0], HasSubstr("'Click & see', [], {"));
+}
+
+TEST_F(Notifier, LetsAServiceWithoutActionsTakeTheBubbleAway) {
+  // notify-osd makes a dialog box of a bubble that is to stay.
+  service_ = nullptr;
+  service_ = makeService(bus_.address(), ServiceAnswers({"body"}));
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(1));
+  EXPECT_THAT(service_->callsOf("Notify")[0], HasSubstr("'suppress-sound': <true>}, -1)"));
 }
 
 TEST_F(Notifier, OffersNoActionThatHasNothingToActUpon) {
@@ -288,6 +299,40 @@ TEST_F(Notifier, AClickStartsTheApplication) {
   EXPECT_THAT(journal->calls()[0].arguments, HasSubstr("/a.png"));
 }
 
+TEST_F(Notifier, AClickThatIsToldAfterTheClosingRunsItsActionOnce) {
+  // As awesome's service tells it.
+  const auto application = makeApplication(bus_.address());
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(1));
+  close(1);
+  service_->emit("ActivationToken", g_variant_new("(us)", 1U, "token-7"));
+  click(1, "default");
+  click(1, "default");
+  ASSERT_TRUE(application->waitForCalls(1));
+  EXPECT_TRUE(helperLeaves());
+  ASSERT_THAT(application->calls(), SizeIs(1));
+  EXPECT_THAT(application->calls()[0].arguments, HasSubstr("token-7"));
+  EXPECT_THAT(service_->callsOf("CloseNotification"), IsEmpty());
+}
+
+TEST_F(Notifier, AClickOnABubbleThatWasClosedWhileTheNextIsSentRunsItsAction) {
+  service_ = nullptr;
+  ServiceAnswers answers;
+  service_ = makeService(bus_.address(), [&](const MockService::Call& call) {
+    if (call.method == "Notify" && firstNumber(call.arguments) == 1) {
+      close(1);
+      click(1, "default");
+    }
+    return answers(call);
+  });
+  const auto application = makeApplication(bus_.address());
+  ASSERT_TRUE(post(service_->client(), kPhoto));
+  ASSERT_TRUE(waitForNotifications(1));
+  ASSERT_TRUE(post(service_->client(), kFailure));
+  ASSERT_TRUE(application->waitForCalls(1));
+  EXPECT_THAT(application->calls()[0].arguments, HasSubstr("/a.png"));
+}
+
 TEST_F(Notifier, ClicksOnOthersBubblesAreNotItsBusiness) {
   const auto application = makeApplication(bus_.address());
   ASSERT_TRUE(post(service_->client(), kPhoto));
@@ -377,11 +422,26 @@ TEST_F(Notifier, ARefusedReplacementLeavesTheOldBubbleStandingForTheNewPhoto) {
   EXPECT_THAT(application->calls()[0].arguments, HasSubstr("/b.png"));
 }
 
-TEST_F(Notifier, AServiceThatNeverAnswersHoldsItUpForABoundedTime) {
+TEST_F(Notifier, AServiceThatTakesNothingHoldsItUpForABoundedTime) {
   service_ = nullptr;
-  service_ = makeService(bus_.address(), [](const MockService::Call&) -> GVariant* { return nullptr; });
+  ServiceAnswers answers;
+  service_ = makeService(bus_.address(), [&](const MockService::Call& call) {
+    return call.method == "Notify" ? nullptr : answers(call);
+  });
   ASSERT_TRUE(post(service_->client(), kPhoto));
   EXPECT_TRUE(helperLeaves());
+}
+
+TEST_F(Notifier, AServiceThatIsLongInStartingShowsTheNotification) {
+  // As on a cold start of Plasma, whose service is started by waiting for the shell.
+  service_ = nullptr;
+  bus_.addService(kService, "/usr/bin/gdbus", "wait --session " + kService);
+  const BusClient client(bus_.address());
+  ASSERT_TRUE(post(client, kPhoto));
+  constexpr std::chrono::seconds kLongStart{14};
+  EXPECT_FALSE(waitUntil([&] { return !client.hasOwner(kNotifier); }, kLongStart)) << "it has given up";
+  service_ = makeService(bus_.address());
+  EXPECT_TRUE(waitForNotifications(1));
 }
 
 TEST_F(Notifier, WithoutAServiceItTakesTheNotificationAndLeaves) {
