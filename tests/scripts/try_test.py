@@ -52,6 +52,11 @@ class Try(unittest.TestCase):
         self.assert_tried(VIRTUAL, DISPLAY=None)
         self.assert_tried(VIRTUAL, DBUS_SESSION_BUS_ADDRESS=None)
 
+    def test_with_sudo_everything_belongs_to_whoever_called_it(self):
+        self.tree.stand_in("id", "echo 0")
+        self.tree.stand_in("chown", 'echo "chown $*"')
+        self.assert_tried("chown -R 4321:1234 build\n", SUDO_UID=4321, SUDO_GID=1234)
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -1,0 +1,52 @@
+"""scripts/plainly: what a command finds, and to whom what it builds belongs."""
+
+import os
+import shutil
+import unittest
+
+from script_tree import SOURCE, ScriptTree
+
+OWNER = {"SUDO_UID": 4321, "SUDO_GID": 1234}
+
+
+class Plainly(unittest.TestCase):
+    def setUp(self):
+        self.tree = ScriptTree(self)
+        shutil.copy(SOURCE / "scripts/plainly", self.tree.folder / "scripts/plainly")
+        (self.tree.folder / "build").mkdir()
+        self.tree.stand_in("chown", f'echo "$*" >{self.tree.top}/chown')
+
+    def plainly(self, *words, status=0, **variables):
+        result = self.tree.run("scripts/plainly", *words, environment=variables)
+        self.assertEqual(result.returncode, status, result.stdout)
+        return result.stdout
+
+    def handed_over(self):
+        told = self.tree.top / "chown"
+        return told.read_text(encoding="utf-8") if told.exists() else None
+
+    def test_what_sudo_built_belongs_to_whoever_called_it(self):
+        self.tree.stand_in("id", "echo 0")
+        self.plainly("sh", "-c", "exit 7", status=7, **OWNER)
+        self.assertEqual(self.handed_over(), "-R 4321:1234 build\n")
+
+    def test_roots_own_builds_stay_roots(self):
+        self.tree.stand_in("id", "echo 0")
+        self.plainly("true", SUDO_UID=None)
+        self.assertIsNone(self.handed_over())
+
+    def test_an_ordinary_users_builds_stay_his(self):
+        self.tree.stand_in("id", "echo 1000")
+        self.plainly("true", **OWNER)
+        self.assertIsNone(self.handed_over())
+
+    def test_aptitude_for_building_gets_through_and_nothing_else(self):
+        said = self.plainly("env", http_proxy="http://proxy:3128", APT_CONFIG="/etc/my apt", GTK_THEME="Loud", MAKEFLAGS="-j99")
+        self.assertIn("http_proxy=http://proxy:3128\n", said)
+        self.assertIn("APT_CONFIG=/etc/my apt\n", said)
+        self.assertNotIn("GTK_THEME", said)
+        self.assertNotIn("MAKEFLAGS", said)
+
+
+if __name__ == "__main__":
+    unittest.main()
