@@ -47,6 +47,28 @@ class Plainly(unittest.TestCase):
         self.assertNotIn("GTK_THEME", said)
         self.assertNotIn("MAKEFLAGS", said)
 
+    def assert_cache_is_used(self, is_used, **variables):
+        said = self.plainly("env", **variables)
+        self.assertEqual("CCACHE_DISABLE=1\n" not in said, is_used, said)
+
+    def test_a_compiler_cache_that_can_be_written_is_used(self):
+        cache = self.tree.top / "cache"
+        self.tree.stand_in("ccache", f'[ "$*" = "-k cache_dir" ] && echo {cache}')
+        self.assert_cache_is_used(True)  # it will be made
+        cache.mkdir()
+        self.assert_cache_is_used(True)
+        self.assertEqual(os.listdir(cache), [])
+
+    def test_one_that_cannot_be_written_is_not(self):
+        (self.tree.top / "file").touch()
+        for place in ("/proc/1", "/proc/nowhere/cache", self.tree.top / "file/cache"):
+            self.tree.stand_in("ccache", f"echo {place}")
+            self.assert_cache_is_used(False, CCACHE_DIR=place)
+
+    def test_without_the_program_there_is_none(self):
+        self.tree.stand_in("ccache", "exit 127")
+        self.assert_cache_is_used(False)
+
 
 if __name__ == "__main__":
     unittest.main()
