@@ -22,7 +22,7 @@ RUNS = int(os.environ.get("CAMERA_SHOT_RUNS", "6"))
 SHOTS = int(os.environ.get("CAMERA_SHOT_SHOTS", "30"))
 SEED = int(os.environ.get("CAMERA_SHOT_SEED", random.randrange(1 << 32)))
 PROGRESS = 250  # runs or shots
-# Of a preview, in shots: what happens once for the first time, and how often somebody looks at what it holds.
+# Of a preview, in shots: how many come before anybody looks at what it holds, and how often that happens then.
 WARM_UP, LOOK = 10, 5
 
 
@@ -87,26 +87,44 @@ class LongPreview(SoakTest):
         shooter.tool.start()
         self.desk.bus.wait_for_owner(APPLICATION)
         shooter.turn_until(lambda: shooter.count("Launch"), "the launch")
+        self.do_everything_once(shooter)
         growth = Growth(shooter.tool.process.pid)
-        for number in range(WARM_UP + SHOTS):
-            self.shoot(shooter)
+        for number in range(SHOTS):
+            if number % LOOK == 0:
+                self.look(shooter, growth)
+            self.shoot(shooter, disturbed=self.desk.happens(50))
             self.change_something(cameras=30, notifications=100, pipewire=500)
             self.tell_progress(number)
-            if number >= WARM_UP and number % LOOK == 0:
-                growth.look()
+        self.look(shooter, growth)
         print(growth)
         self.assertEqual(growth.excess(), {}, growth)
         self.assertEqual(shooter.tool.stop(), 0, shooter.tool.log())
         self.assert_nothing_left(SilentShooter(self.desk, self))
 
-    def shoot(self, shooter):
-        """One in some shots befalls a camera that comes or goes, and one in some bubbles is clicked on. After a shot that
-        failed the preview keeps to its camera, which then is plugged again."""
+    def do_everything_once(self, shooter):
+        """What is loaded and kept when it is used for the first time is no growth."""
+        for _ in range(WARM_UP):
+            self.shoot(shooter, click=True)
+        for change in (self.desk.restart_daemon, self.desk.restart_pipewire):
+            change()
+            self.shoot(shooter)
+        while "failures told" not in self.desk.happened:
+            self.shoot(shooter, disturbed=True)
+
+    def look(self, shooter, growth):
+        """After a shot that nothing disturbed, so that a camera's pictures are coming."""
+        self.desk.plug_all()
+        self.shoot(shooter, click=False)
+        growth.look()
+
+    def shoot(self, shooter, *, disturbed=False, click=None):
+        """A camera comes or goes during a shot that is disturbed; one in some bubbles is clicked on where nothing is said of
+        it. After a shot that failed the preview keeps to its camera, which then is plugged again."""
         shooter.forget()
         self.desk.click_menu_icon()
-        if self.desk.happens(50):
+        if disturbed:
             self.desk.plug_or_unplug()
-        shooter.check_shot(click=self.desk.happens(10))
+        shooter.check_shot(click=self.desk.happens(10) if click is None else click)
         if shooter.failures():
             self.desk.plug_all()
 

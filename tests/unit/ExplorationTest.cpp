@@ -161,7 +161,10 @@ class Explorer {
   }
 
   void extend(const Path& path) {
-    depth_ = path.events.size();
+    if (path.events.size() > depth_) {
+      depth_ = path.events.size();
+      std::cout << depth_ << " events: " << seen_.size() << " states, " << frontier_.size() + 1 << " to extend\n" << std::flush;
+    }
     const auto here = replay(path);
     if (here->application.ended) return;
     for (std::size_t event = 0; event < allEvents().size() && !::testing::Test::HasFailure(); ++event)
