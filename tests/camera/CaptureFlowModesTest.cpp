@@ -1,5 +1,6 @@
 // In which of its modes a session uses its camera.
 #include <cerrno>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -60,6 +61,88 @@ TEST_F(CaptureFlowModes, OfACameraWhoseLargestPicturesAreOfNoUseTheNextBestIsTri
   EXPECT_EQ(source_->opened, 3);
   EXPECT_THAT(journal_.of("log"), ElementsAre(HasSubstr("Desk camera: no picture of 1920x1080 can be used"),
                                               HasSubstr("Desk camera: no picture of 1280x720 can be used")));
+}
+
+TEST_F(CaptureFlowModes, OfASlowCameraASecondOfPicturesOfNoUseIsEnough) {
+  source_->show({withThreeModes()});
+  source_->usablePixels = 1280 * 720;
+  start();
+  captureWidth();
+  for (int i = 0; i < 15; ++i) {
+    loop_->advance(200ms - kFrame);
+    frame();
+  }
+  EXPECT_THAT(outcomes_, ElementsAre(1280));
+}
+
+TEST_F(CaptureFlowModes, OfACameraThatIsSilentInItsBestModeTheStillIsOfASmallerOne) {
+  source_->show({withThreeModes()});
+  source_->loudPixels = 1280 * 720;
+  start();
+  captureWidth();
+  for (int i = 0; i < 200 && outcomes_.empty(); ++i)
+    frame();
+  EXPECT_THAT(outcomes_, ElementsAre(1280));
+  EXPECT_THAT(journal_.of("log"), ElementsAre(HasSubstr("Desk camera: no picture of 1920x1080 comes")));
+}
+
+TEST_F(CaptureFlowModes, OfACameraThatIsSilentInItsLargerModesTheSmallestIsFound) {
+  source_->show({withThreeModes()});
+  source_->loudPixels = 640 * 480;
+  start();
+  loop_->advance(20s);
+  frame();
+  captureWidth();
+  settle();
+  EXPECT_THAT(outcomes_, ElementsAre(640));
+}
+
+TEST_F(CaptureFlowModes, ACameraThatIsSlowToBeginGetsItsBestModeAndMoreTimeInTurn) {
+  source_->show({withThreeModes()});
+  start();
+  loop_->advance(15s);  // 4 in the best mode, 4 in a smaller one, and 7 of the 10 in the best
+  frame();
+  captureWidth();
+  settle();
+  EXPECT_THAT(outcomes_, ElementsAre(1920));
+  EXPECT_EQ(source_->opened, 3);
+}
+
+TEST_F(CaptureFlowModes, AModeThatThereIsNoMemoryForIsLeftAtOnceAndOneThatFailsTwice) {
+  std::uint64_t serial = 7;
+  for (const auto& [error, times] : {std::pair{ENOMEM, 1}, std::pair{EPROTO, 1}, std::pair{EIO, 2}}) {
+    source_->opened = 0;
+    source_->show({withThreeModes(++serial)});
+    source_->refusal = error;
+    source_->grantedPixels = 1280 * 720;
+    start();
+    loop_->advance(2s);
+    frame();
+    captureWidth();
+    settle();
+    EXPECT_THAT(outcomes_, ElementsAre(1280)) << error;
+    EXPECT_EQ(source_->opened, times + 1) << error;
+    outcomes_.clear();
+    flow_->stop();
+    source_->show({});
+    loop_->run();
+  }
+}
+
+TEST_F(CaptureFlowModes, ACameraThatFailsNowAndThenKeepsItsBestMode) {
+  source_->show({withThreeModes()});
+  start();
+  for (int i = 0; i < 3; ++i) {
+    source_->refusal = EIO;
+    source_->endStreams(EIO);
+    loop_->run();
+    source_->refusal.reset();
+    loop_->advance(3s);
+    frame();
+  }
+  captureWidth();
+  settle();
+  EXPECT_THAT(outcomes_, ElementsAre(1920));
 }
 
 TEST_F(CaptureFlowModes, ACameraOfOneModeIsNotStartedAnewForPicturesOfNoUse) {

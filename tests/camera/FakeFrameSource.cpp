@@ -91,7 +91,7 @@ class FakeFrameSource::Stream final : public FrameStream {
 
   [[nodiscard]] std::uint64_t serial() const { return serial_; }
   void deliver(const std::vector<std::uint8_t>& bytes) {
-    if (hasEnded_) return;
+    if (hasEnded_ || mode_.width * mode_.height > source_.loudPixels) return;
     if (mode_.width * mode_.height > source_.usablePixels) return client_.frameUnusable();
     const std::array blocks{FrameBlock{bytes, 0}};
     client_.frameArrived(FrameBuffer::pictureIn(blocks, {mode_.format, mode_.width, mode_.height}).value());

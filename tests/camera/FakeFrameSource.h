@@ -64,6 +64,8 @@ class FakeFrameSource final : public platform_linux::FrameSource {
   std::set<std::string> busy;
   /// How many pixels the modes have that are granted all the same.
   std::uint32_t grantedPixels = 0;
+  /// Modes with more pixels bring nothing.
+  std::uint32_t loudPixels = std::numeric_limits<std::uint32_t>::max();
   /// Pictures of modes with more are of no use.
   std::uint32_t usablePixels = std::numeric_limits<std::uint32_t>::max();
   int opened = 0;  ///< how many streams were asked for

@@ -101,6 +101,35 @@ TEST(ModesOfFormat, OfStepsEndWhereTheStepsDo) {
               ElementsAre(CameraMode{MJPG, 640, 480, {30, 1}}, CameraMode{MJPG, 1360, 768, {30, 1}}));
 }
 
+TEST(ModesOfFormat, OfStepsThatLeadBeyondTheEndIsTheEnd) {
+  // As the daemon's own V4L2 source tells of a grabber from 48x38 to 720x576: the end in the place of the step.
+  FormatBuilder format(SPA_MEDIA_SUBTYPE_raw);
+  format.id(SPA_FORMAT_VIDEO_format, SPA_VIDEO_FORMAT_YUY2)
+      .choice(SPA_FORMAT_VIDEO_size, SPA_CHOICE_Step, [](auto* builder) {
+        for (const auto& [width, height] :
+             {spa_rectangle{48, 38}, spa_rectangle{48, 38}, spa_rectangle{720, 576}, spa_rectangle{720, 576}})
+          spa_pod_builder_rectangle(builder, width, height);
+      });
+  EXPECT_THAT(modesOfFormatPod(format.pod()),
+              ElementsAre(CameraMode{YUY2, 48, 38, {}}, CameraMode{YUY2, 720, 576, {}}));
+}
+
+TEST(ModesOfFormat, OfADriverThatListsNoSizesAreTheUsualOnes) {
+  // What the daemon's own V4L2 source makes of it.
+  FormatBuilder format(SPA_MEDIA_SUBTYPE_raw);
+  format.id(SPA_FORMAT_VIDEO_format, SPA_VIDEO_FORMAT_YUY2)
+      .choice(SPA_FORMAT_VIDEO_size, SPA_CHOICE_Range, [](auto* builder) {
+        for (const auto& [width, height] :
+             {spa_rectangle{16, 16}, spa_rectangle{16, 16}, spa_rectangle{16384, 16384}})
+          spa_pod_builder_rectangle(builder, width, height);
+      });
+  EXPECT_THAT(modesOfFormatPod(format.pod()),
+              ElementsAre(CameraMode{YUY2, 1920, 1080, {}}, CameraMode{YUY2, 1280, 720, {}},
+                          CameraMode{YUY2, 1024, 768, {}}, CameraMode{YUY2, 720, 576, {}},
+                          CameraMode{YUY2, 720, 480, {}}, CameraMode{YUY2, 640, 480, {}},
+                          CameraMode{YUY2, 320, 240, {}}, CameraMode{YUY2, 16, 16, {}}));
+}
+
 TEST(ModesOfFormat, OfJpegNeedNoSizeWhichEachFrameTells) {
   EXPECT_THAT(modesOfFormatPod(FormatBuilder(SPA_MEDIA_SUBTYPE_mjpg).rate(30, 1).pod()),
               ElementsAre(CameraMode{MJPG, 0, 0, {30, 1}}));

@@ -73,6 +73,8 @@ TEST(NodeProperties, OfAScreenAreNoCameras) {
 TEST(NodeProperties, OfPartsOfACameraAreNoCameras) {
   EXPECT_FALSE(isCamera({{"device.api", "v4l2"}, {"node.description", "Intel IPU6 ISYS Capture 0 (V4L2)"}}));
   EXPECT_FALSE(isCamera({{"device.api", "v4l2"}, {"api.v4l2.cap.driver", "ipu3-cio2"}}));
+  for (const char* processor : {"bcm2835-isp", "pispbe", "rp1-cfe", "unicam"})
+    EXPECT_FALSE(isCamera({{"device.api", "v4l2"}, {"api.v4l2.cap.driver", processor}})) << processor;
   EXPECT_FALSE(isCamera({{"device.api", "v4l2"}, {"node.nick", "Webcam Metadata"}}));
   EXPECT_TRUE(isCamera({{"device.api", "libcamera"}, {"node.description", "ipu6 front camera"}}));
 }
@@ -99,9 +101,25 @@ TEST(DistinctCameras, ADeviceThatIsShownTwiceIsListedOnceByV4L2) {
   const Values libcamera{{"node.name", "l"},
                          {"node.nick", "Cam A"},
                          {"device.api", "libcamera"},
-                         {"device.devids", "[ 20736, 20737 ]"}};
+                         {"device.devids", "20736"}};
   EXPECT_THAT(identities({node(libcamera), node(v4l2)}), ElementsAre("v=Cam A"));
   EXPECT_THAT(identities({node(libcamera)}), ElementsAre("l=Cam A"));
+}
+
+TEST(DistinctCameras, ACameraThatIsPutTogetherOfDevicesStandsForThem) {
+  const Values part{
+      {"node.name", "v"}, {"node.nick", "Part"}, {"device.api", "v4l2"}, {"device.devids", "[ 20737 ]"}};
+  const Values whole{{"node.name", "l"},
+                     {"node.nick", "Whole"},
+                     {"device.api", "libcamera"},
+                     {"device.devids", "[ 20736, 20737 ]"}};
+  EXPECT_THAT(identities({node(part), node(whole)}), ElementsAre("l=Whole"));
+  EXPECT_THAT(identities({node(whole), node(part)}), ElementsAre("l=Whole"));
+}
+
+TEST(Nodes, OfLibcameraKnowTheRangeOfTheirUsualFormatOnly) {
+  EXPECT_FALSE(node({{"node.name", "l"}, {"device.api", "libcamera"}}).camera.knowsRangeOfRgb);
+  EXPECT_TRUE(node({{"node.name", "v"}, {"device.api", "v4l2"}}).camera.knowsRangeOfRgb);
 }
 
 TEST(DistinctCameras, TwoOfOneNameCanEachBeChosenTheSameNextTime) {

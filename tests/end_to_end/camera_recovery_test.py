@@ -71,6 +71,25 @@ class SilentRun(ToolTest):
     def test_another_program_lets_go_of_the_camera_that_said_it_is_busy(self):
         self.assert_photo(Tool().start())
 
+    @in_desktop(f"name=desk,{MODES}+MJPG:640x480@30")
+    def test_another_program_uses_the_camera_in_a_smaller_mode(self):
+        """PipeWire lets several use a camera, in the mode of the first."""
+        reader = [f"{os.environ['CAMERA_DESKTOP_PROGRAMS']}/frame_reader", "desk", "MJPG:320x240@30", "1000000"]
+        with subprocess.Popen(reader, stdout=subprocess.DEVNULL) as other:
+            self.addCleanup(other.kill)
+            control("camera", "1", "wait-streaming")
+            tool = Tool().start()
+            picture = self.assert_photo(tool)
+            self.assertIsNone(other.poll())
+            other.terminate()
+        self.assertIn("another program uses it, so its pictures are 320x240 instead of 640x480", tool.log())
+        self.assertEqual((picture.width, picture.height), (320, 240))
+
+    @in_desktop(f"name=desk,{MODES}+MJPG:640x480@30,fault=silent-from:640")
+    def test_the_camera_is_silent_in_its_best_mode(self):
+        picture = self.assert_photo(Tool().start())
+        self.assertEqual((picture.width, picture.height), (320, 240))
+
     @in_desktop(f"{DESK},fault=suspend:10")
     def test_the_system_sleeps_for_a_moment(self):
         self.assert_photo(Tool().start())

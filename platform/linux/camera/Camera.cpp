@@ -13,8 +13,11 @@ namespace {
 /// What drivers and programs call loopbacks.
 constexpr std::array<std::string_view, 5> kVirtualNames{"loopback", "dummy video device", "obs virtual",
                                                         "droidcam", "obs-camera"};
-/// Raw sensors behind the image processors of laptops and tablets, and devices that send no pictures.
-constexpr std::array<std::string_view, 6> kPartNames{"ipu3", "ipu6", "ipu7", "isys", "atomisp", "metadata"};
+/// Raw sensors behind the image processors of laptops, tablets and single-board computers, these processors
+/// themselves, and devices that send no pictures.
+constexpr std::array<std::string_view, 11> kPartNames{"ipu3",        "ipu6",     "ipu7",   "isys",
+                                                      "atomisp",     "metadata", "unicam", "rp1-cfe",
+                                                      "bcm2835-isp", "pispbe",   "pisp_be"};
 constexpr std::array<std::string_view, 3> kInfraredNames{"infrared", "infra red", "windows hello"};
 
 std::string lowerCase(std::string_view text) {

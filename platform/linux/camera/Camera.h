@@ -26,6 +26,8 @@ struct Camera {
   CameraKind kind = CameraKind::Colour;
   int priority = 0;        ///< the session's: the greater comes first
   std::string place = {};  ///< of the device in the system, such as /dev/video0; may be empty
+  /// Whether a limited range that it states is true of RGB, too. libcamera states one for all formats.
+  bool knowsRangeOfRgb = true;
 };
 
 /// The kind of a camera by what it is called and what it sends.

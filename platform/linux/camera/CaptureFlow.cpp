@@ -7,9 +7,14 @@
 namespace platform_linux {
 namespace {
 
-/// When so many pictures of a mode have come and none was of use, another mode is tried: some cameras,
-/// drivers and hubs bring only cut ones of their largest. A second's at least, for streams that begin badly.
-constexpr int kUselessPictures = 30;
+/// When so many pictures of a mode have come, for so long, and none was of use, another mode is tried: some
+/// cameras, drivers and hubs bring only cut ones of their largest. Streams may begin badly.
+constexpr int kUselessPictures = 5;
+constexpr std::chrono::seconds kUselessTime{1};
+
+/// How long a camera may say nothing in a mode before a smaller one is tried: longer than slow ones need for
+/// their first frame, and shorter than a still waits for it.
+constexpr std::chrono::seconds kModeSilence{4};
 
 /// How long a camera that has not begun is left alone, at most, before it is started again.
 constexpr std::chrono::seconds kLongestPatience{40};
@@ -119,12 +124,19 @@ void CaptureFlow::openStream() {
   restart_->stop();
   ++run_;
   stills_->restart();
+  if (modes_.isDetour()) stills_->waitForSmallerMode();
   seenBySilence_ = arrived_;
   arrivedBefore_ = arrived_;
   unusable_ = 0;
+  hasGivenUp_ = false;
   mode_ = *mode;
   stream_ = service_->open(*camera, mode_, *this);
-  silence_->startOnce(patience_);
+  silence_->startOnce(patience());
+}
+
+std::chrono::seconds CaptureFlow::patience() const {
+  const bool isFirst = patience_ == kCameraSilence;
+  return modes_.isDetour() || (isFirst && modes_.hasSmaller()) ? kModeSilence : patience_;
 }
 
 void CaptureFlow::closeStream(int error) {
@@ -140,6 +152,7 @@ void CaptureFlow::closeStream(int error) {
 void CaptureFlow::restart(int error) {
   // A run of some length is no failed attempt.
   if (stills_->hasSettled()) pace_.reset();
+  if (arrived_ != arrivedBefore_) modes_.works();
   // Another mode is another attempt.
   if (arrived_ == arrivedBefore_ && modes_.refused(error)) pace_.reset();
   closeStream(error);
@@ -154,8 +167,15 @@ void CaptureFlow::checkSilence() {
     patience_ = kCameraSilence;
     return silence_->startOnce(patience_);
   }
-  // One that has never begun may take longer for its first frame, and begins from the start each time.
-  if (arrived_ == arrivedBefore_) patience_ = std::min(2 * patience_, kLongestPatience);
+  // One that has never begun may do so in a smaller mode, or take longer for its first frame, and begins from
+  // the start each time.
+  if (arrived_ == arrivedBefore_) {
+    modes_.silent();
+    if (modes_.isDetour())
+      noteNextMode("comes");
+    else
+      patience_ = std::min(2 * patience_, kLongestPatience);
+  }
   // Devices that stall mostly say nothing. What waited has failed, or fails now, but the session goes on.
   restart(ETIMEDOUT);
 }
@@ -203,7 +223,7 @@ bool CaptureFlow::anyFeedWants() {
 }
 
 void CaptureFlow::frameArrived(const FrameBuffer& picture) {
-  ++arrived_;
+  if (arrived_++ == arrivedBefore_) noteOtherMode(picture.format());
   const std::uint64_t sequence = sequence_++;
   const bool forFeeds = anyFeedWants();
   const auto purpose = forFeeds ? StillQueue::Purpose::Preview : StillQueue::Purpose::Still;
@@ -217,10 +237,25 @@ void CaptureFlow::frameArrived(const FrameBuffer& picture) {
 }
 
 void CaptureFlow::frameUnusable() {
-  if (arrived_ != arrivedBefore_ || ++unusable_ != kUselessPictures || !modes_.hasAnother()) return;
-  note("no picture of " + std::to_string(mode_.width) + "x" + std::to_string(mode_.height) +
-       " can be used, the next best mode is tried");
+  if (arrived_ != arrivedBefore_ || !modes_.hasAnother()) return;
+  const auto now = service_->loop().now();
+  if (unusable_++ == 0) unusableSince_ = now;
+  if (unusable_ < kUselessPictures || now - unusableSince_ < kUselessTime || hasGivenUp_) return;
+  noteNextMode("can be used");
+  hasGivenUp_ = true;
   streamEnded(EINVAL);
+}
+
+void CaptureFlow::noteOtherMode(const FrameFormat& format) const {
+  if (!mode_.saysSize() || (format.width == mode_.width && format.height == mode_.height)) return;
+  note("another program uses it, so its pictures are " + std::to_string(format.width) + "x" +
+       std::to_string(format.height) + " instead of " + std::to_string(mode_.width) + "x" +
+       std::to_string(mode_.height));
+}
+
+void CaptureFlow::noteNextMode(const std::string& whatFails) const {
+  note("no picture of " + std::to_string(mode_.width) + "x" + std::to_string(mode_.height) + " " + whatFails +
+       ", the next best mode is tried");
 }
 
 void CaptureFlow::streamEnded(int error) {

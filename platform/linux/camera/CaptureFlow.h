@@ -77,11 +77,15 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   void openStream();
   void closeStream(int error);
   void restart(int error);
+  /// How long the stream that is opened may be silent.
+  [[nodiscard]] std::chrono::seconds patience() const;
   void checkSilence();
   [[nodiscard]] bool anyFeedWants();
   [[nodiscard]] std::optional<Camera> chosenCamera() const;
   /// A line for the log, on the camera.
   void note(const std::string& line) const;
+  void noteOtherMode(const FrameFormat& format) const;
+  void noteNextMode(const std::string& whatFails) const;
   void post(void (CaptureFlow::*task)());
 
   void frameArrived(const FrameBuffer& picture) override;
@@ -110,6 +114,8 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   std::uint64_t seenBySilence_ = 0;  // how many pictures had arrived when the silence was last looked at
   std::chrono::seconds patience_ = kCameraSilence;  // with a silent stream, before the next one
   int unusable_ = 0;                                // how many pictures of this stream could not be used
+  CameraLoop::Time unusableSince_;                  // of the first of them
+  bool hasGivenUp_ = false;                         // this stream, as there were enough of them
   bool isStarted_ = false;
   int hopeless_ = 0;  // why this camera can never bring a frame; 0 when it can
 };

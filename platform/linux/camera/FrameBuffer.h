@@ -37,6 +37,8 @@ class FrameBuffer {
   [[nodiscard]] static std::optional<FrameBuffer> pictureIn(std::span<const FrameBlock> blocks,
                                                             const FrameFormat& format);
 
+  /// What was agreed on with the camera.
+  [[nodiscard]] const FrameFormat& format() const { return format_; }
   /// A copy for keeping. The planes of uncompressed formats follow each other without a gap, the rows of
   /// I420's colour planes are half as long as those of its first.
   [[nodiscard]] std::shared_ptr<picture::Frame> copy(std::uint64_t sequence) const;

@@ -33,6 +33,8 @@ class StillSchedule {
   /// A new run of the camera: no frame yet. That it was silent is not forgotten before there is one.
   void restart();
 
+  /// The run is in a smaller mode, as a better one brought nothing.
+  void smallerModeTried(Time now) { lastSettling_ = now; }
   /// A frame has arrived.
   void frameArrived(Time now);
   /// The last frame was a picture, but not one for a still, as the exposure is settling.
@@ -54,7 +56,7 @@ class StillSchedule {
 
  private:
   std::optional<Time> firstFrame_;
-  std::optional<Time> lastSettling_;  // the last frame that came too early for a still
+  std::optional<Time> lastSettling_;  // the last frame that came too early for a still, or sign of one to come
   bool isSilent_ = false;
 };
 

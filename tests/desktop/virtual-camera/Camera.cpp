@@ -280,7 +280,7 @@ void Camera::tick(std::uint64_t expirations) {
   if (reached(faults_.unplug, runFrames_)) return unplug([](const std::string&) {});
   if (reached(faults_.error, runFrames_)) return breakDevice();
   if (reached(faults_.suspend, runFrames_)) return suspend();
-  if (stalled_ || reached(faults_.stall, runFrames_)) {
+  if (stalled_ || reached(faults_.stall, runFrames_) || reached(faults_.silentFrom, format_->width)) {
     withheld_ = true;
     return changed_();
   }

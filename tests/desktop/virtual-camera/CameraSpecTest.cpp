@@ -81,7 +81,7 @@ TEST(CameraSpec, ReadsFaultsOfFramesAndOfTheirBuffers) {
   const auto faults = parseCameraSpec(
                           "fault=damaged:4/5,fault=busy:3000,fault=suspend:20,fault=black:0-3,"
                           "fault=offset-past-end:2-4,fault=time-backwards:1,fault=negative-stride,"
-                          "fault=no-stride,fault=no-buffers")
+                          "fault=no-stride,fault=no-buffers,fault=silent-from:640")
                           .faults;
   EXPECT_TRUE(faults.damaged.contains(0));
   EXPECT_TRUE(faults.damaged.contains(3));
@@ -96,6 +96,7 @@ TEST(CameraSpec, ReadsFaultsOfFramesAndOfTheirBuffers) {
   EXPECT_TRUE(faults.negativeStride);
   EXPECT_TRUE(faults.noStride);
   EXPECT_TRUE(faults.noBuffers);
+  EXPECT_EQ(faults.silentFrom, 640U);
 }
 
 TEST(CameraSpec, ReadsKindsOfJpeg) {

@@ -113,9 +113,11 @@ std::vector<picture::PixelFormat> formatsOf(const spa_pod* pod) {
   return formats;
 }
 
-// The last of the steps from `smallest` on that is not beyond `largest`.
+// The last of the steps from `smallest` on that is not beyond `largest`. A step that leads beyond at once is
+// none: the daemon's own V4L2 source states the largest size in the place of the step.
 std::uint32_t lastStep(std::uint32_t smallest, std::uint32_t largest, std::uint32_t step) {
-  return step == 0 || largest < smallest ? largest : largest - (largest - smallest) % step;
+  if (largest < smallest || step == 0 || step > largest - smallest) return largest;
+  return largest - (largest - smallest) % step;
 }
 
 spa_rectangle largestOf(const Choice<spa_rectangle>& range) {
@@ -126,17 +128,41 @@ spa_rectangle largestOf(const Choice<spa_rectangle>& range) {
           lastStep(smallest.height, largest.height, step.height)};
 }
 
+bool isSame(const spa_rectangle& a, const spa_rectangle& b) {
+  return a.width == b.width && a.height == b.height;
+}
+
+bool isWithin(const spa_rectangle& size, const spa_rectangle& smallest, const spa_rectangle& largest) {
+  return size.width >= smallest.width && size.height >= smallest.height && size.width <= largest.width &&
+         size.height <= largest.height;
+}
+
+/// What cameras and grabbers mostly have, for those of which nothing is known: what they cannot do they refuse.
+constexpr std::array<spa_rectangle, 7> kUsualSizes{
+    {{1920, 1080}, {1280, 720}, {1024, 768}, {720, 576}, {720, 480}, {640, 480}, {320, 240}}};
+
+// The preferred size and the largest of a range. Where the largest means anything and the smallest is
+// preferred, nothing is known: the daemon's V4L2 source says so of drivers that do not list their sizes.
+std::vector<spa_rectangle> sizesOfRange(const Choice<spa_rectangle>& range) {
+  const spa_rectangle preferred = range.values[0];
+  const spa_rectangle smallest = range.values[1];
+  const spa_rectangle largest = largestOf(range);
+  if (!meansAnySize(largest.width, largest.height)) return {preferred, largest};
+  std::vector<spa_rectangle> sizes;
+  if (isSame(preferred, smallest))
+    for (const auto& size : kUsualSizes)
+      if (isWithin(size, smallest, largest)) sizes.push_back(size);
+  sizes.push_back(preferred);
+  return sizes;
+}
+
 std::vector<spa_rectangle> sizesOf(const spa_pod* pod, picture::PixelFormat format) {
   // Each JPEG stream tells its size; nodes that pass on what others coded may not know it.
   const bool isStated = spa_pod_find_prop(pod, nullptr, SPA_FORMAT_VIDEO_size) != nullptr;
   if (!isStated && format == picture::PixelFormat::MJPG) return {spa_rectangle{}};
   const auto choice = choiceOf<spa_rectangle>(pod, SPA_FORMAT_VIDEO_size, SPA_TYPE_Rectangle);
   auto sizes = choice.values;
-  if (choice.isRange) {
-    sizes.resize(1);
-    const spa_rectangle largest = largestOf(choice);
-    if (!meansAnySize(largest.width, largest.height)) sizes.push_back(largest);
-  }
+  if (choice.isRange) sizes = sizesOfRange(choice);
   std::erase_if(sizes, [](const spa_rectangle& size) { return size.width == 0 || size.height == 0; });
   return sizes;
 }

@@ -56,8 +56,12 @@ bool NodeProperties::isVideo4Linux() const {
   return get(PW_KEY_DEVICE_API) == "v4l2" || !get(kVideo4LinuxPath).empty();
 }
 
+bool NodeProperties::isLibcamera() const {
+  return get(PW_KEY_DEVICE_API) == "libcamera" || !get(kLibcameraPath).empty();
+}
+
 bool NodeProperties::isDevice() const {
-  return isVideo4Linux() || get(PW_KEY_DEVICE_API) == "libcamera" || !get(kLibcameraPath).empty();
+  return isVideo4Linux() || isLibcamera();
 }
 
 bool NodeProperties::isScreen() const {
@@ -110,6 +114,7 @@ Camera NodeProperties::camera(std::vector<CameraMode> modes) const {
   camera.serial = std::strtoull(std::string(get(PW_KEY_OBJECT_SERIAL)).c_str(), nullptr, 10);
   camera.priority = std::atoi(std::string(get(PW_KEY_PRIORITY_SESSION)).c_str());
   camera.place = get(kVideo4LinuxPath);
+  camera.knowsRangeOfRgb = !isLibcamera();
   const bool isLoopback = isLoopbackDriver(get("api.v4l2.cap.driver")) || get(PW_KEY_NODE_VIRTUAL) == "true";
   camera.kind = isLoopback ? CameraKind::Virtual : cameraKind(camera.localizedName, modes);
   camera.modes = std::move(modes);
@@ -118,11 +123,20 @@ Camera NodeProperties::camera(std::vector<CameraMode> modes) const {
 
 namespace {
 
-bool isSameDevice(const NodeEntry& a, const NodeEntry& b) {
-  const auto ofA = a.properties.deviceNumbers();
-  const auto ofB = b.properties.deviceNumbers();
-  return a.properties.isVideo4Linux() != b.properties.isVideo4Linux() &&
-         std::any_of(ofA.begin(), ofA.end(), [&](auto& number) { return ofB.contains(number); });
+// A camera that is put together of several devices, none of which is one: a sensor and its image processor.
+bool isComposed(const NodeEntry& node) {
+  return !node.properties.isVideo4Linux() && node.properties.deviceNumbers().size() > 1;
+}
+
+// Whether both nodes are ways to one device, of which `better` is the one to keep: the kernel's own, but for
+// devices that are parts of a camera.
+bool isWorseThan(const NodeEntry& node, const NodeEntry& better) {
+  if (node.properties.isVideo4Linux() == better.properties.isVideo4Linux()) return false;
+  const auto numbers = node.properties.deviceNumbers();
+  const auto others = better.properties.deviceNumbers();
+  const bool isSameDevice =
+      std::any_of(numbers.begin(), numbers.end(), [&](auto& number) { return others.contains(number); });
+  return isSameDevice && (isComposed(better) || (better.properties.isVideo4Linux() && !isComposed(node)));
 }
 
 // Two digits of a count are as many as session managers try.
@@ -195,9 +209,8 @@ void tellApart(std::span<NodeEntry> twins) {
 }  // namespace
 
 std::vector<Camera> distinctCameras(std::vector<NodeEntry> nodes, const std::set<std::string>& deviceNames) {
-  std::erase_if(nodes, [&, all = nodes](const NodeEntry& node) {
-    return !node.properties.isVideo4Linux() &&
-           std::any_of(all.begin(), all.end(), [&](auto& other) { return isSameDevice(node, other); });
+  std::erase_if(nodes, [all = nodes](const NodeEntry& node) {
+    return std::any_of(all.begin(), all.end(), [&](auto& other) { return isWorseThan(node, other); });
   });
   countInSockets(nodes, nodeNames(deviceNames));
   std::sort(nodes.begin(), nodes.end(),

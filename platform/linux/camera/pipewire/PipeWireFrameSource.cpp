@@ -43,8 +43,7 @@ CameraAccess& PipeWireFrameSource::access() {
 
 std::unique_ptr<FrameStream> PipeWireFrameSource::open(const Camera& camera, const CameraMode& mode,
                                                        FrameStream::Client& client) {
-  auto stream =
-      std::make_unique<PipeWireStream>(*loop_, connection_->core(), camera.serial, mode, *this, client);
+  auto stream = std::make_unique<PipeWireStream>(*loop_, connection_->core(), camera, mode, *this, client);
   streams_.insert(stream.get());
   return stream;
 }

@@ -1,15 +1,18 @@
 #include "platform/linux/camera/pipewire/PipeWireStream.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include <spa/buffer/meta.h>
 #include <spa/param/buffers.h>
 #include <spa/pod/builder.h>
 
+#include "picture/PixelLayout.h"
 #include "platform/linux/camera/pipewire/ErrorMessage.h"
 #include "platform/linux/camera/pipewire/FormatPods.h"
 #include "platform/linux/camera/pipewire/SpaBlocks.h"
@@ -17,8 +20,9 @@
 namespace platform_linux {
 namespace {
 
-/// Room for the few small parameters that a stream states.
+/// Room for the few small parameters that a stream states, and for those of all formats.
 constexpr std::size_t kParameterBytes = 1024;
+constexpr std::size_t kFormatsBytes = 8192;
 
 /// How many buffers are asked for: enough that a late turn of the loop costs no frame, few enough that a 4K
 /// camera need not lay out tens of megabytes. A camera may insist on any other number: decoders have been
@@ -70,6 +74,23 @@ picture::Transform transformOf(const spa_buffer& buffer) {
   return static_cast<picture::Transform>(meta->transform);
 }
 
+// In the order of the camera's modes, each once.
+std::vector<picture::PixelFormat> formatsOf(const Camera& camera) {
+  std::vector<picture::PixelFormat> formats;
+  for (const auto& mode : camera.modes)
+    if (std::find(formats.begin(), formats.end(), mode.format) == formats.end())
+      formats.push_back(mode.format);
+  return formats;
+}
+
+// Grey and RGB have all levels, whatever is stated of a camera's other formats.
+picture::ColorRange trueRange(const FrameFormat& format, bool knowsRangeOfRgb) {
+  const auto model = picture::PixelLayout::of(format.format).model;
+  const bool isStatedOfOthers = model == picture::ColorModel::Grey ||
+                                (model == picture::ColorModel::Rgb && !knowsRangeOfRgb);
+  return isStatedOfOthers ? picture::ColorRange::Unstated : format.range;
+}
+
 // PipeWire 0.3 now and then hands a camera's buffers on before the camera has given them memory ("invalid
 // memory type" in the daemon's log). This stream's stay so; another one's have it.
 bool lacksMemory(const spa_buffer& buffer) {
@@ -95,19 +116,23 @@ const pw_stream_events& PipeWireStream::events() {
   return table;
 }
 
-PipeWireStream::PipeWireStream(CameraLoop& loop, pw_core* core, std::uint64_t serial, const CameraMode& mode,
+PipeWireStream::PipeWireStream(CameraLoop& loop, pw_core* core, const Camera& camera, const CameraMode& mode,
                                Owner& owner, Client& client)
-    : serial_(serial), owner_(owner), client_(client), ending_(loop.timer([this] {
+    : serial_(camera.serial),
+      knowsRangeOfRgb_(camera.knowsRangeOfRgb),
+      owner_(owner),
+      client_(client),
+      ending_(loop.timer([this] {
         // A stream says that its camera has left, too, when it was the daemon that did.
         client_.streamEnded(owner_.isDaemonLost() ? EPIPE : *endedBy_);
       })) {
-  stream_ = core ? pw_stream_new(core, "Camera picture", streamProperties(serial)) : nullptr;
+  stream_ = core ? pw_stream_new(core, "Camera picture", streamProperties(serial_)) : nullptr;
   if (!stream_) {
     end(core ? errno : EPIPE);
     return;
   }
   pw_stream_add_listener(stream_, &listener_, &events(), this);
-  connect(mode);
+  connect(camera, mode);
 }
 
 PipeWireStream::~PipeWireStream() {
@@ -125,15 +150,18 @@ void PipeWireStream::disconnect() {
   pw_stream_destroy(std::exchange(stream_, nullptr));
 }
 
-void PipeWireStream::connect(const CameraMode& mode) {
-  std::array<std::uint8_t, kParameterBytes> memory{};
+void PipeWireStream::connect(const Camera& camera, const CameraMode& mode) {
+  std::array<std::uint8_t, kFormatsBytes> memory{};
   spa_pod_builder builder{};
   spa_pod_builder_init(&builder, memory.data(), memory.size());
-  const spa_pod* format = formatPodOfMode(mode, builder);
+  std::vector<const spa_pod*> formats{formatPodOfMode(mode, builder)};
+  for (const auto format : formatsOf(camera))
+    formats.push_back(formatPodOfMode({format, 0, 0, {}}, builder));
   // Without a flag for real-time processing the buffers come on the loop's own thread.
   const auto flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS |
                                                   PW_STREAM_FLAG_DONT_RECONNECT);
-  const int result = pw_stream_connect(stream_, PW_DIRECTION_INPUT, PW_ID_ANY, flags, &format, 1);
+  const int result = pw_stream_connect(stream_, PW_DIRECTION_INPUT, PW_ID_ANY, flags, formats.data(),
+                                       static_cast<std::uint32_t>(formats.size()));
   if (result < 0) end(-result);
 }
 
@@ -146,6 +174,7 @@ void PipeWireStream::onStateChanged(pw_stream_state state, const char* message) 
 void PipeWireStream::onFormatAgreed(const spa_pod* format) noexcept {
   format_ = format ? agreedFormatOfPod(format) : std::nullopt;
   if (!format_) return;
+  format_->range = trueRange(*format_, knowsRangeOfRgb_);
   std::array<std::uint8_t, kParameterBytes> memory{};
   spa_pod_builder builder{};
   spa_pod_builder_init(&builder, memory.data(), memory.size());

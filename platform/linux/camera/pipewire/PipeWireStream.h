@@ -22,9 +22,10 @@ class PipeWireStream final : public FrameStream {
     virtual void streamGoes(PipeWireStream& stream) = 0;
   };
 
-  /// Asks for the frames of the node with that `object.serial`, in exactly that mode. `loop`, `owner` and
-  /// `client` outlive the stream; `core` may go before it, after `giveUp`.
-  PipeWireStream(CameraLoop& loop, pw_core* core, std::uint64_t serial, const CameraMode& mode, Owner& owner,
+  /// Asks for the frames of the camera's node (`object.serial`), in that mode; where other programs use the
+  /// camera in another one, in theirs. `loop`, `owner` and `client` outlive the stream; `core` may go before
+  /// it, after `giveUp`.
+  PipeWireStream(CameraLoop& loop, pw_core* core, const Camera& camera, const CameraMode& mode, Owner& owner,
                  Client& client);
   PipeWireStream(const PipeWireStream&) = delete;
   PipeWireStream& operator=(const PipeWireStream&) = delete;
@@ -41,7 +42,7 @@ class PipeWireStream final : public FrameStream {
  private:
   [[nodiscard]] static const pw_stream_events& events();
 
-  void connect(const CameraMode& mode);
+  void connect(const Camera& camera, const CameraMode& mode);
   void onStateChanged(pw_stream_state state, const char* message) noexcept;
   void onFormatAgreed(const spa_pod* format) noexcept;
   void onBuffersReady() noexcept;
@@ -49,6 +50,7 @@ class PipeWireStream final : public FrameStream {
   void disconnect();
 
   const std::uint64_t serial_;
+  const bool knowsRangeOfRgb_;
   Owner& owner_;
   Client& client_;
   const std::unique_ptr<CameraLoop::Timer> ending_;  // tells the client
