@@ -19,7 +19,7 @@ ExposureTrend trendOf(double levels, std::chrono::milliseconds duration) {
   const ExposureTrend::Time begin{};
   for (auto at = 0ms; at <= duration; at += 33ms) {
     const double brightness = 100 + levels * std::chrono::duration<double>(at).count();
-    trend.add(begin + at, Exposure{brightness, brightness, brightness});
+    trend.add(trend.arrived(begin + at), Exposure{brightness, brightness, brightness});
   }
   return trend;
 }
@@ -58,9 +58,9 @@ TEST(ExposureTrend, MovesWhileTheCameraOpensUpSlowly) {
 TEST(ExposureTrend, HasNotBegunWhileNothingIsToBeSeen) {
   ExposureTrend trend;
   for (auto at = 0ms; at <= 500ms; at += 33ms)
-    trend.add(ExposureTrend::Time{} + at, {.isBlank = true});
+    trend.add(trend.arrived(ExposureTrend::Time{} + at), {.isBlank = true});
   EXPECT_FALSE(trend.hasSettled());
-  trend.add(ExposureTrend::Time{} + 533ms, {});
+  trend.add(trend.arrived(ExposureTrend::Time{} + 533ms), {});
   EXPECT_TRUE(trend.hasSettled());
 }
 
@@ -71,9 +71,19 @@ TEST(ExposureTrend, IsNotKnownFromFramesOfOneMoment) {
 
 TEST(ExposureTrend, IsKnownOfASlowCameraToo) {
   ExposureTrend trend;
-  trend.add(ExposureTrend::Time{}, {100, 100, 100});
-  trend.add(ExposureTrend::Time{} + 1s, {100, 100, 100});
+  trend.add(trend.arrived(ExposureTrend::Time{}), {100, 100, 100});
+  trend.add(trend.arrived(ExposureTrend::Time{} + 1s), {100, 100, 100});
   EXPECT_TRUE(trend.hasSettled());
+}
+
+TEST(ExposureTrend, AFrameThatWasHeldUpIsNotTakenForALaterOne) {
+  ExposureTrend trend;
+  for (auto at = 0ms; at < 800ms; at += 33ms)
+    static_cast<void>(trend.arrived(ExposureTrend::Time{} + at));
+  // The next two, of which the second comes a tenth of a second late: 4.5 levels in 33 ms is no standstill.
+  trend.add(trend.arrived(ExposureTrend::Time{} + 825ms), {150, 150, 150});
+  trend.add(trend.arrived(ExposureTrend::Time{} + 958ms), {154.5, 154.5, 154.5});
+  EXPECT_FALSE(trend.hasSettled());
 }
 
 }  // namespace

@@ -62,15 +62,27 @@ std::optional<Exposure> exposureOf(const picture::Frame& frame) {
                   static_cast<double>(blue.sum) / pixels, red.isBlack() && green.isFlat() && blue.isBlack()};
 }
 
-void ExposureTrend::add(Time time, const Exposure& exposure) {
-  samples_.push_back({time, exposure});
-  while (samples_.size() > 1 && time - samples_[1].time >= kWindow)
+ExposureTrend::Arrival ExposureTrend::arrived(Time time) {
+  if (!first_) first_ = time;
+  last_ = {time, last_.number + 1};
+  return last_;
+}
+
+ExposureTrend::Time::duration ExposureTrend::between(const Sample& before, const Sample& after) const {
+  const auto average = (last_.time - *first_) / std::max<std::int64_t>(last_.number, 1);
+  return std::min(after.arrival.time - before.arrival.time,
+                  (after.arrival.number - before.arrival.number) * average);
+}
+
+void ExposureTrend::add(const Arrival& arrival, const Exposure& exposure) {
+  samples_.push_back({arrival, exposure});
+  while (samples_.size() > 1 && between(samples_[1], samples_.back()) >= kWindow)
     samples_.pop_front();
 }
 
 bool ExposureTrend::hasSettled() const {
   if (samples_.size() < 2) return false;
-  const std::chrono::duration<double> span = samples_.back().time - samples_.front().time;
+  const std::chrono::duration<double> span = between(samples_.front(), samples_.back());
   const double part = std::min(1.0, span / kWindow);
   if (part < 1 && samples_.size() < kFewestSamples) return false;
   const Exposure& before = samples_.front().exposure;
@@ -81,7 +93,7 @@ bool ExposureTrend::hasSettled() const {
 }
 
 bool ExposureTrend::hasSettledBy(Time now) const {
-  return hasSettled() && now - samples_.back().time <= kWindow;
+  return hasSettled() && now - samples_.back().arrival.time <= kWindow;
 }
 
 }  // namespace platform_linux

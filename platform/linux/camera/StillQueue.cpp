@@ -32,6 +32,7 @@ void StillQueue::restart() {
 bool StillQueue::wantsFrame(Purpose purpose) {
   const auto now = loop_.now();
   schedule_.frameArrived(now);
+  arrival_ = trend_.arrived(now);
   reason_ = ETIMEDOUT;
   const bool isStillToCome = !waiting_.empty() || (purpose == Purpose::Still && schedule_.isYoung(now));
   return isStillToCome && !examined_ && schedule_.isExposureWorthKnowing(now);
@@ -48,18 +49,18 @@ void StillQueue::examine(const FramePointer& frame, Purpose purpose) {
 }
 
 void StillQueue::measure(const FramePointer& frame, Purpose purpose) {
-  const auto arrived = loop_.now();
-  examiner_.measure(frame, [weakSelf = weak_from_this(), arrived, frame, purpose](const auto& exposure) {
-    const auto self = weakSelf.lock();
-    if (!self) return;
-    const auto now = self->loop_.now();
-    if (exposure) self->trend_.add(arrived, *exposure);
-    if (*self->examined_ == 0) return self->endExamination();
-    const bool moves = exposure && self->schedule_.isYoung(now) && !self->trend_.hasSettled();
-    if (!moves) return self->lookForDamage(frame, purpose);
-    self->schedule_.exposureMoves(now);
-    self->endExamination();
-  });
+  examiner_.measure(
+      frame, [weakSelf = weak_from_this(), arrival = arrival_, frame, purpose](const auto& exposure) {
+        const auto self = weakSelf.lock();
+        if (!self) return;
+        const auto now = self->loop_.now();
+        if (exposure) self->trend_.add(arrival, *exposure);
+        if (*self->examined_ == 0) return self->endExamination();
+        const bool moves = exposure && self->schedule_.isYoung(now) && !self->trend_.hasSettled();
+        if (!moves) return self->lookForDamage(frame, purpose);
+        self->schedule_.exposureMoves(now);
+        self->endExamination();
+      });
 }
 
 void StillQueue::lookForDamage(const FramePointer& frame, Purpose purpose) {
