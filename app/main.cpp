@@ -5,6 +5,7 @@
 #include "app/AppDelegate.h"
 #include "notifications/NotificationIdentifiers.h"
 #include "platform/linux/base/StandardStreams.h"
+#include "platform/linux/base/WriteSignals.h"
 #include "platform/linux/composition/LinuxPlatform.h"
 #include "suite/Suite.h"
 
@@ -37,6 +38,7 @@ platform_linux::NotificationActions notificationActions() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  platform_linux::surviveFailedWrites();
   platform_linux::openMissingStandardStreams();
   if (answered(argc, argv)) return 0;
   const std::string tool = camera_shot::AppDelegate::kToolIdentifier;

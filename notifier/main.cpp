@@ -9,6 +9,7 @@
 #include "notifier/Service.h"
 #include "platform/linux/base/Handles.h"
 #include "platform/linux/base/StandardStreams.h"
+#include "platform/linux/base/WriteSignals.h"
 #include "platform/linux/bus/SessionBus.h"
 #include "platform/linux/desktop/SoundProcess.h"
 
@@ -23,6 +24,7 @@ void quit(GMainLoop* loop) noexcept {
 }  // namespace
 
 int main(int argc, char** argv) {
+  platform_linux::surviveFailedWrites();
   platform_linux::openMissingStandardStreams();
   if (argc > 1 && std::string_view(argv[1]) == platform_linux::SoundProcess::kArgument)
     platform_linux::playEventSoundAndExit(platform_linux::EventSound::fromWords({argv + 2, argv + argc}));

@@ -4,11 +4,23 @@
 import os
 import signal
 import subprocess
+import sys
 import unittest
 
 from saves import LARGE, LARGE_BYTES, Save
 from tool import HD, Tool, ToolTest, control, in_desktop, installation
 from waiting import wait_for_exit
+
+# Starts a program as `program 2>&1 | true` does, some time later.
+WITH_STREAMS_OF_A_GONE_READER = """
+import os, signal, sys
+reading, writing = os.pipe()
+os.close(reading)
+for stream in (1, 2):
+    os.dup2(writing, stream)
+signal.signal(signal.SIGPIPE, signal.SIG_DFL)
+os.execv(sys.argv[1], sys.argv[1:])
+"""
 
 
 class Session(ToolTest):
@@ -31,6 +43,14 @@ class Session(ToolTest):
         streams = [os.readlink(f"/proc/{tool.process.pid}/fd/{number}") for number in range(3)]
         self.assertEqual(streams, ["/dev/null"] * 3)
         self.assertEqual(tool.wait(), 0)
+        self.assert_one_photo(tool)
+
+    @in_desktop(HD)
+    def test_words_that_nobody_reads_any_more_do_not_end_the_run(self):
+        tool = Tool(command=[sys.executable, "-c", WITH_STREAMS_OF_A_GONE_READER],
+                    environment={"DBUS_SESSION_BUS_ADDRESS": ""})
+        (tool.config / "suite.ini").write_text("damaged, which is told at once", encoding="utf-8")
+        self.assertEqual(tool.run(), 0)
         self.assert_one_photo(tool)
 
     @in_desktop(HD)

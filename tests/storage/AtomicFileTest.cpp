@@ -1,6 +1,5 @@
 #include <cerrno>
 #include <climits>
-#include <csignal>
 #include <string_view>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -8,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/linux/base/WriteSignals.h"
 #include "platform/linux/storage/AtomicFile.h"
 #include "platform/linux/storage/TemporaryName.h"
 #include "tests/storage/ChildProcess.h"
@@ -123,7 +123,7 @@ TEST(AtomicFile, AFullDiskIsAFailureThatLeavesTheOldFile) {
   const int why = inChild([&] {
     const rlimit limit{10000, 10000};
     ::setrlimit(RLIMIT_FSIZE, &limit);
-    ::signal(SIGXFSZ, SIG_IGN);
+    platform_linux::surviveFailedWrites();
     const auto file = open(folder / "photo.png");
     const std::string bytes(9000, 'x');
     const bool first = write(*file, bytes);

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <map>
 #include <sstream>
 #include <sys/resource.h>
@@ -8,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/linux/base/WriteSignals.h"
 #include "platform/linux/storage/FileManager.h"
 #include "tests/storage/ChildProcess.h"
 #include "tests/storage/Files.h"
@@ -109,7 +109,7 @@ TEST(AppendLine, ALineThatDoesNotFitLeavesNothingBehind) {
   const int status = inChild([&] {
     const rlimit limit{20, 20};
     ::setrlimit(RLIMIT_FSIZE, &limit);
-    ::signal(SIGXFSZ, SIG_IGN);
+    platform_linux::surviveFailedWrites();
     FileManager files;
     return !files.appendLine(folder / "events", std::string(100, 'x'), kMostBytes) &&
                    files.appendLine(folder / "events", "fits", kMostBytes)
@@ -135,7 +135,7 @@ TEST(AppendLine, ALineThatDoesNotFitIsNotTakenBackWithoutTheLock) {
   const int status = inChild([&] {
     const rlimit limit{20, 20};
     ::setrlimit(RLIMIT_FSIZE, &limit);
-    ::signal(SIGXFSZ, SIG_IGN);
+    platform_linux::surviveFailedWrites();
     return FileManager().appendLine(folder / "events", std::string(100, 'x'), kMostBytes) ? 1 : 0;
   });
   EXPECT_EQ(status, 0);
