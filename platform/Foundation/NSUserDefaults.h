@@ -26,7 +26,8 @@ class NSUserDefaults {
   virtual void setBool(bool value, const std::string& key) = 0;
   virtual void setObject(const std::string& value, const std::string& key) = 0;
 
-  /// Makes every change so far durable before it returns; answers whether it could.
+  /// Makes every change so far durable before it returns, for the next process at least and, unless the
+  /// implementation says otherwise, beyond a power cut; answers whether it could.
   virtual bool synchronize() = 0;
 };
 

@@ -1,6 +1,7 @@
-// Preloaded into a program: a call that a photo needs on its way to the disk stops until a test lets it go
-// on. HELD_CALL names the call, HELD_CALL_SOCKET where the test listens: to connect there says that the call
-// has been reached, and the call goes on when the connection ends. Nobody listens: it goes on at once.
+// Preloaded into a program: a call that a photo needs on its way to the disk, or that asks for a file, stops
+// until a test lets it go on. HELD_CALL names the call, HELD_FILE a part of the file's path, HELD_CALL_SOCKET
+// where the test listens: to connect there says that the call has been reached, and the call goes on when the
+// connection ends. Nobody listens: it goes on at once.
 #include <cstdio>  // before jpeglib.h, which needs it
 #include <cstdlib>
 #include <cstring>
@@ -28,12 +29,17 @@ void holdIfWanted(const char* call) {
   ::close(test);
 }
 
-/// Settings are brought to the disk by the same calls; a photo's file bears its later name within its own.
-bool isPhoto(int file) {
+bool isWanted(const char* path) {
+  const char* const wanted = std::getenv("HELD_FILE");
+  return wanted && std::strstr(path, wanted) != nullptr;
+}
+
+/// A file on its way bears its later name within its own.
+bool isWanted(int file) {
   char link[64];
   char path[4096] = "";
   std::snprintf(link, sizeof link, "/proc/self/fd/%d", file);
-  return ::readlink(link, path, sizeof path - 1) > 0 && std::strstr(path, ".png") != nullptr;
+  return ::readlink(link, path, sizeof path - 1) > 0 && isWanted(path);
 }
 
 /// A preview decodes pictures, too, but smaller ones.
@@ -53,7 +59,7 @@ extern "C" {
 
 int fsync(int file) {
   static auto* const real = original<int(int)>("fsync");
-  if (isPhoto(file)) holdIfWanted("fsync");
+  if (isWanted(file)) holdIfWanted("fsync");
   return real(file);
 }
 

@@ -1,4 +1,4 @@
-"""A photo on its way to the disk, stopped at a call of the program for as long as a test likes."""
+"""A file on its way to the disk, stopped at a call of the program for as long as a test likes."""
 
 import os
 import socket
@@ -11,12 +11,12 @@ SAVING = "fsync"  # of its file: all is written, nothing has its name
 
 
 class HeldCall:
-    """Surroundings for a program, `environment`, in which the photos stop at that call. Used in a `with` block, whose end
-    lets everything go on."""
+    """Surroundings for a program, `environment`, in which files that have `file` in their paths, the photos, stop at that
+    call. Used in a `with` block, whose end lets everything go on."""
 
-    def __init__(self, call):
+    def __init__(self, call, file=".png"):
         path = Path(os.environ["XDG_RUNTIME_DIR"]) / "held-call"
-        self.environment = {"LD_PRELOAD": os.environ["CAMERA_SHOT_HELD_CALL"], "HELD_CALL": call,
+        self.environment = {"LD_PRELOAD": os.environ["CAMERA_SHOT_HELD_CALL"], "HELD_CALL": call, "HELD_FILE": file,
                             "HELD_CALL_SOCKET": str(path)}
         self._call = call
         self._listener = socket.socket(socket.AF_UNIX)

@@ -172,7 +172,8 @@ std::unique_ptr<platform::NSUserDefaults> LinuxPlatform::sharedSettings(const st
 
 std::unique_ptr<platform::NSUserDefaults> LinuxPlatform::rememberedValues(const std::string& file,
                                                                           const std::string& group) {
-  return std::make_unique<UserDefaults>(statePath(file), group, log_);
+  return std::make_unique<UserDefaults>(statePath(file), group, log_, UserDefaults::kPatience,
+                                        AtomicFile::Durability::Written);
 }
 
 }  // namespace platform_linux

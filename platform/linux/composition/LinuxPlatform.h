@@ -62,7 +62,8 @@ class LinuxPlatform {
 
   /// A group of settings that the suite shares among its tools, in a file of its configuration folder.
   std::unique_ptr<platform::NSUserDefaults> sharedSettings(const std::string& file, const std::string& group);
-  /// The same in the folder of what programs remember by themselves.
+  /// The same in the folder of what programs remember by themselves: a power cut may cost the latest, so that
+  /// no start waits for the disk.
   std::unique_ptr<platform::NSUserDefaults> rememberedValues(const std::string& file,
                                                              const std::string& group);
   /// A file's path in that folder.

@@ -101,16 +101,17 @@ bool AtomicFile::write(std::span<const std::uint8_t> bytes) noexcept {
   return true;
 }
 
-bool AtomicFile::commit() noexcept {
+bool AtomicFile::commit(Durability durability) noexcept {
   if (error_ != 0) return false;
-  if (!synchronizeFile(file_.get())) return fail();
+  const bool isWaitedFor = durability == Durability::OnDisk;
+  if (isWaitedFor && !synchronizeFile(file_.get())) return fail();
   if (::rename(temporaryPath_.c_str(), path_.c_str()) != 0) return fail();
   temporaryExists_ = false;
   // Once more under its new name: FAT keeps a file's size and place with the name and writes them, after a
   // rename, only with the file; without this a power cut leaves an empty file. Others have nothing left to
   // write.
-  if (!synchronizeFile(file_.get()) && errno == EIO) return fail();
-  if (!synchronizeFolder(splitPath(path_).first)) return fail();
+  if (isWaitedFor && !synchronizeFile(file_.get()) && errno == EIO) return fail();
+  if (isWaitedFor && !synchronizeFolder(splitPath(path_).first)) return fail();
   // A later write must not change the file behind its name's back.
   file_ = FileDescriptor();
   return true;

@@ -32,10 +32,15 @@ class AtomicFile final : public picture::ByteSink {
   /// Answers whether all bytes were taken; `error` says why not.
   [[nodiscard]] bool write(std::span<const std::uint8_t> bytes) noexcept override;
 
+  /// Whether a file must be there after a power cut, which the disk is waited for; or merely whole or not at
+  /// all as long as the machine runs, which costs no wait. After a power cut it may then be the old one,
+  /// empty or damaged.
+  enum class Durability { OnDisk, Written };
+
   /// Gives the file its name once every byte is on the disk; nothing can be written afterwards. False, with
   /// the cause in `error`, when any of the writes or this step failed: then whatever had the name before is
   /// still there. Only a disk that fails while it records the new name itself (EIO) leaves that open.
-  [[nodiscard]] bool commit() noexcept;
+  [[nodiscard]] bool commit(Durability durability = Durability::OnDisk) noexcept;
 
   /// The errno of the first failure; 0 while there was none.
   [[nodiscard]] int error() const { return error_; }

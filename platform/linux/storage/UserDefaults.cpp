@@ -12,7 +12,6 @@
 
 #include "platform/linux/base/FileDescriptor.h"
 #include "platform/linux/base/SystemCall.h"
-#include "platform/linux/storage/AtomicFile.h"
 #include "platform/linux/storage/SettingText.h"
 #include "platform/linux/storage/SharedFile.h"
 
@@ -82,8 +81,13 @@ std::string nowForFileName() {
 }  // namespace
 
 UserDefaults::UserDefaults(std::string path, std::string group, platform::NSLog& log,
-                           std::chrono::milliseconds patience)
-    : path_(std::move(path)), group_(std::move(group)), log_(log), patience_(patience), file_(load()) {
+                           std::chrono::milliseconds patience, AtomicFile::Durability durability)
+    : path_(std::move(path)),
+      group_(std::move(group)),
+      log_(log),
+      patience_(patience),
+      durability_(durability),
+      file_(load()) {
   if (!file_) file_.reset(g_key_file_new());
 }
 
@@ -195,7 +199,7 @@ bool UserDefaults::write(GKeyFile* file) const {
   const auto made = AtomicFile::open(target, error, mode);
   const std::span bytes(text.get(), size);
   if (made && made->write({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}) &&
-      made->commit())
+      made->commit(durability_))
     return true;
   log_.log("The settings could not be written to " + target + ": " +
            std::generic_category().message(made ? made->error() : error));

@@ -11,6 +11,7 @@
 #include "platform/Foundation/NSUserDefaults.h"
 #include "platform/linux/base/FileDescriptor.h"
 #include "platform/linux/base/Handles.h"
+#include "platform/linux/storage/AtomicFile.h"
 
 namespace platform_linux {
 
@@ -29,10 +30,14 @@ namespace platform_linux {
 /// then answers false. The same goes for what is no plain file: a folder, a FIFO, a device behind a link.
 class UserDefaults : public platform::NSUserDefaults {
  public:
+  static constexpr std::chrono::milliseconds kPatience{250};
+
   /// `path` of the file, which need not exist; `group` must not be empty nor hold brackets. `log` outlives
-  /// this. `patience` is how long a write waits for others, which hold the lock for some milliseconds.
+  /// this. `patience` is how long a write waits for others, which hold the lock for some milliseconds. With
+  /// Durability::Written a power cut may cost the values, and `synchronize` does not wait for the disk.
   UserDefaults(std::string path, std::string group, platform::NSLog& log,
-               std::chrono::milliseconds patience = std::chrono::milliseconds(250));
+               std::chrono::milliseconds patience = kPatience,
+               AtomicFile::Durability durability = AtomicFile::Durability::OnDisk);
   ~UserDefaults() override;
 
   [[nodiscard]] bool objectForKey(const std::string& key) const override;
@@ -61,6 +66,7 @@ class UserDefaults : public platform::NSUserDefaults {
   const std::string group_;
   platform::NSLog& log_;
   const std::chrono::milliseconds patience_;
+  const AtomicFile::Durability durability_;
 
   mutable std::mutex mutex_;
   GKeyFileHandle file_;
