@@ -65,6 +65,12 @@ class Deps(unittest.TestCase):
     def test_what_is_missing_is_installed(self):
         self.assert_installs(self.run_deps())
 
+    def test_to_build_in_a_fresh_debian_nothing_that_building_needs_is_installed(self):
+        self.tree.stand_in("dpkg-query", "exit 1")
+        said = self.run_deps("--cross")
+        self.assertRegex(said, r"apt-get .* install .*\bdebootstrap\b")
+        self.assertNotIn("build-dep", said)
+
     def test_lists_that_another_program_renews_are_waited_for(self):
         with open(self.apt.lock, "wb") as lock:
             fcntl.lockf(lock, fcntl.LOCK_EX)

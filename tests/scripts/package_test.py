@@ -9,6 +9,10 @@ BUILD = """
 echo "dpkg-buildpackage $* in $(ls)" >&2
 touch ../quillo-camera-shot_1.2_amd64.deb ../quillo-camera-shot_1.2_amd64.changes ../quillo-camera-shot_1.2_amd64.buildinfo
 """
+CROSS_BUILD = """
+echo "cross-build $* from $DEBIAN_MIRROR"
+touch "$2/../quillo-camera-shot_1.2_$1.deb"
+"""
 
 
 class Package(unittest.TestCase):
@@ -25,8 +29,8 @@ class Package(unittest.TestCase):
         for program in ("lintian", "lintian-explain-tags"):
             self.tree.stand_in(program, "exit 0")
 
-    def package(self, *words):
-        result = self.tree.run("scripts/package", *words)
+    def package(self, *words, **variables):
+        result = self.tree.run("scripts/package", *words, environment=variables)
         self.assertEqual(result.returncode, 0, result.stdout)
         return result.stdout
 
@@ -49,6 +53,21 @@ class Package(unittest.TestCase):
         self.assertRegex(said, r"sudo env .*apt-get .*-y .*install .*/build/package/quillo-camera-shot_1\.2_amd64\.deb\n")
         self.assertRegex(said, r"dpkg-buildpackage .*--build-profiles=nocheck in")
         self.assertNotRegex(said, r"dpkg-buildpackage .*--install")
+
+    def test_for_another_kind_of_machine_it_is_built_elsewhere(self):
+        self.tree.replace("scripts/cross-build", CROSS_BUILD)
+        self.tree.stand_in("sudo", 'exec env -i PATH="$PATH" "$@"')
+        said = self.package("--arch", "arm64", "--build-profiles=nodoc", DEBIAN_MIRROR="http://mirror/debian")
+        self.assertIn("deps --cross\n", said)
+        self.assertRegex(said, r"cross-build arm64 .*/build/package-arm64/quillo-camera-shot-1\.2 --build-profiles=nodoc from http://mirror/debian\n")
+        self.assertNotIn("dpkg-buildpackage", said)
+        self.assertEqual(sorted(os.listdir(self.tree.folder / "build/package-arm64")),
+                         ["quillo-camera-shot_1.2.spdx.json", "quillo-camera-shot_1.2_arm64.deb"])
+
+    def test_its_own_kind_of_machine_is_none_other(self):
+        said = self.package("--arch", "amd64")
+        self.assertIn("deps --package\n", said)
+        self.assertIn("dpkg-buildpackage", said)
 
 
 if __name__ == "__main__":
