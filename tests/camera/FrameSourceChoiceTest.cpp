@@ -3,6 +3,7 @@
 #include <chrono>
 #include <future>
 #include <memory>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -56,7 +57,7 @@ class ScriptedSource final : public FrameSource {
 
   [[nodiscard]] bool isStarted() const { return client_ != nullptr; }
   void tell(State state, const std::vector<std::string>& identities = {}) {
-    CameraCensus census{state, {}};
+    CameraCensus census{.state = state, .cameras = {}, .unread = unread};
     for (const auto& identity : identities) {
       census.cameras.emplace_back().uniqueID = identity;
       census.cameras.back().serial = serial;
@@ -78,6 +79,7 @@ class ScriptedSource final : public FrameSource {
   GivenAccess givenAccess;
   std::uint64_t serial = 1;  ///< of the cameras that are told
   bool hasPlaces = true;     ///< whether these have devices
+  std::set<std::string> unread;
   std::vector<std::uint64_t> opened;
   bool isStopped = false;
 
@@ -110,6 +112,19 @@ TEST_F(Choice, WhileTheUsualSourceHasCamerasTheOtherIsNotEvenBegun) {
   usual_->tell(State::Complete, {"a"});
   EXPECT_THAT(identities(), ElementsAre("a"));
   EXPECT_FALSE(other_->isStarted());
+}
+
+TEST_F(Choice, WhatTheUsualSourceCannotReadIsTheOthers) {
+  usual_->unread = {"/dev/grabber"};
+  usual_->tell(State::Complete, {"a"});
+  EXPECT_THAT(identities(), ElementsAre("a")) << "not held up by the other";
+  ASSERT_TRUE(other_->isStarted());
+  other_->serial = 5;
+  other_->tell(State::Complete, {"a", "grabber"});
+  EXPECT_THAT(identities(), ElementsAre("a", "grabber"));
+  const auto stream = choice_.open(told_.census.cameras.back(), {}, client_);
+  EXPECT_THAT(other_->opened, ElementsAre(5U));
+  EXPECT_THAT(usual_->opened, IsEmpty());
 }
 
 TEST_F(Choice, CamerasThatMayStillComeAreWaitedFor) {

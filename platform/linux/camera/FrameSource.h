@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -49,6 +50,8 @@ struct CameraCensus {
   std::vector<Camera> cameras;  ///< those that can be used
   std::vector<std::string> notes =
       {};  ///< on those that cannot, and why: lines for the log, each written once
+  std::set<std::string> unread =
+      {};  ///< the places of devices that are there, and of which the source cannot tell what they offer
 };
 
 /// One way to the cameras of the machine. A second way is a folder of its own, and a line in the composition.

@@ -1,5 +1,6 @@
 #include "platform/linux/camera/FrameSourceChoice.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
@@ -178,15 +179,24 @@ void FrameSourceChoice::choose() {
   const bool isWanted =
       usualCensus_->state != CameraCensus::State::Gathering && usualCensus_->cameras.empty();
   isOtherChosen_ = isWanted || (isOtherChosen_ && otherStreams_ > 0);
-  if (isOtherChosen_) startOther();
+  if (isOtherChosen_ || !usualCensus_->unread.empty()) startOther();
   // Until the other source has told its cameras there is nothing to tell.
   if (isOtherChosen_ && !otherCensus_) return;
   access_->choose(isOtherChosen_);
-  CameraCensus census = isOtherChosen_ ? *otherCensus_ : *usualCensus_;
+  CameraCensus census = isOtherChosen_ ? *otherCensus_ : usualAndUnread();
   // Why the usual source has no camera is worth knowing then.
   if (isOtherChosen_)
     census.notes.insert(census.notes.end(), usualCensus_->notes.begin(), usualCensus_->notes.end());
   client_->camerasChanged(*this, std::move(census));
+}
+
+CameraCensus FrameSourceChoice::usualAndUnread() const {
+  CameraCensus census = *usualCensus_;
+  if (!otherCensus_) return census;
+  for (const Camera& camera : otherCensus_->cameras)
+    if (census.unread.contains(camera.place)) census.cameras.push_back(camera);
+  std::sort(census.cameras.begin(), census.cameras.end(), comesBefore);
+  return census;
 }
 
 void FrameSourceChoice::otherStreamGoes() {

@@ -13,6 +13,9 @@ namespace platform_linux {
 /// Two ways to the machine's cameras as one: the usual one, and another for when nobody serves that or it
 /// knows no camera. The other is not even begun before it is needed; it may be started on any thread.
 ///
+/// A device of which the usual way cannot tell what it offers is a camera of the other one, beside the usual
+/// way's own.
+///
 /// A camera of which the usual way could not bring a picture (EIO) is opened by the other way next time, if
 /// it knows the camera's device. Not for other errors: that a camera is in use or refused holds for both.
 class FrameSourceChoice final : public FrameSource, private FrameSource::Client {
@@ -35,6 +38,8 @@ class FrameSourceChoice final : public FrameSource, private FrameSource::Client 
 
   void camerasChanged(const FrameSource& source, CameraCensus census) override;
   void choose();
+  /// The usual source's, and the other's of what that cannot read.
+  [[nodiscard]] CameraCensus usualAndUnread() const;
   void startOther();
   [[nodiscard]] std::unique_ptr<FrameStream> openUsual(const Camera& camera, const CameraMode& mode,
                                                        FrameStream::Client& client);

@@ -149,10 +149,14 @@ void CameraRegistry::tell() {
   std::vector<NodeEntry> entries;
   for (const auto& [id, node] : nodes_) {
     if (!node->isWhole() || !node->properties().isCamera()) continue;
-    if (node->isUsable())
+    if (node->isUsable()) {
       entries.push_back(node->entry());
-    else
-      census.notes.push_back(whyNotListed(node->properties().title(), node->codedFormats()));
+      continue;
+    }
+    const auto formats = node->codedFormats();
+    census.notes.push_back(whyNotListed(node->properties().title(), formats));
+    if (const auto place = node->entry().camera.place; formats.empty() && !place.empty())
+      census.unread.insert(place);
   }
   census.cameras = distinctCameras(std::move(entries), deviceNames());
   census.state = mayExpectMore() ? CameraCensus::State::Gathering : CameraCensus::State::Complete;
