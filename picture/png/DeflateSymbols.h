@@ -25,9 +25,10 @@ struct DeflateSymbol {
 /// Values from 0 up: 2^linearLog2 symbols of step one, then groups of half as many with doubling steps.
 [[nodiscard]] constexpr DeflateSymbol steppedSymbol(std::uint32_t value, std::uint32_t linearLog2) {
   const std::uint32_t linear = 1U << linearLog2;
-  if (value < linear) return {static_cast<std::uint8_t>(value), 0, static_cast<std::uint16_t>(value)};
-  const std::uint32_t extraBits = static_cast<std::uint32_t>(std::bit_width(value)) - linearLog2;
-  const std::uint32_t mantissa = value >> extraBits;  // from linear / 2 to linear - 1
+  // Of the values below `linear` the largest decides, so that they need no question of their own.
+  const std::uint32_t extraBits =
+      static_cast<std::uint32_t>(std::bit_width(value | (linear - 1))) - linearLog2;
+  const std::uint32_t mantissa = value >> extraBits;  // from linear / 2 to linear - 1, or below it
   return {static_cast<std::uint8_t>(extraBits * (linear / 2) + mantissa),
           static_cast<std::uint8_t>(extraBits), static_cast<std::uint16_t>(mantissa << extraBits)};
 }
@@ -49,6 +50,8 @@ static_assert(kLengthSymbols[11].symbol == 8 && kLengthSymbols[12].base == 8 &&
 [[nodiscard]] constexpr DeflateSymbol distanceSymbol(std::uint32_t distance) {
   return steppedSymbol(distance - 1, 2);
 }
-static_assert(distanceSymbol(5).symbol == 4 && distanceSymbol(32768).symbol == 29);
+static_assert(distanceSymbol(1).symbol == 0 && distanceSymbol(4).symbol == 3 &&
+              distanceSymbol(4).extraBits == 0 && distanceSymbol(5).symbol == 4 &&
+              distanceSymbol(5).extraBits == 1 && distanceSymbol(32768).symbol == 29);
 
 }  // namespace picture

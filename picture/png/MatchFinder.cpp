@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -107,42 +108,72 @@ void MatchFinder::findPlaces(std::size_t bytes, std::span<const std::uint64_t> r
   placeCount_ = static_cast<std::size_t>(end - begin);
 }
 
+// Without a jump that depends on what is found: there is no telling, and a wrong guess of the processor's
+// takes as long as to look at another place.
 template <MatchFinder::Search::Lengths kLengths>
-std::span<const Match> MatchFinder::findBy(std::span<const std::uint8_t> data, StripScan& scan,
-                                           unsigned changeBits) noexcept {
+std::span<const Match> MatchFinder::findCandidates(std::span<const std::uint8_t> data,
+                                                   std::span<const std::uint32_t> places) noexcept {
   constexpr bool kLong = kLengths != Search::Lengths::Short;
   constexpr bool kShort = kLengths != Search::Lengths::Long;
   constexpr std::size_t kLeast = kShort ? kShortBytes : kLongBytes;
   const std::uint8_t* const first = data.data();
-  std::size_t end = 0;  // of the last match
-  Match* out = matches_.get();
-  for (const std::uint32_t at : std::span(places_.get(), placeCount_)) {
+  Match* out = candidates_.data();
+  for (const std::uint32_t at : places) {
     const std::uint8_t* const here = first + at;
-    const std::uint32_t longPlace = kLong ? std::exchange(long_[longHash(here)], at) : 0;
-    const std::uint32_t shortPlace = kShort ? std::exchange(short_[shortHash(here)], at) : 0;
-    if (at < end) continue;
     // Where there is none, at 0, whatever is there may agree as well.
-    std::size_t there = longPlace;
-    std::size_t ahead = kLong ? agreeing(here, first + longPlace) : 0;
-    if (kShort && ahead < kLongBytes) {
-      there = shortPlace;
-      ahead = agreeing(here, first + shortPlace);
+    std::size_t there = kLong ? std::exchange(long_[longHash(here)], at) : 0;
+    std::size_t ahead = kLong ? agreeing(here, first + there) : 0;
+    if (kShort) {
+      const std::size_t shortPlace = std::exchange(short_[shortHash(here)], at);
+      const std::size_t shortAhead = agreeing(here, first + shortPlace);
+      const bool isLong = ahead >= kLongBytes;
+      there = isLong ? there : shortPlace;
+      ahead = isLong ? ahead : shortAhead;
     }
     const std::size_t distance = at - there;
-    if (ahead < kLeast || distance > kLargestDistance || there < kByteVectorSize) continue;
+    *out = {at, static_cast<std::uint16_t>(ahead), static_cast<std::uint16_t>(distance)};
+    const bool isCandidate = (ahead >= kLeast) & (distance <= kLargestDistance) & (there >= kByteVectorSize);
+    out += isCandidate ? 1 : 0;
+  }
+  return {candidates_.data(), out};
+}
+
+Match* MatchFinder::choose(std::span<const std::uint8_t> data, StripScan& scan,
+                           std::span<const Match> candidates, unsigned changeBits,
+                           Match* out) const noexcept {
+  std::size_t end = out == matches_.get() ? 0 : out[-1].position + out[-1].length;
+  for (const Match candidate : candidates) {
+    const std::size_t at = candidate.position;
+    if (at < end) continue;
+    const std::uint8_t* const here = data.data() + at;
+    const std::uint8_t* const there = here - candidate.distance;
+    std::size_t ahead = candidate.length;
     if (ahead == kAheadAtOnce)
-      ahead = agreeingFurther(here, first + there, std::min(kLongestMatch, data.size() - at));
-    const std::size_t before =
-        std::min({agreeingBefore(here, first + there), kLongestMatch - ahead, at - end});
+      ahead = agreeingFurther(here, there, std::min(kLongestMatch, data.size() - at));
+    const std::size_t before = std::min({agreeingBefore(here, there), kLongestMatch - ahead, at - end});
     const Match match{static_cast<std::uint32_t>(at - before), static_cast<std::uint16_t>(ahead + before),
-                      static_cast<std::uint16_t>(distance)};
+                      candidate.distance};
     const unsigned without = changeBits * changesIn(scan.repetitions().data(), match.position, match.length);
-    if (without <= kMatchBits + distanceExtraBits(distance)) continue;
+    if (without <= kMatchBits + distanceExtraBits(match.distance)) continue;
     scan.removeFromRuns(match);
     *out++ = match;
     end = match.position + match.length;
   }
-  return {matches_.get(), out};
+  return out;
+}
+
+std::span<const Match> MatchFinder::findCandidates(std::span<const std::uint8_t> data,
+                                                   std::span<const std::uint32_t> places,
+                                                   Search::Lengths lengths) noexcept {
+  switch (lengths) {
+    case Search::Lengths::Long:
+      return findCandidates<Search::Lengths::Long>(data, places);
+    case Search::Lengths::Short:
+      return findCandidates<Search::Lengths::Short>(data, places);
+    case Search::Lengths::All:
+      break;
+  }
+  return findCandidates<Search::Lengths::All>(data, places);
 }
 
 std::span<const Match> MatchFinder::find(std::span<const std::uint8_t> data, StripScan& scan,
@@ -150,15 +181,12 @@ std::span<const Match> MatchFinder::find(std::span<const std::uint8_t> data, Str
   findPlaces(data.size(), scan.repetitions());
   std::fill(long_.begin(), long_.end(), 0U);
   std::fill(short_.begin(), short_.end(), 0U);
-  switch (search.lengths) {
-    case Search::Lengths::Long:
-      return findBy<Search::Lengths::Long>(data, scan, search.changeBits);
-    case Search::Lengths::Short:
-      return findBy<Search::Lengths::Short>(data, scan, search.changeBits);
-    case Search::Lengths::All:
-      break;
+  Match* end = matches_.get();
+  for (std::size_t at = 0; at < placeCount_; at += kPlacesAtOnce) {
+    const std::span places(places_.get() + at, std::min(kPlacesAtOnce, placeCount_ - at));
+    end = choose(data, scan, findCandidates(data, places, search.lengths), search.changeBits, end);
   }
-  return findBy<Search::Lengths::All>(data, scan, search.changeBits);
+  return {matches_.get(), end};
 }
 
 }  // namespace picture

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -37,13 +38,26 @@ class MatchFinder {
 
  private:
   void findPlaces(std::size_t bytes, std::span<const std::uint64_t> repetitions) noexcept;
+  // So many are looked at before any is chosen: few enough to stay in the processor's nearest cache.
+  static constexpr std::size_t kPlacesAtOnce = 1024;
+
+  // Each of `places` with the newest one before it, where enough bytes agree; also places within matches that
+  // are chosen later.
   template <Search::Lengths kLengths>
-  [[nodiscard]] std::span<const Match> findBy(std::span<const std::uint8_t> data, StripScan& scan,
-                                              unsigned changeBits) noexcept;
+  [[nodiscard]] std::span<const Match> findCandidates(std::span<const std::uint8_t> data,
+                                                      std::span<const std::uint32_t> places) noexcept;
+  [[nodiscard]] std::span<const Match> findCandidates(std::span<const std::uint8_t> data,
+                                                      std::span<const std::uint32_t> places,
+                                                      Search::Lengths lengths) noexcept;
+  // Appends those that pay and begin behind the last match to `out`, at their whole length.
+  [[nodiscard]] Match* choose(std::span<const std::uint8_t> data, StripScan& scan,
+                              std::span<const Match> candidates, unsigned changeBits,
+                              Match* out) const noexcept;
 
   // Not initialised, so that what is not needed never becomes resident.
   std::unique_ptr<std::uint32_t[]> places_;
   std::size_t placeCount_ = 0;
+  std::array<Match, kPlacesAtOnce> candidates_;
   std::unique_ptr<Match[]> matches_;
   // By hash, the newest place; 0 for none.
   std::vector<std::uint32_t> long_;
