@@ -29,6 +29,7 @@ class CrossBuild(unittest.TestCase):
         self.work.mkdir()
         (self.built / "source").mkdir(parents=True)
         self.tree.replace("scripts/parallelism", "echo 5")
+        self.tree.replace("scripts/workplace", f'mktemp -d "{self.work}/$1.XXXXXX"')
         self.tree.stand_in("debootstrap", DEBOOTSTRAP)
         self.tree.stand_in("chroot", CHROOT)
         for program in ("mount", "umount"):
@@ -36,7 +37,7 @@ class CrossBuild(unittest.TestCase):
 
     def cross_build(self, *words, failing="nothing at all", **variables):
         return self.tree.run("scripts/cross-build", "arm64", self.built / "source", *words, environment={
-            "JOURNAL": self.journal, "FAILING": failing, "CAMERA_SHOT_WORK": self.work, **variables})
+            "JOURNAL": self.journal, "FAILING": failing, **variables})
 
     def test_the_packages_are_left_and_nothing_else(self):
         result = self.cross_build()
