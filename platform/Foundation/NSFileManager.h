@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -18,10 +19,17 @@ class NSFileManager {
   /// EACCES, EROFS, …).
   [[nodiscard]] virtual int whyNotWritableDirectory(const std::string& path) const = 0;
 
+  /// The same for the main thread, which must not wait for a server that does not answer: `answer` runs on a
+  /// later turn of the main loop, once, when the file system has answered; never when it has not by the end.
+  /// The user's folder for pictures is made before when it is missing.
+  virtual void askWhyNotWritableDirectory(const std::string& path, std::function<void(int why)> answer) = 0;
+
   /// `path` the way people read it: the home folder as "~".
   [[nodiscard]] virtual std::string abbreviatingWithTilde(const std::string& path) const = 0;
 
-  /// The user's folder for pictures, made when it is missing; nothing when the user has no home.
+  /// The user's folder for pictures, which may be missing; nothing when the user has no home.
+  [[nodiscard]] virtual std::optional<std::string> picturesPath() const = 0;
+  /// The same, made when it is missing; waits for the file system.
   virtual std::optional<std::string> picturesDirectory() = 0;
 
   /// Adds `line` and a line end to the end of the file, making file and folders as needed. Lines of processes

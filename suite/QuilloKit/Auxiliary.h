@@ -16,8 +16,9 @@ class Auxiliary {
   Auxiliary(platform::AVFoundation& avFoundation, platform::NSDate& dates, platform::MainQueue& mainQueue,
             platform::NSUserDefaults& lastRuns, std::string toolIdentifier);
 
-  /// Records that the tool ran now. The record is written on a later turn of the main loop, so that it costs a
-  /// start nothing; where these settings do not wait for the disk, a power cut may cost it, which is no loss.
+  /// Records that the tool ran now. The record is written on a later turn of the main loop, so that it costs
+  /// a start nothing; where these settings do not wait for the disk, a power cut may cost it, which is no
+  /// loss.
   void updateLastRun();
 
   /// `date` in local time for a file name: 2026-11-21 12.00.00. Thread-safe.

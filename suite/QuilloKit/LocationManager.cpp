@@ -8,11 +8,19 @@ LocationManager::LocationManager(platform::NSUserDefaults& locations, platform::
                                  std::string toolIdentifier)
     : locations_(locations), files_(files), toolIdentifier_(std::move(toolIdentifier)) {}
 
-std::optional<std::string> LocationManager::locationForCurrentTool() {
+std::string LocationManager::storedFolder() {
   const std::scoped_lock lock(mutex_);
-  const std::string stored = locations_.stringForKey(toolIdentifier_);
-  if (!stored.empty()) return stored;
-  return files_.picturesDirectory();
+  return locations_.stringForKey(toolIdentifier_);
+}
+
+std::optional<std::string> LocationManager::locationForCurrentTool() {
+  const std::string stored = storedFolder();
+  return stored.empty() ? files_.picturesDirectory() : stored;
+}
+
+std::optional<std::string> LocationManager::pathForCurrentTool() {
+  const std::string stored = storedFolder();
+  return stored.empty() ? files_.picturesPath() : stored;
 }
 
 bool LocationManager::setLocationForCurrentTool(const std::string& folder) {

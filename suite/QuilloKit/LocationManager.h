@@ -16,15 +16,20 @@ class LocationManager {
   LocationManager(platform::NSUserDefaults& locations, platform::NSFileManager& files,
                   std::string toolIdentifier);
 
-  /// The stored folder, as it was stored, also when it is gone; else the user's folder for pictures; nothing
-  /// only when the user has no home.
+  /// The stored folder, as it was stored, also when it is gone; else the user's folder for pictures, made
+  /// when it is missing; nothing only when the user has no home. May wait for the file system.
   std::optional<std::string> locationForCurrentTool();
+  /// The same without making anything, for the main thread.
+  std::optional<std::string> pathForCurrentTool();
 
   /// Stores the folder, durably, and answers whether it could; where not, the old one stays.
   bool setLocationForCurrentTool(const std::string& folder);
 
  private:
-  std::mutex mutex_;
+  /// Empty without one.
+  std::string storedFolder();
+
+  std::mutex mutex_;  ///< of the stored folder; nobody who holds it waits for the folder's file system
   platform::NSUserDefaults& locations_;
   platform::NSFileManager& files_;
   const std::string toolIdentifier_;

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 
 #include "platform/AppKit/NSOpenPanel.h"
@@ -31,7 +32,8 @@ class OutputLocationButton : public std::enable_shared_from_this<OutputLocationB
   OutputLocationButton(Views views, platform::NSOpenPanel& panel, platform::NSFileManager& files,
                        platform::NSBundle& bundle, LocationManager& locations);
 
-  /// Brings the shown folder up to date, and whether photos can be saved there.
+  /// Brings the shown folder up to date, and whether photos can be saved there as soon as that is known: the
+  /// folder may be on a server that does not answer.
   void updateState();
 
   /// Asks the user for another folder and returns at once. `completion` runs once, when the user has chosen
@@ -41,13 +43,18 @@ class OutputLocationButton : public std::enable_shared_from_this<OutputLocationB
 
  private:
   void folderChosen(const std::string& folder, const Completion& completion);
-  void showWarning(const std::string& folder);
+  void refuse(const std::string& folder, int why, const Completion& completion);
+  void store(const std::string& folder, const Completion& completion);
+  void lookAt(const std::string& folder);
+  void showWarning(int why);
 
   const Views views_;
   platform::NSOpenPanel& panel_;
   platform::NSFileManager& files_;
   platform::NSBundle& bundle_;
   LocationManager& locations_;
+  std::string shownFolder_;
+  std::set<std::string> lookedAt_;  ///< folders of which no answer has come yet
 };
 
 }  // namespace suite

@@ -1,8 +1,11 @@
 #pragma once
 
 #include <cerrno>
+#include <functional>
+#include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -20,6 +23,8 @@ class NSFileManagerFactory {
   virtual std::string makeFile(const std::string& name) = 0;
   /// What stands in the file at `path`, line by line.
   virtual std::string content(const std::string& path) = 0;
+  /// Turns the main loop until it is true; whether it became so.
+  virtual bool turnUntil(const std::function<bool()>& condition) = 0;
 };
 
 using MakeNSFileManagerFactory = std::unique_ptr<NSFileManagerFactory> (*)();
@@ -39,6 +44,17 @@ TEST_P(NSFileManagerContract, SeesWhatExists) {
 TEST_P(NSFileManagerContract, TellsFoldersThatTakeFilesFromOthers) {
   EXPECT_EQ(files_.whyNotWritableDirectory(factory_->folder()), 0);
   EXPECT_NE(files_.whyNotWritableDirectory(factory_->folder() + "/nothing"), 0);
+}
+
+TEST_P(NSFileManagerContract, TellsItLaterToWhoeverDoesNotWait) {
+  std::map<std::string, int> answers;
+  const std::vector<std::string> folders{factory_->folder(), factory_->folder() + "/nothing"};
+  for (const std::string& folder : folders)
+    files_.askWhyNotWritableDirectory(folder, [&answers, folder](int why) { answers[folder] = why; });
+  EXPECT_TRUE(answers.empty());
+  ASSERT_TRUE(factory_->turnUntil([&] { return answers.size() == 2; }));
+  for (const std::string& folder : folders)
+    EXPECT_EQ(answers[folder], files_.whyNotWritableDirectory(folder)) << folder;
 }
 
 inline constexpr std::int64_t kMostBytes = 1000;

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -61,6 +62,12 @@ int fsync(int file) {
   static auto* const real = original<int(int)>("fsync");
   if (isWanted(file)) holdIfWanted("fsync");
   return real(file);
+}
+
+int stat(const char* path, struct stat* status) noexcept {
+  static auto* const real = original<int(const char*, struct stat*)>("stat");
+  if (isWanted(path)) holdIfWanted("stat");
+  return real(path, status);
 }
 
 boolean jpeg_start_decompress(j_decompress_ptr decoder) {

@@ -8,6 +8,7 @@ from waiting import BOUND
 
 DECODING = "jpeg_start_decompress"  # of the still: its frame has come, its pixels have not
 SAVING = "fsync"  # of its file: all is written, nothing has its name
+LOOKING = "stat"  # at a file or folder
 
 
 class HeldCall:

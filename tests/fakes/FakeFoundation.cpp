@@ -229,6 +229,11 @@ int FakeFileManager::whyNotWritableDirectory(const std::string& path) const {
   return found == notWritable.end() ? 0 : found->second;
 }
 
+void FakeFileManager::answerAll() {
+  for (const auto& [path, answer] : std::exchange(asked, {}))
+    answer(whyNotWritableDirectory(path));
+}
+
 std::string FakeFileManager::abbreviatingWithTilde(const std::string& path) const {
   const std::string home = "/home/ada";
   return path.starts_with(home) ? "~" + path.substr(home.size()) : path;

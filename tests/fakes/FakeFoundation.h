@@ -135,6 +135,12 @@ class FakeFileManager : public platform::NSFileManager {
   bool fileExistsAtPath(const std::string& path) const override;
   int whyNotWritableDirectory(const std::string& path) const override;
   std::string abbreviatingWithTilde(const std::string& path) const override;
+  void askWhyNotWritableDirectory(const std::string& path, std::function<void(int why)> answer) override {
+    asked.emplace_back(path, std::move(answer));
+  }
+  /// The file systems answer what they were asked up to now.
+  void answerAll();
+  std::optional<std::string> picturesPath() const override { return pictures; }
   std::optional<std::string> picturesDirectory() override { return pictures; }
   bool appendLine(const std::string& path, const std::string& line, std::int64_t mostBytes) override;
 
@@ -143,6 +149,7 @@ class FakeFileManager : public platform::NSFileManager {
   std::function<void()> whileWriting;
   std::set<std::string> existing;
   std::map<std::string, int> notWritable;
+  std::vector<std::pair<std::string, std::function<void(int why)>>> asked;
   std::optional<std::string> pictures = "/home/ada/Pictures";
   std::map<std::string, std::vector<std::string>> appended;
 

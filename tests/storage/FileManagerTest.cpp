@@ -69,6 +69,13 @@ TEST(FileManager, ThePicturesFolderIsMadeWhenMissing) {
   EXPECT_TRUE(std::filesystem::is_directory(home / "Pictures"));
 }
 
+TEST(FileManager, ThePicturesFoldersPathIsToldWithoutMakingIt) {
+  const TemporaryFolder home;
+  EXPECT_EQ(
+      atHome(home.path(), [&](FileManager& files) { return files.picturesPath() == home / "Pictures"; }), 0);
+  EXPECT_FALSE(std::filesystem::exists(home / "Pictures"));
+}
+
 TEST(FileManager, ThePicturesFolderIsTheOneThatTheUserChose) {
   const TemporaryFolder home;
   std::filesystem::create_directory(home / ".config");

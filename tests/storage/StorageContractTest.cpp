@@ -5,6 +5,7 @@
 #include "tests/contract/NSUserDefaultsContract.h"
 #include "tests/fakes/FakeFoundation.h"
 #include "tests/storage/Files.h"
+#include "tests/support/MainLoop.h"
 
 namespace contract {
 
@@ -19,6 +20,9 @@ class RealFiles : public NSFileManagerFactory {
     return folder_ / name;
   }
   std::string content(const std::string& path) override { return storage_tests::contentOf(path); }
+  bool turnUntil(const std::function<bool()>& condition) override {
+    return test_support::waitUntil(condition);
+  }
 
  private:
   storage_tests::TemporaryFolder folder_;
@@ -38,6 +42,10 @@ class FakeFiles : public NSFileManagerFactory {
     for (const std::string& line : files_.appended[path])
       all += line + "\n";
     return all;
+  }
+  bool turnUntil(const std::function<bool()>& condition) override {
+    files_.answerAll();
+    return condition();
   }
 
  private:

@@ -276,6 +276,7 @@ TEST(OutputLocation, ChangedIsReportedWithTheControlsDetails) {
   PreferencesFixture desk;
   desk.layout().press("onOutputLocationChanged");
   desk.panel.pending("/home/ada/Shots");
+  desk.files.answerAll();
   EXPECT_THAT(desk.journal.of("event"),
               ElementsAre("event \"event\":\"OutputLocation\",\"prefs\":null,\"details\":{\"Changed\":true,"
                           "\"Folder\":\"~/Shots\"}}"));
@@ -287,7 +288,11 @@ TEST(OutputLocation, RefusedIsLoggedAndThenReported) {
   desk.files.notWritable["/root"] = EACCES;
   desk.layout().press("onOutputLocationChanged");
   desk.journal.clear();
+  desk.files.answerAll();
+  desk.journal.clear();
   desk.panel.pending("/root");
+  EXPECT_THAT(desk.journal.lines(), IsEmpty()) << "as long as its file system has not answered";
+  desk.files.answerAll();
   EXPECT_THAT(desk.journal.lines(),
               ElementsAre("panel message Photos cannot be saved in this folder.\n/root",
                           "log Photos cannot be saved in this folder. /root",

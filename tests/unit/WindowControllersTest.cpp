@@ -156,6 +156,11 @@ struct FolderControl : fakes::FakePlatform {
           told = details;
         });
     if (panel.pending) panel.pending(folder);
+    files.answerAll();
+  }
+  void update() {
+    control->updateState();
+    files.answerAll();
   }
 
   std::shared_ptr<fakes::FakeView> button = std::make_shared<fakes::FakeView>(journal, "outputLocation");
@@ -224,18 +229,44 @@ TEST(OutputLocationButton, TellsTheUserWhenTheChoiceCannotBeStoredAndShowsTheOld
 TEST(OutputLocationButton, WarnsOfAFolderThatIsGoneOrCannotBeWrittenTo) {
   FolderControl desk;
   desk.files.notWritable["/home/ada/Pictures"] = ENOENT;
-  desk.control->updateState();
+  desk.update();
   EXPECT_EQ(desk.warning->text, "This folder does not exist.");
   EXPECT_FALSE(desk.warning->hidden);
   EXPECT_EQ(desk.button->title, "~/Pictures");
 
   desk.files.notWritable["/home/ada/Pictures"] = EROFS;
-  desk.control->updateState();
+  desk.update();
   EXPECT_EQ(desk.warning->text, "Photos cannot be saved in this folder.");
   EXPECT_FALSE(desk.warning->hidden);
 
   desk.files.notWritable.clear();
+  desk.update();
+  EXPECT_TRUE(desk.warning->hidden);
+}
+
+TEST(OutputLocationButton, ShowsTheFolderBeforeItsFileSystemHasAnsweredAndAsksItOnce) {
+  FolderControl desk;
+  desk.files.notWritable["/home/ada/Pictures"] = ENOENT;
+  desk.warning->setHidden(true);
   desk.control->updateState();
+  desk.control->updateState();
+  EXPECT_EQ(desk.button->title, "~/Pictures");
+  EXPECT_TRUE(desk.warning->hidden);
+  EXPECT_EQ(desk.files.asked.size(), 1U);
+  desk.files.answerAll();
+  EXPECT_FALSE(desk.warning->hidden);
+  desk.control->updateState();
+  EXPECT_EQ(desk.files.asked.size(), 1U) << "a new answer for the next look";
+}
+
+TEST(OutputLocationButton, ALateAnswerIsNotAboutTheNextFolder) {
+  FolderControl desk;
+  desk.files.notWritable["/home/ada/Pictures"] = EIO;
+  desk.warning->setHidden(true);
+  desk.control->updateState();
+  desk.suite.locationManager.setLocationForCurrentTool("/mnt/stick");
+  desk.control->updateState();
+  desk.files.answerAll();
   EXPECT_TRUE(desk.warning->hidden);
 }
 
@@ -253,7 +284,11 @@ TEST(OutputLocationButton, ForgetsTheQuestionAtItsEnd) {
   FolderControl desk;
   desk.choose(std::nullopt);
   desk.journal.clear();
+  desk.control->handleOutputLocationChanged([](bool, std::int64_t, const std::string&, const Dictionary&) {});
+  desk.panel.pending("/home/ada/Other");
+  desk.journal.clear();
   desk.control.reset();
+  desk.files.answerAll();
   desk.panel.pending("/home/ada/Shots");
   EXPECT_THAT(desk.journal.lines(), IsEmpty());
 }
