@@ -12,7 +12,8 @@ class NSOpenPanel {
   virtual ~NSOpenPanel() = default;
 
   /// Shows the chooser, starting in `directory`, and returns at once; `completion` runs on the main thread
-  /// with the chosen folder, or with nothing when the user cancelled.
+  /// with the chosen folder, or with nothing when the user cancelled. A folder that has no path in the file
+  /// system comes as its address, which is no folder's path.
   virtual void chooseDirectory(const std::string& directory,
                                std::function<void(std::optional<std::string>)> completion) = 0;
 

@@ -34,6 +34,7 @@ TEST(FileManager, SaysWhyAFolderTakesNoFiles) {
   const ClosedFolder closed(folder.path());
   EXPECT_EQ(FileManager().whyNotWritableDirectory(folder / "file"), ENOTDIR);
   EXPECT_EQ(FileManager().whyNotWritableDirectory(folder / "nothing"), ENOENT);
+  EXPECT_EQ(FileManager().whyNotWritableDirectory("sftp://server/photos"), ENOENT);
   EXPECT_EQ(
       inChild([&] { return becomeNobody() ? FileManager().whyNotWritableDirectory(folder.path()) : -1; }),
       EACCES);

@@ -9,12 +9,17 @@ namespace platform_linux {
 namespace {
 
 std::optional<std::string> chosenFolder(GtkFileChooser* chooser) {
-  const auto file = GObjectRef<GFile>::adopt(gtk_file_chooser_get_file(chooser));
-  const std::unique_ptr<char, decltype(&g_free)> path(file ? g_file_get_path(file.get()) : nullptr, g_free);
-  return path ? std::optional<std::string>(path.get()) : std::nullopt;
+  const auto folder = GObjectRef<GFile>::adopt(gtk_file_chooser_get_file(chooser));
+  return folder ? std::optional(nameOfFolder(folder.get())) : std::nullopt;
 }
 
 }  // namespace
+
+std::string nameOfFolder(GFile* folder) {
+  const GStringHandle path(g_file_get_path(folder));
+  const GStringHandle address(g_file_get_uri(folder));
+  return path ? path.get() : address.get();
+}
 
 OpenPanel::~OpenPanel() {
   dismiss();

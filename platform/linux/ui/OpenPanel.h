@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include <gtk/gtk.h>
 
@@ -10,6 +11,9 @@
 #include "platform/linux/ui/WindowList.h"
 
 namespace platform_linux {
+
+/// The path of a folder; the address of one that has none because it is elsewhere, on a server or a phone.
+[[nodiscard]] std::string nameOfFolder(GFile* folder);
 
 /// The desktop's own folder chooser, over the window that the user works in. While it is open a further
 /// request brings it to the front and completes without a folder.
