@@ -13,6 +13,9 @@ from .failures import DesktopError, ProgramMissing
 WAIT_SECONDS = int(os.environ.get("CAMERA_DESKTOP_WAIT_SECONDS", "10"))
 END_SECONDS = 3  # the longest that a process may take to leave after SIGTERM
 
+# What reading of a process says that has ended, or, where /proc hides them (hidepid), is another user's.
+_NOT_OURS = (FileNotFoundError, ProcessLookupError, PermissionError)
+
 # Numbers from linux/prctl.h.
 PR_SET_PDEATHSIG = 1
 PR_SET_CHILD_SUBREAPER = 36
@@ -178,7 +181,7 @@ def alive(pid):
     try:
         with open(f"/proc/{pid}/stat", "rb") as stat:
             return stat.read().rpartition(b")")[2].split()[0] not in (b"Z", b"X")
-    except (FileNotFoundError, ProcessLookupError):
+    except _NOT_OURS:
         return False
 
 
@@ -191,7 +194,7 @@ def descendants():
         try:
             with open(f"/proc/{entry}/stat", "rb") as stat:
                 state, parent = stat.read().rpartition(b")")[2].split()[:2]
-        except (FileNotFoundError, ProcessLookupError):
+        except _NOT_OURS:
             continue
         if state not in (b"Z", b"X"):
             children.setdefault(int(parent), []).append(int(entry))
