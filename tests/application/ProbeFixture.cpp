@@ -58,7 +58,7 @@ std::unique_ptr<ProcessUnderTest> ProbeTest::start(const std::string& then,
 test_support::PrivateBus& ProbeTest::bus(bool activatable) {
   if (!bus_) {
     bus_ = std::make_unique<test_support::PrivateBus>(environment_);
-    if (activatable) bus_->addService(kProbeIdentifier, PROBE_APPLICATION, "--gapplication-service");
+    if (activatable) bus_->addService(kProbeIdentifier, {PROBE_APPLICATION, "--gapplication-service"});
     environment_["DBUS_SESSION_BUS_ADDRESS"] = bus_->address();
   }
   return *bus_;

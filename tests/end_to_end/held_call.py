@@ -17,8 +17,11 @@ class HeldCall:
 
     def __init__(self, call, file=".png"):
         path = Path(os.environ["XDG_RUNTIME_DIR"]) / "held-call"
-        self.environment = {"LD_PRELOAD": os.environ["CAMERA_SHOT_HELD_CALL"], "HELD_CALL": call, "HELD_FILE": file,
-                            "HELD_CALL_SOCKET": str(path)}
+        # The library's own path may have spaces, at which the variable's value is split.
+        library = path.with_suffix(".so")
+        library.unlink(missing_ok=True)
+        library.symlink_to(os.environ["CAMERA_SHOT_HELD_CALL"])
+        self.environment = {"LD_PRELOAD": str(library), "HELD_CALL": call, "HELD_FILE": file, "HELD_CALL_SOCKET": str(path)}
         self._call = call
         self._listener = socket.socket(socket.AF_UNIX)
         self._listener.settimeout(BOUND)

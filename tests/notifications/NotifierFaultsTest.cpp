@@ -3,6 +3,7 @@
 // is shown.
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <string>
@@ -41,9 +42,12 @@ class Scene {
  public:
   Scene(const Fault& fault, int which) : about_(fault.call + (' ' + std::to_string(which)) + ": ") {
     std::ofstream(folder_ / "plan") << fault.call << ' ' << which << ' ' << fault.error << '\n';
-    bus_.addService(kNotifier, "/usr/bin/env",
-                    "LD_PRELOAD=" FAILING_CALL_LIBRARY " FAILING_CALL_PLAN=" + folder_ / "plan" +
-                        " FAILING_CALL_REPORT=" + folder_ / "report" + " " NOTIFIER_PROGRAM);
+    // Its own path may have spaces, at which the variable's value is split.
+    const std::string library = folder_ / "failing_call.so";
+    std::filesystem::create_symlink(FAILING_CALL_LIBRARY, library);
+    bus_.addService(kNotifier,
+                    {"/usr/bin/env", "LD_PRELOAD=" + library, "FAILING_CALL_PLAN=" + folder_ / "plan",
+                     "FAILING_CALL_REPORT=" + folder_ / "report", NOTIFIER_PROGRAM});
     service_ = makeService(bus_.address());
     // The main loop hears of the helper's end.
     watch_ =

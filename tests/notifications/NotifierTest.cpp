@@ -35,7 +35,7 @@ using ::testing::SizeIs;
 /// A bus that starts the helper, and a service that notes what the helper asks of it.
 class Notifier : public testing::Test {
  protected:
-  Notifier() { bus_.addService(kNotifier, NOTIFIER_PROGRAM); }
+  Notifier() { bus_.addService(kNotifier, {NOTIFIER_PROGRAM}); }
 
   bool waitForNotifications(std::size_t number) const { return waitForCallsOf("Notify", number); }
   bool waitForCallsOf(const std::string& method, std::size_t number) const {
@@ -289,7 +289,7 @@ TEST_F(Notifier, TheButtonRunsItsOwnActionWithTheTokenOfTheClick) {
 }
 
 TEST_F(Notifier, AClickStartsTheApplication) {
-  bus_.addService(kApplication, TEST_APPLICATION_PROGRAM);
+  bus_.addService(kApplication, {TEST_APPLICATION_PROGRAM});
   const auto journal = makeJournal(bus_.address());
   ASSERT_TRUE(post(service_->client(), kPhoto));
   ASSERT_TRUE(waitForNotifications(1));
@@ -435,7 +435,7 @@ TEST_F(Notifier, AServiceThatTakesNothingHoldsItUpForABoundedTime) {
 TEST_F(Notifier, AServiceThatIsLongInStartingShowsTheNotification) {
   // As on a cold start of Plasma, whose service is started by waiting for the shell.
   service_ = nullptr;
-  bus_.addService(kService, "/usr/bin/gdbus", "wait --session " + kService);
+  bus_.addService(kService, {"/usr/bin/gdbus", "wait", "--session", kService});
   const BusClient client(bus_.address());
   ASSERT_TRUE(post(client, kPhoto));
   constexpr std::chrono::seconds kLongStart{14};

@@ -324,15 +324,15 @@ TEST(Authorization, IsGrantedByAShell) {
 
 TEST(Authorization, IsGrantedWhereTheBusCanStartHelperAndService) {
   PrivateBus bus;
-  bus.addService(kHelper, "/nowhere/helper");
-  bus.addService(kService, "/nowhere/service");
+  bus.addService(kHelper, {"/nowhere/helper"});
+  bus.addService(kService, {"/nowhere/service"});
   Center center;
   EXPECT_TRUE(ask(center).granted);
 }
 
 TEST(Authorization, NeedsAServiceBehindTheHelper) {
   PrivateBus bus;
-  bus.addService(kHelper, "/nowhere/helper");
+  bus.addService(kHelper, {"/nowhere/helper"});
   Center center;
   EXPECT_FALSE(ask(center).granted);
 }

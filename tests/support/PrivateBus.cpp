@@ -10,7 +10,6 @@
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
 
 #include "tests/support/BusClient.h"
 #include "tests/support/MainLoop.h"
@@ -24,6 +23,14 @@ std::string addressOf(const std::string& path) {
   std::string address = std::string("unix:path=") + escaped;
   g_free(escaped);
   return address;
+}
+
+/// A word of a command, whatever is in it.
+std::string quoted(const std::string& word) {
+  char* const text = g_shell_quote(word.c_str());
+  std::string result = text;
+  g_free(text);
+  return result;
 }
 
 void writeConfiguration(const TemporaryFolder& folder, const std::string& address) {
@@ -81,11 +88,12 @@ void PrivateBus::start(char** environment) {
   throw std::runtime_error("the bus does not start");
 }
 
-void PrivateBus::addService(const std::string& name, const std::string& program,
-                            const std::string& arguments) const {
+void PrivateBus::addService(const std::string& name, const std::vector<std::string>& command) const {
+  std::string line;
+  for (const auto& word : command)
+    line += (line.empty() ? "" : " ") + quoted(word);
   std::ofstream(folder_.path() / "services" / (name + ".service"))
-      << "[D-BUS Service]\nName=" << name << "\nExec=\"" << program << "\""
-      << (arguments.empty() ? "" : " " + arguments) << "\n";
+      << "[D-BUS Service]\nName=" << name << "\nExec=" << line << "\n";
   BusClient(address_).ask("ReloadConfig", nullptr);
 }
 

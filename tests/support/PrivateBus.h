@@ -3,6 +3,7 @@
 #include <map>
 #include <string>
 #include <sys/types.h>
+#include <vector>
 
 #include "tests/support/TemporaryFolder.h"
 
@@ -21,9 +22,8 @@ class PrivateBus {
   PrivateBus& operator=(const PrivateBus&) = delete;
   ~PrivateBus();
 
-  /// Lets the bus start `program` when somebody calls `name`.
-  void addService(const std::string& name, const std::string& program,
-                  const std::string& arguments = {}) const;
+  /// Lets the bus run `command`, a program and its arguments, when somebody calls `name`.
+  void addService(const std::string& name, const std::vector<std::string>& command) const;
   const std::string& address() const { return address_; }
   /// What is sent to the bus waits until it goes on, and is then read in the order of the sending.
   void pause() const;
