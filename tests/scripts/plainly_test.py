@@ -2,6 +2,7 @@
 
 import os
 import shutil
+import tempfile
 import unittest
 
 from script_tree import SOURCE, ScriptTree
@@ -46,6 +47,12 @@ class Plainly(unittest.TestCase):
         self.assertIn("APT_CONFIG=/etc/my apt\n", said)
         self.assertNotIn("GTK_THEME", said)
         self.assertNotIn("MAKEFLAGS", said)
+
+    def test_a_folder_for_temporary_files_gets_through_if_tests_can_use_it(self):
+        for name, is_kept in (("short", True), (60 * "x", False), ("with a space", False), ("with:colon", False)):
+            with tempfile.TemporaryDirectory(dir="/tmp", suffix=name) as folder:
+                self.assertEqual(f"TMPDIR={folder}\n" in self.plainly("env", TMPDIR=folder), is_kept, name)
+        self.assertNotIn("TMPDIR", self.plainly("env", TMPDIR="/nowhere"))
 
     def assert_cache_is_used(self, is_used, **variables):
         said = self.plainly("env", **variables)

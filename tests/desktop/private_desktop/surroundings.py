@@ -15,17 +15,23 @@ _FOREIGN_CAMERA = re.compile(r"CAMERA_\d+_")
 _USER_FOLDERS = {"DESKTOP": "Desktop", "DOCUMENTS": "Documents", "DOWNLOAD": "Downloads", "MUSIC": "Music",
                  "PICTURES": "Pictures", "PUBLICSHARE": "Public", "TEMPLATES": "Templates", "VIDEOS": "Videos"}
 
+_PREFIX = "camera-desktop-"
+_PLAIN = re.compile(r"[\w./-]+", re.ASCII)
 _LONGEST_SOCKET_PATH = 107  # sun_path of sockaddr_un, without its final zero
 _LONGEST_SOCKET = "sway-ipc.65534.4194304.sock"  # with a user's number and the largest of a process
 
 
+def _suits(parent):
+    """Whether the paths of sockets below it are short enough, and have nothing that means something in addresses, commands and
+    lists of libraries."""
+    longest = os.path.join(parent, f"{_PREFIX}XXXXXXXX", "run", _LONGEST_SOCKET)
+    return len(longest) <= _LONGEST_SOCKET_PATH and _PLAIN.fullmatch(parent)
+
+
 def make_folder():
-    """A folder for a desktop: where temporary files belong, unless the paths of sockets would be too long there."""
-    prefix = "camera-desktop-"
+    """A folder for a desktop: where temporary files belong, if that suits."""
     parent = tempfile.gettempdir()
-    if len(os.fsencode(os.path.join(parent, f"{prefix}XXXXXXXX", "run", _LONGEST_SOCKET))) > _LONGEST_SOCKET_PATH:
-        parent = "/tmp"
-    return tempfile.mkdtemp(prefix=prefix, dir=parent)
+    return tempfile.mkdtemp(prefix=_PREFIX, dir=parent if _suits(parent) else "/tmp")
 
 
 class Surroundings:
