@@ -35,13 +35,6 @@ class Deps(unittest.TestCase):
         self.assertEqual(result.returncode, 0, result.stdout)
         return result.stdout
 
-    def run_alone(self):
-        """As on a machine that has hardly more than the stand-ins."""
-        for program in ("bash", "dirname", "env", "sleep"):
-            if not (self.tree.programs / program).exists():
-                (self.tree.programs / program).symlink_to(f"/usr/bin/{program}")
-        return self.tree.run("scripts/deps", environment={**self.apt.environment, "PATH": self.tree.programs})
-
     def assert_installs(self, said):
         self.assertRegex(said, r"apt-get .* install dpkg-dev\b")
         self.assertRegex(said, r"apt-get .* build-dep \./")
@@ -97,16 +90,12 @@ class Deps(unittest.TestCase):
         self.assert_installs(said)
         self.assertIn(f"with http://proxy:3128 and {self.apt.environment['APT_CONFIG']}", said)
 
-    def test_git_comes_where_there_is_a_repository_and_no_git(self):
-        self.tree.stand_in("id", "echo 0")
-        self.assertNotRegex(self.run_alone().stdout, r"\bgit\b")
-        (self.tree.folder / ".git").mkdir()
-        self.assertRegex(self.run_alone().stdout, r"install dpkg-dev git\b")
-
     def test_without_sudo_an_ordinary_user_is_told(self):
         self.tree.stand_in("id", "echo 1000")
         (self.tree.programs / "sudo").unlink()
-        result = self.run_alone()
+        for program in ("bash", "dirname", "env", "sleep"):
+            (self.tree.programs / program).symlink_to(f"/usr/bin/{program}")
+        result = self.tree.run("scripts/deps", environment={**self.apt.environment, "PATH": self.tree.programs})
         self.assertEqual(result.returncode, 1)
         self.assertIn("needs root, or sudo", result.stdout)
 
