@@ -25,7 +25,7 @@ using testing::IsEmpty;
 /// A folder of files that are called like devices.
 struct DeviceFiles : testing::Test {
   std::string make(const std::string& name) {
-    std::ofstream(folder / name);
+    const std::ofstream file(folder / name);
     return folder / name;
   }
 
