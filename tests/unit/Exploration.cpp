@@ -29,17 +29,18 @@ bool always(const ToolFixture&) {
 
 using Postponed = fakes::FakeMainLoop::Postponed;
 
-bool isFrom(const Postponed& work, std::string_view function) {
-  return work.code.find(function) != std::string_view::npos;
+/// `function` is a name of its own in the code's, where each name stands behind its length.
+bool isFrom(const Postponed& work, const std::string& function) {
+  return work.code.find(std::to_string(function.size()) + function) != std::string_view::npos;
 }
 
 /// Work that is put off by the operations named here changes nothing that the tool ever looks at.
 bool decides(const Postponed& work) {
-  return !isFrom(work, "11showOverlay") && !isFrom(work, "13updateLastRun");
+  return !isFrom(work, "showOverlay") && !isFrom(work, "updateLastRun");
 }
 
 bool endsTheRun(const Postponed& work) {
-  return isFrom(work, "AppController6onQuit") || isFrom(work, "AppController26startFromNotificationClick");
+  return isFrom(work, "onQuit") || isFrom(work, "startFromNotificationClick");
 }
 
 /// The waiting work that can still make a difference, in the order in which it falls due: nothing comes after
@@ -208,7 +209,7 @@ void describeWaiting(const ToolFixture& tool, std::ostream& state) {
   std::string_view before;
   for (const auto& each : waitingWork(tool)) {
     // Coming to the front twice is coming to the front.
-    const bool isRepeated = each.code == before && isFrom(each, "12onPreferences");
+    const bool isRepeated = each.code == before && isFrom(each, "onPreferences");
     if (!isRepeated) state << (each.delay == 0ms ? " now:" : " later:") << each.code;
     before = each.code;
   }
