@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/photo/BitmapImageRep.h"
+#include "platform/linux/storage/TemporaryName.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -66,7 +67,7 @@ class FullDisk : public testing::Test {
   KeptLog log_;
 };
 
-constexpr const char* kLeftover = ".photo.png.abc123.quillo-part";
+const std::string kLeftover = makeTemporaryName("photo.png");
 
 TEST_F(FullDisk, OfWhatKilledRunsHaveLeftTakesThePhotoAtOnce) {
   fillWith(kLeftover);

@@ -1,8 +1,11 @@
 #include <cerrno>
+#include <chrono>
 #include <climits>
+#include <string>
 #include <string_view>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -170,6 +173,29 @@ TEST(Leftovers, OfTheDeadGoAndNothingElseDoes) {
   EXPECT_EQ(platform_linux::removeLeftovers(folder.path()), 2);
   EXPECT_EQ(folder.names().size(), 3U);
   EXPECT_EQ(contentOf(folder / "photo.png"), "whole");
+}
+
+/// As other machines name them, and as this program did before it named machines.
+const std::vector<std::string> kOthersNames{".photo.png.a1b2c3.d4e5f6.quillo-part",
+                                            ".photo.png.d4e5f6.quillo-part"};
+
+TEST(Leftovers, OfOtherMachinesStayForADayBecauseTheirLocksMayNotBeSeen) {
+  const TemporaryFolder folder;
+  for (const std::string& name : kOthersNames)
+    makeFile(folder / name, "on its way");
+  EXPECT_EQ(platform_linux::removeLeftovers(folder.path()), 0);
+  EXPECT_EQ(folder.names().size(), kOthersNames.size());
+}
+
+TEST(Leftovers, OfOtherMachinesGoAfterADay) {
+  const TemporaryFolder folder;
+  for (const std::string& name : kOthersNames) {
+    makeFile(folder / name, "half");
+    std::filesystem::last_write_time(folder / name,
+                                     std::filesystem::file_time_type::clock::now() - std::chrono::hours(25));
+  }
+  EXPECT_EQ(platform_linux::removeLeftovers(folder.path()), 2);
+  EXPECT_THAT(folder.names(), IsEmpty());
 }
 
 TEST(Leftovers, OfAFolderThatIsNotThereAreNone) {

@@ -1,6 +1,7 @@
 #include "platform/linux/storage/AtomicFile.h"
 
 #include <cerrno>
+#include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -123,6 +124,14 @@ struct CloseFolder {
   void operator()(DIR* folder) const { ::closedir(folder); }
 };
 
+/// Locks of other machines are not seen where a network file system keeps them to the machine (sshfs, NFS
+/// with local_lock, CIFS with nobrl): their files count as being written for so long.
+constexpr std::time_t kOthersPatience = 24 * 60 * 60;
+
+bool mayBeAbandoned(const char* name, const struct stat& status) {
+  return isTemporaryNameOfThisMachine(name) || status.st_mtime < std::time(nullptr) - kOthersPatience;
+}
+
 /// Whether the hidden file `name` has lost its writer; then it is removed. The lock is kept until the name is
 /// gone, so that nobody else claims the file meanwhile.
 bool removeIfAbandoned(int folder, const char* name) {
@@ -130,8 +139,8 @@ bool removeIfAbandoned(int folder, const char* name) {
   const FileDescriptor file(::openat(folder, name, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   struct stat status {};
   return file && ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) &&
-         status.st_uid == ::geteuid() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0 &&
-         ::unlinkat(folder, name, 0) == 0;
+         status.st_uid == ::geteuid() && mayBeAbandoned(name, status) &&
+         ::flock(file.get(), LOCK_EX | LOCK_NB) == 0 && ::unlinkat(folder, name, 0) == 0;
 }
 
 }  // namespace

@@ -61,8 +61,8 @@ class AtomicFile final : public picture::ByteSink {
 };
 
 /// Removes from `folder` the hidden files of savers that were killed half-way and answers how many there
-/// were. Those of savers still at work, in any process, stay. A folder without any costs one pass over its
-/// names.
+/// were. Those of savers still at work, in any process, stay; so do another machine's for a day. A folder
+/// without any costs one pass over its names.
 int removeLeftovers(const std::string& folder);
 
 }  // namespace platform_linux
