@@ -10,7 +10,7 @@ from pathlib import Path
 import dbus
 
 from bubbles import APPLICATION, NOTIFICATIONS, NOTIFIER, SERVICES, Notifications, path_of, post_photo, windows_named
-from scripted_services import ScriptedDaemon, ScriptedFileManager, ScriptedShell
+from scripted_services import ScriptedDaemon, ScriptedFileManager, ScriptedShell, ScriptedUserManager
 from session_bus import Client, Monitor, turn_until, turn_until_exit
 from tool import HD, TOOL_IDENTIFIER, Tool, ToolTest, in_desktop
 from waiting import wait_for_exit
@@ -98,6 +98,24 @@ class DesktopCalls(CallingTest):
         os.kill(Client().process_of(APPLICATION), signal.SIGTERM)
         self.wait_until_gone(tool)
         self.assertEqual(tool.photos(), [])
+
+    @in_desktop(options=(*SERVICES, "--display"))
+    def test_started_by_a_bus_without_a_display_it_asks_the_session_for_one(self):
+        tool = Tool()
+        _manager = ScriptedUserManager(["LANG=C.UTF-8", f"DISPLAY={os.environ['DISPLAY']}"])
+        Client().ask_bus("UpdateActivationEnvironment", "a{ss}", {"DISPLAY": ""})
+        self.action("preferences")
+        turn_until(lambda: windows_named("Preferences$"), what="the preferences", retry=True)
+        os.kill(Client().process_of(APPLICATION), signal.SIGTERM)
+        self.wait_until_gone(tool)
+
+    @in_desktop(options=(*SERVICES, "--display"))
+    def test_started_by_hand_without_a_display_it_opens_no_window_on_the_sessions(self):
+        _manager = ScriptedUserManager([f"DISPLAY={os.environ['DISPLAY']}"])
+        tool = Tool(show_preview=True, environment={"DISPLAY": None}).start()
+        self.addCleanup(tool.end)
+        self.assertEqual(turn_until_exit(tool.process), 1, tool.log())
+        self.assertEqual(tool.names(), ["Launch", "Quit"])
 
     @in_desktop(HD, options=SERVICES)
     def test_started_by_the_bus_the_first_call_decides_activation(self):

@@ -18,6 +18,7 @@ from session_bus import connect, turn_until
 FILE_MANAGER = "org.freedesktop.FileManager1"
 SHELL = "org.gtk.Notifications"
 PORTAL = "org.freedesktop.portal.Desktop"
+USER_MANAGER = "org.freedesktop.systemd1"
 
 
 class ScriptedDaemon(dbus.service.Object):
@@ -105,6 +106,20 @@ class ScriptedShell(dbus.service.Object):
     @dbus.service.method(SHELL, in_signature="ssa{sv}", out_signature="")
     def AddNotification(self, application, identifier, notification):  # pylint: disable=invalid-name
         self.kept[(str(application), str(identifier))] = notification
+
+
+class ScriptedUserManager(dbus.service.Object):
+    """systemd's manager of the session, as far as its environment goes."""
+
+    def __init__(self, environment):
+        connection = connect()
+        self._owned_name = dbus.service.BusName(USER_MANAGER, connection, do_not_queue=True)
+        super().__init__(connection, "/org/freedesktop/systemd1")
+        self._environment = environment  # texts such as "DISPLAY=:0"
+
+    @dbus.service.method("org.freedesktop.DBus.Properties", in_signature="ss", out_signature="v")
+    def Get(self, _interface, name):  # pylint: disable=invalid-name
+        return dbus.Array(self._environment if name == "Environment" else [], signature="s")
 
 
 class ScriptedFileManager(dbus.service.Object):

@@ -1,7 +1,9 @@
 #include "platform/linux/composition/Windows.h"
 
+#include <cstdlib>
 #include <utility>
 
+#include "platform/linux/desktop/DisplayOfSession.h"
 #include "platform/linux/desktop/SettingsPortal.h"
 #include "platform/linux/ui/UserInterfaceModule.h"
 
@@ -9,6 +11,9 @@ namespace platform_linux {
 
 bool Windows::start(std::string& whyNot) {
   if (userInterface_) return true;
+  // The toolkit looks for its display in the environment, and for nothing before it starts.
+  for (const auto& [name, value] : displayOfSession(bus_))
+    ::setenv(name.c_str(), value.c_str(), 1);
   // Asked first: it answers while the toolkit is loaded.
   const SettingsPortal portal(bus_);
   UserInterfaceHost host = host_;
