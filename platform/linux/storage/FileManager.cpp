@@ -82,7 +82,7 @@ std::optional<std::string> FileManager::picturesPath() const {
 }
 
 std::optional<std::string> FileManager::picturesDirectory() {
-  const auto pictures = picturesPath();
+  auto pictures = picturesPath();
   std::error_code error;
   if (pictures) fs::create_directories(*pictures, error);
   return pictures;
