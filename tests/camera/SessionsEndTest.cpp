@@ -1,6 +1,7 @@
 // What becomes of stills when the program ends.
 #include <cerrno>
 #include <latch>
+#include <memory>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -122,11 +123,12 @@ TEST_F(SessionsEnd, AllDeliveriesAreWaitedFor) {
 }
 
 TEST_F(SessionsEnd, ADeliveryThatTakesTooLongIsNotWaitedForForEver) {
-  std::latch mayGoOn{1};
-  service_->worker().deliver([&] { mayGoOn.wait(); }, /*lowersPriority=*/false);
+  // Outlives the test, whose end does not wait for the delivery either.
+  const auto mayGoOn = std::make_shared<std::latch>(1);
+  service_->worker().deliver([mayGoOn] { mayGoOn->wait(); }, /*lowersPriority=*/false);
   stopSessions();
   EXPECT_FALSE(service_->waitForStills(0ms));
-  mayGoOn.count_down();
+  mayGoOn->count_down();
 }
 
 }  // namespace
