@@ -77,6 +77,7 @@ class TheEnd(ToolTest):
     @in_desktop(HD, options=(*SERVICES, "--display", "--service-dir", str(FOLDER / "services")))
     def test_leaves_a_click_on_the_menu_icon_to_the_next_process(self):
         tool, _ = self.leaving_tool()
+        Client().wait_until_unowned(APPLICATION)  # until then, the click is the old process's, which refuses it
         click_menu_icon()
         turn_until(lambda: windows_named("^Camera Shot$"), what="the next process's window", retry=True)
         self.assertEqual(tool.names(), ["Launch", "Quit", "Launch"])
