@@ -1,9 +1,12 @@
 #!/usr/bin/python3
 """Private desktops on machines of other kinds, which the emulated machine is for the occasion."""
 
+import os
 import subprocess
 import sys
+import tempfile
 import unittest
+from pathlib import Path
 
 import guest
 from guest import SOURCE, plug_vivid, run, unplug_vivid
@@ -41,10 +44,21 @@ class AMachineThatHidesOtherUsersProcesses(unittest.TestCase):
     def hide(self, level):
         run("mount", "-o", f"remount,hidepid={level}", "/proc")
 
+    def readable_copies(self):
+        """For everybody: what is copied may be in a home that is its owner's alone."""
+        copies = tempfile.TemporaryDirectory()
+        self.addCleanup(copies.cleanup)
+        programs = Path(os.environ["CAMERA_DESKTOP_PROGRAMS"])
+        run("cp", "--recursive", SOURCE / "tests/desktop", programs / "virtual_camera", programs / "session_probe", copies.name)
+        run("chmod", "--recursive", "a+rX", copies.name)
+        return Path(copies.name)
+
     def test_starts_a_desktop_that_ends_what_it_started(self):
         hidden = run(*NOBODY, "cat", "/proc/1/stat", check=False)
         self.assertIn("not permitted", hidden.stderr)
-        result = run(*NOBODY, SOURCE / "tests/desktop/run", "--", "sh", "-c", "sleep 1000 >/dev/null 2>&1 & echo $!", check=False)
+        folder = self.readable_copies()
+        result = run(*NOBODY, folder / "desktop/run", "--programs", folder, "--",
+                     "sh", "-c", "sleep 1000 >/dev/null 2>&1 & echo $!", check=False)
         self.assertEqual((result.returncode, result.stderr), (0, ""))
         self.assertNotEqual(subprocess.call(["kill", "-0", result.stdout.strip()]), 0)
 
