@@ -2,9 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
-#include <functional>
-#include <map>
 #include <memory>
 #include <signal.h>
 #include <stdexcept>
@@ -12,17 +9,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/notifications/NotifierFixture.h"
+#include "tests/notifications/NotifierOnABus.h"
 #include "tests/notifications/Processes.h"
-#include "tests/notifications/SoundJournal.h"
 #include "tests/support/BusClient.h"
 #include "tests/support/MainLoop.h"
-#include "tests/support/PrivateBus.h"
 
 namespace camera_shot_tests {
 
 using test_support::BusClient;
-using test_support::PrivateBus;
 using test_support::waitUntil;
 
 namespace {
@@ -31,25 +25,6 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
-
-/// A bus that starts the helper, and a service that notes what the helper asks of it.
-class Notifier : public testing::Test {
- protected:
-  Notifier() { bus_.addService(kNotifier, {NOTIFIER_PROGRAM}); }
-
-  bool waitForNotifications(std::size_t number) const { return waitForCallsOf("Notify", number); }
-  bool waitForCallsOf(const std::string& method, std::size_t number) const {
-    return waitUntil([&] { return service_->callsOf(method).size() >= number; });
-  }
-  bool helperLeaves() const { return service_->client().waitUntilUnowned(kNotifier); }
-  void click(std::uint32_t id, const char* key) const {
-    service_->emit("ActionInvoked", g_variant_new("(us)", id, key));
-  }
-  void close(std::uint32_t id) const { service_->emit("NotificationClosed", g_variant_new("(uu)", id, 2U)); }
-
-  PrivateBus bus_;
-  std::unique_ptr<MockService> service_ = makeService(bus_.address());
-};
 
 TEST_F(Notifier, ShowsTheNotificationAndWaitsForTheUser) {
   ASSERT_TRUE(post(service_->client(), kPhoto));
@@ -80,128 +55,6 @@ TEST_F(Notifier, PassesOnNoPhotoWithFewerBytesThanItClaims) {
     ASSERT_TRUE(post(service_->client(), "{'title': <'Taken'>, 'image-data': <" + image + ">}", image));
   ASSERT_TRUE(waitForNotifications(4));
   EXPECT_THAT(service_->callsOf("Notify"), ::testing::Each(::testing::Not(HasSubstr("image-data"))));
-}
-
-TEST_F(Notifier, EscapesTheBodyForAServiceThatReadsMarkup) {
-  service_ = nullptr;
-  service_ = makeService(bus_.address(), ServiceAnswers({"body", "body-markup", "actions"}));
-  ASSERT_TRUE(post(service_->client(), kPhoto));
-  ASSERT_TRUE(waitForNotifications(1));
-  EXPECT_THAT(service_->callsOf("Notify")[0], HasSubstr("'Taken', 'Click &amp; see'"));
-}
-
-TEST_F(Notifier, TheBubbleMayGoWhereAListKeepsTheNotification) {
-  service_ = nullptr;
-  service_ = makeService(bus_.address(), ServiceAnswers({"actions", "persistence"}, 1, "Plasma"));
-  ASSERT_TRUE(post(service_->client(), kFailure));
-  ASSERT_TRUE(waitForNotifications(1));
-  EXPECT_THAT(service_->callsOf("Notify")[0],
-              HasSubstr("'suppress-sound': <true>, 'resident': <true>}, -1)"));
-}
-
-TEST_F(Notifier, TheBubbleStaysWhereTheListIsNotToBeSeen) {
-  service_ = nullptr;
-  service_ =
-      makeService(bus_.address(), ServiceAnswers({"actions", "persistence"}, 1, "Notification Daemon"));
-  ASSERT_TRUE(post(service_->client(), kFailure));
-  ASSERT_TRUE(waitForNotifications(1));
-  EXPECT_THAT(service_->callsOf("Notify")[0], HasSubstr("'suppress-sound': <true>}, 0)"));
-}
-
-/// As lxqt-notificationd: a new notification of the same words as one on the screen gets an id and nothing
-/// more.
-class ServiceWithoutDuplicates {
- public:
-  GVariant* operator()(const MockService::Call& call) {
-    GVariant* const reply = answers_(call);
-    if (call.method == "CloseNotification") onScreen_.erase(firstNumber(call.arguments));
-    if (call.method != "Notify") return reply;
-    std::uint32_t id = 0;
-    g_variant_get(reply, "(u)", &id);
-    const std::string words = call.arguments.substr(0, call.arguments.find('['));
-    const std::string said = words.substr(words.find("'com."));
-    const bool isDuplicate = std::ranges::any_of(
-        onScreen_, [&](const auto& shown) { return shown.first != id && shown.second == said; });
-    if (!isDuplicate) onScreen_[id] = said;
-    return reply;
-  }
-  std::size_t onScreen() const { return onScreen_.size(); }
-
- private:
-  ServiceAnswers answers_{{"actions", "body", "persistence"}, 1, "lxqt-notificationd"};
-  std::map<std::uint32_t, std::string> onScreen_;  ///< the words by their id
-};
-
-TEST_F(Notifier, TheSecondPhotosBubbleIsOnTheScreenWhereDuplicatesAreDropped) {
-  service_ = nullptr;
-  ServiceWithoutDuplicates answers;
-  service_ = makeService(bus_.address(), std::ref(answers));
-  for (const std::size_t photo : {1U, 2U}) {
-    ASSERT_TRUE(post(service_->client(), kPhoto));
-    ASSERT_TRUE(waitForNotifications(photo));
-  }
-  // What the helper does about the second one it has done before it shows the next.
-  ASSERT_TRUE(post(service_->client(), kFailure, "Error"));
-  ASSERT_TRUE(waitForNotifications(3));
-  EXPECT_EQ(answers.onScreen(), 2U) << "the photo's and the failure's";
-  // Its list shows what it has kept under a new id, so a bubble must not go by itself.
-  EXPECT_THAT(service_->callsOf("Notify")[1], HasSubstr("'suppress-sound': <true>}, 0)"));
-}
-
-TEST_F(Notifier, WhereAListKeepsTheEarlierOneTheNextIsShownAnewAndTakesItsPlace) {
-  // As Plasma: what replaces a notification that has moved to the list moves there unseen.
-  service_ = nullptr;
-  service_ = makeService(bus_.address(), ServiceAnswers({"actions", "persistence"}, 1, "Plasma"));
-  const auto application = makeApplication(bus_.address());
-  ASSERT_TRUE(post(service_->client(), kPhoto));
-  ASSERT_TRUE(waitForNotifications(1));
-  ASSERT_TRUE(post(service_->client(), kPhoto));
-  ASSERT_TRUE(waitForCallsOf("CloseNotification", 1));
-  EXPECT_THAT(service_->callsOf("CloseNotification"), ElementsAre("(1,)"));
-  ASSERT_THAT(service_->callsOf("Notify"), SizeIs(2));
-  EXPECT_THAT(service_->callsOf("Notify")[1], HasSubstr("('Camera Shot', 0, "));
-  close(1);
-  click(2, "default");
-  EXPECT_TRUE(application->waitForCalls(1)) << "the second one is the application's";
-}
-
-TEST_F(Notifier, ARefusalLeavesTheOneInTheListStanding) {
-  service_ = nullptr;
-  ServiceAnswers answers({"actions", "persistence"}, 1, "Plasma");
-  int notifications = 0;
-  service_ = makeService(bus_.address(), [&](const MockService::Call& call) {
-    if (call.method == "Notify" && ++notifications == 2)
-      throw std::runtime_error("org.freedesktop.Notifications.Error.ExcessNotificationGeneration");
-    return answers(call);
-  });
-  const auto application = makeApplication(bus_.address());
-  ASSERT_TRUE(post(service_->client(), kPhoto));
-  ASSERT_TRUE(waitForNotifications(1));
-  ASSERT_TRUE(post(service_->client(), kPhoto));
-  ASSERT_TRUE(waitForNotifications(2));
-  // The helper has the refusal before it has what this client says afterwards.
-  ASSERT_TRUE(post(service_->client(), kFailure, "Error"));
-  ASSERT_TRUE(waitForNotifications(3));
-  EXPECT_THAT(service_->callsOf("CloseNotification"), IsEmpty());
-  click(1, "default");
-  EXPECT_TRUE(application->waitForCalls(1));
-}
-
-TEST_F(Notifier, OffersNoActionsToAServiceWithout) {
-  service_ = nullptr;
-  service_ = makeService(bus_.address(), ServiceAnswers({"body"}));
-  ASSERT_TRUE(post(service_->client(), kPhoto));
-  ASSERT_TRUE(waitForNotifications(1));
-  EXPECT_THAT(service_->callsOf("Notify")[0], HasSubstr("'Click & see', [], {"));
-}
-
-TEST_F(Notifier, LetsAServiceWithoutActionsTakeTheBubbleAway) {
-  // notify-osd makes a dialog box of a bubble that is to stay.
-  service_ = nullptr;
-  service_ = makeService(bus_.address(), ServiceAnswers({"body"}));
-  ASSERT_TRUE(post(service_->client(), kPhoto));
-  ASSERT_TRUE(waitForNotifications(1));
-  EXPECT_THAT(service_->callsOf("Notify")[0], HasSubstr("'suppress-sound': <true>}, -1)"));
 }
 
 TEST_F(Notifier, OffersNoActionThatHasNothingToActUpon) {
@@ -316,9 +169,8 @@ TEST_F(Notifier, AClickThatIsToldAfterTheClosingRunsItsActionOnce) {
 }
 
 TEST_F(Notifier, AClickOnABubbleThatWasClosedWhileTheNextIsSentRunsItsAction) {
-  service_ = nullptr;
   ServiceAnswers answers;
-  service_ = makeService(bus_.address(), [&](const MockService::Call& call) {
+  serve([&](const MockService::Call& call) {
     if (call.method == "Notify" && firstNumber(call.arguments) == 1) {
       close(1);
       click(1, "default");
@@ -370,9 +222,8 @@ TEST_F(Notifier, LeavesWhenItIsNeverUsed) {
 }
 
 TEST_F(Notifier, ABubbleThatIsClosedBeforeItsIdIsKnownIsNotWaitedFor) {
-  service_ = nullptr;
   ServiceAnswers answers;
-  service_ = makeService(bus_.address(), [&](const MockService::Call& call) {
+  serve([&](const MockService::Call& call) {
     if (call.method == "Notify") close(1);
     return answers(call);
   });
@@ -384,8 +235,7 @@ TEST_F(Notifier, ABubbleThatIsClosedBeforeItsIdIsKnownIsNotWaitedFor) {
 TEST_F(Notifier, GivesAnIdBackOnlyToTheServiceThatMadeIt) {
   ASSERT_TRUE(post(service_->client(), kPhoto));
   ASSERT_TRUE(waitForNotifications(1));
-  service_ = nullptr;
-  service_ = makeService(bus_.address(), ServiceAnswers({"actions"}, 40));
+  serve(ServiceAnswers({"actions"}, 40));
   ASSERT_TRUE(post(service_->client(), kPhoto));
   ASSERT_TRUE(waitForNotifications(1));
   EXPECT_EQ(firstNumber(service_->callsOf("Notify")[0]), 0U);
@@ -400,9 +250,8 @@ TEST_F(Notifier, ItsBubblesGoWithTheService) {
 }
 
 TEST_F(Notifier, ARefusedReplacementLeavesTheOldBubbleStandingForTheNewPhoto) {
-  service_ = nullptr;
   ServiceAnswers answers;
-  service_ = makeService(bus_.address(), [&](const MockService::Call& call) {
+  serve([&](const MockService::Call& call) {
     if (call.method == "Notify" && firstNumber(call.arguments) != 0)
       throw std::runtime_error("org.freedesktop.Notifications.Error.ExcessNotificationGeneration");
     return answers(call);
@@ -423,9 +272,8 @@ TEST_F(Notifier, ARefusedReplacementLeavesTheOldBubbleStandingForTheNewPhoto) {
 }
 
 TEST_F(Notifier, AServiceThatTakesNothingHoldsItUpForABoundedTime) {
-  service_ = nullptr;
   ServiceAnswers answers;
-  service_ = makeService(bus_.address(), [&](const MockService::Call& call) {
+  serve([&](const MockService::Call& call) {
     return call.method == "Notify" ? nullptr : answers(call);
   });
   ASSERT_TRUE(post(service_->client(), kPhoto));
@@ -460,86 +308,6 @@ TEST_F(Notifier, StartsAfreshAfterItWasKilled) {
   ASSERT_TRUE(post(service_->client(), kPhoto));
   ASSERT_TRUE(waitForNotifications(2));
   EXPECT_EQ(firstNumber(service_->callsOf("Notify")[1]), 0U);
-}
-
-/// A sound library that hangs where the test says, and notes what it is asked for.
-class SoundOfANotification : public Notifier {
- protected:
-  void hangIn(const char* where) {
-    GVariantBuilder environment;
-    g_variant_builder_init(&environment, G_VARIANT_TYPE("a{ss}"));
-    g_variant_builder_add(&environment, "{ss}", "LD_LIBRARY_PATH", RECORDING_SOUND_LIBRARY);
-    g_variant_builder_add(&environment, "{ss}", "SOUND_HANGS", where);
-    g_variant_builder_add(&environment, "{ss}", "SOUND_JOURNAL", std::getenv("SOUND_JOURNAL"));
-    service_->client().ask("UpdateActivationEnvironment", g_variant_new("(a{ss})", &environment));
-  }
-  bool postWithSound(const std::string& identifier) const {
-    return post(service_->client(), "{'title': <'Taken'>, 'sound': <'default'>}", identifier);
-  }
-  bool heard(std::size_t times) const {
-    return waitUntil([&] {
-      const std::string lines = journal_.read();
-      return static_cast<std::size_t>(std::ranges::count(lines, '\n')) >= times;
-    });
-  }
-
-  const SoundJournal journal_;
-};
-
-TEST_F(SoundOfANotification, IsHeardAgainAlthoughTheLibraryHangsAtTheEnd) {
-  hangIn("destroy");
-  ASSERT_TRUE(postWithSound("One"));
-  ASSERT_TRUE(heard(2)) << "two events, of which the theme has the second";
-  const pid_t helper = service_->client().processOf(kNotifier);
-  ASSERT_TRUE(waitUntilChildless(helper));
-  ASSERT_TRUE(postWithSound("Two"));
-  EXPECT_TRUE(heard(4));
-}
-
-TEST_F(SoundOfANotification, IsNotHeardWhileTheServiceIsToldNotToDisturb) {
-  service_ = nullptr;
-  service_ = makeService(bus_.address(), ServiceAnswers(), Disturbing::No);
-  hangIn("nowhere");
-  ASSERT_TRUE(postWithSound("One"));
-  ASSERT_TRUE(waitUntil([&] { return service_->propertyReads() == 1; }));
-  // The helper has the answer, and has acted upon it, before it has what this client says afterwards.
-  ASSERT_TRUE(post(service_->client(), kFailure, "Error"));
-  ASSERT_TRUE(waitForNotifications(2));
-  ASSERT_TRUE(waitUntilChildless(service_->client().processOf(kNotifier)));
-  service_ = nullptr;
-  service_ = makeService(bus_.address(), ServiceAnswers(), Disturbing::Yes);
-  ASSERT_TRUE(postWithSound("Two"));
-  ASSERT_TRUE(heard(2));
-  ASSERT_TRUE(waitUntilChildless(service_->client().processOf(kNotifier)));
-  EXPECT_EQ(journal_.read(), "message-new-instant\ndialog-information\n");
-}
-
-TEST_F(SoundOfANotification, IsNotHeardWhileXfceIsToldNotToDisturb) {
-  auto settings = std::make_unique<MockService>(
-      bus_.address(), "org.xfce.Xfconf",
-      "<method name='GetProperty'><arg type='s' direction='in'/><arg type='s' direction='in'/>"
-      "<arg type='v' direction='out'/></method>",
-      [](const MockService::Call&) { return g_variant_new("(v)", g_variant_new_boolean(TRUE)); });
-  hangIn("nowhere");
-  ASSERT_TRUE(postWithSound("One"));
-  ASSERT_TRUE(settings->waitForCalls(1));
-  EXPECT_EQ(settings->calls()[0].arguments, "('xfce4-notifyd', '/do-not-disturb')");
-  // The helper has the answer, and has acted upon it, before it has what this client says afterwards.
-  ASSERT_TRUE(post(settings->client(), kFailure, "Error"));
-  ASSERT_TRUE(waitForNotifications(2));
-  ASSERT_TRUE(waitUntilChildless(service_->client().processOf(kNotifier)));
-  settings = nullptr;
-  ASSERT_TRUE(postWithSound("Two"));
-  ASSERT_TRUE(heard(2));
-  ASSERT_TRUE(waitUntilChildless(service_->client().processOf(kNotifier)));
-  EXPECT_EQ(journal_.read(), "message-new-instant\ndialog-information\n");
-}
-
-TEST_F(SoundOfANotification, ThatHangsEndsWithinItsBound) {
-  hangIn("play");
-  ASSERT_TRUE(postWithSound("One"));
-  ASSERT_TRUE(heard(1));
-  EXPECT_TRUE(waitUntilChildless(service_->client().processOf(kNotifier)));
 }
 
 TEST_F(Notifier, EndsWithTheBus) {
