@@ -13,13 +13,19 @@ using namespace std::chrono_literals;
 using platform_linux::Exposure;
 using platform_linux::ExposureTrend;
 
+/// A frame of that exposure arrives at `time`.
+void addFrame(ExposureTrend& trend, ExposureTrend::Time time, const Exposure& exposure) {
+  trend.frameArrived(time);
+  trend.add(trend.lastArrival(), exposure);
+}
+
 /// Frames at 30 a second whose brightness grows by `levels` a second from 100 on, for `duration`.
 ExposureTrend trendOf(double levels, std::chrono::milliseconds duration) {
   ExposureTrend trend;
   const ExposureTrend::Time begin{};
   for (auto at = 0ms; at <= duration; at += 33ms) {
     const double brightness = 100 + levels * std::chrono::duration<double>(at).count();
-    trend.add(trend.arrived(begin + at), Exposure{brightness, brightness, brightness});
+    addFrame(trend, begin + at, Exposure{brightness, brightness, brightness});
   }
   return trend;
 }
@@ -58,9 +64,9 @@ TEST(ExposureTrend, MovesWhileTheCameraOpensUpSlowly) {
 TEST(ExposureTrend, HasNotBegunWhileNothingIsToBeSeen) {
   ExposureTrend trend;
   for (auto at = 0ms; at <= 500ms; at += 33ms)
-    trend.add(trend.arrived(ExposureTrend::Time{} + at), {.isBlank = true});
+    addFrame(trend, ExposureTrend::Time{} + at, {.isBlank = true});
   EXPECT_FALSE(trend.hasSettled());
-  trend.add(trend.arrived(ExposureTrend::Time{} + 533ms), {});
+  addFrame(trend, ExposureTrend::Time{} + 533ms, {});
   EXPECT_TRUE(trend.hasSettled());
 }
 
@@ -71,18 +77,18 @@ TEST(ExposureTrend, IsNotKnownFromFramesOfOneMoment) {
 
 TEST(ExposureTrend, IsKnownOfASlowCameraToo) {
   ExposureTrend trend;
-  trend.add(trend.arrived(ExposureTrend::Time{}), {100, 100, 100});
-  trend.add(trend.arrived(ExposureTrend::Time{} + 1s), {100, 100, 100});
+  addFrame(trend, ExposureTrend::Time{}, {100, 100, 100});
+  addFrame(trend, ExposureTrend::Time{} + 1s, {100, 100, 100});
   EXPECT_TRUE(trend.hasSettled());
 }
 
 TEST(ExposureTrend, AFrameThatWasHeldUpIsNotTakenForALaterOne) {
   ExposureTrend trend;
   for (auto at = 0ms; at < 800ms; at += 33ms)
-    static_cast<void>(trend.arrived(ExposureTrend::Time{} + at));
+    trend.frameArrived(ExposureTrend::Time{} + at);
   // The next two, of which the second comes a tenth of a second late: 4.5 levels in 33 ms is no standstill.
-  trend.add(trend.arrived(ExposureTrend::Time{} + 825ms), {150, 150, 150});
-  trend.add(trend.arrived(ExposureTrend::Time{} + 958ms), {154.5, 154.5, 154.5});
+  addFrame(trend, ExposureTrend::Time{} + 825ms, {150, 150, 150});
+  addFrame(trend, ExposureTrend::Time{} + 958ms, {154.5, 154.5, 154.5});
   EXPECT_FALSE(trend.hasSettled());
 }
 

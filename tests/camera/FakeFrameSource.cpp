@@ -91,8 +91,8 @@ class FakeFrameSource::Stream final : public FrameStream {
 
   [[nodiscard]] std::uint64_t serial() const { return serial_; }
   void deliver(const std::vector<std::uint8_t>& bytes) {
-    if (hasEnded_ || mode_.width * mode_.height > source_.loudPixels) return;
-    if (mode_.width * mode_.height > source_.usablePixels) return client_.frameUnusable();
+    if (hasEnded_ || mode_.pixels() > source_.loudPixels) return;
+    if (mode_.pixels() > source_.usablePixels) return client_.frameUnusable();
     const std::array blocks{FrameBlock{bytes, 0}};
     client_.frameArrived(FrameBuffer::pictureIn(blocks, {mode_.format, mode_.width, mode_.height}).value());
   }
@@ -123,7 +123,7 @@ std::unique_ptr<FrameStream> FakeFrameSource::open(const Camera& camera, const C
     endLater(camera.serial, ENODEV);
   else if (busy.contains(camera.uniqueID))
     endLater(camera.serial, EBUSY);
-  else if (refusal && std::uint64_t{mode.width} * mode.height > grantedPixels)
+  else if (refusal && mode.pixels() > grantedPixels)
     loop_->post([this] {
       if (refusal) endStreams(*refusal);
     });

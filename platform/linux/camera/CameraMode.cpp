@@ -16,10 +16,6 @@ bool isSmooth(const CameraMode& mode) {
   return !mode.rate.stated() || std::is_gteq(compareRates(mode.rate, kSmoothRate));
 }
 
-std::uint64_t pixels(const CameraMode& mode) {
-  return std::uint64_t{mode.width} * mode.height;
-}
-
 /// The camera's own JPEG comes first: it crosses the bus fastest and the camera vouches for it. Then what
 /// keeps the most: colour at all, eight bits of it, for the fewest pixels together, unmixed, the most levels;
 /// of what is alike in all that, the format that stands first in the list of all.
@@ -38,14 +34,14 @@ std::strong_ordering compareFormats(picture::PixelFormat a, picture::PixelFormat
 
 bool isBetterSmooth(const CameraMode& a, const CameraMode& b) {
   if (isSmooth(a) != isSmooth(b)) return isSmooth(a);
-  if (pixels(a) != pixels(b)) return pixels(a) > pixels(b);
+  if (a.pixels() != b.pixels()) return a.pixels() > b.pixels();
   if (const auto rates = compareRates(a.rate, b.rate); std::is_neq(rates)) return std::is_gt(rates);
   return std::is_gt(compareFormats(a.format, b.format));
 }
 
 bool isBetterSlow(const CameraMode& a, const CameraMode& b) {
   if (const auto rates = compareRates(a.rate, b.rate); std::is_neq(rates)) return std::is_gt(rates);
-  if (pixels(a) != pixels(b)) return pixels(a) > pixels(b);
+  if (a.pixels() != b.pixels()) return a.pixels() > b.pixels();
   return std::is_gt(compareFormats(a.format, b.format));
 }
 

@@ -30,6 +30,7 @@ struct CameraMode {
   FrameRate rate;
 
   [[nodiscard]] bool saysSize() const { return width != 0 && height != 0; }
+  [[nodiscard]] std::uint64_t pixels() const { return std::uint64_t{width} * height; }
   bool operator==(const CameraMode&) const = default;
 };
 

@@ -62,10 +62,9 @@ std::optional<Exposure> exposureOf(const picture::Frame& frame) {
                   static_cast<double>(blue.sum) / pixels, red.isBlack() && green.isFlat() && blue.isBlack()};
 }
 
-ExposureTrend::Arrival ExposureTrend::arrived(Time time) {
+void ExposureTrend::frameArrived(Time time) {
   if (!first_) first_ = time;
   last_ = {time, last_.number + 1};
-  return last_;
 }
 
 ExposureTrend::Time::duration ExposureTrend::between(const Sample& before, const Sample& after) const {

@@ -40,7 +40,8 @@ class ExposureTrend {
   /// A new run of the camera.
   void restart() { *this = {}; }
   /// A frame of the run has arrived, measured or not.
-  [[nodiscard]] Arrival arrived(Time time);
+  void frameArrived(Time time);
+  [[nodiscard]] const Arrival& lastArrival() const { return last_; }
   void add(const Arrival& arrival, const Exposure& exposure);
   /// False until three frames have been measured, or two that are a tenth of a second apart.
   [[nodiscard]] bool hasSettled() const;

@@ -8,10 +8,6 @@
 namespace platform_linux {
 namespace {
 
-std::uint64_t pixels(const CameraMode& mode) {
-  return std::uint64_t{mode.width} * mode.height;
-}
-
 bool isSamePicture(const CameraMode& a, const CameraMode& b) {
   return a.format == b.format && a.width == b.width && a.height == b.height;
 }
@@ -26,7 +22,7 @@ std::optional<CameraMode> ModeChoice::best(const Camera& camera) {
   serial_ = camera.serial;
   offered_ = camera.modes;
   auto choice = left_;
-  if (isDetour_) std::erase_if(choice, [this](const CameraMode& mode) { return pixels(mode) >= silent_; });
+  if (isDetour_) std::erase_if(choice, [this](const CameraMode& mode) { return mode.pixels() >= silent_; });
   isDetour_ = isDetour_ && !choice.empty();
   const auto mode = highQualityMode(isDetour_ ? choice : left_);
   if (mode != last_) hasFailed_ = false;
@@ -47,13 +43,13 @@ bool ModeChoice::refused(int error) {
 }
 
 bool ModeChoice::hasSmaller() const {
-  const auto bound = last_ ? std::min(silent_, pixels(*last_)) : silent_;
-  return std::any_of(left_.begin(), left_.end(), [&](const CameraMode& mode) { return pixels(mode) < bound; });
+  const auto bound = last_ ? std::min(silent_, last_->pixels()) : silent_;
+  return std::any_of(left_.begin(), left_.end(), [&](const CameraMode& mode) { return mode.pixels() < bound; });
 }
 
 void ModeChoice::silent() {
   isDetour_ = !isDetour_ && hasSmaller();
-  if (last_) silent_ = std::min(silent_, pixels(*last_));
+  if (last_) silent_ = std::min(silent_, last_->pixels());
 }
 
 }  // namespace platform_linux

@@ -32,7 +32,7 @@ void StillQueue::restart() {
 bool StillQueue::wantsFrame(Purpose purpose) {
   const auto now = loop_.now();
   schedule_.frameArrived(now);
-  arrival_ = trend_.arrived(now);
+  trend_.frameArrived(now);
   reason_ = ETIMEDOUT;
   const bool isStillToCome = !waiting_.empty() || (purpose == Purpose::Still && schedule_.isYoung(now));
   return isStillToCome && !examined_ && schedule_.isExposureWorthKnowing(now);
@@ -50,7 +50,7 @@ void StillQueue::examine(const FramePointer& frame, Purpose purpose) {
 
 void StillQueue::measure(const FramePointer& frame, Purpose purpose) {
   examiner_.measure(
-      frame, [weakSelf = weak_from_this(), arrival = arrival_, frame, purpose](const auto& exposure) {
+      frame, [weakSelf = weak_from_this(), arrival = trend_.lastArrival(), frame, purpose](const auto& exposure) {
         const auto self = weakSelf.lock();
         if (!self) return;
         const auto now = self->loop_.now();

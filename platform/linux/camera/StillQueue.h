@@ -106,7 +106,6 @@ class StillQueue : public std::enable_shared_from_this<StillQueue> {
   const std::function<void(const std::string&)> note_;
   StillSchedule schedule_;
   ExposureTrend trend_;
-  ExposureTrend::Arrival arrival_;  // of the last frame
   std::unique_ptr<CameraLoop::Timer> timer_;
   std::deque<Still> waiting_;
   std::optional<std::size_t> examined_;  // how many of them the frame under examination is for

@@ -187,7 +187,6 @@ std::vector<FrameRate> ratesOf(const spa_pod* pod) {
   return rates;
 }
 
-// A camera that states nothing means BT.601 at every size: the default of UVC, sRGB, is that in V4L2's terms.
 /// The number in a field of an enumeration: a node may state one that is none of the type's values.
 template <typename Field>
 std::uint32_t numberIn(const Field& field) {
@@ -197,6 +196,7 @@ std::uint32_t numberIn(const Field& field) {
   return number;
 }
 
+// A camera that states nothing means BT.601 at every size: the default of UVC, sRGB, is that in V4L2's terms.
 picture::ColorMatrix matrixOf(std::uint32_t stated) {
   switch (stated) {
     case SPA_VIDEO_COLOR_MATRIX_BT709:
