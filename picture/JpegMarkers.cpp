@@ -4,34 +4,33 @@
 #include <array>
 
 #include "picture/ExifBlock.h"
+#include "picture/JpegSyntax.h"
 
 namespace picture {
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-constexpr std::uint8_t kMarkerPrefix = 0xFF;
+using jpeg_syntax::kFirstRestart, jpeg_syntax::kRestartNumbers;
+using jpeg_syntax::kHeightInFrame, jpeg_syntax::kWidthInFrame;
+using jpeg_syntax::kLengthBytes, jpeg_syntax::kMarkerBytes, jpeg_syntax::kMarkerPrefix;
+using jpeg_syntax::numberAt, jpeg_syntax::putNumber;
+
 constexpr std::uint8_t kStartOfImage = 0xD8;
 constexpr std::uint8_t kEndOfImage = 0xD9;
 constexpr std::uint8_t kStartOfScan = 0xDA;
 constexpr std::uint8_t kNumberOfLines = 0xDC;
 constexpr std::uint8_t kApp1 = 0xE1;
-constexpr std::uint8_t kFirstRestart = 0xD0;
-constexpr std::uint8_t kLastRestart = 0xD7;
 constexpr std::uint8_t kTemporary = 0x01;
 constexpr std::array<std::uint8_t, 6> kExifSignature = {'E', 'x', 'i', 'f', 0, 0};
-constexpr std::size_t kMarkerBytes = 2;
-constexpr std::size_t kLengthBytes = 2;
-constexpr std::size_t kFrameHeaderBytes = 6;     // at the least
-constexpr std::size_t kHeightInFrameHeader = 1;  // behind the bits a sample
-constexpr std::size_t kWidthInFrameHeader = 3;
+constexpr std::size_t kFrameHeaderBytes = 6;  // at the least
 
 bool beginsWithStartOfImage(Bytes jpeg) {
   return jpeg.size() >= kMarkerBytes && jpeg[0] == kMarkerPrefix && jpeg[1] == kStartOfImage;
 }
 
 bool standsAlone(std::uint8_t marker) {
-  return marker == kTemporary || (marker >= kFirstRestart && marker <= kLastRestart);
+  return marker == kTemporary || (marker >= kFirstRestart && marker < kFirstRestart + kRestartNumbers);
 }
 
 // Where the next marker's prefix is, from `offset` on; other bytes and markers without a segment are passed
@@ -68,10 +67,6 @@ const JpegSegment* frameHeaderOf(const std::vector<JpegSegment>& segments) {
   const auto frame = std::find_if(segments.begin(), segments.end(),
                                   [](const JpegSegment& segment) { return isFrameHeader(segment.marker); });
   return frame == segments.end() || frame->payload.size() < kFrameHeaderBytes ? nullptr : &*frame;
-}
-
-int numberAt(Bytes bytes, std::size_t at) {
-  return bytes[at] << 8 | bytes[at + 1];
 }
 
 // What stands behind the scan that is the last of these segments; 0 when no height does.
@@ -117,8 +112,7 @@ std::optional<PixelSize> sizeOfJpeg(Bytes jpeg) {
   if (!segments) return std::nullopt;
   const JpegSegment* const frame = frameHeaderOf(*segments);
   if (!frame) return std::nullopt;
-  PixelSize size{numberAt(frame->payload, kWidthInFrameHeader),
-                 numberAt(frame->payload, kHeightInFrameHeader)};
+  PixelSize size{numberAt(frame->payload, kWidthInFrame), numberAt(frame->payload, kHeightInFrame)};
   if (size.height == 0) size.height = heightBehindTheScan(jpeg, *segments);
   return isAcceptablePictureSize(size) ? std::optional(size) : std::nullopt;
 }
@@ -126,13 +120,12 @@ std::optional<PixelSize> sizeOfJpeg(Bytes jpeg) {
 std::optional<std::vector<std::uint8_t>> jpegWithItsHeight(Bytes jpeg) {
   const auto segments = jpegHeaderSegments(jpeg);
   const JpegSegment* const frame = segments ? frameHeaderOf(*segments) : nullptr;
-  if (!frame || numberAt(frame->payload, kHeightInFrameHeader) != 0) return std::nullopt;
+  if (!frame || numberAt(frame->payload, kHeightInFrame) != 0) return std::nullopt;
   const int height = heightBehindTheScan(jpeg, *segments);
   if (height == 0) return std::nullopt;
   std::vector<std::uint8_t> out(jpeg.begin(), jpeg.end());
-  const std::size_t at = frame->offset + kMarkerBytes + kLengthBytes + kHeightInFrameHeader;
-  out[at] = static_cast<std::uint8_t>(height >> 8);
-  out[at + 1] = static_cast<std::uint8_t>(height);
+  const std::size_t at = frame->offset + kMarkerBytes + kLengthBytes + kHeightInFrame;
+  putNumber(out, at, static_cast<std::size_t>(height));
   return out;
 }
 

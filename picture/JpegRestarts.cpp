@@ -4,32 +4,29 @@
 #include <cstring>
 #include <numeric>
 
+#include "picture/CeilDivide.h"
 #include "picture/JpegMarkers.h"
+#include "picture/JpegSyntax.h"
 
 namespace picture {
 namespace {
 
+using jpeg_syntax::kFirstRestart, jpeg_syntax::kRestartNumbers;
+using jpeg_syntax::kHeightInFrame, jpeg_syntax::kWidthInFrame;
+using jpeg_syntax::kLengthBytes, jpeg_syntax::kMarkerBytes, jpeg_syntax::kMarkerPrefix;
+using jpeg_syntax::numberAt, jpeg_syntax::putNumber;
+
 using Bytes = std::span<const std::uint8_t>;
 
-constexpr std::uint8_t kMarkerPrefix = 0xFF;
 constexpr std::uint8_t kBaselineFrame = 0xC0;
 constexpr std::uint8_t kExtendedFrame = 0xC1;  // the same with eight bits a sample
 constexpr std::uint8_t kRestartInterval = 0xDD;
-constexpr std::uint8_t kFirstRestart = 0xD0;
-constexpr unsigned kRestartNumbers = 8;
-constexpr std::size_t kMarkerAndLength = 4;
 constexpr std::uint32_t kBlockSide = 8;
 
 // Of a frame header's payload (ITU-T T.81, B.2.2).
-constexpr std::size_t kHeight = 1;
-constexpr std::size_t kWidth = 3;
 constexpr std::size_t kComponents = 5;
 constexpr std::size_t kFirstComponent = 6;
 constexpr std::size_t kComponentBytes = 3;
-
-unsigned numberAt(Bytes bytes, std::size_t at) {
-  return static_cast<unsigned>(bytes[at] << 8 | bytes[at + 1]);
-}
 
 const JpegSegment* lastOf(const std::vector<JpegSegment>& segments, std::uint8_t marker) {
   const auto found = std::find_if(segments.rbegin(), segments.rend(),
@@ -94,10 +91,6 @@ std::vector<std::size_t> findSteps(Bytes jpeg, std::size_t codes, std::size_t in
   return steps;
 }
 
-std::uint32_t ceilDivide(std::uint32_t value, std::uint32_t divisor) {
-  return (value + divisor - 1) / divisor;
-}
-
 // The rest, of blocks that these samples make up and of intervals of so many of them.
 std::optional<JpegRestarts> withSteps(JpegRestarts restarts, Bytes jpeg,
                                       const std::vector<std::uint8_t>& factors, unsigned interval) {
@@ -117,7 +110,7 @@ std::optional<JpegRestarts> withSteps(JpegRestarts restarts, Bytes jpeg,
   if (blocksDownPerStep >= blocksDown) return std::nullopt;
   restarts.rowsPerStep = blocksDownPerStep * restarts.rowsPerBlock;
   restarts.intervalsPerStep = blocksDownPerStep * blocksAcross / interval;
-  const std::size_t intervals = ceilDivide(blocksAcross * blocksDown, interval);
+  const std::size_t intervals = ceilDivide<std::uint32_t>(blocksAcross * blocksDown, interval);
   restarts.steps = findSteps(jpeg, restarts.headerBytes, intervals, restarts.intervalsPerStep);
   return restarts.steps.empty() ? std::nullopt : std::optional(std::move(restarts));
 }
@@ -135,18 +128,16 @@ std::optional<JpegRestarts> restartsOf(Bytes jpeg) {
   if (!factors) return std::nullopt;
   JpegRestarts restarts;
   restarts.headerBytes = scan.offset + scan.size;
-  restarts.heightAt = frame->offset + kMarkerAndLength + kHeight;
-  restarts.width = numberAt(frame->payload, kWidth);
-  restarts.height = numberAt(frame->payload, kHeight);
+  restarts.heightAt = frame->offset + kMarkerBytes + kLengthBytes + kHeightInFrame;
+  restarts.width = numberAt(frame->payload, kWidthInFrame);
+  restarts.height = numberAt(frame->payload, kHeightInFrame);
   return withSteps(std::move(restarts), jpeg, *factors, numberAt(restart->payload, 0));
 }
 
 std::vector<std::uint8_t> headerFrom(std::size_t step, Bytes jpeg, const JpegRestarts& restarts) {
   const Bytes whole = jpeg.first(restarts.headerBytes);
   std::vector<std::uint8_t> header(whole.begin(), whole.end());
-  const std::size_t height = restarts.height - step * restarts.rowsPerStep;
-  header[restarts.heightAt] = static_cast<std::uint8_t>(height >> 8);
-  header[restarts.heightAt + 1] = static_cast<std::uint8_t>(height);
+  putNumber(header, restarts.heightAt, restarts.height - step * restarts.rowsPerStep);
   return header;
 }
 

@@ -6,6 +6,7 @@
 
 #include <libyuv.h>
 
+#include "picture/CeilDivide.h"
 #include "picture/FrameOrientation.h"
 #include "picture/PixelRows.h"
 #include "picture/ScaledJpeg.h"
@@ -15,10 +16,6 @@ namespace picture {
 namespace {
 
 constexpr std::size_t kBuffersKept = 4;
-
-int ceilDivide(std::int64_t value, std::int64_t divisor) {
-  return static_cast<int>((value + divisor - 1) / divisor);
-}
 
 std::size_t bytesOf(PixelSize size) {
   return std::size_t{4} * static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
@@ -95,8 +92,11 @@ PixelSize aspectFit(PixelSize picture, PixelSize view) {
   const std::int64_t viewWidth = view.width;
   const std::int64_t viewHeight = view.height;
   const bool fullWidth = viewWidth * picture.height <= viewHeight * picture.width;
-  return fullWidth ? PixelSize{view.width, ceilDivide(viewWidth * picture.height, picture.width)}
-                   : PixelSize{ceilDivide(viewHeight * picture.width, picture.height), view.height};
+  const auto scaled = [](std::int64_t product, std::int64_t divisor) {
+    return static_cast<int>(ceilDivide(product, divisor));
+  };
+  return fullWidth ? PixelSize{view.width, scaled(viewWidth * picture.height, picture.width)}
+                   : PixelSize{scaled(viewHeight * picture.width, picture.height), view.height};
 }
 
 PixelSize decodedSize(const Frame& frame, const PictureRequest& request) {

@@ -5,6 +5,8 @@
 #include <new>
 #include <utility>
 
+#include "picture/CeilDivide.h"
+
 namespace picture {
 namespace {
 
@@ -12,10 +14,6 @@ namespace {
 constexpr std::size_t kPieceBytes = std::size_t{128} * 1024;
 // And so many rows of blocks where the one above has to be decoded for its colours.
 constexpr std::uint32_t kBlocksPerPiece = 4;
-
-std::uint32_t ceilDivide(std::uint32_t value, std::uint32_t divisor) {
-  return (value + divisor - 1) / divisor;
-}
 
 std::uint32_t rowsPerPieceOf(const JpegRestarts& restarts) {
   const auto fitting = static_cast<std::uint32_t>(kPieceBytes / (restarts.width * kBytesPerPixel));

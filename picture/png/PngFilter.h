@@ -6,7 +6,7 @@
 
 namespace picture {
 
-/// Filters one row of RGB pixels (PNG specification, section 9): the filter's number, then `row.size()`
+/// Filters one row of RGB pixels (section 9 of the PNG standard): the filter's number, then `row.size()`
 /// residuals, go to `out`. `previous` is the row above, of the same size; all zero for the first row of a
 /// picture. The filter is Paeth's, which was within 1.5 % of any way to choose one on noisy photographs,
 /// unless the row is smooth and another one leaves longer repetitions, which took up to 6 % off clean ones. A

@@ -6,6 +6,7 @@
 
 #include <libdeflate.h>
 
+#include "picture/CeilDivide.h"
 #include "picture/png/PngChunks.h"
 #include "picture/png/PngFilter.h"
 
@@ -34,7 +35,7 @@ PngPipeline::PngPipeline(RowSource& source, ByteSink& sink, unsigned threads)
       sink_(sink),
       rowBytes_(source.rowBytes()),
       rowsPerStrip_(rowsPerStripOf(source)),
-      strips_((source.height() + rowsPerStrip_ - 1) / rowsPerStrip_),
+      strips_(ceilDivide(source.height(), rowsPerStrip_)),
       drawings_(sink) {
   const std::size_t filteredBytes = rowsPerStrip_ * (rowBytes_ + 1);
   const std::size_t chunkBytes =

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "picture/CeilDivide.h"
+
 namespace picture {
 namespace {
 
@@ -71,7 +73,7 @@ std::optional<MatchFinder::Search> searchFor(const StripSample& sample) {
 }
 
 constexpr std::size_t storedBytes(std::size_t bytes) {
-  const std::size_t blocks = (bytes + kStoredBlockMaximum - 1) / kStoredBlockMaximum;
+  const std::size_t blocks = ceilDivide(bytes, kStoredBlockMaximum);
   return bytes + blocks * kStoredBlockOverhead;
 }
 

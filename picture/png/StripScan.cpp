@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "picture/CeilDivide.h"
 #include "picture/png/RepetitionBits.h"
 
 namespace picture {
@@ -43,7 +44,7 @@ StripScan::StripScan(std::size_t bytes)
     : repetitions_(bytes / kRepetitionWindow + 4), runs_(bytes / kRepetitionWindow + 2) {}
 
 void StripScan::scan(std::span<const std::uint8_t> data) noexcept {
-  words_ = (data.size() + kRepetitionWindow - 1) / kRepetitionWindow;
+  words_ = ceilDivide(data.size(), kRepetitionWindow);
   for (std::size_t word = 0; word < words_; ++word)
     repetitions_[word] = repetitionsIn(data, word * kRepetitionWindow);
   repetitions_[words_] = repetitions_[words_ + 1] = 0;
