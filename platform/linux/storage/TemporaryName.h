@@ -10,8 +10,7 @@ namespace platform_linux {
 /// system's limit asks for it.
 [[nodiscard]] std::string makeTemporaryName(std::string_view fileName);
 
-/// Whether `name` was made by the function above, on any machine; or by version 0.2 and earlier, which named
-/// none.
+/// Whether `name` was made by the function above, on any machine; or by version 0.1, which named none.
 [[nodiscard]] bool isTemporaryName(std::string_view name);
 
 /// Whether it was made on this machine.
