@@ -240,6 +240,15 @@ class Faults(CameraTest):
         desktop.control("camera", "1", "resume")
         self.assertEqual(reader.wait(session.SECONDS), COMPLETE)
 
+    def test_stall_in_the_first_run(self):
+        desktop = self.desktop("name=a,fault=stall-once:3")
+        reader = self.reader(desktop, "a", MODE, "6")
+        self.assertIn("run-frames=3 ", desktop.control("camera", "1", "wait-stalled"))
+        reader.kill()
+        reader.wait(session.SECONDS)
+        desktop.control("camera", "1", "wait-idle")
+        self.assertEqual(self.reader(desktop, "a", MODE, "6").wait(session.SECONDS), COMPLETE)
+
     def test_stall_at_run_time(self):
         desktop = self.desktop("name=a")
         reader = self.reader(desktop, "a", MODE, "1000000")

@@ -94,6 +94,18 @@ class SilentRun(ToolTest):
     def test_the_system_sleeps_for_a_moment(self):
         self.assert_photo(Tool().start())
 
+    @in_desktop(f"{DESK},fault=stall-once:0")
+    def test_the_camera_does_not_begin_at_its_first_start(self):
+        self.assert_photo(Tool().start())
+
+    @in_desktop(f"{DESK},fault=stall-once:1")
+    def test_the_camera_stops_after_its_first_picture(self):
+        self.assert_photo(Tool().start())
+
+    @in_desktop(f"{DESK},fault=stall-once:20")
+    def test_the_camera_stops_shortly_before_the_photo(self):
+        self.assert_photo(Tool().start())
+
     @in_desktop(f"{DESK},device=usb-1,device-property=device.api=v4l2,node-delay=1500")
     def test_the_node_comes_long_after_its_device(self):
         self.assert_photo(Tool().start())

@@ -12,13 +12,6 @@ namespace {
 constexpr int kUselessPictures = 5;
 constexpr std::chrono::seconds kUselessTime{1};
 
-/// How long a camera may say nothing in a mode before a smaller one is tried: longer than slow ones need for
-/// their first frame, and shorter than a still waits for it.
-constexpr std::chrono::seconds kModeSilence{4};
-
-/// How long a camera that has not begun is left alone, at most, before it is started again.
-constexpr std::chrono::seconds kLongestPatience{40};
-
 // Some state less once they run, or more: what one of the two leaves open is no difference.
 bool isOffered(const CameraMode& mode, const std::vector<CameraMode>& modes) {
   return std::any_of(modes.begin(), modes.end(), [&](const CameraMode& each) {
@@ -83,7 +76,7 @@ void CaptureFlow::startNow() {
     return;
   }
   sequence_ = 0;
-  patience_ = kCameraSilence;
+  patience_ = {};
   pace_.reset();
   endFeeds(0);
   service_->add(shared_from_this());
@@ -124,19 +117,17 @@ void CaptureFlow::openStream() {
   restart_->stop();
   ++run_;
   stills_->restart();
-  if (modes_.isDetour()) stills_->waitForSmallerMode();
-  seenBySilence_ = arrived_;
-  arrivedBefore_ = arrived_;
+  if (modes_.isDetour() || patience_.isTriedAgain()) stills_->waitForAnotherStart();
   unusable_ = 0;
   hasGivenUp_ = false;
   mode_ = *mode;
   stream_ = service_->open(*camera, mode_, *this);
-  silence_->startOnce(patience());
+  patience_.opened(service_->loop().now(), modes_.isDetour());
+  waitForSilence();
 }
 
-std::chrono::seconds CaptureFlow::patience() const {
-  const bool isFirst = patience_ == kCameraSilence;
-  return modes_.isDetour() || (isFirst && modes_.hasSmaller()) ? kModeSilence : patience_;
+void CaptureFlow::waitForSilence() {
+  silence_->startOnce(patience_.end() - service_->loop().now());
 }
 
 void CaptureFlow::closeStream(int error) {
@@ -152,9 +143,9 @@ void CaptureFlow::closeStream(int error) {
 void CaptureFlow::restart(int error) {
   // A run of some length is no failed attempt.
   if (stills_->hasSettled()) pace_.reset();
-  if (arrived_ != arrivedBefore_) modes_.works();
+  if (patience_.hasBegun()) modes_.works();
   // Another mode is another attempt.
-  if (arrived_ == arrivedBefore_ && modes_.refused(error)) pace_.reset();
+  if (!patience_.hasBegun() && modes_.refused(error)) pace_.reset();
   closeStream(error);
   const auto pause = pace_.next();
   // A hiccup is no reason to tell people of an error.
@@ -163,20 +154,17 @@ void CaptureFlow::restart(int error) {
 }
 
 void CaptureFlow::checkSilence() {
-  if (std::exchange(seenBySilence_, arrived_) != arrived_) {
-    patience_ = kCameraSilence;
-    return silence_->startOnce(patience_);
-  }
+  // Pictures put it off; the timer is not touched at each of them.
+  if (service_->loop().now() < patience_.end()) return waitForSilence();
   // One that has never begun may do so in a smaller mode, or take longer for its first frame, and begins from
   // the start each time.
-  if (arrived_ == arrivedBefore_) {
+  if (!patience_.hasBegun()) {
     modes_.silent();
     if (modes_.isDetour())
       noteNextMode("comes");
     else
-      patience_ = std::min(2 * patience_, kLongestPatience);
+      patience_.wasInVain();
   }
-  // Devices that stall mostly say nothing. What waited has failed, or fails now, but the session goes on.
   restart(ETIMEDOUT);
 }
 
@@ -223,7 +211,9 @@ bool CaptureFlow::anyFeedWants() {
 }
 
 void CaptureFlow::frameArrived(const FrameBuffer& picture) {
-  if (arrived_++ == arrivedBefore_) noteOtherMode(picture.format());
+  if (!patience_.hasBegun()) firstFrameArrived(picture);
+  ++arrived_;
+  patience_.frameArrived(service_->loop().now());
   const std::uint64_t sequence = sequence_++;
   const bool forFeeds = anyFeedWants();
   const auto purpose = forFeeds ? StillQueue::Purpose::Preview : StillQueue::Purpose::Still;
@@ -236,8 +226,14 @@ void CaptureFlow::frameArrived(const FrameBuffer& picture) {
     if (const auto feed = weakFeed.lock()) feed->publish(frame);
 }
 
+void CaptureFlow::firstFrameArrived(const FrameBuffer& picture) {
+  noteOtherMode(picture.format());
+  // From now on the stream may stand still much earlier than the timer looks for its beginning.
+  silence_->startOnce(StreamPatience::kStall);
+}
+
 void CaptureFlow::frameUnusable() {
-  if (arrived_ != arrivedBefore_ || !modes_.hasAnother()) return;
+  if (patience_.hasBegun() || !modes_.hasAnother()) return;
   const auto now = service_->loop().now();
   if (unusable_++ == 0) unusableSince_ = now;
   if (unusable_ < kUselessPictures || now - unusableSince_ < kUselessTime || hasGivenUp_) return;

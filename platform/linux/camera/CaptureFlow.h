@@ -15,6 +15,7 @@
 #include "platform/linux/camera/ModeChoice.h"
 #include "platform/linux/camera/RestartPace.h"
 #include "platform/linux/camera/StillQueue.h"
+#include "platform/linux/camera/StreamPatience.h"
 
 namespace platform_linux {
 
@@ -77,8 +78,8 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   void openStream();
   void closeStream(int error);
   void restart(int error);
-  /// How long the stream that is opened may be silent.
-  [[nodiscard]] std::chrono::seconds patience() const;
+  /// Looks again when the stream has said nothing for too long.
+  void waitForSilence();
   void checkSilence();
   [[nodiscard]] bool anyFeedWants();
   [[nodiscard]] std::optional<Camera> chosenCamera() const;
@@ -89,6 +90,7 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   void post(void (CaptureFlow::*task)());
 
   void frameArrived(const FrameBuffer& picture) override;
+  void firstFrameArrived(const FrameBuffer& picture);
   void frameUnusable() override;
   void streamEnded(int error) override;
 
@@ -110,12 +112,10 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   ModeChoice modes_;
   std::uint64_t run_ = 0;  // counts the streams
   std::uint64_t sequence_ = 0;
-  std::uint64_t arrivedBefore_ = 0;  // how many pictures when this stream was opened
-  std::uint64_t seenBySilence_ = 0;  // how many pictures had arrived when the silence was last looked at
-  std::chrono::seconds patience_ = kCameraSilence;  // with a silent stream, before the next one
-  int unusable_ = 0;                                // how many pictures of this stream could not be used
-  CameraLoop::Time unusableSince_;                  // of the first of them
-  bool hasGivenUp_ = false;                         // this stream, as there were enough of them
+  StreamPatience patience_;
+  int unusable_ = 0;                // how many pictures of this stream could not be used
+  CameraLoop::Time unusableSince_;  // of the first of them
+  bool hasGivenUp_ = false;         // this stream, as there were enough of them
   bool isStarted_ = false;
   int hopeless_ = 0;  // why this camera can never bring a frame; 0 when it can
 };

@@ -47,8 +47,8 @@ class StillQueue : public std::enable_shared_from_this<StillQueue> {
 
   /// The camera runs anew: its exposure has to settle again. What waits, waits on.
   void restart();
-  /// The run that begins is in a smaller mode, as a better one brought nothing: what waits has more time.
-  void waitForSmallerMode() { schedule_.smallerModeTried(loop_.now()); }
+  /// The run that begins is another attempt, as the one before brought nothing: what waits has more time.
+  void waitForAnotherStart() { schedule_.startedAgain(loop_.now()); }
   /// Whether the run has lasted long enough for stills.
   [[nodiscard]] bool hasSettled() const { return schedule_.hasSettled(loop_.now()); }
   /// Why no frames come, until one does: what stills fail with that nothing came for.

@@ -33,8 +33,8 @@ class StillSchedule {
   /// A new run of the camera: no frame yet. That it was silent is not forgotten before there is one.
   void restart();
 
-  /// The run is in a smaller mode, as a better one brought nothing.
-  void smallerModeTried(Time now) { lastSettling_ = now; }
+  /// The run is another attempt, as the one before brought nothing.
+  void startedAgain(Time now) { lastSettling_ = now; }
   /// A frame has arrived.
   void frameArrived(Time now);
   /// The last frame was a picture, but not one for a still, as the exposure is settling.

@@ -280,13 +280,18 @@ void Camera::tick(std::uint64_t expirations) {
   if (reached(faults_.unplug, runFrames_)) return unplug([](const std::string&) {});
   if (reached(faults_.error, runFrames_)) return breakDevice();
   if (reached(faults_.suspend, runFrames_)) return suspend();
-  if (stalled_ || reached(faults_.stall, runFrames_) || reached(faults_.silentFrom, format_->width)) {
+  if (isSilent()) {
     withheld_ = true;
     return changed_();
   }
   ++sequence_;
   if (spec_.drop > 0 && sequence_ % spec_.drop == 0) return;
   stream_->deliver();
+}
+
+bool Camera::isSilent() const {
+  return stalled_ || reached(faults_.stall, runFrames_) || (runs_ == 1 && reached(faults_.stallOnce, runFrames_)) ||
+         reached(faults_.silentFrom, format_->width);
 }
 
 std::uint8_t Camera::light() const {

@@ -101,6 +101,8 @@ class Camera {
   void endRun();
   void setTimer(const Source& timer, std::uint64_t firstNanoseconds, std::uint64_t intervalNanoseconds);
   void tick(std::uint64_t expirations);
+  /// Whether the frame that is due is withheld by a fault.
+  [[nodiscard]] bool isSilent() const;
   std::uint8_t light() const;
   FrameResult fill(std::span<std::uint8_t> room);
   void change(State state);

@@ -69,6 +69,12 @@ TEST(CameraSpec, ReadsSeveralFaults) {
   EXPECT_TRUE(faults.busy);
 }
 
+TEST(CameraSpec, ReadsTheKindsOfStalls) {
+  const auto faults = parseCameraSpec("fault=stall-once:3").faults;
+  EXPECT_EQ(faults.stallOnce, 3U);
+  EXPECT_EQ(faults.stall, std::nullopt);
+}
+
 TEST(CameraSpec, ReadsTheKindsOfBusyCameras) {
   EXPECT_FALSE(parseCameraSpec("fault=busy:5").faults.tellsBusy);
   const auto told = parseCameraSpec("fault=told-busy:5").faults;

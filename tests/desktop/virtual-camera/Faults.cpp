@@ -56,6 +56,7 @@ void setToldBusy(Faults& faults, const std::string& when) {
 const std::map<std::string, Setter, std::less<>>& setters() {
   static const std::map<std::string, Setter, std::less<>> table{
       {"stall", after(&Faults::stall)},
+      {"stall-once", after(&Faults::stallOnce)},
       {"silent-from", after(&Faults::silentFrom)},
       {"error", after(&Faults::error)},
       {"unplug", after(&Faults::unplug)},

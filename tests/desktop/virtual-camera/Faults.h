@@ -30,6 +30,7 @@ struct FrameShare {
 /// What goes wrong, and from which frame of a run on.
 struct Faults {
   std::optional<std::uint64_t> stall;    ///< delivers this many frames and stalls
+  std::optional<std::uint64_t> stallOnce;  ///< likewise in its first run; the next one goes well
   std::optional<std::uint64_t> silentFrom;  ///< delivers nothing in modes that are as wide, in pixels
   std::optional<std::uint64_t> error;    ///< delivers this many frames and fails with EIO
   std::optional<std::uint64_t> unplug;   ///< delivers this many frames and leaves the registry
