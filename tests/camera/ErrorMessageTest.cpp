@@ -27,7 +27,12 @@ TEST(ErrorMessage, TellsTheNumberOfWordsInBracketsAndBeforeThem) {
 
 TEST(ErrorMessage, WithoutKnownWordsIsADeviceFault) {
   EXPECT_EQ(errorNumberOfMessage(""), EIO);
+  EXPECT_EQ(errorNumberOfMessage("Format negotiation failed"), EIO);
+}
+
+TEST(ErrorMessage, OfASessionManagerThatDoesNotLinkACameraThatIsThereIsADeviceFault) {
   EXPECT_EQ(errorNumberOfMessage("no target node available"), EIO);
+  EXPECT_EQ(errorNumberOfMessage("defined target not found"), EIO);
 }
 
 }  // namespace

@@ -29,7 +29,7 @@ class DaemonStage final : public ThreadedStage {
   /// Daemons of before PipeWire 1 are silent of a program's node; the watchdog of sessions is for that.
   [[nodiscard]] bool areFailuresTold() const override { return false; }
   void unplug(const std::string& name) override { cameras_.at(name).ask("unplug"); }
-  void occupy(const std::string& name) override { cameras_.at(name).ask("busy on"); }
+  void occupy(const std::string& name) override { cameras_.at(name).ask("told-busy on"); }
   void breakDown(const std::string& name) override { cameras_.at(name).ask("error"); }
   void changePictures(const std::string& name) override { cameras_.at(name).ask("modes MJPG:320x240@30"); }
 

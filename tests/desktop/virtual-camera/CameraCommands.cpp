@@ -89,6 +89,8 @@ bool CameraCommands::handleFault(const std::string& fault, const std::string& va
     faults.damaged = FrameShare{on ? 1U : 0U, 1};
   else if (fault == "busy")
     faults.busy = on;
+  else if (fault == "told-busy")
+    faults.busy = faults.tellsBusy = on;
   else
     return false;
   return true;

@@ -1,5 +1,6 @@
 #include "platform/linux/camera/pipewire/CameraRegistry.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <string_view>
@@ -83,6 +84,11 @@ void CameraRegistry::synced(int sequence) {
   if (sequence != awaitedSync_) return;
   isComplete_ = true;
   tell();
+}
+
+bool CameraRegistry::knows(std::uint64_t serial) const {
+  return std::any_of(nodes_.begin(), nodes_.end(),
+                     [serial](const auto& node) { return node.second->serial() == serial; });
 }
 
 void CameraRegistry::nodeIsAsking() {

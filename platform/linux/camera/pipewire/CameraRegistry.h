@@ -37,6 +37,8 @@ class CameraRegistry final : public CameraNode::Client {
 
   /// To be called with what the connection tells.
   void synced(int sequence);
+  /// Whether the camera of that serial is there.
+  [[nodiscard]] bool knows(std::uint64_t serial) const;
 
  private:
   [[nodiscard]] static const pw_registry_events& events();

@@ -45,6 +45,8 @@ std::unique_ptr<FrameStream> PipeWireFrameSource::open(const Camera& camera, con
                                                        FrameStream::Client& client) {
   auto stream = std::make_unique<PipeWireStream>(*loop_, connection_->core(), camera, mode, *this, client);
   streams_.insert(stream.get());
+  // Session managers have no word of their own for it: they say the same of a camera that they do not link.
+  if (registry_ && !registry_->knows(camera.serial)) stream->end(ENODEV);
   return stream;
 }
 
