@@ -47,8 +47,9 @@ class Delivery(CameraTest):
         for mode, words in ((MODE, ""), ("YUY2:640x480@30", ",memory=memptr"), ("NV12:640x480@30", ",blocks=each"),
                             ("I420:320x240@30", ",blocks=shared,memory=dmabuf,lead=64"), ("RGB:322x240@30", ",padding=6"),
                             ("BGRx:320x240@30", ",memory=dmabuf"), ("P010:321x241@30", ",lead=128")):
-            with self.subTest(mode), tempfile.TemporaryDirectory() as folder:
-                desktop = self.desktop(f"name=a,modes={mode},noise=12,log={folder}/log,dump={folder}/sent" + words)
+            # The camera writes to the folder, so it ends before that does.
+            with self.subTest(mode), tempfile.TemporaryDirectory() as folder, Session(
+                    "--camera", f"name=a,modes={mode},noise=12,log={folder}/log,dump={folder}/sent{words}") as desktop:
                 received = os.path.join(folder, "received")
                 os.mkdir(received)
                 status, frames = desktop.read_frames("a", mode, "5", received)

@@ -43,9 +43,10 @@ class CameraFaults(ToolTest):
 
     @in_desktop(LATE)
     def test_unplugged_before_the_shot(self):
-        tool = Tool().start()
-        control("camera", "1", "wait-streaming")
-        control("camera", "1", "unplug")
+        with CameraLine(1) as camera:
+            tool = Tool().start()
+            camera.ask("wait-streaming")
+            camera.ask("unplug")
         self.assertEqual(tool.wait(), 0, tool.log())
         self.assertEqual(tool.names(), ["Launch", "Start", "Quit"])
         self.assert_no_photo(tool)
