@@ -1,0 +1,50 @@
+"""tests/package/install-cycle and depends-alone: where their fresh Debian is made, and what is left of that."""
+
+import os
+import shutil
+import unittest
+
+from script_tree import SOURCE, ScriptTree
+
+# As far as a fresh Debian; a bootstrapped one would take minutes.
+DEBOOTSTRAP = """
+for root; do case "$root" in /*) break ;; esac; done
+mkdir -p "$root"/{proc,dev/shm,tmp,usr/sbin}
+"""
+
+
+class FreshDebian(unittest.TestCase):
+    def setUp(self):
+        self.tree = ScriptTree(self)
+        shutil.copytree(SOURCE / "tests/package", self.tree.folder / "tests/package")
+        self.work, self.built = (self.tree.top / name for name in ("work", "built"))
+        self.journal = self.tree.top / "journal"
+        self.work.mkdir()
+        (self.built / "test-programs").mkdir(parents=True)
+        (self.built / "quillo-camera-shot_1.2_amd64.deb").touch()
+        self.tree.replace("scripts/workplace", f'mktemp -d "{self.work}/$1.XXXXXX"')
+        self.tree.stand_in("debootstrap", DEBOOTSTRAP)
+        self.tree.stand_in("dpkg-deb", 'if [ "$1" = -R ]; then mkdir -p "$3/DEBIAN"; echo "Version: 1.2" >"$3/DEBIAN/control"; fi')
+        for program in ("mount", "umount"):
+            self.tree.stand_in(program, ":")
+        # The first step in the fresh Debian fails, with what is there.
+        self.tree.stand_in("chroot", 'for root; do case "$root" in /*) break ;; esac; done; find "$root" >"$JOURNAL"; exit 1')
+
+    def run_in_fresh_debian(self, script):
+        """What was there when its first step began, of a folder that is no repository."""
+        result = self.tree.run(f"tests/package/{script}", self.built, environment={"JOURNAL": self.journal})
+        self.assertEqual(result.returncode, 1, result.stdout)
+        return self.journal.read_text(encoding="utf-8")
+
+    def test_it_is_made_where_there_is_room_and_goes(self):
+        for script in ("install-cycle", "depends-alone"):
+            with self.subTest(script):
+                self.assertIn(f"{self.work}/camera-shot-", self.run_in_fresh_debian(script))
+                self.assertEqual(os.listdir(self.work), [])
+
+    def test_the_tests_come_without_a_repository(self):
+        self.assertIn("/tmp/tests/package/installed_test.py\n", self.run_in_fresh_debian("install-cycle"))
+
+
+if __name__ == "__main__":
+    unittest.main()
