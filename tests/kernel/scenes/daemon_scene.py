@@ -33,6 +33,7 @@ class ThroughTheDaemon(SceneTest):
         camera = UsbCamera(*frames)
         self.addCleanup(camera.unplug)
         self.assert_same_identities()
+        self.assert_busy_while_another_program_streams()
         self.assert_webcam_exact(frames)
 
 
@@ -40,6 +41,7 @@ if __name__ == "__main__":
     if "CAMERA_DESKTOP_DIR" not in os.environ:
         guest.start_udev()
         desktop = SOURCE / "tests/desktop/run"
-        os.execv(desktop, [desktop, "--kernel-cameras", "--env", "PATH=" + os.environ["PATH"], "--", sys.executable,
-                           *sys.argv])
+        plain_controls = os.environ["CAMERA_SHOT_KERNEL_PROGRAMS"] + "/plain_controls.so"
+        os.execv(desktop, [desktop, "--kernel-cameras", "--env", "PATH=" + os.environ["PATH"], "--env",
+                           "LD_PRELOAD=" + plain_controls, "--", sys.executable, *sys.argv])
     unittest.main()

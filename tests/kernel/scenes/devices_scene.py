@@ -110,17 +110,7 @@ class Faults(SceneTest):
         self.assert_told("PipeWire’s socket, or the camera’s device (/dev/video*), is not open to you.", tool)
 
     def test_another_program_has_the_camera(self):
-        tool = Tool()
-        self.addCleanup(tool.stop)
-        with subprocess.Popen(["v4l2-ctl", "-d", "0", "--stream-mmap"], stderr=subprocess.PIPE) as holder:
-            self.addCleanup(holder.kill)
-            holder.stderr.read(1)  # a picture has come
-            tool.start()
-            # 16 is EBUSY.
-            wait_until(lambda: "Error while capture" in tool.log(), tool.state, what="the failed shot's line in the log")
-            self.assertIn("code = 16.", tool.log())
-            holder.kill()
-        self.assert_no_photo(tool)
+        self.assert_busy_while_another_program_streams()
 
 
 class Webcam(SceneTest):

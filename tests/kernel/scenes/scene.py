@@ -6,6 +6,7 @@ from pathlib import Path
 from guest import camera_frames
 import pixels
 from tool import Tool, ToolTest
+from waiting import wait_until
 
 # The largest difference of a sample: none where no colour is converted, the rounding of few bits, else that of Y'CbCr,
 # there by the driver and back by us.
@@ -49,6 +50,21 @@ class SceneTest(ToolTest):
         picture = pixels.decode_png(path)
         path.unlink()
         return picture
+
+    def assert_busy_while_another_program_streams(self):
+        """A silent run without a photo says in its log that the first camera is in use."""
+        tool = Tool()
+        self.addCleanup(tool.end)
+        with subprocess.Popen(["v4l2-ctl", "-d", "0", "--stream-mmap"], stderr=subprocess.PIPE) as holder:
+            self.addCleanup(holder.kill)
+            holder.stderr.read(1)  # a picture has come
+            tool.start()
+            # 16 is EBUSY.
+            wait_until(lambda: "Error while capture" in tool.log(), tool.state, what="the failed shot's line in the log")
+            self.assertIn("code = 16.", tool.log())
+            tool.stop()
+            holder.kill()
+        self.assert_no_photo(tool)
 
     def assert_webcam_exact(self, frames):
         """A silent photo is one of these JPEGs, reversed, to the bit."""
