@@ -14,8 +14,6 @@ using platform_linux::GVariantHandle;
 
 namespace {
 
-constexpr int kPatience = 20000;  // milliseconds
-
 GVariant* platformData(const std::string& token) {
   GVariantBuilder data;
   g_variant_builder_init(&data, G_VARIANT_TYPE_VARDICT);

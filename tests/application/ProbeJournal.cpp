@@ -8,11 +8,11 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include "tests/application/ProcessUnderTest.h"
+
 namespace application_tests {
 
 namespace {
-
-constexpr int kPatience = 10000;  // milliseconds
 
 sockaddr_un addressOf(const std::string& path) {
   sockaddr_un address{};

@@ -15,8 +15,6 @@ namespace application_tests {
 
 namespace {
 
-constexpr int kPatience = 10000;  // milliseconds
-
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   std::vector<char*> pointers(texts.size() + 1, nullptr);
   std::transform(texts.begin(), texts.end(), pointers.begin(), [](std::string& text) { return text.data(); });

@@ -7,6 +7,9 @@
 
 namespace application_tests {
 
+/// How long a process is waited for, in milliseconds.
+inline constexpr int kPatience = 20000;
+
 using Environment = std::map<std::string, std::string>;
 
 /// A program that a test runs. Ended with it at the latest.

@@ -18,6 +18,9 @@
 
 namespace camera_test {
 
+/// What a camera offers that is small and fast enough for any test.
+inline constexpr const char* kMode = "modes=MJPG:640x480@30";
+
 /// What became of one capture.
 struct Outcome {
   std::int64_t error = 0;

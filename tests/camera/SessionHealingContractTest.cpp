@@ -6,8 +6,6 @@
 namespace camera_test {
 namespace {
 
-constexpr const char* kMode = "modes=MJPG:640x480@30";
-
 class SessionHealing : public CameraFixture {
  protected:
   void TearDown() override { end(); }

@@ -11,8 +11,6 @@ class StillFailure : public CameraFixture {
   void TearDown() override { end(); }
 };
 
-constexpr const char* kMode = "modes=MJPG:640x480@30";
-
 TEST_F(StillFailure, OfASessionThatDoesNotRun) {
   plugIn("desk", kMode);
   start();

@@ -17,8 +17,8 @@ using testing::UnorderedElementsAre;
 
 const std::set<std::string> kPreviewHandlers{"shootButtonPressed", "closeButtonPressed",
                                              "preferencesButtonPressed"};
-const std::set<std::string> kPreferencesHandlers{"onVideoSelect", "onPreviewChanged",
-                                                 "onOutputLocationChanged", "onDoneClicked"};
+const std::set<std::string> kHandlersOfPreferences{"onVideoSelect", "onPreviewChanged",
+                                                   "onOutputLocationChanged", "onDoneClicked"};
 
 class LayoutsTest : public testing::Test {
  protected:
@@ -56,7 +56,7 @@ TEST_F(LayoutsTest, PreviewHasEveryOutletOfItsKind) {
 }
 
 TEST_F(LayoutsTest, PreferencesHaveEveryOutletOfItsKind) {
-  const auto nib = ui_->loadNibNamed("PreferencesWindowController", recording(kPreferencesHandlers));
+  const auto nib = ui_->loadNibNamed("PreferencesWindowController", recording(kHandlersOfPreferences));
   ASSERT_TRUE(nib);
   EXPECT_TRUE(nib->window());
   EXPECT_TRUE(isA<platform::NSPopUpButton>(*nib, "videoSource"));
@@ -87,7 +87,7 @@ TEST_F(LayoutsTest, PreferencesNameNothingUnknown) {
   const LayoutFile layout("PreferencesWindowController");
   EXPECT_THAT(layout.ids, UnorderedElementsAre("window", "videoSource", "previewSetting", "outputLocation",
                                                "outputLocationWarning", "outputLocationName", "doneButton"));
-  EXPECT_EQ(layout.handlers, kPreferencesHandlers);
+  EXPECT_EQ(layout.handlers, kHandlersOfPreferences);
   EXPECT_THAT(layout.shortcutActions, UnorderedElementsAre("quit", "showShortcuts"));
 }
 
@@ -105,7 +105,7 @@ TEST_F(LayoutsTest, EachButtonOfThePreviewSendsItsHandler) {
 }
 
 TEST_F(LayoutsTest, EachControlOfThePreferencesSendsItsHandler) {
-  const auto nib = ui_->loadNibNamed("PreferencesWindowController", recording(kPreferencesHandlers));
+  const auto nib = ui_->loadNibNamed("PreferencesWindowController", recording(kHandlersOfPreferences));
   const auto popup = std::dynamic_pointer_cast<platform::NSPopUpButton>(nib->view("videoSource"));
   popup->addItem({"One"});
   popup->addItem({"Two"});

@@ -11,7 +11,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-const std::string kPath = "/home/ada/Pictures/Camera shot 2026-11-21 12.00.00.png";
+const std::string kPhotoPath = "/home/ada/Pictures/Camera shot 2026-11-21 12.00.00.png";
 const std::string kCapture = "output capture AVVideoCodecKey=jpeg";
 
 std::string diagnosticLine(const std::string& code) {
@@ -102,12 +102,12 @@ TEST(PhotoTaker, SavesInOrderAndTellsOfTheFileOnlyAfterItWasWritten) {
   desk.journal.clear();
   desk.output().deliver(desk.photo());
   EXPECT_THAT(desk.journal.lines(), ElementsAre("decode photo", "encode photo as PNG",
-                                                "write photo.png to " + kPath + " atomically"));
+                                                "write photo.png to " + kPhotoPath + " atomically"));
   desk.journal.clear();
   desk.loop.run();
   EXPECT_THAT(desk.journal.lines(),
               ElementsAre("overlay contents photo", "overlay gravity resizeAspect",
-                          "overlay frame 0,0 640x480", "preview addSublayer", "onSuccess " + kPath));
+                          "overlay frame 0,0 640x480", "preview addSublayer", "onSuccess " + kPhotoPath));
 }
 
 TEST(PhotoTaker, ShowsTheStillOnThePreviewForOneSecond) {
@@ -129,8 +129,8 @@ TEST(PhotoTaker, ShowsTheStillBeforeTheFileIsThereAndReportsItAfterwards) {
   };
   desk.shoot();
   desk.loop.run();
-  EXPECT_TRUE(desk.journal.inOrder(
-      {"preview addSublayer", "write photo.png to " + kPath + " atomically", "onSuccess " + kPath}));
+  EXPECT_TRUE(desk.journal.inOrder({"preview addSublayer", "write photo.png to " + kPhotoPath + " atomically",
+                                    "onSuccess " + kPhotoPath}));
 }
 
 TEST(PhotoTaker, GivesTheOverlayTheBoundsThatThePreviewHasThen) {
@@ -146,7 +146,7 @@ TEST(PhotoTaker, WithoutAPreviewLayerGivesTheOverlayNoSizeAndStillReports) {
   desk.avFoundation.nextLayerIsMissing = true;
   desk.shoot();
   desk.loop.run();
-  EXPECT_TRUE(desk.journal.inOrder({"overlay frame 0,0 0x0", "onSuccess " + kPath}));
+  EXPECT_TRUE(desk.journal.inOrder({"overlay frame 0,0 0x0", "onSuccess " + kPhotoPath}));
   EXPECT_FALSE(desk.journal.has("preview addSublayer"));
 }
 
@@ -155,7 +155,7 @@ TEST(PhotoTaker, LivesUntilItsQueuedWorkHasRun) {
   desk.shoot();
   desk.made.reset();
   desk.loop.run();
-  EXPECT_TRUE(desk.journal.inOrder({"preview addSublayer", "onSuccess " + kPath}));
+  EXPECT_TRUE(desk.journal.inOrder({"preview addSublayer", "onSuccess " + kPhotoPath}));
 }
 
 TEST(PhotoTaker, RetriesAFailedMirroredCaptureOnceUnmirroredAndInSilence) {
@@ -231,8 +231,9 @@ TEST(PhotoTaker, ReportsSuccessThoughTheFileCouldNotBeWritten) {
   desk.appKit.writeFails = true;
   desk.shoot();
   desk.loop.run();
-  EXPECT_TRUE(desk.journal.inOrder({"write photo.png to " + kPath + " atomically", "onSuccess " + kPath}));
-  EXPECT_FALSE(desk.files.fileExistsAtPath(kPath));
+  EXPECT_TRUE(
+      desk.journal.inOrder({"write photo.png to " + kPhotoPath + " atomically", "onSuccess " + kPhotoPath}));
+  EXPECT_FALSE(desk.files.fileExistsAtPath(kPhotoPath));
 }
 
 TEST(PhotoTaker, ReportsSuccessThoughTheBytesAreNoPicture) {
@@ -240,7 +241,7 @@ TEST(PhotoTaker, ReportsSuccessThoughTheBytesAreNoPicture) {
   desk.appKit.decodes = false;
   desk.shoot();
   desk.loop.run();
-  EXPECT_TRUE(desk.journal.inOrder({"decode photo", "overlay contents none", "onSuccess " + kPath}));
+  EXPECT_TRUE(desk.journal.inOrder({"decode photo", "overlay contents none", "onSuccess " + kPhotoPath}));
   EXPECT_THAT(desk.journal.of("encode"), IsEmpty());
   EXPECT_THAT(desk.journal.of("write"), IsEmpty());
 }
@@ -250,7 +251,7 @@ TEST(PhotoTaker, ReportsSuccessThoughThePhotoHasNoBytes) {
   desk.taker().take();
   desk.output().deliver(std::make_shared<fakes::FakePhoto>(nullptr));
   desk.loop.run();
-  EXPECT_TRUE(desk.journal.inOrder({"decode none", "overlay contents none", "onSuccess " + kPath}));
+  EXPECT_TRUE(desk.journal.inOrder({"decode none", "overlay contents none", "onSuccess " + kPhotoPath}));
   EXPECT_THAT(desk.journal.of("write"), IsEmpty());
 }
 
