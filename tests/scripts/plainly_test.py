@@ -41,6 +41,12 @@ class Plainly(unittest.TestCase):
         self.plainly("true", **OWNER)
         self.assertIsNone(self.handed_over())
 
+    def test_scripts_that_build_begin_so(self):
+        self.tree.replace("scripts/plainly", 'echo "plainly $*"')
+        for name in ("explore", "fuzz", "lint", "package", "reproduce", "soak", "test"):
+            said = self.tree.run(f"scripts/{name}", "word", environment={"CAMERA_SHOT_PLAIN": None}).stdout
+            self.assertEqual(said, f"plainly scripts/{name} word\n")
+
     def test_aptitude_for_building_gets_through_and_nothing_else(self):
         said = self.plainly("env", http_proxy="http://proxy:3128", APT_CONFIG="/etc/my apt", GTK_THEME="Loud", MAKEFLAGS="-j99")
         self.assertIn("http_proxy=http://proxy:3128\n", said)
