@@ -172,21 +172,24 @@ class UsbCamera:
         with self._sending:
             self._socket.sendall(header)
 
-    def _next_transfer(self):
+    def _send_part(self, picture, begin, frame_id):
+        """Answers the next transfer with what follows in the picture; returns where that ends."""
         with self._wanted:
             self._wanted.wait_for(lambda: self._transfers)
-            return self._transfers.pop(0)
+            number, length = self._transfers.pop(0)
+            part = picture[begin:begin + min(length, PAYLOAD) - 2]
+            end = begin + len(part)
+            flags = END_OF_HEADER | frame_id | (END_OF_FRAME if end >= len(picture) else 0)
+            # Still within: an answer that follows the news that it cannot be taken back any more costs the connection.
+            self._answer(number, bytes([2, flags]) + part)
+            return end
 
     def _stream(self):
         """One picture after the other, at the pace of the rate or of who reads, whichever is slower."""
         for count, picture in enumerate(itertools.cycle(self._pictures)):
-            begin = 0
-            while begin < len(picture):
-                number, length = self._next_transfer()
-                part = picture[begin:begin + min(length, PAYLOAD) - 2]
-                begin += len(part)
-                flags = END_OF_HEADER | (FRAME_ID if count % 2 else 0) | (END_OF_FRAME if begin >= len(picture) else 0)
-                self._answer(number, bytes([2, flags]) + part)
+            sent = 0
+            while sent < len(picture):
+                sent = self._send_part(picture, sent, FRAME_ID if count % 2 else 0)
             if count == 0:
                 print("streaming", flush=True)
             time.sleep(1 / RATE)
