@@ -202,7 +202,8 @@ TEST_F(CaptureFlowStills, AnExposureThatNeverSettlesIsWaitedForTwoSecondsMore) {
   EXPECT_EQ(outcomes_.size(), 1U);
 }
 
-TEST_F(CaptureFlowStills, ACameraThatIsSilentAtItsNextStartTooFailsAStillAfterEightSecondsAndLaterOnesAtOnce) {
+TEST_F(CaptureFlowStills,
+       ACameraThatIsSilentAtItsNextStartTooFailsAStillAfterEightSecondsAndLaterOnesAtOnce) {
   start();
   capture();
   loop_->advance(7999ms);

@@ -1,5 +1,6 @@
 // What a session does when its camera fails, leaves or falls silent.
 #include <cerrno>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -121,13 +122,15 @@ TEST_F(CaptureFlowTest, ADeviceThatStallsIsStartedAgainAfterTwoSeconds) {
 }
 
 TEST_F(CaptureFlowTest, AStillOfADeviceThatStallsComesOfItsNextStart) {
-  for (const int frames : {0, 1, 2, 20}) {
+  // How many frames come in the first second, and how long after it the camera is started again.
+  for (const auto& [frames, silence] :
+       {std::pair{0, 3100ms}, std::pair{1, 4100ms}, std::pair{2, 2100ms}, std::pair{20, 2100ms}}) {
     start();
     for (int i = 0; i < frames; ++i)
       frame();
     loop_->advance(1s - frames * kFrame);
     capture();
-    loop_->advance(frames == 1 ? 4100ms : frames == 0 ? 3100ms : 2100ms);
+    loop_->advance(silence);
     ASSERT_TRUE(outcomes_.empty()) << frames;
     settle();
     ASSERT_EQ(outcomes_.size(), 1U) << frames;

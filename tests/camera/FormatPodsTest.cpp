@@ -102,7 +102,8 @@ TEST(ModesOfFormat, OfStepsEndWhereTheStepsDo) {
 }
 
 TEST(ModesOfFormat, OfStepsThatLeadBeyondTheEndIsTheEnd) {
-  // As the daemon's own V4L2 source tells of a grabber from 48x38 to 720x576: the end in the place of the step.
+  // As the daemon's own V4L2 source tells of a grabber from 48x38 to 720x576: the end in the place of the
+  // step.
   FormatBuilder format(SPA_MEDIA_SUBTYPE_raw);
   format.id(SPA_FORMAT_VIDEO_format, SPA_VIDEO_FORMAT_YUY2)
       .choice(SPA_FORMAT_VIDEO_size, SPA_CHOICE_Step, [](auto* builder) {

@@ -98,10 +98,8 @@ TEST(NodeProperties, ALoopbackIsTakenForOneWhateverItsTitle) {
 TEST(DistinctCameras, ADeviceThatIsShownTwiceIsListedOnceByV4L2) {
   const Values v4l2{
       {"node.name", "v"}, {"node.nick", "Cam A"}, {"device.api", "v4l2"}, {"device.devids", "[ 20736 ]"}};
-  const Values libcamera{{"node.name", "l"},
-                         {"node.nick", "Cam A"},
-                         {"device.api", "libcamera"},
-                         {"device.devids", "20736"}};
+  const Values libcamera{
+      {"node.name", "l"}, {"node.nick", "Cam A"}, {"device.api", "libcamera"}, {"device.devids", "20736"}};
   EXPECT_THAT(identities({node(libcamera), node(v4l2)}), ElementsAre("v=Cam A"));
   EXPECT_THAT(identities({node(libcamera)}), ElementsAre("l=Cam A"));
 }

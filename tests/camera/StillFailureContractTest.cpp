@@ -100,8 +100,8 @@ TEST_F(StillFailure, OfACameraToWhichNoLinkCanBeMade) {
   EXPECT_THAT(take(runningRig("desk")).error, testing::AnyOf(EINVAL, EIO));
 }
 
-// Cameras that say nothing fail after five to eight seconds, here all of them at once: two that send nothing, one that
-// stalls, one that breaks, one that refuses, and three that send nothing whole.
+// Cameras that say nothing fail after five to eight seconds, here all of them at once: two that send nothing,
+// one that stalls, one that breaks, one that refuses, and three that send nothing whole.
 TEST_F(StillFailure, OfCamerasThatSendNothingUsable) {
   const std::vector<std::string> faults{"fault=stall:0",          "start-delay=60000", "fault=stall:10",
                                         "fault=error:10",         "fault=busy",        "fault=truncated:0",
@@ -118,7 +118,8 @@ TEST_F(StillFailure, OfCamerasThatSendNothingUsable) {
   for (const auto& rig : rigs)
     awaitOutcomes(rig, 1);
   for (std::size_t i = 0; i < faults.size(); ++i) {
-    // PipeWire 0.3 keeps a refusal to itself, PipeWire 1 tells it. One that broke may say so when it is started again.
+    // PipeWire 0.3 keeps a refusal to itself, PipeWire 1 tells it. One that broke may say so when it is
+    // started again.
     std::vector<std::int64_t> expected{ETIMEDOUT};
     if (faults[i] == "fault=busy" || faults[i] == "fault=error:10") expected.push_back(EIO);
     EXPECT_THAT(expected, testing::Contains(rigs[i].delegate->outcomes()[0].error)) << faults[i];

@@ -1,8 +1,8 @@
 // Loaded into the daemon (LD_PRELOAD): of a camera's controls only those are listed that are single values.
 //
-// PipeWire 1.4 asks for the value of every control in the way for single ones, takes the refusal of an array (EINVAL) for
-// one of the device, and so describes none of it; WirePlumber 0.5 then links nobody to it. Of drivers that Debian builds
-// the test driver `vivid` has such arrays.
+// PipeWire 1.4 asks for the value of every control in the way for single ones, takes the refusal of an array
+// (EINVAL) for one of the device, and so describes none of it; WirePlumber 0.5 then links nobody to it. Of
+// drivers that Debian builds the test driver `vivid` has such arrays.
 
 #include <cstdarg>
 #include <dlfcn.h>

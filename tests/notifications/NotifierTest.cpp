@@ -273,9 +273,7 @@ TEST_F(Notifier, ARefusedReplacementLeavesTheOldBubbleStandingForTheNewPhoto) {
 
 TEST_F(Notifier, AServiceThatTakesNothingHoldsItUpForABoundedTime) {
   ServiceAnswers answers;
-  serve([&](const MockService::Call& call) {
-    return call.method == "Notify" ? nullptr : answers(call);
-  });
+  serve([&](const MockService::Call& call) { return call.method == "Notify" ? nullptr : answers(call); });
   ASSERT_TRUE(post(service_->client(), kPhoto));
   EXPECT_TRUE(helperLeaves());
 }

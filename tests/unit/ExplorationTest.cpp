@@ -164,7 +164,9 @@ class Explorer {
   void extend(const Path& path) {
     if (path.events.size() > depth_) {
       depth_ = path.events.size();
-      std::cout << depth_ << " events: " << seen_.size() << " states, " << frontier_.size() + 1 << " to extend\n" << std::flush;
+      std::cout << depth_ << " events: " << seen_.size() << " states, " << frontier_.size() + 1
+                << " to extend\n"
+                << std::flush;
     }
     const auto here = replay(path);
     if (here->application.ended) return;

@@ -8,7 +8,8 @@ namespace platform_linux {
 
 namespace {
 
-/// What desktops call of an entry whose program the bus starts ("D-Bus Activation" in the desktop entries' standard).
+/// What desktops call of an entry whose program the bus starts ("D-Bus Activation" in the desktop entries'
+/// standard).
 constexpr const char* kDescription = R"(<node><interface name="org.freedesktop.Application">
   <method name="Activate"><arg name="platform_data" type="a{sv}" direction="in"/></method>
   <method name="Open">

@@ -76,9 +76,9 @@ class FrameSource {
   /// Streams were destroyed before.
   virtual void stop() = 0;
 
-  /// Asks for the frames of a camera of the last census, in exactly that mode; where the camera is shared with
-  /// other programs that use it in another one, in theirs. `client` outlives the stream. A failure is told to
-  /// it, too.
+  /// Asks for the frames of a camera of the last census, in exactly that mode; where the camera is shared
+  /// with other programs that use it in another one, in theirs. `client` outlives the stream. A failure is
+  /// told to it, too.
   [[nodiscard]] virtual std::unique_ptr<FrameStream> open(const Camera& camera, const CameraMode& mode,
                                                           FrameStream::Client& client) = 0;
 

@@ -44,7 +44,8 @@ bool ModeChoice::refused(int error) {
 
 bool ModeChoice::hasSmaller() const {
   const auto bound = last_ ? std::min(silent_, last_->pixels()) : silent_;
-  return std::any_of(left_.begin(), left_.end(), [&](const CameraMode& mode) { return mode.pixels() < bound; });
+  return std::any_of(left_.begin(), left_.end(),
+                     [&](const CameraMode& mode) { return mode.pixels() < bound; });
 }
 
 void ModeChoice::silent() {

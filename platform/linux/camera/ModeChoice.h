@@ -11,8 +11,8 @@ namespace platform_linux {
 
 /// In which of its modes a session uses its camera: in the best, unless the camera has refused it or says
 /// nothing in it. Cameras also refuse what they state: two at one USB hub find no bandwidth for both at their
-/// largest (ENOSPC), some drivers state what they cannot do (EINVAL), or what there is no memory for (ENOMEM).
-/// Weak hubs and the USB of virtual machines take the largest mode and bring nothing.
+/// largest (ENOSPC), some drivers state what they cannot do (EINVAL), or what there is no memory for
+/// (ENOMEM). Weak hubs and the USB of virtual machines take the largest mode and bring nothing.
 class ModeChoice {
  public:
   /// Nothing when the camera has no mode that can be used.
@@ -30,10 +30,11 @@ class ModeChoice {
   void silent();
   /// Whether the mode that was answered last, or is next, is only tried because a better one was silent.
   [[nodiscard]] bool isDetour() const { return isDetour_; }
+
+ private:
   /// Whether there is a smaller mode to try.
   [[nodiscard]] bool hasSmaller() const;
 
- private:
   std::uint64_t serial_ = 0;         // whose modes these are
   std::vector<CameraMode> offered_;  // when they were chosen from last
   std::vector<CameraMode> left_;

@@ -49,18 +49,18 @@ void StillQueue::examine(const FramePointer& frame, Purpose purpose) {
 }
 
 void StillQueue::measure(const FramePointer& frame, Purpose purpose) {
-  examiner_.measure(
-      frame, [weakSelf = weak_from_this(), arrival = trend_.lastArrival(), frame, purpose](const auto& exposure) {
-        const auto self = weakSelf.lock();
-        if (!self) return;
-        const auto now = self->loop_.now();
-        if (exposure) self->trend_.add(arrival, *exposure);
-        if (*self->examined_ == 0) return self->endExamination();
-        const bool moves = exposure && self->schedule_.isYoung(now) && !self->trend_.hasSettled();
-        if (!moves) return self->lookForDamage(frame, purpose);
-        self->schedule_.exposureMoves(now);
-        self->endExamination();
-      });
+  examiner_.measure(frame, [weakSelf = weak_from_this(), arrival = trend_.lastArrival(), frame,
+                            purpose](const auto& exposure) {
+    const auto self = weakSelf.lock();
+    if (!self) return;
+    const auto now = self->loop_.now();
+    if (exposure) self->trend_.add(arrival, *exposure);
+    if (*self->examined_ == 0) return self->endExamination();
+    const bool moves = exposure && self->schedule_.isYoung(now) && !self->trend_.hasSettled();
+    if (!moves) return self->lookForDamage(frame, purpose);
+    self->schedule_.exposureMoves(now);
+    self->endExamination();
+  });
 }
 
 void StillQueue::lookForDamage(const FramePointer& frame, Purpose purpose) {

@@ -56,7 +56,8 @@ class StillSchedule {
 
  private:
   std::optional<Time> firstFrame_;
-  std::optional<Time> lastSettling_;  // the last frame that came too early for a still, or sign of one to come
+  // The last frame that came too early for a still, or sign of one to come.
+  std::optional<Time> lastSettling_;
   bool isSilent_ = false;
 };
 

@@ -290,7 +290,8 @@ void Camera::tick(std::uint64_t expirations) {
 }
 
 bool Camera::isSilent() const {
-  return stalled_ || reached(faults_.stall, runFrames_) || (runs_ == 1 && reached(faults_.stallOnce, runFrames_)) ||
+  return stalled_ || reached(faults_.stall, runFrames_) ||
+         (runs_ == 1 && reached(faults_.stallOnce, runFrames_)) ||
          reached(faults_.silentFrom, format_->width);
 }
 

@@ -29,27 +29,27 @@ struct FrameShare {
 
 /// What goes wrong, and from which frame of a run on.
 struct Faults {
-  std::optional<std::uint64_t> stall;    ///< delivers this many frames and stalls
-  std::optional<std::uint64_t> stallOnce;  ///< likewise in its first run; the next one goes well
+  std::optional<std::uint64_t> stall;       ///< delivers this many frames and stalls
+  std::optional<std::uint64_t> stallOnce;   ///< likewise in its first run; the next one goes well
   std::optional<std::uint64_t> silentFrom;  ///< delivers nothing in modes that are as wide, in pixels
-  std::optional<std::uint64_t> error;    ///< delivers this many frames and fails with EIO
-  std::optional<std::uint64_t> unplug;   ///< delivers this many frames and leaves the registry
-  std::optional<std::uint64_t> crash;    ///< delivers this many frames and ends the process at once
-  std::optional<std::uint64_t> suspend;  ///< delivers this many frames and suspends its node, as when the
-                                         ///< system sleeps; a user of it starts it again
-  FrameRange truncated;                  ///< MJPG frames cut to a third
-  FrameShare damaged;                    ///< MJPG frames whose scan lacks a part
-  FrameRange corruptedFlag;              ///< whole frames that carry the "corrupted" flag
-  FrameRange empty;                      ///< frames of no bytes
-  FrameRange black;                      ///< black frames
-  FrameRange offsetPastEnd;              ///< frames said to begin behind their buffer's end
-  FrameRange timeBackwards;              ///< frames whose time stamps run backwards
-  bool noStride = false;                 ///< no stride is told with a frame
-  bool negativeStride = false;           ///< the stride is told as a negative number
-  bool withoutMemory = false;            ///< the first user gets buffers that have no memory
-  bool noBuffers = false;                ///< takes no memory that anybody offers
-  bool busy = false;                     ///< refuses every format with EBUSY
-  bool tellsBusy = false;                ///< refuses the start instead, and has the program told
+  std::optional<std::uint64_t> error;       ///< delivers this many frames and fails with EIO
+  std::optional<std::uint64_t> unplug;      ///< delivers this many frames and leaves the registry
+  std::optional<std::uint64_t> crash;       ///< delivers this many frames and ends the process at once
+  std::optional<std::uint64_t> suspend;     ///< delivers this many frames and suspends its node, as when the
+                                            ///< system sleeps; a user of it starts it again
+  FrameRange truncated;                     ///< MJPG frames cut to a third
+  FrameShare damaged;                       ///< MJPG frames whose scan lacks a part
+  FrameRange corruptedFlag;                 ///< whole frames that carry the "corrupted" flag
+  FrameRange empty;                         ///< frames of no bytes
+  FrameRange black;                         ///< black frames
+  FrameRange offsetPastEnd;                 ///< frames said to begin behind their buffer's end
+  FrameRange timeBackwards;                 ///< frames whose time stamps run backwards
+  bool noStride = false;                    ///< no stride is told with a frame
+  bool negativeStride = false;              ///< the stride is told as a negative number
+  bool withoutMemory = false;               ///< the first user gets buffers that have no memory
+  bool noBuffers = false;                   ///< takes no memory that anybody offers
+  bool busy = false;                        ///< refuses every format with EBUSY
+  bool tellsBusy = false;                   ///< refuses the start instead, and has the program told
   std::optional<std::uint64_t>
       busyFor;  ///< milliseconds from the first refusal until it is free, and plugged again
 

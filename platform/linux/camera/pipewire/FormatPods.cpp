@@ -137,7 +137,8 @@ bool isWithin(const spa_rectangle& size, const spa_rectangle& smallest, const sp
          size.height <= largest.height;
 }
 
-/// What cameras and grabbers mostly have, for those of which nothing is known: what they cannot do they refuse.
+/// What cameras and grabbers mostly have, for those of which nothing is known: what they cannot do they
+/// refuse.
 constexpr std::array<spa_rectangle, 7> kUsualSizes{
     {{1920, 1080}, {1280, 720}, {1024, 768}, {720, 576}, {720, 480}, {640, 480}, {320, 240}}};
 

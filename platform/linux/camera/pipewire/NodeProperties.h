@@ -50,10 +50,11 @@ struct NodeEntry {
 };
 
 /// The cameras of these nodes: a device that is shown twice, by V4L2 and by libcamera, once, by V4L2 where
-/// that can be used, but by libcamera where it puts several devices together; and cameras of one node name told apart: those of the kernel by the order of their
-/// devices' numbers, whatever count their names bear, others by what else is known of them. The first of them
-/// keeps the bare name, so that a stored choice goes on meaning it. `deviceNames` are those of all devices
-/// that the daemon knows (`device.name`), also of those without a node.
+/// that can be used, but by libcamera where it puts several devices together; and cameras of one node name
+/// told apart: those of the kernel by the order of their devices' numbers, whatever count their names bear,
+/// others by what else is known of them. The first of them keeps the bare name, so that a stored choice goes
+/// on meaning it. `deviceNames` are those of all devices that the daemon knows (`device.name`), also of those
+/// without a node.
 [[nodiscard]] std::vector<Camera> distinctCameras(std::vector<NodeEntry> nodes,
                                                   const std::set<std::string>& deviceNames = {});
 

@@ -86,8 +86,8 @@ std::vector<picture::PixelFormat> formatsOf(const Camera& camera) {
 // Grey and RGB have all levels, whatever is stated of a camera's other formats.
 picture::ColorRange trueRange(const FrameFormat& format, bool knowsRangeOfRgb) {
   const auto model = picture::PixelLayout::of(format.format).model;
-  const bool isStatedOfOthers = model == picture::ColorModel::Grey ||
-                                (model == picture::ColorModel::Rgb && !knowsRangeOfRgb);
+  const bool isStatedOfOthers =
+      model == picture::ColorModel::Grey || (model == picture::ColorModel::Rgb && !knowsRangeOfRgb);
   return isStatedOfOthers ? picture::ColorRange::Unstated : format.range;
 }
 
