@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #ifdef __SSE2__
 #include <emmintrin.h>
@@ -18,9 +19,11 @@ inline constexpr std::size_t kByteVectorSize = 16;
 /// intrinsics: it becomes SSE2 on every x86-64 and NEON on every arm64 machine, and is correct anywhere else.
 using ByteVector [[gnu::vector_size(kByteVectorSize)]] = std::uint8_t;
 
-/// Twice as many, for code that is compiled for processors that have AVX2. Elsewhere it becomes two of the
-/// other. It never crosses a call: everything here is part of its caller.
+/// Twice as many, for code that is compiled for processors that have AVX2, and four times as many, for
+/// AVX-512. Elsewhere they become several of the first. They never cross a call: everything here is part of
+/// its caller.
 using WideByteVector [[gnu::vector_size(2 * kByteVectorSize)]] = std::uint8_t;
+using WidestByteVector [[gnu::vector_size(4 * kByteVectorSize)]] = std::uint8_t;
 
 template <typename Vector = ByteVector>
 [[gnu::always_inline]] inline Vector load(const std::uint8_t* from) noexcept {
@@ -45,6 +48,23 @@ template <typename Vector>
 template <typename Vector>
 [[gnu::always_inline]] inline Vector distance(Vector a, Vector b) noexcept {
   return larger(a, b) - smaller(a, b);
+}
+
+/// `here` moved up by one byte; the last one of `before` becomes the first.
+template <typename Vector>
+[[gnu::always_inline]] inline Vector movedUp(Vector before, Vector here) noexcept {
+  return [=]<std::size_t... i>(std::index_sequence<i...>) __attribute__((always_inline)) {
+    return __builtin_shufflevector(before, here, (i + sizeof(Vector) - 1)...);
+  }
+  (std::make_index_sequence<sizeof(Vector)>());
+}
+
+template <typename Vector>
+[[gnu::always_inline]] inline std::uint32_t sumOf(Vector vector) noexcept {
+  std::uint32_t sum = 0;
+  for (std::size_t lane = 0; lane < sizeof(Vector); ++lane)
+    sum += vector[lane];
+  return sum;
 }
 
 /// All bits of a byte set where `a` and `b` agree, else none.

@@ -64,6 +64,12 @@ class BitWriter {
   /// Behind the last stored byte.
   [[nodiscard]] std::uint8_t* position() const noexcept { return to_; }
 
+  /// What is not stored yet, after a `flush`: the lowest bits so many, seven at most.
+  [[nodiscard]] std::uint64_t pendingBits() const noexcept {
+    return pending_.bits >> 1 >> (63 - pending_.count);
+  }
+  [[nodiscard]] unsigned pendingCount() const noexcept { return pending_.count; }
+
  private:
   std::uint8_t* to_;
   BitGroup pending_{0, 0};

@@ -18,14 +18,16 @@ inline constexpr unsigned kLongestDistanceCode = 15;  // RFC 1951, 3.2.7
 using LiteralCodeLengths = std::array<std::uint8_t, kLiteralSymbols>;
 using DistanceCodeLengths = std::array<std::uint8_t, kDistanceSymbols>;
 
-/// Writes `data`, divided by `tokens`, in the codes of these lengths, and the end of the block. The bytes are
-/// the same on every processor.
-void writeTokens(std::span<const std::uint8_t> data, std::span<const DeflateToken> tokens,
-                 const LiteralCodeLengths& literalLengths, const DistanceCodeLengths& distanceLengths,
-                 BitWriter& out) noexcept;
-/// The same by instructions that every processor has; the other one uses faster ones where they exist.
-void writeTokensPortably(std::span<const std::uint8_t> data, std::span<const DeflateToken> tokens,
+using TokenWriter = void(std::span<const std::uint8_t> data, std::span<const DeflateToken> tokens,
                          const LiteralCodeLengths& literalLengths, const DistanceCodeLengths& distanceLengths,
                          BitWriter& out) noexcept;
+
+/// Writes `data`, divided by `tokens`, in the codes of these lengths, and the end of the block. The bytes are
+/// the same on every processor.
+TokenWriter writeTokens;
+
+/// Ways to do it that this processor has, which all write the same bytes; the fastest one, which
+/// `writeTokens` takes, is the last.
+[[nodiscard]] std::span<TokenWriter* const> tokenWriters() noexcept;
 
 }  // namespace picture

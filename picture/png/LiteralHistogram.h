@@ -18,5 +18,9 @@ using Histogram = std::array<std::uint32_t, 256>;
 [[nodiscard]] Histogram literalHistogram(std::span<const std::uint8_t> data,
                                          std::span<const DeflateToken> tokens,
                                          std::span<const std::uint64_t> matched) noexcept;
+/// The same by instructions that every processor has; the other one uses faster ones where they exist.
+[[nodiscard]] Histogram literalHistogramPortably(std::span<const std::uint8_t> data,
+                                                 std::span<const DeflateToken> tokens,
+                                                 std::span<const std::uint64_t> matched) noexcept;
 
 }  // namespace picture

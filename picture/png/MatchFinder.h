@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "picture/png/DeflateToken.h"
-#include "picture/png/StripScan.h"
 
 namespace picture {
 
@@ -31,33 +30,34 @@ class MatchFinder {
   /// Makes room for up to `bytes` bytes; nothing is allocated later. Throws std::bad_alloc.
   explicit MatchFinder(std::size_t bytes);
 
-  /// Finds matches that take less than what is in their place. What they cover of the runs in `scan`, the
-  /// scan of `data`, is taken out. The answer is good until the next call.
-  [[nodiscard]] std::span<const Match> find(std::span<const std::uint8_t> data, StripScan& scan,
+  /// Finds matches that take less than what is in their place. `repetitions` are those of `data`, as
+  /// StripScan has them. The answer is good until the next call.
+  [[nodiscard]] std::span<const Match> find(std::span<const std::uint8_t> data,
+                                            std::span<const std::uint64_t> repetitions,
                                             Search search) noexcept;
+  /// The same by instructions that every processor has; the other one uses faster ones where they exist.
+  [[nodiscard]] std::span<const Match> findPortably(std::span<const std::uint8_t> data,
+                                                    std::span<const std::uint64_t> repetitions,
+                                                    Search search) noexcept;
 
  private:
-  void findPlaces(std::size_t bytes, std::span<const std::uint64_t> repetitions) noexcept;
   // So many are looked at before any is chosen: few enough to stay in the processor's nearest cache.
   static constexpr std::size_t kPlacesAtOnce = 1024;
 
-  // Each of `places` with the newest one before it, where enough bytes agree; also places within matches that
-  // are chosen later.
-  template <Search::Lengths kLengths>
-  [[nodiscard]] std::span<const Match> findCandidates(std::span<const std::uint8_t> data,
-                                                      std::span<const std::uint32_t> places) noexcept;
-  [[nodiscard]] std::span<const Match> findCandidates(std::span<const std::uint8_t> data,
-                                                      std::span<const std::uint32_t> places,
-                                                      Search::Lengths lengths) noexcept;
-  // Appends those that pay and begin behind the last match to `out`, at their whole length.
-  [[nodiscard]] Match* choose(std::span<const std::uint8_t> data, StripScan& scan,
-                              std::span<const Match> candidates, unsigned changeBits,
-                              Match* out) const noexcept;
+  [[nodiscard]] std::span<const std::uint32_t> findPlaces(
+      std::size_t bytes, std::span<const std::uint64_t> repetitions) noexcept;
+  template <typename Processor>
+  [[nodiscard]] std::span<const Match> findOn(std::span<const std::uint8_t> data,
+                                              std::span<const std::uint64_t> repetitions,
+                                              Search search) noexcept;
+  [[nodiscard]] std::span<const Match> findByAvx2(std::span<const std::uint8_t> data,
+                                                  std::span<const std::uint64_t> repetitions,
+                                                  Search search) noexcept;
 
   // Not initialised, so that what is not needed never becomes resident.
+  std::unique_ptr<std::uint64_t[]> placeBits_;
   std::unique_ptr<std::uint32_t[]> places_;
-  std::size_t placeCount_ = 0;
-  std::array<Match, kPlacesAtOnce> candidates_;
+  std::array<Match, kPlacesAtOnce> candidates_{};
   std::unique_ptr<Match[]> matches_;
   // By hash, the newest place; 0 for none.
   std::vector<std::uint32_t> long_;

@@ -1,11 +1,13 @@
 #include "picture/png/PngFilter.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 
 #include "picture/ByteVector.h"
 #include "picture/RowSource.h"
+#include "picture/png/Avx512.h"
 
 namespace picture {
 namespace {
@@ -74,7 +76,15 @@ struct Sub {
   std::uint8_t operator()(std::uint8_t left, std::uint8_t, std::uint8_t) const { return left; }
 };
 
-// To be compiled for more than one kind of processor.
+// What follows is to be compiled for more than one kind of processor.
+
+// Of the bytes from `at` on, those of the row above at `previous`; pixels to the left are read, too.
+template <typename Predictor, typename Vector>
+[[gnu::always_inline]] inline Vector residuals(const std::uint8_t* at, const std::uint8_t* previous) {
+  return load<Vector>(at) - Predictor{}(load<Vector>(at - kBytesPerPixel), load<Vector>(previous),
+                                        load<Vector>(previous - kBytesPerPixel));
+}
+
 template <typename Predictor, typename Vector>
 [[gnu::always_inline]] inline void filterBytes(std::span<const std::uint8_t> row,
                                                const std::uint8_t* previous, std::uint8_t* out) {
@@ -83,45 +93,17 @@ template <typename Predictor, typename Vector>
   std::size_t i = 0;
   for (; i < kBytesPerPixel; ++i)
     out[i] = static_cast<std::uint8_t>(current[i] - kPredict(std::uint8_t{0}, previous[i], std::uint8_t{0}));
-  for (; i + sizeof(Vector) <= row.size(); i += sizeof(Vector)) {
-    const Vector predicted = kPredict(load<Vector>(current + i - kBytesPerPixel), load<Vector>(previous + i),
-                                      load<Vector>(previous + i - kBytesPerPixel));
-    store(load<Vector>(current + i) - predicted, out + i);
-  }
+  for (; i + sizeof(Vector) <= row.size(); i += sizeof(Vector))
+    store(residuals<Predictor, Vector>(current + i, previous + i), out + i);
   for (; i < row.size(); ++i) {
     out[i] = static_cast<std::uint8_t>(
         current[i] - kPredict(current[i - kBytesPerPixel], previous[i], previous[i - kBytesPerPixel]));
   }
 }
 
-struct AnyProcessor {
-  template <typename Predictor>
-  static void filter(std::span<const std::uint8_t> row, const std::uint8_t* previous, std::uint8_t* out) {
-    filterBytes<Predictor, ByteVector>(row, previous, out);
-  }
-};
-
-#ifdef __x86_64__
-// By less than half the instructions.
-struct WithAvx2 {
-  template <typename Predictor>
-  [[gnu::target("avx2")]] static void filter(std::span<const std::uint8_t> row, const std::uint8_t* previous,
-                                             std::uint8_t* out) {
-    filterBytes<Predictor, WideByteVector>(row, previous, out);
-  }
-};
-#endif
-
-template <typename Processor, typename Predictor>
-void filterBy(std::span<const std::uint8_t> row, const std::uint8_t* previous, std::uint8_t* out) {
-  *out = Predictor::kNumber;
-  Processor::template filter<Predictor>(row, previous, out + 1);
-}
-
 // What a filter would leave is told by samples of the row: one window in every period. The fewer suffice to
 // see that a row is not smooth, which saves noisy photographs the others.
-constexpr std::size_t kWindowVectors = 4;
-constexpr std::size_t kWindowBytes = kWindowVectors * kByteVectorSize;
+constexpr std::size_t kWindowBytes = 64;
 constexpr std::size_t kFewWindowsPeriod = 16 * kWindowBytes;
 constexpr std::size_t kManyWindowsPeriod = 4 * kWindowBytes;
 
@@ -137,39 +119,96 @@ constexpr double kSmoothBelowCost = 1.6;
 constexpr std::uint32_t kClearlyBetter = 16;
 
 // In half bits, roughly.
-ByteVector costOf(ByteVector residual, ByteVector before) {
-  const ByteVector distanceFromZero = smaller(residual, ByteVector{} - residual);
-  const ByteVector cost = smaller(distanceFromZero, ByteVector{} + kFarthest) + kChangeCost;
+template <typename Vector>
+[[gnu::always_inline]] inline Vector costsOf(Vector residual, Vector before) {
+  const Vector distanceFromZero = smaller(residual, Vector{} - residual);
+  const Vector cost = smaller(distanceFromZero, Vector{} + kFarthest) + kChangeCost;
   return cost & ~equalMask(residual, before);
 }
 
-template <typename Predictor>
-std::uint32_t windowCost(std::span<const std::uint8_t> row, const std::uint8_t* previous) {
-  // The first pixel lacks its left neighbour, and is not counted.
-  std::uint8_t residuals[kBytesPerPixel + kWindowBytes];
-  filterBytes<Predictor, ByteVector>(row.first(sizeof residuals), previous, residuals);
-  ByteVector costs{};
-  for (std::size_t i = kBytesPerPixel; i < sizeof residuals; i += kByteVectorSize)
-    costs += costOf(load(residuals + i), load(residuals + i - 1));
-  std::uint32_t total = 0;
-  for (std::size_t lane = 0; lane < kByteVectorSize; ++lane)
-    total += costs[lane];
-  return total;
+// Of one window, those of its vectors added up. The byte before it is taken to be zero.
+template <typename Predictor, typename Vector>
+[[gnu::always_inline]] inline Vector windowCosts(const std::uint8_t* at, const std::uint8_t* previous) {
+  Vector costs{};
+  Vector before{};
+  for (std::size_t i = 0; i < kWindowBytes; i += sizeof(Vector)) {
+    const Vector here = residuals<Predictor, Vector>(at + i, previous + i);
+    costs += costsOf(here, movedUp(before, here));
+    before = here;
+  }
+  return costs;
 }
+
+// The windows that can be added up before a byte is full.
+constexpr std::size_t kWindowsAtOnce = 255 / ((kWindowBytes / kByteVectorSize) * (kChangeCost + kFarthest));
 
 struct Cost {
   std::uint32_t total = 0;
   std::uint32_t bytes = 0;
 };
 
-template <typename Predictor>
-Cost sampledCost(std::span<const std::uint8_t> row, const std::uint8_t* previous, std::size_t period) {
+// The first pixel lacks its left neighbour, and is not counted.
+template <typename Predictor, typename Vector>
+[[gnu::always_inline]] inline Cost costOf(std::span<const std::uint8_t> row, const std::uint8_t* previous,
+                                          std::size_t period) {
   Cost cost;
-  for (std::size_t at = 0; at + kBytesPerPixel + kWindowBytes <= row.size(); at += period) {
-    cost.total += windowCost<Predictor>(row.subspan(at), previous + at);
+  Vector costs{};
+  std::size_t windows = 0;
+  for (std::size_t at = kBytesPerPixel; at + kWindowBytes <= row.size(); at += period) {
+    costs += windowCosts<Predictor, Vector>(row.data() + at, previous + at);
     cost.bytes += kWindowBytes;
+    if (++windows % kWindowsAtOnce != 0) continue;
+    cost.total += sumOf(costs);
+    costs = Vector{};
   }
+  cost.total += sumOf(costs);
   return cost;
+}
+
+struct AnyProcessor {
+  template <typename Predictor>
+  static void filter(std::span<const std::uint8_t> row, const std::uint8_t* previous, std::uint8_t* out) {
+    filterBytes<Predictor, ByteVector>(row, previous, out);
+  }
+  template <typename Predictor>
+  static Cost cost(std::span<const std::uint8_t> row, const std::uint8_t* previous, std::size_t period) {
+    return costOf<Predictor, ByteVector>(row, previous, period);
+  }
+};
+
+#ifdef __x86_64__
+// By less than half the instructions.
+struct WithAvx2 {
+  template <typename Predictor>
+  [[gnu::target("avx2")]] static void filter(std::span<const std::uint8_t> row, const std::uint8_t* previous,
+                                             std::uint8_t* out) {
+    filterBytes<Predictor, WideByteVector>(row, previous, out);
+  }
+  template <typename Predictor>
+  [[gnu::target("avx2")]] static Cost cost(std::span<const std::uint8_t> row, const std::uint8_t* previous,
+                                           std::size_t period) {
+    return costOf<Predictor, WideByteVector>(row, previous, period);
+  }
+};
+
+struct WithAvx512 {
+  template <typename Predictor>
+  CAMERA_SHOT_FOR_AVX512 static void filter(std::span<const std::uint8_t> row, const std::uint8_t* previous,
+                                            std::uint8_t* out) {
+    filterBytes<Predictor, WidestByteVector>(row, previous, out);
+  }
+  template <typename Predictor>
+  CAMERA_SHOT_FOR_AVX512 static Cost cost(std::span<const std::uint8_t> row, const std::uint8_t* previous,
+                                          std::size_t period) {
+    return costOf<Predictor, WidestByteVector>(row, previous, period);
+  }
+};
+#endif
+
+template <typename Processor, typename Predictor>
+void filterBy(std::span<const std::uint8_t> row, const std::uint8_t* previous, std::uint8_t* out) {
+  *out = Predictor::kNumber;
+  Processor::template filter<Predictor>(row, previous, out + 1);
 }
 
 bool isSmooth(Cost paeth) {
@@ -181,16 +220,17 @@ bool isBlack(std::span<const std::uint8_t> row) {
 }
 
 template <typename Processor>
-void filterRowOn(std::span<const std::uint8_t> row, const std::uint8_t* previous, std::uint8_t* out) {
+void filterRowOn(std::span<const std::uint8_t> row, const std::uint8_t* previous,
+                 std::uint8_t* out) noexcept {
   if (isBlack(row)) {
     *out++ = kNone;
     std::fill_n(out, row.size(), std::uint8_t{0});
     return;
   }
-  if (!isSmooth(sampledCost<Paeth>(row, previous, kFewWindowsPeriod)))
+  if (!isSmooth(Processor::template cost<Paeth>(row, previous, kFewWindowsPeriod)))
     return filterBy<Processor, Paeth>(row, previous, out);
   const auto costBy = [=]<typename Predictor>(Predictor) {
-    return sampledCost<Predictor>(row, previous, kManyWindowsPeriod).total;
+    return Processor::template cost<Predictor>(row, previous, kManyWindowsPeriod).total;
   };
   const std::uint32_t paeth = costBy(Paeth{});
   const std::uint32_t up = costBy(Up{});
@@ -203,16 +243,20 @@ void filterRowOn(std::span<const std::uint8_t> row, const std::uint8_t* previous
 
 }  // namespace
 
-void filterRowPortably(std::span<const std::uint8_t> row, const std::uint8_t* previous,
-                       std::uint8_t* out) noexcept {
-  filterRowOn<AnyProcessor>(row, previous, out);
+std::span<RowFilter* const> rowFilters() noexcept {
+#ifdef __x86_64__
+  static constexpr std::array<RowFilter*, 3> kFilters = {filterRowOn<AnyProcessor>, filterRowOn<WithAvx2>,
+                                                         filterRowOn<WithAvx512>};
+  if (hasAvx512()) return kFilters;
+  return std::span(kFilters).first(__builtin_cpu_supports("avx2") ? 2 : 1);
+#else
+  static constexpr std::array<RowFilter*, 1> kFilters = {filterRowOn<AnyProcessor>};
+  return kFilters;
+#endif
 }
 
 void filterRow(std::span<const std::uint8_t> row, const std::uint8_t* previous, std::uint8_t* out) noexcept {
-#ifdef __x86_64__
-  if (__builtin_cpu_supports("avx2")) return filterRowOn<WithAvx2>(row, previous, out);
-#endif
-  filterRowPortably(row, previous, out);
+  rowFilters().back()(row, previous, out);
 }
 
 }  // namespace picture

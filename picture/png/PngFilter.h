@@ -12,9 +12,12 @@ namespace picture {
 /// unless the row is smooth and another one leaves longer repetitions, which took up to 6 % off clean ones. A
 /// black row stays as it is, so that black rows together are zeros without a break. The bytes are the same on
 /// every processor.
-void filterRow(std::span<const std::uint8_t> row, const std::uint8_t* previous, std::uint8_t* out) noexcept;
-/// The same by instructions that every processor has; the other one uses faster ones where they exist.
-void filterRowPortably(std::span<const std::uint8_t> row, const std::uint8_t* previous,
+using RowFilter = void(std::span<const std::uint8_t> row, const std::uint8_t* previous,
                        std::uint8_t* out) noexcept;
+RowFilter filterRow;
+
+/// Ways to do it that this processor has, which all leave the same bytes; the fastest one, which `filterRow`
+/// takes, is the last.
+[[nodiscard]] std::span<RowFilter* const> rowFilters() noexcept;
 
 }  // namespace picture

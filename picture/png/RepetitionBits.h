@@ -22,9 +22,8 @@ inline std::uint64_t repetitions(const std::uint8_t* at) {
   return bits;
 }
 
-/// Of those of the bytes from `at` on that there are; the very first one has no left neighbour.
-inline std::uint64_t repetitionsIn(std::span<const std::uint8_t> data, std::size_t at) {
-  if (at > 0 && at + kRepetitionWindow <= data.size()) return repetitions(data.data() + at);
+/// Of those of the bytes from `at` on that there are, one by one; the very first one has no left neighbour.
+inline std::uint64_t repetitionsAtEdge(std::span<const std::uint8_t> data, std::size_t at) {
   std::uint64_t bits = 0;
   for (std::size_t i = std::max<std::size_t>(at, 1); i < std::min(at + kRepetitionWindow, data.size()); ++i)
     bits |= static_cast<std::uint64_t>(data[i] == data[i - 1]) << (i - at);
@@ -52,14 +51,14 @@ constexpr std::uint64_t lowBits(std::size_t count) {
   return count < kRepetitionWindow ? (std::uint64_t{1} << count) - 1 : ~std::uint64_t{0};
 }
 
-/// Calls `change` with each word that has bits of the `length` from `from` on, and those bits.
-template <typename Change>
-void forBits(std::uint64_t* words, std::size_t from, std::size_t length, Change change) {
+/// Sets `length` bits from `from` on. There is a word behind those that they lie in.
+inline void setBits(std::uint64_t* words, std::size_t from, std::size_t length) {
   words += from / kRepetitionWindow;
   from %= kRepetitionWindow;
-  change(*words, lowBits(length) << from);
-  for (std::size_t done = kRepetitionWindow - from; done < length; done += kRepetitionWindow)
-    change(*++words, lowBits(length - done));
+  const std::uint64_t first = lowBits(length);
+  words[0] |= first << from;
+  words[1] |= first >> 1 >> (kRepetitionWindow - 1 - from);
+  if (length > kRepetitionWindow) setBits(words + 1, from, length - kRepetitionWindow);
 }
 
 inline unsigned countOf(std::uint64_t bits) {
@@ -69,24 +68,6 @@ inline unsigned countOf(std::uint64_t bits) {
   bits = (bits & 0x3333333333333333) + (bits >> 2 & 0x3333333333333333);
   bits = (bits + (bits >> 4)) & 0x0F0F0F0F0F0F0F0F;
   return static_cast<unsigned>(bits * 0x0101010101010101 >> 56);
-}
-
-/// Positions are taken from a word of bits some at a time, whether or not there are so many: nothing tells
-/// how many there will be, and a wrong guess of the processor's takes longer than some positions for nothing.
-inline constexpr std::size_t kPositionsAtOnce = 8;
-
-/// Appends the positions of the bits set, counted from `base`; may write kPositionsAtOnce behind them.
-/// Answers their end.
-inline std::uint32_t* appendPositions(std::uint64_t bits, std::size_t base, std::uint32_t* positions) {
-  std::uint32_t* const end = positions + countOf(bits);
-  do {
-    for (std::size_t i = 0; i < kPositionsAtOnce; ++i) {
-      positions[i] = static_cast<std::uint32_t>(base + static_cast<std::size_t>(std::countr_zero(bits)));
-      bits &= bits - 1;
-    }
-    positions += kPositionsAtOnce;
-  } while (bits != 0);
-  return end;
 }
 
 }  // namespace picture

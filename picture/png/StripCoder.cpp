@@ -107,16 +107,16 @@ std::optional<std::size_t> StripCoder::code(std::span<const std::uint8_t> strip,
                                             std::span<std::uint8_t> out) noexcept {
   const StripSample sample = sampleStrip(strip);
   scan_.scan(strip);
-  std::span<const Match> matches;
   if (sample.repetitions >= kDrawnFromRepetitions) {
     block_.plan(strip, tokenizer_.divide(strip.size(), scan_.runs(), {}), scan_.runs());
     const double bitsPerByte = static_cast<double>(block_.bits()) / static_cast<double>(strip.size());
     if (isDrawing(bitsPerByte, sample.repetitions)) return std::nullopt;
   }
-  if (const auto search = searchFor(sample)) matches = matchFinder_.find(strip, scan_, *search);
+  std::span<const Match> matches;
+  if (const auto search = searchFor(sample)) matches = matchFinder_.find(strip, scan_.repetitions(), *search);
+  scan_.cover(matches);
   const auto tokens = tokenizer_.divide(strip.size(), scan_.runs(), matches);
-  scan_.addToRuns(matches);
-  block_.plan(strip, tokens, scan_.runs());
+  block_.plan(strip, tokens, scan_.matched());
   if (block_.bits() / 8 + kStoredBlockOverhead < storedBytes(strip.size())) {
     BitWriter writer(out.data());
     block_.write(strip, tokens, writer);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "picture/CeilDivide.h"
+#include "picture/png/Avx512.h"
 #include "picture/png/RepetitionBits.h"
 
 namespace picture {
@@ -26,27 +27,55 @@ std::uint64_t wholeRuns(std::uint64_t beginning, std::uint64_t preceding) {
   return pairs | shiftedUp(pairs, precedingPairs, 2) | shiftedUp(beginning, preceding, 4);
 }
 
-// The sum of the bytes' distances from zero, of those whose bit is not set.
+// The sum of the bytes' distances from zero, of those that do not equal the one before them.
 std::uint32_t sumOfChanges(const std::uint8_t* at) {
   std::uint32_t sum = 0;
   for (std::size_t i = 0; i < kRepetitionWindow; i += kByteVectorSize) {
     const ByteVector bytes = load(at + i);
-    const ByteVector distances = smaller(bytes, ByteVector{} - bytes) & ~equalMask(bytes, load(at + i - 1));
-    for (std::size_t lane = 0; lane < kByteVectorSize; ++lane)
-      sum += distances[lane];
+    sum += sumOf(smaller(bytes, ByteVector{} - bytes) & ~equalMask(bytes, load(at + i - 1)));
   }
   return sum;
+}
+
+// The words in `words`, whose windows all have a byte before them and end within the data.
+void findRepetitionsPortably(const std::uint8_t* data, std::span<std::uint64_t> words) {
+  for (std::uint64_t& word : words) {
+    word = repetitions(data);
+    data += kRepetitionWindow;
+  }
+}
+
+#ifdef __x86_64__
+CAMERA_SHOT_FOR_AVX512 void findRepetitionsByAvx512(const std::uint8_t* data,
+                                                    std::span<std::uint64_t> words) {
+  for (std::uint64_t& word : words) {
+    word = _mm512_cmpeq_epi8_mask(_mm512_loadu_si512(data), _mm512_loadu_si512(data - 1));
+    data += kRepetitionWindow;
+  }
+}
+#endif
+
+void findRepetitions(const std::uint8_t* data, std::span<std::uint64_t> words) {
+#ifdef __x86_64__
+  if (hasAvx512()) return findRepetitionsByAvx512(data, words);
+#endif
+  findRepetitionsPortably(data, words);
 }
 
 }  // namespace
 
 StripScan::StripScan(std::size_t bytes)
-    : repetitions_(bytes / kRepetitionWindow + 4), runs_(bytes / kRepetitionWindow + 2) {}
+    : repetitions_(bytes / kRepetitionWindow + 4),
+      runs_(bytes / kRepetitionWindow + 2),
+      matched_(bytes / kRepetitionWindow + 2) {}
 
 void StripScan::scan(std::span<const std::uint8_t> data) noexcept {
   words_ = ceilDivide(data.size(), kRepetitionWindow);
-  for (std::size_t word = 0; word < words_; ++word)
-    repetitions_[word] = repetitionsIn(data, word * kRepetitionWindow);
+  if (words_ > 2) findRepetitions(data.data() + kRepetitionWindow, {&repetitions_[1], words_ - 2});
+  if (words_ > 0) {
+    repetitions_[0] = repetitionsAtEdge(data, 0);
+    repetitions_[words_ - 1] = repetitionsAtEdge(data, (words_ - 1) * kRepetitionWindow);
+  }
   repetitions_[words_] = repetitions_[words_ + 1] = 0;
   std::uint64_t before = 0;
   for (std::size_t word = 0; word < words_; ++word) {
@@ -56,15 +85,15 @@ void StripScan::scan(std::span<const std::uint8_t> data) noexcept {
   }
 }
 
-void StripScan::removeFromRuns(Match match) noexcept {
-  forBits(runs_.data(), match.position, match.length,
-          [](std::uint64_t& word, std::uint64_t bits) { word &= ~bits; });
-}
-
-void StripScan::addToRuns(std::span<const Match> matches) noexcept {
+void StripScan::cover(std::span<const Match> matches) noexcept {
+  std::fill_n(matched_.begin(), words_, 0U);
   for (const Match& match : matches)
-    forBits(runs_.data(), match.position, match.length,
-            [](std::uint64_t& word, std::uint64_t bits) { word |= bits; });
+    setBits(matched_.data(), match.position, match.length);
+  for (std::size_t word = 0; word < words_; ++word) {
+    const std::uint64_t covered = matched_[word];
+    matched_[word] |= runs_[word];
+    runs_[word] &= ~covered;
+  }
 }
 
 StripSample sampleStrip(std::span<const std::uint8_t> data) noexcept {

@@ -21,15 +21,18 @@ class StripScan {
   [[nodiscard]] std::span<const std::uint64_t> repetitions() const noexcept {
     return {repetitions_.data(), words_};
   }
-  /// Those of them that are in runs long enough to be matches, as far as they have not been removed; and what
-  /// has been added.
+  /// Those of them that are in runs long enough to be matches, as far as no other match covers them.
   [[nodiscard]] std::span<const std::uint64_t> runs() const noexcept { return {runs_.data(), words_}; }
-  void removeFromRuns(Match match) noexcept;
-  void addToRuns(std::span<const Match> matches) noexcept;
+
+  /// Takes what `matches` cover out of the runs. Once after each scan, and before `matched`.
+  void cover(std::span<const Match> matches) noexcept;
+  /// Bytes of runs, and those that are covered.
+  [[nodiscard]] std::span<const std::uint64_t> matched() const noexcept { return {matched_.data(), words_}; }
 
  private:
   std::vector<std::uint64_t> repetitions_;
   std::vector<std::uint64_t> runs_;
+  std::vector<std::uint64_t> matched_;
   std::size_t words_ = 0;
 };
 

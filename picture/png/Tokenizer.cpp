@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "picture/png/BitPositions.h"
 #include "picture/png/RepetitionBits.h"
 
 namespace picture {
@@ -14,17 +15,18 @@ constexpr std::uint32_t kShortestRest = 4;
 
 // Where runs begin and end, in turn; then one more of each.
 Tokenizer::Tokenizer(std::size_t bytes)
-    : bounds_(std::make_unique_for_overwrite<std::uint32_t[]>(bytes / 3 + 2 * kPositionsAtOnce + 4)),
+    : edges_(std::make_unique_for_overwrite<std::uint64_t[]>(bytes / kRepetitionWindow + 1)),
+      bounds_(std::make_unique_for_overwrite<std::uint32_t[]>(bytes / 3 + kPositionsSlack + 4)),
       tokens_(std::make_unique_for_overwrite<DeflateToken[]>(bytes / kShortestMatch + 2)) {}
 
 const std::uint32_t* Tokenizer::findBounds(std::size_t bytes, std::span<const std::uint64_t> runs) noexcept {
-  std::uint32_t* end = bounds_.get();
   std::uint64_t before = 0;
   for (std::size_t word = 0; word < runs.size(); ++word) {
     const std::uint64_t here = runs[word];
-    end = appendPositions(here ^ shiftedUp(here, before, 1), word * kRepetitionWindow, end);
+    edges_[word] = here ^ shiftedUp(here, before, 1);
     before = here;
   }
+  std::uint32_t* end = listPositions({edges_.get(), runs.size()}, bounds_.get());
   const bool lastIsOpen = (end - bounds_.get()) % 2 != 0;
   if (lastIsOpen) *end++ = static_cast<std::uint32_t>(bytes);
   std::fill_n(end, 2, static_cast<std::uint32_t>(bytes));

@@ -24,6 +24,7 @@ class Tokenizer {
                                                 std::span<const std::uint64_t> runs) noexcept;
 
   // Not initialised, so that what is not needed never becomes resident.
+  std::unique_ptr<std::uint64_t[]> edges_;  // a bit for each bound
   std::unique_ptr<std::uint32_t[]> bounds_;
   std::unique_ptr<DeflateToken[]> tokens_;
 };

@@ -6,13 +6,11 @@
 
 #include <gtest/gtest.h>
 
-#include "picture/png/DeflateTokenWriter.h"
-#include "picture/png/HuffmanCode.h"
 #include "picture/png/LiteralHistogram.h"
 #include "picture/png/MatchFinder.h"
 #include "picture/png/StripCoder.h"
 #include "picture/png/StripScan.h"
-#include "picture/png/Tokenizer.h"
+#include "tests/picture/StripTokens.h"
 
 namespace {
 
@@ -20,9 +18,7 @@ using picture::DeflateToken;
 using picture::DeflateTokens;
 using picture::literalHistogram;
 using picture::MatchFinder;
-using picture::StripCoder;
 using picture::StripScan;
-using picture::Tokenizer;
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -78,21 +74,9 @@ std::size_t repeatedBytes(const Bytes& data) {
   return count;
 }
 
-// Runs, and what a search adds, as tokens; the bits of what they cover are left in `scan`.
-DeflateTokens tokensOf(const Bytes& data, StripScan& scan, std::optional<MatchFinder::Search> search = {}) {
-  MatchFinder finder(data.size());
-  Tokenizer tokenizer(data.size());
-  scan.scan(data);
-  std::span<const picture::Match> matches;
-  if (search) matches = finder.find(data, scan, *search);
-  const auto tokens = tokenizer.divide(data.size(), scan.runs(), matches);
-  scan.addToRuns(matches);
-  return {tokens.begin(), tokens.end()};
-}
-
 DeflateTokens tokensOf(const Bytes& data, std::optional<MatchFinder::Search> search = {}) {
   StripScan scan(data.size());
-  return tokensOf(data, scan, search);
+  return camera_shot_test::tokensOf(data, scan, search);
 }
 
 // Answers how many bytes are within matches.
@@ -162,28 +146,6 @@ TEST(Tokenizer, DividesLongRuns) {
   expectAllRunsFound(Bytes(kStrip, 0));
 }
 
-TEST(DeflateTokenWriter, WritesTheSameByInstructionsThatEveryProcessorHas) {
-  std::mt19937 random(5);
-  const Bytes data = bytesWithRuns(kStrip, random);
-  const DeflateTokens tokens = tokensOf(data);
-  picture::LiteralCodeLengths literalLengths{};
-  picture::DistanceCodeLengths distanceLengths{};
-  picture::buildCodeLengths(std::vector<std::uint32_t>(literalLengths.size(), 1),
-                            picture::kLongestLiteralCode, literalLengths);
-  picture::buildCodeLengths(std::vector<std::uint32_t>(distanceLengths.size(), 1),
-                            picture::kLongestDistanceCode, distanceLengths);
-  const auto writtenBy = [&](auto write) {
-    Bytes out(picture::StripCoder::codedBound(data.size()));
-    picture::BitWriter writer(out.data());
-    write(data, tokens, literalLengths, distanceLengths, writer);
-    out.resize(static_cast<std::size_t>(writer.position() - out.data()));
-    return out;
-  };
-  const Bytes portably = writtenBy(picture::writeTokensPortably);
-  EXPECT_GT(portably.size(), data.size() / 8);
-  EXPECT_EQ(writtenBy(picture::writeTokens), portably);
-}
-
 TEST(LiteralHistogram, CountsFewLiteralsOneByOne) {
   std::mt19937 random(2);
   const Bytes data = bytesWithRuns(10'000, random);
@@ -216,9 +178,9 @@ TEST(LiteralHistogram, LeavesOutWhatIsWithinMatches) {
     data[i] = i % 100 < 40 ? 9 : static_cast<std::uint8_t>(i * 2654435761 >> 13 & 7);
   const std::size_t nines = static_cast<std::size_t>(std::count(data.begin(), data.end(), 9));
   StripScan scan(data.size());
-  const DeflateTokens tokens = tokensOf(data, scan);
+  const DeflateTokens tokens = camera_shot_test::tokensOf(data, scan);
   ASSERT_NEAR(static_cast<double>(expectValid(data, tokens)), 0.975 * static_cast<double>(nines), 100);
-  EXPECT_NEAR(literalHistogram(data, tokens, scan.runs())[9], 1600, 400);
+  EXPECT_NEAR(literalHistogram(data, tokens, scan.matched())[9], 1600, 400);
 }
 
 TEST(LiteralHistogram, KnowsBytesOfRunsOfWhichTooLittleIsLeft) {
