@@ -1,11 +1,12 @@
 #!/usr/bin/python3
 """Compares the live preview with other programs' on the same virtual camera and display, in one run.
 
-    preview_bench.py [--build DIR] [--prefix DIR] [--seconds N] [--memory MINUTES] [--stutter]
+    preview_bench.py [--build DIR] [--prefix DIR] [--seconds N] [--wayland] [--memory MINUTES] [--stutter]
 
 CPU: processor time of the program, and of the display server that it makes work, per picture that appears on the
 display; dropped: pictures that the camera sent and nobody saw. Peers, as far as installed: cheese, and the media
 framework's pipeline in one line (gst-launch-1.0), to a plain window and to one that OpenGL draws.
+--wayland: the same where a Wayland compositor (sway) draws without a graphics processor.
 --memory: resident memory of the preview over so many minutes. --stutter: the longest gap between two pictures, and
 the longest turns of the main loop, while photos are shot. Needs an otherwise quiet machine.
 """
@@ -30,12 +31,12 @@ STILL = 500  # milliseconds; a photo stands for a second, less what passes until
 SETTLING = 4  # seconds from the start of a program until it is measured
 
 
-def in_desktop(build, cameras, command):
+def in_desktop(build, cameras, command, *, wayland=False):
     """Runs a command in a private desktop with a display and returns its output."""
+    display = ["--wayland"] if wayland else ["--window-manager", "--screen", "2560x1440"]
     plugged = [word for spec in cameras for word in ("--camera", spec)]
     done = subprocess.run(
-        [ROOT / "tests/desktop/run", "--programs", build / "tests/desktop", "--window-manager",
-         "--screen", "2560x1440", *plugged, "--", *command],
+        [ROOT / "tests/desktop/run", "--programs", build / "tests/desktop", *display, *plugged, "--", *command],
         stdin=subprocess.DEVNULL, capture_output=True, text=True, check=False,
     )
     if done.returncode != 0:
@@ -75,46 +76,112 @@ def settings():
     (config / "camera-shot.ini").write_text("[Defaults]\nShowPreview=true\n", encoding="utf-8")
 
 
-def commands(program, view, pixel_format, size):
-    """The contenders by name: the command, and whether its window has to be brought to the view's size."""
+def source_of(pixel_format, size):
+    """The beginning of the media framework's pipelines."""
     width, height = size.split("x")
     caps = "image/jpeg" if pixel_format == "MJPG" else f"video/x-raw,format={pixel_format}"
     decode = "jpegdec !" if pixel_format == "MJPG" else ""
-    scaled = "videoconvert ! videoscale ! video/x-raw,width={},height={}".format(*view.split("x"))
-    source = f"gst-launch-1.0 -q pipewiresrc target-object=desk ! {caps},width={width},height={height} ! {decode}"
-    return {
-        "ours": ([str(program)], True),
-        "cheese": (["cheese"], True),
-        "gst-launch, ximagesink": (f"{source} {scaled} ! ximagesink".split(), False),
-        "gst-launch, glimagesink": (f"{source} videoconvert ! glimagesink".split(), True),
-    }
+    return f"gst-launch-1.0 -q pipewiresrc target-object=desk ! {caps},width={width},height={height} ! {decode}"
+
+
+def scaled_to(view):
+    return "videoconvert ! videoscale ! video/x-raw,width={},height={}".format(*view.split("x"))
+
+
+class XDisplay:
+    """An X server, and the pictures that appear there."""
+
+    def __init__(self, build):
+        self.counter = build / "bench/preview/frame_counter"
+        self.server = int(os.environ["XVFB_PID"])
+
+    def commands(self, program, view, pixel_format, size):
+        """The contenders by name: the command, and whether its window has to be brought to the view's size."""
+        source = source_of(pixel_format, size)
+        return {
+            "ours": ([str(program)], True),
+            "cheese": (["cheese"], True),
+            "gst-launch, ximagesink": (f"{source} {scaled_to(view)} ! ximagesink".split(), False),
+            "gst-launch, glimagesink": (f"{source} videoconvert ! glimagesink".split(), True),
+        }
+
+    def environment(self):
+        return None
+
+    def resize(self, view):
+        resize(view)
+
+    def count(self, view, seconds):
+        width, height = map(int, view.split("x"))
+        told = subprocess.run([self.counter, str(seconds), str(width * height // 4)], check=True, capture_output=True, text=True)
+        return len(told.stdout.split()) - 1
+
+
+class WaylandDisplay:
+    """A Wayland compositor, and the pictures that are handed to it."""
+
+    def __init__(self, build):
+        self.library = build / "bench/preview/libpicture_counter.so"
+        self.server = int(os.environ["SWAYSOCK"].split(".")[-2])  # sway-ipc.USER.PROCESS.sock
+        self.file = Path(os.environ["XDG_RUNTIME_DIR"]) / "pictures"
+        self.file.write_bytes(bytes(mmap.PAGESIZE))
+        self.tell("output", "*", "resolution", "2560x1440")
+
+    def tell(self, *command):
+        """Whether the compositor could do it."""
+        done = subprocess.run(["swaymsg", "--", *command], check=False, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        return done.returncode == 0
+
+    def commands(self, program, view, pixel_format, size):
+        return {
+            "ours": ([str(program)], True),
+            "gst-launch, waylandsink": (f"{source_of(pixel_format, size)} {scaled_to(view)} ! waylandsink".split(), False),
+        }
+
+    def environment(self):
+        return dict(os.environ, LD_PRELOAD=str(self.library), PICTURE_COUNTER_FILE=str(self.file))
+
+    def resize(self, view):
+        width, height = view.split("x")
+        end = time.monotonic() + 30
+        # It cannot as long as there is no window.
+        while not self.tell('[app_id=".*"]', "resize", "set", "width", width, "px", "height", height, "px"):
+            if time.monotonic() > end:
+                raise RuntimeError("no window to resize")
+            time.sleep(0.05)
+
+    def count(self, _view, seconds):
+        before = self.shown()
+        time.sleep(seconds)
+        return self.shown() - before
+
+    def shown(self):
+        return int.from_bytes(self.file.read_bytes()[:8], sys.byteorder)
 
 
 def resize(view):
-    """Brings the newest visible window to the view's size."""
+    """Brings the newest visible window of an X display to the view's size."""
     found = subprocess.run(["timeout", "30", "xdotool", "search", "--sync", "--onlyvisible", "--name", "."],
                            capture_output=True, text=True, check=False).stdout.split()
     for window in found:
         subprocess.run(["xdotool", "windowsize", window, *view.split("x")], check=False, stderr=subprocess.DEVNULL)
 
 
-def measure(counter, command, needs_size, view, seconds):
-    process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+def measure(display, command, needs_size, view, seconds):
+    process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                               env=display.environment())
     try:
         if needs_size:
-            resize(view)
+            display.resize(view)
         time.sleep(SETTLING)
-        server = int(os.environ["XVFB_PID"])
-        sent, used, drawn = frames_sent(), processor_seconds(process.pid), processor_seconds(server)
-        width, height = map(int, view.split("x"))
-        told = subprocess.run([counter, str(seconds), str(width * height // 4)], check=True, capture_output=True, text=True)
-        shown = len(told.stdout.split()) - 1
+        sent, used, drawn = frames_sent(), processor_seconds(process.pid), processor_seconds(display.server)
+        shown = display.count(view, seconds)
         if process.poll() is not None or shown == 0:
             return None
         return {
             "shown": shown, "sent": frames_sent() - sent,
             "own": 1000 * (processor_seconds(process.pid) - used) / shown,
-            "server": 1000 * (processor_seconds(server) - drawn) / shown,
+            "server": 1000 * (processor_seconds(display.server) - drawn) / shown,
             "memory": resident_megabytes(process.pid),
         }
     finally:
@@ -126,12 +193,13 @@ def measure(counter, command, needs_size, view, seconds):
             process.wait()
 
 
-def compare_inside(counter, program, view, pixel_format, size, seconds):
+def compare_inside(build, program, view, pixel_format, size, seconds):
     settings()
+    display = (WaylandDisplay if "WAYLAND_DISPLAY" in os.environ else XDisplay)(Path(build))
     results = {}
-    for name, (command, needs_size) in commands(program, view, pixel_format, size).items():
+    for name, (command, needs_size) in display.commands(program, view, pixel_format, size).items():
         if shutil.which(command[0]):
-            results[name] = measure(counter, command, needs_size, view, seconds)
+            results[name] = measure(display, command, needs_size, view, seconds)
     return results
 
 
@@ -197,15 +265,15 @@ def stutter_inside(counter, clock, program, view, seconds):
 # --- outside ---------------------------------------------------------------------------------------------------------
 
 
-def compare(build, prefix, seconds):
-    print(f"Live preview at 30 frames a second, {seconds} s each; milliseconds of processor time a shown picture\n")
+def compare(build, prefix, seconds, *, wayland):
+    print(f"Live preview{' on Wayland' if wayland else ''} at 30 frames a second, {seconds} s each; milliseconds of processor time a shown picture\n")
     print(f"{'camera':>15} {'view':>10}  {'program':<24} {'own':>7} {'server':>7} {'both':>7} {'ratio':>7} {'shown':>6} {'of':>5}"
           f" {'dropped':>8} {'memory':>8}")
     for pixel_format, size in CAMERAS:
         for view in VIEWS:
             told = in_desktop(build, [camera(pixel_format, size)], [
-                sys.executable, __file__, "--inside", "compare", build / "bench/preview/frame_counter",
-                prefix / "bin/quillo-camera-shot", view, pixel_format, size, str(seconds)])
+                sys.executable, __file__, "--inside", "compare", build, prefix / "bin/quillo-camera-shot", view, pixel_format,
+                size, str(seconds)], wayland=wayland)
             results = json.loads(told)
             ours = results["ours"]
             for name, result in results.items():
@@ -240,12 +308,12 @@ def main():
     parser.add_argument("--build", type=Path, default=ROOT / "build/release", help="the build tree (build/release)")
     parser.add_argument("--prefix", type=Path, default=ROOT / "build/stage", help="the installation (build/stage)")
     parser.add_argument("--seconds", type=int, default=10, help="how long each program is looked at (10)")
+    parser.add_argument("--wayland", action="store_true", help="on a Wayland compositor instead of an X server")
     parser.add_argument("--memory", type=int, metavar="MINUTES", help="only: memory over so many minutes")
     parser.add_argument("--stutter", action="store_true", help="only: gaps between pictures while photos are shot")
     parser.add_argument("--inside", nargs="+", help=argparse.SUPPRESS)
     options = parser.parse_args()
     program = options.prefix / "bin/quillo-camera-shot"
-    counter = options.build / "bench/preview/frame_counter"
     if options.inside:
         what, *words = options.inside
         if what == "compare":
@@ -261,7 +329,7 @@ def main():
     elif options.stutter:
         stutter(options.build, program, options.seconds)
     else:
-        compare(options.build, options.prefix, options.seconds)
+        compare(options.build, options.prefix, options.seconds, wayland=options.wayland)
 
 
 if __name__ == "__main__":

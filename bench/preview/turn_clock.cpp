@@ -4,13 +4,12 @@
 
 #include <atomic>
 #include <cstdint>
-#include <cstdlib>
 #include <ctime>
 #include <dlfcn.h>
-#include <fcntl.h>
 #include <poll.h>
-#include <sys/mman.h>
 #include <unistd.h>
+
+#include "bench/preview/SharedCounters.h"
 
 namespace {
 
@@ -35,15 +34,7 @@ std::uint64_t microseconds(clockid_t clock) {
 }
 
 __attribute__((constructor)) void mapFile() {
-  const char* const path = std::getenv("TURN_CLOCK_FILE");
-  const int file = path ? open(path, O_RDWR | O_CLOEXEC) : -1;
-  if (file < 0) return;
-  void* const mapped = mmap(nullptr, sizeof(Turns), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
-  close(file);
-  if (mapped != MAP_FAILED) turns = static_cast<Turns*>(mapped);
-  // Programs that this one starts are not meant.
-  unsetenv("TURN_CLOCK_FILE");
-  unsetenv("LD_PRELOAD");
+  turns = camera_shot_bench::mapSharedCounters<Turns>("TURN_CLOCK_FILE");
 }
 
 bool isMeasured() {
