@@ -231,13 +231,13 @@ void Daemon::askWhetherToBeQuiet(const std::string& daemon, std::function<void(b
   };
   const auto question = std::make_shared<Question>(Question{std::move(handler)});
   for (const SignOfQuiet& sign : kSignsOfQuiet)
-    bus_.call({sign.name ? sign.name : daemon, sign.path, sign.interface, sign.method,
-               g_variant_new("(ss)", sign.first, sign.second), platform_linux::kBusPatience,
-               G_DBUS_CALL_FLAGS_NO_AUTO_START},
-              [self = std::weak_ptr(self_), question](GVariant* reply, const GError*) {
-                question->quiet = question->quiet || isTrue(reply);
-                if (--question->repliesToCome == 0 && !self.expired()) question->handler(question->quiet);
-              });
+    bus_.call(
+        {sign.name ? sign.name : daemon, sign.path, sign.interface, sign.method,
+         g_variant_new("(ss)", sign.first, sign.second), kDaemonPatience, G_DBUS_CALL_FLAGS_NO_AUTO_START},
+        [self = std::weak_ptr(self_), question](GVariant* reply, const GError*) {
+          question->quiet = question->quiet || isTrue(reply);
+          if (--question->repliesToCome == 0 && !self.expired()) question->handler(question->quiet);
+        });
 }
 
 void Daemon::close(const std::string& daemon, std::uint32_t id, std::function<void()> done) {

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "notifier/Daemon.h"
 #include "notifier/Service.h"
 #include "platform/linux/base/Handles.h"
 #include "platform/linux/base/StandardStreams.h"
@@ -28,7 +29,8 @@ int main(int argc, char** argv) {
   platform_linux::openMissingStandardStreams();
   if (argc > 1 && std::string_view(argv[1]) == platform_linux::SoundProcess::kArgument)
     platform_linux::playEventSoundAndExit(platform_linux::EventSound::fromWords({argv + 2, argv + argc}));
-  const platform_linux::SessionBus bus;
+  // Nothing can be done without it, and nobody waits.
+  const platform_linux::SessionBus bus(notifier::Daemon::kDaemonPatience);
   if (!bus.connection()) {
     std::fputs("quillo-camera-shot-notifier: there is no session bus\n", stderr);
     return EXIT_FAILURE;

@@ -58,6 +58,7 @@ TEST_F(ApplicationLaunch, WithABusThatNeverGreetsItRunsAllTheSame) {
   ASSERT_EQ(::bind(mute.get(), static_cast<const sockaddr*>(untyped), sizeof address), 0);
   ASSERT_EQ(::listen(mute.get(), 5), 0);
   environment_["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=" + path.string();
+  environment_["PROBE_BUS"] = "silent";
   const auto probe = start("leave");
   expectLines(kWholeRun);
   EXPECT_EQ(probe->wait(), 0);

@@ -7,6 +7,7 @@
 #include "tests/application/ProbeFixture.h"
 #include "tests/contract/NSRunningApplicationContract.h"
 #include "tests/fakes/FakeAppKit.h"
+#include "tests/support/MainLoop.h"
 #include "tests/support/PrivateBus.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -28,7 +29,7 @@ class RealProcesses : public NSRunningApplicationFactory {
     }
     for (const char* const name : {"XDG_RUNTIME_DIR", "DBUS_SESSION_BUS_ADDRESS"})
       ::setenv(name, environment_[name].c_str(), 1);
-    session_ = std::make_unique<platform_linux::SessionBus>();
+    session_ = std::make_unique<platform_linux::SessionBus>(test_support::kPatience);
     EXPECT_EQ(session_->connection() != nullptr, hasBus);
     count_ = std::make_unique<platform_linux::RunningApplications>(*session_);
   }

@@ -17,6 +17,7 @@
 #include "platform/linux/base/MainQueue.h"
 #include "platform/linux/bus/SessionBus.h"
 #include "tests/application/ProbeJournal.h"
+#include "tests/support/MainLoop.h"
 
 namespace {
 
@@ -135,8 +136,8 @@ class ProbeDelegate : public platform::NSApplicationDelegate {
   }
   void holdForReply() {
     bus_.call({"com.example.Helper", "/", "com.example.Helper", "Ask", g_variant_new("()"),
-               std::chrono::seconds(5)},
-              [held = application_.holdEnd()](GVariant* reply, const GError*) {
+               test_support::kPatience},
+              [held = application_.holdEnd(test_support::kPatience)](GVariant* reply, const GError*) {
                 tell(reply ? "the reply came" : "the call failed");
               });
     application_.terminate();
@@ -168,6 +169,11 @@ void followTheTest() {
         nullptr);
 }
 
+/// The program's own only where the bus is to be given up.
+std::chrono::milliseconds busPatience() {
+  return variable("PROBE_BUS") == "silent" ? platform_linux::kBusPatience : test_support::kPatience;
+}
+
 /// Requests to end that come when it has ended, while the program still puts its things in order.
 void askAgain() {
   for (const int number : {SIGTERM, SIGINT, SIGHUP})
@@ -182,7 +188,7 @@ int main(int argc, char** argv) {
   platform_linux::Log log;
   platform_linux::MainQueue queue;
   platform_linux::RunLoop runLoop;
-  const platform_linux::SessionBus bus;
+  const platform_linux::SessionBus bus(busPatience());
   platform_linux::RunningApplications instances(bus);
   platform_linux::Application application({kIdentifier, "the-preferences", notificationActions()}, bus, queue,
                                           runLoop, log);

@@ -25,7 +25,10 @@ class RealCameras : public AVFoundationFactory {
     if (known != plugged_.end())
       known->second.ask("plug");
     else
-      plugged_.emplace(identity, camera_test::plugIn(identity, "title=" + title + ",modes=MJPG:640x480@30"));
+      plugged_.emplace(identity, camera_test::plugIn(identity, description(title)));
+  }
+  void plugInSilent(const std::string& identity, const std::string& title) override {
+    plugged_.emplace(identity, camera_test::plugIn(identity, description(title) + ",fault=stall:0"));
   }
   void unplug(const std::string& identity) override { plugged_.at(identity).ask("unplug"); }
   void wake() override {
@@ -38,6 +41,10 @@ class RealCameras : public AVFoundationFactory {
   }
 
  private:
+  static std::string description(const std::string& title) {
+    return "title=" + title + "," + camera_test::kMode;
+  }
+
   fakes::Journal journal_;
   fakes::FakeMainLoop loop_;
   fakes::FakeNotificationCenter center_{journal_};
@@ -52,6 +59,10 @@ class FakeCameras : public AVFoundationFactory {
   platform::AVFoundation& cameras() override { return cameras_; }
   void plugIn(const std::string& identity, const std::string& title) override {
     cameras_.devices.push_back(std::make_shared<fakes::FakeDevice>(identity, title));
+  }
+  /// Nothing is answered here before the main loop turns.
+  void plugInSilent(const std::string& identity, const std::string& title) override {
+    plugIn(identity, title);
   }
   void unplug(const std::string& identity) override {
     std::erase_if(cameras_.devices, [&](const auto& device) { return device->uniqueID() == identity; });

@@ -5,6 +5,7 @@
 
 #include "platform/linux/camera/CaptureSession.h"
 #include "platform/linux/camera/pipewire/PipeWireFrameSource.h"
+#include "tests/support/MainLoop.h"
 
 namespace camera_test {
 
@@ -36,10 +37,6 @@ void Rig::capture() const {
                                    delegate);
 }
 
-std::uint64_t Rig::arrived() const {
-  return std::static_pointer_cast<platform_linux::CaptureSession>(session)->flow()->counts().arrived;
-}
-
 std::uint64_t Rig::copied() const {
   return std::static_pointer_cast<platform_linux::CaptureSession>(session)->flow()->counts().copied;
 }
@@ -47,9 +44,9 @@ std::uint64_t Rig::copied() const {
 std::unique_ptr<platform_linux::Cameras> camerasOfTheDaemon(platform::MainQueue& queue,
                                                             platform::NSNotificationCenter& center,
                                                             platform::NSLog& log) {
-  return std::make_unique<platform_linux::Cameras>(queue, center, log,
-                                                   std::make_shared<platform_linux::PipeWireFrameSource>(),
-                                                   [] { return std::string(); });
+  return std::make_unique<platform_linux::Cameras>(
+      queue, center, log, std::make_shared<platform_linux::PipeWireFrameSource>(),
+      [] { return std::string(); }, test_support::kPatience);
 }
 
 CameraFixture::~CameraFixture() {
@@ -79,7 +76,7 @@ void CameraFixture::turnUntil(const std::function<bool()>& condition) {
   loop_.run();
   while (!condition())
     if (!loop_.runWhenWorkArrives()) {
-      ADD_FAILURE() << "nothing happened for ten seconds";
+      ADD_FAILURE() << "nothing happened for thirty seconds";
       return;
     }
 }

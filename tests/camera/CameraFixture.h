@@ -56,8 +56,7 @@ struct Rig {
   std::shared_ptr<RecordingDelegate> delegate;
 
   void capture() const;
-  /// Counts of the session's pictures.
-  std::uint64_t arrived() const;
+  /// How many of the camera's pictures were copied.
   std::uint64_t copied() const;
 };
 
@@ -80,7 +79,7 @@ class CameraFixture : public testing::Test {
   void awaitNews(std::size_t count);
 
   /// Turns the main loop until `condition` holds, which must be changed by something that wakes the loop.
-  /// Fails the test when nothing happens for ten seconds.
+  /// Fails the test when nothing happens for thirty seconds.
   void turnUntil(const std::function<bool()>& condition);
 
   std::vector<std::string> names();

@@ -1,5 +1,6 @@
 #include <chrono>
 #include <cstdlib>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -28,8 +29,6 @@ using Answer = platform_linux::CameraPortal::Answer;
 
 // Short where a test waits for a portal that never answers, long where nothing may be given up.
 constexpr std::chrono::milliseconds kImpatient{50};
-// What a portal keeps on a busy machine, too, and a test can wait for.
-constexpr std::chrono::milliseconds kAnswersInTime{1000};
 constexpr std::chrono::milliseconds kPatient{20000};
 
 /// The portal of a private bus, on which a mock may play it.
@@ -41,6 +40,21 @@ class CameraPortalTest : public testing::Test {
   }
   void ask() {
     portal_->ask([this](Answer answer) { answers_.push_back(answer); });
+  }
+  /// Asks a portal that does not answer `silent`, with little patience. On a busy machine that may run out
+  /// where the portal would have answered: then it asks anew, with more, until `wentAsMeant`.
+  bool askImpatiently(const std::string& silent, const std::function<bool()>& wentAsMeant) {
+    for (auto patience = kImpatient; patience < kPatient; patience *= 2) {
+      settle();
+      answers_.clear();
+      mock_.reset();
+      startMock();
+      mock_->silent = {silent};
+      makePortal(patience);
+      ask();
+      if (wentAsMeant()) return true;
+    }
+    return false;
   }
   bool waitForAnswer() {
     return waitUntil([this] { return !answers_.empty(); });
@@ -55,7 +69,7 @@ class CameraPortalTest : public testing::Test {
   }
 
   PrivateBus testBus_;
-  SessionBus bus_;
+  SessionBus bus_{kPatient};
   std::optional<MockPortal> mock_;
   std::shared_ptr<CameraPortal> portal_;
   std::vector<Answer> answers_;
@@ -156,29 +170,24 @@ TEST_F(CameraPortalTest, CamerasLockedByTheAdministratorAreRefused) {
 TEST_F(CameraPortalTest, APortalThatNeverAnswersIsRefusal) {
   for (const std::string method : {"Get", "AccessCamera"}) {
     SCOPED_TRACE(method);
-    answers_.clear();
-    startMock();
-    mock_->silent = {method};
-    makePortal(method == "Get" ? kImpatient : kAnswersInTime);
-    ask();
-    ASSERT_TRUE(waitForAnswer());
-    EXPECT_THAT(answers_, ElementsAre(Answer::Refused));
-    EXPECT_EQ(mock_->countOf(method), 1);
-    mock_.reset();
+    EXPECT_TRUE(askImpatiently(method, [&] {
+      EXPECT_TRUE(waitForAnswer());
+      settle();
+      EXPECT_THAT(answers_, ElementsAre(Answer::Refused));
+      return mock_->countOf(method) == 1;
+    }));
   }
 }
 
 TEST_F(CameraPortalTest, TheUserMayTakeLongerThanThePortal) {
-  startMock();
-  makePortal(kAnswersInTime);
-  ask();
-  ASSERT_TRUE(mock_->waitFor("AccessCamera"));
-  // A call that runs into the same limit afterwards shows that it has passed.
-  mock_->silent = {"OpenPipeWireRemote"};
-  bool isOver = false;
-  portal_->openRemote([&](const FileDescriptor&) { isOver = true; });
-  ASSERT_TRUE(waitUntil([&] { return isOver; }));
-  EXPECT_THAT(answers_, ElementsAre());
+  ASSERT_TRUE(askImpatiently("OpenPipeWireRemote", [this] {
+    waitUntil([this] { return !answers_.empty() || mock_->countOf("AccessCamera") > 0; });
+    // A call that runs into the same limit afterwards shows that it has passed.
+    bool isOver = false;
+    portal_->openRemote([&](const FileDescriptor&) { isOver = true; });
+    EXPECT_TRUE(waitUntil([&] { return isOver; }));
+    return answers_.empty();
+  }));
   mock_->respond(0);
   ASSERT_TRUE(waitForAnswer());
   EXPECT_THAT(answers_, ElementsAre(Answer::Granted));

@@ -69,6 +69,12 @@ std::string VirtualCamera::ask(const std::string& request) const {
   return askAt(control_, request);
 }
 
+void VirtualCamera::stall() const {
+  ask("wait-frames 5");
+  ask("stall");
+  ask("wait-stalled");
+}
+
 std::vector<std::uint8_t> contents(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};

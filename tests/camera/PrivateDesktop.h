@@ -16,6 +16,9 @@ class VirtualCamera {
   /// Has the camera do something and returns when it has taken effect, with its answer. A refusal fails the
   /// test.
   std::string ask(const std::string& request) const;
+  /// Has the camera, which is used or will be at once, send some frames and then no more until it is asked to
+  /// resume or plugged in again. Returns when that is so.
+  void stall() const;
   /// Where the frames are that the camera has delivered, byte for byte.
   const std::filesystem::path& dumpFolder() const { return dumpFolder_; }
 

@@ -1,3 +1,4 @@
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -60,20 +61,22 @@ class SandboxedCameras : public testing::Test {
   }
 
  protected:
-  /// Takes the daemon's socket out of the program's sight: only the portal still leads to it.
-  void start() {
+  /// Takes the daemon's socket out of the program's sight: only the portal still leads to it. The cameras are
+  /// waited for with `patience`.
+  void start(std::chrono::milliseconds patience = test_support::kPatience) {
     portal_.emplace(variable("DBUS_SESSION_BUS_ADDRESS"));
     portal_->setCameraPresent(true);
     portal_->openRemote = connectToDaemon;
     ::setenv("PIPEWIRE_REMOTE", "hidden-by-the-sandbox", 1);
-    makeCameras();
+    makeCameras(patience);
   }
-  void makeCameras() {
+  void makeCameras(std::chrono::milliseconds patience = test_support::kPatience) {
     const auto portal =
         std::make_shared<platform_linux::CameraPortal>([this]() -> const SessionBus& { return bus_; });
     cameras_ = std::make_unique<platform_linux::Cameras>(
-        queue_, center_, log_, std::make_shared<platform_linux::PipeWireFrameSource>(queue_, portal),
-        [] { return std::string("Camera"); });
+        queue_, center_, log_,
+        std::make_shared<platform_linux::PipeWireFrameSource>(queue_, portal, patience),
+        [] { return std::string("Camera"); }, test_support::kPatience);
     for (const auto& [name, what] :
          {std::pair(platform::AVCaptureDeviceWasConnectedNotification, "connected"),
           std::pair(platform::AVCaptureDeviceWasDisconnectedNotification, "gone")})
@@ -97,6 +100,12 @@ class SandboxedCameras : public testing::Test {
       all.push_back(each->uniqueID() + ": " + each->localizedName());
     return all;
   }
+  /// What has been put off to a later turn of the main loop up to now has run once this returns.
+  void turn() {
+    bool turned = false;
+    queue_.async([&] { turned = true; });
+    ASSERT_TRUE(waitUntil([&] { return turned; }));
+  }
   void respond(unsigned code) {
     ASSERT_TRUE(portal_->waitFor("AccessCamera"));
     portal_->respond(code);
@@ -106,7 +115,7 @@ class SandboxedCameras : public testing::Test {
   platform_linux::MainQueue queue_;
   platform_linux::NotificationCenter center_;
   platform_linux::Log log_;
-  SessionBus bus_;
+  SessionBus bus_{test_support::kPatience};
   std::optional<MockPortal> portal_;
   std::unique_ptr<platform_linux::Cameras> cameras_;
   std::vector<std::string> news_;
@@ -117,9 +126,7 @@ class SandboxedCameras : public testing::Test {
 TEST_F(SandboxedCameras, NobodyIsAskedBeforeSomebodyWantsACamera) {
   start();
   EXPECT_EQ(status(), AVAuthorizationStatus::NotDetermined);
-  bool turned = false;
-  queue_.async([&] { turned = true; });
-  ASSERT_TRUE(waitUntil([&] { return turned; }));
+  turn();
   EXPECT_THAT(portal_->calls(), IsEmpty());
 }
 
@@ -187,9 +194,7 @@ TEST_F(SandboxedCameras, RequestsWhileTheAnswerIsOpenAreOneQuestionAndHaveOneAns
   ASSERT_TRUE(portal_->waitFor("AccessCamera"));
   request("third");
   respond(0);
-  bool turned = false;
-  queue_.async([&] { turned = true; });
-  ASSERT_TRUE(waitUntil([&] { return turned; }));
+  turn();
   EXPECT_THAT(answers_, ElementsAre("third may"));
   EXPECT_EQ(portal_->countOf("AccessCamera"), 1);
   request("fourth");
@@ -218,14 +223,15 @@ TEST_F(SandboxedCameras, AreWaitedForWhenTheSessionManagerShowsThemLater) {
   ASSERT_TRUE(portal_->waitFor("AccessCamera"));
   portal_->respond(0);
   ASSERT_TRUE(portal_->waitFor("OpenPipeWireRemote"));
-  plugIn("desk", "title=Desk camera");
+  turn();
   EXPECT_THAT(answers_, IsEmpty());
+  plugIn("desk", "title=Desk camera");
   ASSERT_TRUE(waitUntil([this] { return !answers_.empty(); }));
   EXPECT_THAT(atAnswer_, ElementsAre("desk: Desk camera"));
 }
 
 TEST_F(SandboxedCameras, AreNotWaitedForLong) {
-  start();
+  start(platform_linux::kFirstEnumeration);
   request();
   respond(0);
   EXPECT_THAT(answers_, ElementsAre("asker may"));
@@ -257,9 +263,7 @@ TEST_F(SandboxedCameras, EndWhileTheAnswerIsOpen) {
   ASSERT_TRUE(portal_->waitFor("AccessCamera"));
   cameras_.reset();
   portal_->respond(0);
-  bool turned = false;
-  queue_.async([&] { turned = true; });
-  ASSERT_TRUE(waitUntil([&] { return turned; }));
+  turn();
   EXPECT_THAT(answers_, IsEmpty());
 }
 

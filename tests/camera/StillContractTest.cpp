@@ -1,19 +1,13 @@
 #include <algorithm>
-#include <array>
-#include <fstream>
 #include <future>
-#include <iomanip>
-#include <iterator>
-#include <sstream>
 
+#include "platform/linux/camera/Exposure.h"
 #include "tests/camera/CameraFixture.h"
 
 namespace camera_test {
 namespace {
 
-using picture::Frame;
-using picture::PixelFormat;
-using ::testing::Contains;
+using ::testing::IsEmpty;
 
 class Still : public CameraFixture {
  protected:
@@ -28,10 +22,12 @@ int newestFrame(const VirtualCamera& camera) {
   return newest;
 }
 
-std::filesystem::path frameFile(const VirtualCamera& camera, int number) {
-  std::ostringstream name;
-  name << std::setw(8) << std::setfill('0') << number << ".jpg";
-  return camera.dumpFolder() / name.str();
+// The number of the frame with these bytes; 0 when the camera has sent none such. Raw frames have their
+// numbers drawn on them.
+int numberOf(const std::vector<std::uint8_t>& bytes, const VirtualCamera& camera) {
+  for (const auto& file : std::filesystem::directory_iterator(camera.dumpFolder()))
+    if (contents(file.path()) == bytes) return std::stoi(file.path().stem());
+  return 0;
 }
 
 TEST_F(Still, IsTheCamerasOwnPicture) {
@@ -93,17 +89,16 @@ TEST_F(Still, SaysHowItsPictureLies) {
 TEST_F(Still, WaitsUntilTheExposureHasSettled) {
   plugIn("desk", "modes=MJPG:640x480@30,warmup=20");
   start();
-  const Rig rig = runningRig("desk");
-  const Outcome outcome = take(rig);
+  const Outcome outcome = take(runningRig("desk"));
   ASSERT_EQ(outcome.error, 0);
-  // Twenty dark frames, then good ones.
-  EXPECT_GE(outcome.picture->frame().sequence, 20U);
-  EXPECT_GE(rig.arrived(), 20U);
-  EXPECT_LT(rig.copied(), rig.arrived() / 2) << "frames that nobody wants are not copied";
+  // Two thirds of a second of dark frames, then good ones.
+  const auto exposure = platform_linux::exposureOf(outcome.picture->frame());
+  ASSERT_TRUE(exposure);
+  EXPECT_GT(exposure->green, 100);
 }
 
-TEST_F(Still, OfASettledSessionIsTheVeryNextFrame) {
-  const auto camera = plugIn("desk", "modes=MJPG:640x480@30");
+TEST_F(Still, OfASettledSessionIsOfALaterFrame) {
+  const auto camera = plugIn("desk", "modes=YUY2:320x240@30");
   start();
   const Rig rig = runningRig("desk");
   const Outcome first = take(rig);
@@ -111,16 +106,12 @@ TEST_F(Still, OfASettledSessionIsTheVeryNextFrame) {
   ASSERT_EQ(second.error, 0);
   EXPECT_GT(second.picture->frame().sequence, first.picture->frame().sequence);
   // Stalled, the camera has sent all it has; a still that is asked for now is of a frame sent later.
-  camera.ask("stall");
-  camera.ask("wait-stalled");
+  camera.stall();
   const int newest = newestFrame(camera);
   rig.capture();
   camera.ask("resume");
   awaitOutcomes(rig, 3);
-  // On a busy machine the request may reach the camera's thread a frame or two after the camera has resumed.
-  EXPECT_THAT((std::array{contents(frameFile(camera, newest + 1)), contents(frameFile(camera, newest + 2)),
-                          contents(frameFile(camera, newest + 3))}),
-              Contains(rig.delegate->outcomes()[2].picture->frame().bytes));
+  EXPECT_GT(numberOf(rig.delegate->outcomes()[2].picture->frame().bytes, camera), newest);
 }
 
 TEST_F(Still, EachRequestGetsOneAnswer) {
@@ -181,8 +172,10 @@ TEST_F(Still, MayWaitForTheMainThreadWhileThatReleasesTheSession) {
 
 TEST_F(Still, UnderWayAtTheEndIsCompleted) {
   plugIn("desk", "modes=MJPG:640x480@30");
+  plugIn("mute", "modes=MJPG:640x480@30,fault=stall:0");
   start();
   const Rig rig = runningRig("desk");
+  const Rig waiting = runningRig("mute");
   std::promise<void> entered;
   std::promise<void> mayLeave;
   rig.delegate->atOutcome = [&] {
@@ -191,11 +184,12 @@ TEST_F(Still, UnderWayAtTheEndIsCompleted) {
   };
   rig.capture();
   entered.get_future().wait();
-  rig.capture();
+  waiting.capture();
   std::thread saver([&] { mayLeave.set_value(); });
   end();
   saver.join();
-  EXPECT_EQ(rig.delegate->outcomes().size(), 1U) << "the one under way was completed, the other dropped";
+  EXPECT_EQ(rig.delegate->outcomes().size(), 1U) << "the one under way was completed";
+  EXPECT_THAT(waiting.delegate->outcomes(), IsEmpty()) << "the one without a picture was dropped";
 }
 
 TEST_F(Still, OfTwoCamerasComesFromItsOwn) {

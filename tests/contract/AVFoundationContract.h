@@ -22,6 +22,8 @@ class AVFoundationFactory {
   virtual ~AVFoundationFactory() = default;
   virtual platform::AVFoundation& cameras() = 0;
   virtual void plugIn(const std::string& identity, const std::string& title) = 0;
+  /// One that sends no picture.
+  virtual void plugInSilent(const std::string& identity, const std::string& title) = 0;
   virtual void unplug(const std::string& identity) = 0;
   /// Has the main loop turn once more. From any thread.
   virtual void wake() = 0;
@@ -188,7 +190,7 @@ TEST_P(AVFoundationContract, EachCaptureHasOneOutcomeAwayFromTheMainThread) {
 }
 
 TEST_P(AVFoundationContract, ACaptureStillPendingWhenTheSessionStopsFails) {
-  changeAndWait([&] { factory_->plugIn("desk", "Desk camera"); }, {"desk"});
+  changeAndWait([&] { factory_->plugInSilent("desk", "Desk camera"); }, {"desk"});
   const Taking taking = take(cameras().deviceWithUniqueID("desk"));
   taking.capture();
   taking.session->stopRunning();

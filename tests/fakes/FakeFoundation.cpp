@@ -147,7 +147,7 @@ bool FakeMainLoop::runWhenWorkArrives() {
       return ended_ ||
              std::any_of(due_.begin(), due_.end(), [this](const Due& each) { return each.at <= now_; });
     };
-    if (!changed_.wait_for(lock, std::chrono::seconds(10), isDue) || ended_) return false;
+    if (!changed_.wait_for(lock, std::chrono::seconds(30), isDue) || ended_) return false;
   }
   run();
   return true;

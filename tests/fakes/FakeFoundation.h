@@ -51,7 +51,7 @@ class FakeMainLoop : public platform::MainQueue, public platform::NSRunLoop, pub
   void advance(Milliseconds time);
   /// Moves the clock on to the work that is due next and runs that alone.
   void runNext();
-  /// Waits for work from another thread, at most ten seconds, and runs it; answers whether any came.
+  /// Waits for work from another thread, at most thirty seconds, and runs it; answers whether any came.
   bool runWhenWorkArrives();
   /// The loop has ended: nothing runs any more, and whoever waits in `sync` is released.
   void end();

@@ -62,8 +62,9 @@ void TestDelegate::userNotificationCenterDidReceiveNotificationResponse(
   completion = std::move(completionHandler);
 }
 
-Center::Center(const std::string& applicationId)
-    : center_(bus_, {applicationId, applicationActions(), "Show", [this] { return hold(); },
+Center::Center(const std::string& applicationId, std::chrono::milliseconds patience)
+    : bus_(patience),
+      center_(bus_, {applicationId, applicationActions(), "Show", [this] { return hold(); },
                      [this] { ++soundsPlayed_; }, [this](const std::string&) { return thumbnail_; }}) {
   center_.setNotificationCategories({{"TAKE_PHOTO_CATEGORY", {{"OPEN_ACTION", "Open", 0}}, {}, 0}});
 }

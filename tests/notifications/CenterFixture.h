@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -56,7 +57,9 @@ class TestDelegate : public platform::UNUserNotificationCenterDelegate {
 /// A notification centre and what keeps its application from ending.
 class Center {
  public:
-  explicit Center(const std::string& applicationId = kApplication);
+  /// `patience`: with the bus.
+  explicit Center(const std::string& applicationId = kApplication,
+                  std::chrono::milliseconds patience = test_support::kPatience);
 
   bool held() const { return !hold_.expired(); }
   bool waitForRelease() const {

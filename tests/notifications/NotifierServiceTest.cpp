@@ -23,7 +23,7 @@ TEST(NotifierService, APostInItsHandsIsShownAlthoughAnotherHasTheName) {
   PrivateBus bus;
   const auto daemon = makeService(bus.address());
   const auto other = makeHelper(bus.address());
-  const platform_linux::SessionBus session;
+  const platform_linux::SessionBus session(test_support::kPatience);
   const std::string self = g_dbus_connection_get_unique_name(session.connection());
 
   // The bus reads what comes over one connection in its order: the notification reaches the helper first, and

@@ -59,6 +59,7 @@ TEST_F(SoundOfANotification, IsNotHeardWhileTheServiceIsToldNotToDisturb) {
   ASSERT_TRUE(post(service_->client(), kFailure, "Error"));
   ASSERT_TRUE(waitForNotifications(2));
   ASSERT_TRUE(waitUntilChildless(service_->client().processOf(kNotifier)));
+  EXPECT_EQ(journal_.read(), "");
   serve(ServiceAnswers(), Disturbing::Yes);
   ASSERT_TRUE(postWithSound("Two"));
   ASSERT_TRUE(heard(2));
@@ -80,6 +81,7 @@ TEST_F(SoundOfANotification, IsNotHeardWhileXfceIsToldNotToDisturb) {
   ASSERT_TRUE(post(settings->client(), kFailure, "Error"));
   ASSERT_TRUE(waitForNotifications(2));
   ASSERT_TRUE(waitUntilChildless(service_->client().processOf(kNotifier)));
+  EXPECT_EQ(journal_.read(), "");
   settings = nullptr;
   ASSERT_TRUE(postWithSound("Two"));
   ASSERT_TRUE(heard(2));

@@ -153,14 +153,17 @@ TEST_F(Notifier, AClickStartsTheApplication) {
 }
 
 TEST_F(Notifier, AClickThatIsToldAfterTheClosingRunsItsActionOnce) {
-  // As awesome's service tells it.
+  // As awesome's service tells it, all at once.
   const auto application = makeApplication(bus_.address());
   ASSERT_TRUE(post(service_->client(), kPhoto));
   ASSERT_TRUE(waitForNotifications(1));
+  bus_.pause();
   close(1);
   service_->emit("ActivationToken", g_variant_new("(us)", 1U, "token-7"));
   click(1, "default");
   click(1, "default");
+  g_dbus_connection_flush_sync(service_->client().connection(), nullptr, nullptr);
+  bus_.resume();
   ASSERT_TRUE(application->waitForCalls(1));
   EXPECT_TRUE(helperLeaves());
   ASSERT_THAT(application->calls(), SizeIs(1));

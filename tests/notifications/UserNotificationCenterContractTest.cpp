@@ -70,7 +70,7 @@ class RealCenter : public UNUserNotificationCenterFactory {
       bus_.address(), [this](const camera_shot_tests::MockService::Call& call) { return show(call); });
   const std::unique_ptr<camera_shot_tests::MockService> service_ =
       camera_shot_tests::makeService(bus_.address());
-  const platform_linux::SessionBus session_;
+  const platform_linux::SessionBus session_{test_support::kPatience};
   std::weak_ptr<void> hold_;
   std::optional<platform_linux::UserNotificationCenter> center_{
       std::in_place, session_,

@@ -358,7 +358,7 @@ TEST(Authorization, FailsWhereABusLetsNobodyIn) {
   ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
   ASSERT_EQ(listen(listener, 1), 0);
   setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + path).c_str(), 1);
-  Center center;
+  Center center(kApplication, platform_linux::kBusPatience);
   EXPECT_TRUE(ask(center).error);
   close(listener);
 }

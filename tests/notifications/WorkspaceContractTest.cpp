@@ -66,7 +66,7 @@ class RealWorkspace : public NSWorkspaceFactory {
   const test_support::PrivateBus bus_;
   const std::unique_ptr<MockService> files_ = camera_shot_tests::makeFileManager(bus_.address());
   const std::unique_ptr<MockService> opened_ = camera_shot_tests::makeOpeningJournal(bus_.address());
-  const platform_linux::SessionBus session_;
+  const platform_linux::SessionBus session_{test_support::kPatience};
   std::weak_ptr<void> hold_;
   platform_linux::Workspace workspace_{session_, [this] { return hold(); }, [] { return std::string(); }};
 };

@@ -38,7 +38,7 @@ class Workspace : public testing::Test {
   const Home& home_ = home();
   PrivateBus bus_;
   std::unique_ptr<MockService> journal_ = makeOpeningJournal(bus_.address());
-  platform_linux::SessionBus session_;
+  platform_linux::SessionBus session_{test_support::kPatience};
   std::weak_ptr<void> hold_;
   platform_linux::Workspace workspace_{session_, holder(), [] { return std::string("token-7"); }};
 };

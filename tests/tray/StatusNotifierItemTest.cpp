@@ -49,7 +49,7 @@ class StatusNotifierItemTest : public ::testing::Test {
 
     std::string name() const { return g_dbus_connection_get_unique_name(bus.connection()); }
 
-    SessionBus bus;
+    SessionBus bus{test_support::kPatience};
     Texts texts;
     StatusNotifierItem item;
   };
@@ -226,7 +226,7 @@ TEST_F(StatusNotifierItemTest, AfterItsEndNothingOfItIsLeft) {
   startProgram();
   program->item.setStatus(Status::Active);
   ASSERT_TRUE(onTray(1));
-  const SessionBus staysConnected;
+  const SessionBus staysConnected(test_support::kPatience);
   const std::string name = program->name();
   program.reset();
   EXPECT_EQ(printed(desktop.call(name, kItemPath, kItem, "Activate", g_variant_new("(ii)", 1, 2))),

@@ -25,7 +25,7 @@ class ToolInterfaceTest : public ::testing::Test {
   }
 
   TrayDesktop desktop;
-  SessionBus bus;
+  SessionBus bus{test_support::kPatience};
   int clicks = 0;
   bool waitsForItsFirstCall = false;
   int launches = 0;

@@ -52,9 +52,9 @@ bool sessionHasBus() {
   return std::filesystem::exists(std::filesystem::path(g_get_user_runtime_dir()) / "bus", error);
 }
 
-GDBusConnection* connect() {
+GDBusConnection* connect(std::chrono::milliseconds patience) {
   if (!sessionHasBus()) return nullptr;
-  const Deadline deadline{kBusPatience};
+  const Deadline deadline{patience};
   GDBusConnection* const connection = g_bus_get_sync(G_BUS_TYPE_SESSION, deadline.cancellable(), nullptr);
   // The library's default is to kill the program when the bus dies.
   if (connection) g_dbus_connection_set_exit_on_close(connection, FALSE);
@@ -63,14 +63,15 @@ GDBusConnection* connect() {
 
 }  // namespace
 
-SessionBus::SessionBus() : connection_(GObjectRef<GDBusConnection>::adopt(connect())) {}
+SessionBus::SessionBus(std::chrono::milliseconds patience)
+    : patience_(patience), connection_(GObjectRef<GDBusConnection>::adopt(connect(patience))) {}
 
 GVariantHandle SessionBus::callBus(const char* method, GVariant* arguments, const char* replyType) const {
   const GVariantHandle owned(g_variant_ref_sink(arguments));
   if (!connection_) return nullptr;
   return GVariantHandle(g_dbus_connection_call_sync(
       connection_.get(), kBus, kBusPath, kBus, method, owned.get(), G_VARIANT_TYPE(replyType),
-      G_DBUS_CALL_FLAGS_NO_AUTO_START, static_cast<int>(kBusPatience.count()), nullptr, nullptr));
+      G_DBUS_CALL_FLAGS_NO_AUTO_START, static_cast<int>(patience_.count()), nullptr, nullptr));
 }
 
 SessionBus::Call SessionBus::toBus(const std::string& method, GVariant* arguments) {
@@ -94,7 +95,7 @@ void SessionBus::call(const Call& call, std::function<void(GVariant*, const GErr
   };
   g_dbus_connection_call(connection_.get(), call.name.c_str(), call.path.c_str(), call.interface.c_str(),
                          call.method.c_str(), owned.get(), nullptr, call.flags,
-                         static_cast<int>(call.patience.count()), nullptr, finish,
+                         static_cast<int>(call.patience.value_or(patience_).count()), nullptr, finish,
                          std::make_unique<Done>(std::move(done)).release());
 }
 

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "platform/linux/base/Handles.h"
@@ -16,15 +17,15 @@ inline constexpr std::chrono::milliseconds kBusPatience{1000};
 /// thread only.
 class SessionBus {
  public:
-  /// Connects, waiting for the bus one second at most; on a healthy one it takes about two milliseconds.
-  /// Never starts a bus.
-  SessionBus();
+  /// Connects, which takes about two milliseconds on a healthy bus. Never starts a bus. `patience`: how long
+  /// at most the bus is waited for, now and at each call that states nothing else.
+  explicit SessionBus(std::chrono::milliseconds patience = kBusPatience);
 
   /// Null without a bus. After the bus died calls on it fail at once.
   [[nodiscard]] GDBusConnection* connection() const { return connection_.get(); }
 
-  /// Calls the bus itself (`org.freedesktop.DBus`), waiting one second at most. Null when there is no answer
-  /// of the type `replyType`.
+  /// Calls the bus itself (`org.freedesktop.DBus`) and waits for its answer. Null when there is none of the
+  /// type `replyType`.
   [[nodiscard]] GVariantHandle callBus(const char* method, GVariant* arguments, const char* replyType) const;
 
   /// One call to any service; a floating `arguments` is taken over.
@@ -34,7 +35,7 @@ class SessionBus {
     std::string interface;
     std::string method;
     GVariant* arguments;
-    std::chrono::milliseconds patience = kBusPatience;
+    std::optional<std::chrono::milliseconds> patience = {};  ///< none: as long as for the bus itself
     GDBusCallFlags flags = G_DBUS_CALL_FLAGS_NONE;  ///< G_DBUS_CALL_FLAGS_NO_AUTO_START: not to be started
   };
   /// A call to the bus itself. `arguments` floating.
@@ -45,6 +46,7 @@ class SessionBus {
   void call(const Call& call, std::function<void(GVariant* reply, const GError* error)> done) const;
 
  private:
+  const std::chrono::milliseconds patience_;
   GObjectRef<GDBusConnection> connection_;
 };
 

@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <utility>
 
-#include "platform/linux/camera/CameraList.h"
 #include "platform/linux/camera/CameraThread.h"
 #include "platform/linux/camera/CapturePhotoOutput.h"
 #include "platform/linux/camera/CaptureService.h"
@@ -15,8 +14,9 @@ namespace platform_linux {
 
 Cameras::Cameras(platform::MainQueue& mainQueue, platform::NSNotificationCenter& notificationCenter,
                  platform::NSLog& log, std::shared_ptr<FrameSource> source,
-                 std::function<std::string()> hiddenCameraTitle)
+                 std::function<std::string()> hiddenCameraTitle, std::chrono::milliseconds patience)
     : list_(std::make_shared<CameraList>(mainQueue, notificationCenter)),
+      patience_(patience),
       hiddenCameraTitle_(std::move(hiddenCameraTitle)) {
   auto loop = std::make_unique<CameraThread>();
   auto examiner = std::make_unique<FrameExaminerThread>(*loop);
@@ -37,7 +37,7 @@ bool Cameras::waitForPhotos(std::chrono::milliseconds patience) {
 }
 
 std::vector<Camera> Cameras::cameras() {
-  auto cameras = list_->cameras();
+  auto cameras = list_->cameras(patience_);
   if (cameras.empty() && service_->access().hidesCamera())
     cameras.push_back({.uniqueID = {}, .localizedName = hiddenCameraTitle_(), .modes = {}});
   return cameras;
@@ -70,7 +70,7 @@ void Cameras::requestAccessForMediaType(const std::string&, std::function<void(b
 std::shared_ptr<platform::AVCaptureDeviceInput> Cameras::deviceInputWithDevice(
     const std::shared_ptr<platform::AVCaptureDevice>& device, std::optional<platform::NSError>& error) {
   const auto ours = std::dynamic_pointer_cast<CaptureDevice>(device);
-  const auto cameras = list_->cameras();
+  const auto cameras = list_->cameras(patience_);
   const bool isPresent = ours && std::any_of(cameras.begin(), cameras.end(), [&](auto& each) {
                            return each.uniqueID == ours->camera().uniqueID;
                          });

@@ -12,10 +12,10 @@
 #include "platform/Foundation/NSLog.h"
 #include "platform/Foundation/NSNotificationCenter.h"
 #include "platform/linux/camera/Camera.h"
+#include "platform/linux/camera/CameraList.h"
 
 namespace platform_linux {
 
-class CameraList;
 class CaptureService;
 class FrameSource;
 
@@ -25,10 +25,12 @@ class Cameras final : public platform::AVFoundation {
   /// Starts the source and returns: made early, the cameras are known by the time somebody asks. Queue,
   /// notification centre and log outlive this object. `hiddenCameraTitle` names, for people, a camera that is
   /// there but not shown because permission is missing: until that is granted it is one without an identity,
-  /// so that people are told the truth: that it may not be used, not that it is missing.
+  /// so that people are told the truth: that it may not be used, not that it is missing. `patience`: how long
+  /// the first question waits until the cameras are known.
   Cameras(platform::MainQueue& mainQueue, platform::NSNotificationCenter& notificationCenter,
           platform::NSLog& log, std::shared_ptr<FrameSource> source,
-          std::function<std::string()> hiddenCameraTitle);
+          std::function<std::string()> hiddenCameraTitle,
+          std::chrono::milliseconds patience = kFirstEnumeration);
   Cameras(const Cameras&) = delete;
   Cameras& operator=(const Cameras&) = delete;
   /// After the main loop has ended. Waits for an outcome that is being delivered, and so for a photo that is
@@ -42,7 +44,7 @@ class Cameras final : public platform::AVFoundation {
   /// `patience`. Once, after `stop` and the end of the main loop.
   [[nodiscard]] bool waitForPhotos(std::chrono::milliseconds patience);
 
-  /// The first call waits until the cameras are known, bounded to two seconds.
+  /// The first call waits until the cameras are known, as long as patience lasts.
   std::vector<std::shared_ptr<platform::AVCaptureDevice>> devicesWithMediaType(
       const std::string& mediaType) override;
   std::shared_ptr<platform::AVCaptureDevice> deviceWithUniqueID(const std::string& uniqueID) override;
@@ -63,6 +65,7 @@ class Cameras final : public platform::AVFoundation {
   std::vector<Camera> cameras();
 
   std::shared_ptr<CameraList> list_;
+  const std::chrono::milliseconds patience_;
   std::shared_ptr<CaptureService> service_;
   std::function<std::string()> hiddenCameraTitle_;
 };

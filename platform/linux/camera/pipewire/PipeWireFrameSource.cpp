@@ -12,8 +12,9 @@ PipeWireFrameSource::PipeWireFrameSource() {
   pw_init(nullptr, nullptr);
 }
 
-PipeWireFrameSource::PipeWireFrameSource(platform::MainQueue& mainQueue, std::shared_ptr<CameraPortal> portal)
-    : mainQueue_(&mainQueue), portal_(std::move(portal)) {
+PipeWireFrameSource::PipeWireFrameSource(platform::MainQueue& mainQueue, std::shared_ptr<CameraPortal> portal,
+                                         std::chrono::milliseconds patience)
+    : mainQueue_(&mainQueue), portal_(std::move(portal)), patience_(patience) {
   pw_init(nullptr, nullptr);
 }
 
@@ -26,7 +27,7 @@ void PipeWireFrameSource::start(CameraLoop& loop, FrameSource::Client& client) {
   client_ = &client;
   loop_->post([this] { connection_.emplace(*loop_, *this); });
   if (!portal_) return connect();
-  portalAccess_ = std::make_shared<PortalAccess>(*mainQueue_, portal_, weak_from_this());
+  portalAccess_ = std::make_shared<PortalAccess>(*mainQueue_, portal_, weak_from_this(), patience_);
   // Without permission there is nothing to wait for: the cameras come later, as news.
   loop_->post([this] { tell({CameraCensus::State::Complete, {}}); });
 }

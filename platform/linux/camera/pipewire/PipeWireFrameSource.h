@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -8,6 +9,7 @@
 
 #include "platform/Foundation/MainQueue.h"
 #include "platform/linux/base/FileDescriptor.h"
+#include "platform/linux/camera/CameraList.h"
 #include "platform/linux/camera/FrameSource.h"
 #include "platform/linux/camera/pipewire/CameraRegistry.h"
 #include "platform/linux/camera/pipewire/PipeWireConnection.h"
@@ -27,8 +29,10 @@ class PipeWireFrameSource final : public FrameSource,
   /// Connects as soon as it is started: the cameras are known by the time somebody asks.
   PipeWireFrameSource();
   /// In a sandbox: nothing is known and nobody asked before the first question for the cameras or for
-  /// permission to use them. Queue and portal's bus outlive this object.
-  PipeWireFrameSource(platform::MainQueue& mainQueue, std::shared_ptr<CameraPortal> portal);
+  /// permission to use them. Queue and portal's bus outlive this object. `patience`: how long after the
+  /// user's yes the cameras are waited for.
+  PipeWireFrameSource(platform::MainQueue& mainQueue, std::shared_ptr<CameraPortal> portal,
+                      std::chrono::milliseconds patience = kFirstEnumeration);
   PipeWireFrameSource(const PipeWireFrameSource&) = delete;
   PipeWireFrameSource& operator=(const PipeWireFrameSource&) = delete;
   ~PipeWireFrameSource() override;
@@ -65,6 +69,7 @@ class PipeWireFrameSource final : public FrameSource,
   SocketAccess socketAccess_;
   platform::MainQueue* mainQueue_ = nullptr;    // in a sandbox only
   std::shared_ptr<CameraPortal> portal_;        // in a sandbox only
+  std::chrono::milliseconds patience_{};        // in a sandbox only
   std::shared_ptr<PortalAccess> portalAccess_;  // in a sandbox only, once started
   CameraLoop* loop_ = nullptr;
   FrameSource::Client* client_ = nullptr;

@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "platform/linux/camera/CameraList.h"
 #include "platform/linux/camera/pipewire/PipeWireFrameSource.h"
 
 namespace platform_linux {
@@ -10,8 +9,8 @@ namespace platform_linux {
 using platform::AVAuthorizationStatus;
 
 PortalAccess::PortalAccess(platform::MainQueue& mainQueue, std::shared_ptr<CameraPortal> portal,
-                           std::weak_ptr<PipeWireFrameSource> source)
-    : mainQueue_(mainQueue), portal_(std::move(portal)), source_(std::move(source)) {}
+                           std::weak_ptr<PipeWireFrameSource> source, std::chrono::milliseconds patience)
+    : mainQueue_(mainQueue), portal_(std::move(portal)), source_(std::move(source)), patience_(patience) {}
 
 AVAuthorizationStatus PortalAccess::status() const {
   switch (state_) {
@@ -76,7 +75,7 @@ void PortalAccess::openRemote() {
 }
 
 std::function<void(bool)> PortalAccess::settleLater(State state) {
-  mainQueue_.after(kFirstEnumeration, [weakSelf = weak_from_this(), state] {
+  mainQueue_.after(patience_, [weakSelf = weak_from_this(), state] {
     if (const auto self = weakSelf.lock()) self->settle(state);
   });
   return [&mainQueue = mainQueue_, weakSelf = weak_from_this(), state](bool areThereCameras) {

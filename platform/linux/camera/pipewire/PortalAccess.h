@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -16,9 +17,9 @@ class PipeWireFrameSource;
 /// asked. Main thread only.
 class PortalAccess final : public CameraAccess, public std::enable_shared_from_this<PortalAccess> {
  public:
-  /// The queue outlives this object.
+  /// The queue outlives this object. `patience`: how long after a yes the cameras are waited for.
   PortalAccess(platform::MainQueue& mainQueue, std::shared_ptr<CameraPortal> portal,
-               std::weak_ptr<PipeWireFrameSource> source);
+               std::weak_ptr<PipeWireFrameSource> source, std::chrono::milliseconds patience);
 
   /// Undetermined until the answer is there and, after a yes, the cameras are known.
   [[nodiscard]] platform::AVAuthorizationStatus status() const override;
@@ -39,6 +40,7 @@ class PortalAccess final : public CameraAccess, public std::enable_shared_from_t
   platform::MainQueue& mainQueue_;
   const std::shared_ptr<CameraPortal> portal_;
   const std::weak_ptr<PipeWireFrameSource> source_;
+  const std::chrono::milliseconds patience_;
   SocketAccess withoutPortal_;
   State state_ = State::Unasked;
   std::function<void(bool granted)> completion_;
