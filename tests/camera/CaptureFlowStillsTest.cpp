@@ -142,6 +142,18 @@ TEST_F(CaptureFlowStills, AStillOfANewRunWaitsForASecond) {
   EXPECT_THAT(journal_.of("log"), IsEmpty());
 }
 
+TEST_F(CaptureFlowStills, FramesThatAreTooEarlyForAStillAreNotCopied) {
+  start();
+  capture();
+  for (int i = 0; i < 20; ++i)
+    frame();
+  EXPECT_EQ(flow_->counts().copied, 0U);
+  for (int i = 0; i < 12; ++i)
+    frame();
+  EXPECT_THAT(outcomes_, ElementsAre(32));
+  EXPECT_LT(flow_->counts().copied, flow_->counts().arrived / 2) << "only the last ones are looked at";
+}
+
 TEST_F(CaptureFlowStills, AStillPassesOverDamagedFrames) {
   start();
   settle();

@@ -10,6 +10,7 @@
 namespace camera_test {
 namespace {
 
+using platform_linux::CameraCensus;
 using platform_linux::CaptureFlow;
 using platform_linux::FrameFeed;
 using testing::ElementsAre;
@@ -73,6 +74,30 @@ TEST_F(CaptureFlowTest, AStillWaitsForACameraThatComesBack) {
   EXPECT_EQ(source_->opened, 2);
   settle();
   EXPECT_GT(outcomes_.at(0), 0);
+}
+
+TEST_F(CaptureFlowTest, AStillWaitsForADaemonThatComesBack) {
+  start();
+  settle();
+  capture();
+  source_->show({}, CameraCensus::State::NobodyServes);
+  source_->endStreams(EPIPE);
+  loop_->advance(4s);
+  source_->show({desk(8)});
+  loop_->run();
+  settle();
+  ASSERT_EQ(outcomes_.size(), 1U);
+  EXPECT_GT(outcomes_[0], 0);
+}
+
+TEST_F(CaptureFlowTest, AStillOfADaemonThatStaysAwayFailsWithThat) {
+  start();
+  settle();
+  capture();
+  source_->show({}, CameraCensus::State::NobodyServes);
+  source_->endStreams(EPIPE);
+  loop_->advance(5s);
+  EXPECT_THAT(outcomes_, ElementsAre(-EPIPE));
 }
 
 TEST_F(CaptureFlowTest, AStillOfACameraThatStaysAwayFailsWithThat) {
@@ -174,6 +199,20 @@ TEST_F(CaptureFlowTest, APreviewShowsNothingOldOfAStreamThatEnded) {
   EXPECT_EQ(feed->latest(), nullptr);
   frame();
   EXPECT_EQ(shown, 2) << "and goes on by itself";
+}
+
+TEST_F(CaptureFlowTest, FramesAreCopiedForSomebodyWhoLooksOnly) {
+  const auto feed = std::make_shared<FrameFeed>();
+  flow_->addFeed(feed);
+  start();
+  for (int i = 0; i < 20; ++i)
+    frame();
+  EXPECT_EQ(flow_->counts().arrived, 20U);
+  EXPECT_EQ(flow_->counts().copied, 0U);
+  EXPECT_EQ(feed->latest(), nullptr);
+  feed->setListener([] {});
+  frame();
+  EXPECT_EQ(flow_->counts().copied, 1U);
 }
 
 TEST_F(CaptureFlowTest, APreviewIsToldWhyNothingComesButNotOfAHiccup) {

@@ -12,6 +12,10 @@ namespace {
 constexpr int kUselessPictures = 5;
 constexpr std::chrono::seconds kUselessTime{1};
 
+/// How long a camera runs on when a session that ran for a still is stopped: as long as a run without windows
+/// takes to say goodbye.
+constexpr std::chrono::seconds kReadiness{1};
+
 // Some state less once they run, or more: what one of the two leaves open is no difference.
 bool isOffered(const CameraMode& mode, const std::vector<CameraMode>& modes) {
   return std::any_of(modes.begin(), modes.end(), [&](const CameraMode& each) {
@@ -47,6 +51,10 @@ void CaptureFlow::start() {
 }
 
 void CaptureFlow::stop() {
+  post(&CaptureFlow::stopSoon);
+}
+
+void CaptureFlow::release() {
   service_->loop().post([self = shared_from_this()] { self->stopNow(ECANCELED); });
 }
 
@@ -71,11 +79,13 @@ void CaptureFlow::post(void (CaptureFlow::*task)()) {
 }
 
 void CaptureFlow::startNow() {
+  readiness_.reset();
   if (std::exchange(isStarted_, true)) {
     if (!stream_) openStream();
     return;
   }
   sequence_ = 0;
+  tookStill_ = false;
   patience_ = {};
   pace_.reset();
   endFeeds(0);
@@ -83,6 +93,22 @@ void CaptureFlow::startNow() {
   restart_ = service_->loop().timer([this] { openStream(); });
   silence_ = service_->loop().timer([this] { checkSilence(); });
   openStream();
+}
+
+void CaptureFlow::stopSoon() {
+  if (!isStarted_) return;
+  if (!tookStill_ || isWatched_) return stopNow(ECANCELED);
+  stills_->fail(ECANCELED);
+  endFeeds(0);
+  if (!readiness_) readiness_ = service_->loop().timer([this] { endReadiness(); });
+  readiness_->startOnce(kReadiness);
+}
+
+void CaptureFlow::endReadiness() {
+  if (stills_->isEmpty())
+    stopNow(ECANCELED);
+  else
+    readiness_->startOnce(kReadiness);
 }
 
 void CaptureFlow::stopNow(int error) {
@@ -98,6 +124,7 @@ void CaptureFlow::giveCameraBack(int error) {
   endFeeds(0);
   restart_.reset();
   silence_.reset();
+  readiness_.reset();
 }
 
 void CaptureFlow::leaveService() {
@@ -198,12 +225,18 @@ void CaptureFlow::camerasChanged() {
 void CaptureFlow::request(StillAnswer answer, bool isMirrored) {
   if (!isStarted_) return answer({}, ENOTCONN);
   if (hopeless_ != 0) return answer({}, hopeless_);
-  stills_->request(std::move(answer), isMirrored);
+  stills_->request(
+      [weakSelf = weak_from_this(), answer = std::move(answer)](const StillPicture& picture, int error) {
+        const auto self = weakSelf.lock();
+        if (self && picture.frame) self->tookStill_ = true;
+        answer(picture, error);
+      },
+      isMirrored);
 }
 
 bool CaptureFlow::anyFeedWants() {
   std::erase_if(feeds_, [](auto& feed) { return feed.expired(); });
-  isWatched_ = std::any_of(feeds_.begin(), feeds_.end(), [](auto& weakFeed) {
+  isWatched_ = !readiness_ && std::any_of(feeds_.begin(), feeds_.end(), [](auto& weakFeed) {
     const auto feed = weakFeed.lock();
     return feed && feed->isWanted();
   });
@@ -215,6 +248,7 @@ void CaptureFlow::frameArrived(const FrameBuffer& picture) {
   ++arrived_;
   patience_.frameArrived(service_->loop().now());
   const std::uint64_t sequence = sequence_++;
+  if (readiness_ && stills_->isEmpty()) return;
   const bool forFeeds = anyFeedWants();
   const auto purpose = forFeeds ? StillQueue::Purpose::Preview : StillQueue::Purpose::Still;
   const bool forStills = stills_->wantsFrame(purpose);
@@ -222,6 +256,7 @@ void CaptureFlow::frameArrived(const FrameBuffer& picture) {
   const std::shared_ptr<const picture::Frame> frame = picture.copy(sequence);
   ++copied_;
   if (forStills) stills_->examine(frame, purpose);
+  if (readiness_) return;
   for (const auto& weakFeed : feeds_)
     if (const auto feed = weakFeed.lock()) feed->publish(frame);
 }

@@ -42,13 +42,16 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   [[nodiscard]] bool hasCamera() const;
 
   void start();
-  /// Stills that wait fail with ECANCELED.
+  /// Stills that wait fail with ECANCELED. After a still that nobody watched the camera runs on for a second,
+  /// unseen: who asks again right after a photo gets another, not an error or a dark one.
   void stop();
+  /// As `stop`, but at once.
+  void release();
   /// Asks for the next whole picture of a settled camera. Fails with ENOTCONN when the flow was not started,
-  /// and when no such picture comes in time, with the reason: ENODEV when there is no such camera or it was
-  /// unplugged, EBUSY when another program has it, EPIPE when the daemon has gone, ETIMEDOUT when the camera
-  /// is silent. Without a camera, and with one of no mode that can be used (ENOTSUP), it fails at once.
-  /// `isMirrored`: how it is wanted.
+  /// or was stopped, and when no such picture comes in time, with the reason: ENODEV when there is no such
+  /// camera or it was unplugged, EBUSY when another program has it, EPIPE when the daemon has gone, ETIMEDOUT
+  /// when the camera is silent. Without a camera, and with one of no mode that can be used (ENOTSUP), it
+  /// fails at once. `isMirrored`: how it is wanted.
   void requestStill(StillAnswer answer, bool isMirrored = false);
   /// Frames go to `feed`, too, as long as it lives.
   void addFeed(const std::shared_ptr<FrameFeed>& feed);
@@ -71,6 +74,9 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   void startNow();
   /// What the previews showed is over, because of `error`; 0: the next frame is on its way.
   void endFeeds(int error);
+  void stopSoon();
+  /// The second after a stop is over; a still that was asked for in it gets its picture first.
+  void endReadiness();
   void stopNow(int error);
   void giveCameraBack(int error);
   void leaveService();
@@ -105,9 +111,11 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   const std::shared_ptr<StillQueue> stills_;
   std::vector<std::weak_ptr<FrameFeed>> feeds_;
   std::unique_ptr<FrameStream> stream_;
-  CameraMode mode_;                             // the stream's
-  std::unique_ptr<CameraLoop::Timer> restart_;  // while the flow is started
-  std::unique_ptr<CameraLoop::Timer> silence_;  // while the flow is started
+  CameraMode mode_;                               // the stream's
+  std::unique_ptr<CameraLoop::Timer> restart_;    // while the flow is started
+  std::unique_ptr<CameraLoop::Timer> silence_;    // while the flow is started
+  std::unique_ptr<CameraLoop::Timer> readiness_;  // from a stop after a still until it takes effect
+  bool tookStill_ = false;                        // since the start
   RestartPace pace_;
   ModeChoice modes_;
   std::uint64_t run_ = 0;  // counts the streams

@@ -8,7 +8,7 @@ CaptureSession::CaptureSession(std::shared_ptr<CaptureService> service)
     : flow_(std::make_shared<CaptureFlow>(std::move(service))) {}
 
 CaptureSession::~CaptureSession() {
-  flow_->stop();
+  flow_->release();
 }
 
 void CaptureSession::setSessionPreset(const std::string&) {}
