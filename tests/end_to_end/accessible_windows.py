@@ -20,7 +20,8 @@ COMPONENT = "org.a11y.atspi.Component"
 PROPERTIES = "org.freedesktop.DBus.Properties"
 REGISTRY = ("org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root")
 COORDINATES_IN_WINDOW = 1  # ATSPI_COORD_TYPE_WINDOW
-CALL_MILLISECONDS = 2000
+# Who is gone answers at once; a main loop that draws a window for the first time may be busy for seconds.
+CALL_MILLISECONDS = 20_000
 
 # Numbers of AtspiStateType, those that tests ask for.
 STATES = {4: "checked", 12: "focused", 24: "sensitive", 30: "visible"}
@@ -93,7 +94,7 @@ class Watcher:
             deeper = []
             for place, (reference, window) in enumerate(level):
                 told = dict(zip(CALLS, answers[place * len(CALLS):(place + 1) * len(CALLS)]))
-                if told["states"] is None:
+                if told["states"] is None or told["name"] is None:
                     continue
                 is_window = window is None
                 window = told["name"][0] if is_window else window

@@ -40,8 +40,9 @@ class Leftovers(ToolTest):
     @in_desktop(options=SERVICES)
     def test_a_process_that_goes_on_is_found(self):
         before = Before(Client())
-        command = [sys.executable, "-c", "input()", installation() / "bin/program"]
-        with subprocess.Popen(command, stdin=subprocess.PIPE) as left:
+        command = [sys.executable, "-c", "input('it runs\\n')", installation() / "bin/program"]
+        with subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE) as left:
+            self.assertEqual(left.stdout.readline(), b"it runs\n")
             self.assertEqual(len(before.programs()), 1)
             left.communicate(b"\n")
         self.assertEqual(before.programs(), [])

@@ -12,8 +12,8 @@ import dbus
 from bubbles import APPLICATION, NOTIFICATIONS, NOTIFIER, SERVICES, Notifications, path_of, post_photo, windows_named
 from scripted_services import ScriptedDaemon, ScriptedFileManager, ScriptedShell, ScriptedUserManager
 from session_bus import Client, Monitor, turn_until, turn_until_exit
-from tool import HD, TOOL_IDENTIFIER, Tool, ToolTest, in_desktop
-from waiting import wait_for_exit
+from tool import HD, TOOL_IDENTIFIER, Tool, ToolTest, in_desktop, let_pictures_pass, stalled_camera
+from waiting import until_in_time, wait_for_exit
 
 FOLDER = Path(__file__).resolve().parent
 SLOW_START = 4  # seconds, of a file manager that has to be read from a cold disk
@@ -28,7 +28,9 @@ class Starts(ToolTest):
     @in_desktop(HD, options=SERVICES)
     def test_of_twelve_at_once_one_takes_the_photo_and_eleven_leave(self):
         tool = Tool()
-        starts = [tool.start().process for _ in range(12)]
+        with stalled_camera():
+            starts = [tool.start().process for _ in range(12)]
+            tool.wait_for_count("Quit", 11)
         for process in starts:
             self.assertEqual(wait_for_exit(process), 0, tool.log())
         self.assert_one_photo(tool)
@@ -60,13 +62,31 @@ class DesktopCalls(CallingTest):
 
     @in_desktop(HD, options=SERVICES)
     def test_activation_of_a_silent_run_takes_another_photo(self):
-        tool = Tool().start()
-        tool.wait_for_event("Start")
-        self.call("Activate", "")
+        with stalled_camera():
+            tool = Tool().start()
+            tool.wait_for_event("Start")
+            self.call("Activate", "")
         self.assertEqual(tool.wait(), 0, tool.log())
         self.assertEqual(tool.names().count("Start"), 2)
         self.assertEqual(len(tool.photos()), 2)
         self.assertEqual(launches(tool), [{"Silent": True}])
+
+    @in_desktop(HD, options=SERVICES)
+    def test_activation_while_a_silent_run_says_goodbye_takes_another_photo_at_once(self):
+        tool = Tool()
+
+        def activate():
+            earlier = len(tool.events())
+            tool.start()
+            tool.wait_for_count("Stop", tool.names().count("Stop") + 1)
+            self.call("Activate", "")
+            self.assertEqual(tool.wait(), 0, tool.log())
+            Client().wait_until_unowned(APPLICATION)  # where the call came too late and has started another run
+            return tool.names()[earlier:] == ["Launch", "Start", "Stop", "Start", "Stop", "Quit"]
+
+        until_in_time(activate, "the activation")
+        self.assertEqual(len(tool.photos()), tool.names().count("Stop"))
+        self.assertEqual(tool.log(), "")
 
     @in_desktop(HD, options=(*SERVICES, "--display"))
     def test_neither_activation_nor_an_unknown_action_changes_a_preview(self):
@@ -84,6 +104,7 @@ class DesktopCalls(CallingTest):
         tool = Tool(show_preview=True).start()
         turn_until(lambda: windows_named("^Camera Shot$"), what="the window", retry=True)
         self.call("Open", "as", [f"file:///{TOOL_IDENTIFIER}.txt", "file:///photo.png"])
+        let_pictures_pass(60)  # two seconds, in which a window would come
         self.assertEqual(windows_named("Preferences$"), [])
         self.call("Open", "as", [f"file:///folder/{TOOL_IDENTIFIER}"])
         turn_until(lambda: windows_named("Preferences$"), what="the preferences", retry=True)
@@ -140,6 +161,7 @@ class DesktopCalls(CallingTest):
         tool, files = Tool(), ScriptedFileManager()
         self.action("show-photo", "file:///photos/%FF.png")
         self.wait_until_gone(tool)
+        turn_until(lambda: files.shown, what="the file manager")
         self.assertEqual(files.shown, ["file:///photos/%FF.png"])
 
     @in_desktop(HD, options=SERVICES)
@@ -151,6 +173,7 @@ class DesktopCalls(CallingTest):
         self.wait_until_gone(tool)
         self.assertEqual(tool.names(), ["Launch", "Quit"])
         self.assertEqual(launches(tool), [{"ClickOnNotification": True}])
+        turn_until(lambda: files.shown, what="the file manager")
         self.assertEqual(files.shown, ["file:///a%20photo.png"])
 
 
@@ -189,6 +212,7 @@ class Shell(CallingTest):
         self.action("show-photo", notification["default-action-target"])
         self.wait_until_gone(tool)
         self.assertEqual(launches(tool), [{"Silent": True}, {"ClickOnNotification": True}])
+        turn_until(lambda: files.shown, what="the file manager")
         self.assertEqual(files.shown, [self.assert_one_photo(tool).as_uri()])
 
 
@@ -214,6 +238,7 @@ class Missing(ToolTest):
         daemon = ScriptedDaemon()
         daemon.silent = True
         self.assert_whole_run(Tool())
+        turn_until(lambda: daemon.asked, what="the notification")  # by the helper, for which the program does not wait
         self.assertEqual(daemon.asked, 1)
         self.assertEqual(daemon.shown, {})
 
@@ -223,6 +248,7 @@ class Missing(ToolTest):
         dying.dies_of_the_next = True
         tool = Tool()
         self.assert_whole_run(tool)
+        turn_until(lambda: dying.asked, what="the notification")
         self.assertEqual(dying.asked, 1)
         self.assertFalse(Client().has_owner(NOTIFICATIONS))
         daemon = ScriptedDaemon()

@@ -66,8 +66,10 @@ class ClicksAroundTheEnd(ToolTest):
                 let_pass(self.moment(number))
                 self.daemon.click(identifier)
             turn_until(lambda: photo in file_manager.shown, what=photo)
-        own, = self.daemon.shown  # that of the photos taken meanwhile
-        self.daemon.close(own)
+        # What is left is that of the photos taken meanwhile; a bubble goes only after its click has reached the program.
+        turn_until(lambda: len(self.daemon.shown) == 1 and self.daemon.shown.keys().isdisjoint(bubbles),
+                   what="the end of all bubbles but that of the photos")
+        self.daemon.close(*self.daemon.shown)
         self.bus.wait_until_unowned(NOTIFIER)
         self.bus.wait_until_unowned(APPLICATION)
         shown = collections.Counter(file_manager.shown)

@@ -8,7 +8,7 @@ import unittest
 from pathlib import Path
 
 from scripted_services import PORTAL, SilentService
-from tool import WITHOUT_OVERRIDE, Tool, control
+from tool import WITHOUT_OVERRIDE, Tool, control, let_pictures_pass, stalled_camera
 from waiting import wait_until
 from window_case import GREEN, RED, WindowTest, call_tool, wayland_activations
 from windows import PREFERENCES, PREVIEW, in_windowed_desktop
@@ -61,8 +61,7 @@ class Preview:
             with self.windows.held_key(key):
                 tool.wait_for_names(["Launch", *count * ["Start", "Stop"]])
                 # Two seconds of pictures: keys begin to repeat themselves before one is over.
-                delivered = int(dict(word.split("=") for word in control("camera", "1", "state").split())["run-frames"])
-                control("camera", "1", "wait-frames", str(delivered + 60))
+                let_pictures_pass(60)
         self.windows.key("ctrl+q")
         self.assertEqual(tool.wait(), 0, tool.log())
         self.assertEqual(tool.names(), ["Launch", "Start", "Stop", "Start", "Stop", "Quit"])
@@ -130,8 +129,11 @@ class Preview:
     def test_a_shot_that_is_under_way_when_the_window_closes_is_saved(self):
         tool = self.open_preview()
         self.wait_for_mirrored_picture()
-        self.windows.key("space")
-        self.windows.key("ctrl+w")
+        with stalled_camera():
+            control("camera", "1", "wait-stalled")
+            self.windows.key("space")
+            self.windows.key("ctrl+w")
+            self.windows.wait_until_gone(PREVIEW)
         self.assertEqual(tool.wait(), 0, tool.log())
         self.assert_one_photo(tool)
         self.assertEqual(tool.names(), ["Launch", "Start", "Stop", "Quit"])
@@ -230,8 +232,11 @@ class OnX11(Preview, WindowTest):
 
         tool = self.open_preview()
         self.wait_for_mirrored_picture()
-        self.windows.key("space")
-        self.windows.key("space")
+        with stalled_camera():
+            control("camera", "1", "wait-stalled")
+            self.windows.key("space")
+            self.windows.key("space")
+            tool.wait_for_count("Start", 2)
         self.wait_for_photos(tool, 2)
         tool.wait_for_names(["Launch", "Start", "Start", "Stop", "Stop"])
         # One request that waits makes room for the next; so it may have been one notification or two.

@@ -1,8 +1,9 @@
 """A notification service and a file manager that do as the test says, without a display.
 
-    scripted_services.py SECONDS FILE
+    scripted_services.py START FILE
 
-The file manager as a program that takes so long to start; it writes what it is asked to show to the file.
+The file manager as a program that takes so many seconds to start, or until somebody opens the named pipe to write; it writes
+what it is asked to show to the file.
 """
 
 import sys
@@ -136,8 +137,12 @@ class ScriptedFileManager(dbus.service.Object):
         self.shown += map(str, files)
 
 
-def run_file_manager(seconds, path):
-    time.sleep(seconds)  # as a program from a cold disk does
+def run_file_manager(start, path):
+    if start.isdigit():
+        time.sleep(int(start))  # as a program from a cold disk does
+    else:
+        with open(start, "rb"):
+            pass
     file_manager = ScriptedFileManager()
     turn_until(lambda: file_manager.shown, what="a file to show")
     with open(path, "w", encoding="utf-8") as file:
@@ -145,4 +150,4 @@ def run_file_manager(seconds, path):
 
 
 if __name__ == "__main__":
-    run_file_manager(float(sys.argv[1]), sys.argv[2])
+    run_file_manager(*sys.argv[1:])

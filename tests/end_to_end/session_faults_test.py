@@ -8,7 +8,7 @@ import sys
 import unittest
 
 from saves import LARGE, LARGE_BYTES, Save
-from tool import HD, Tool, ToolTest, control, in_desktop, installation
+from tool import HD, Tool, ToolTest, control, in_desktop, installation, stalled_camera
 from waiting import wait_for_exit
 
 # Starts a program as `program 2>&1 | true` does, some time later.
@@ -38,9 +38,10 @@ class Session(ToolTest):
 
     @in_desktop(HD)
     def test_nothing_takes_the_place_of_standard_streams_that_are_closed(self):
-        tool = Tool(command=["sh", "-c", 'exec "$0" <&- >&- 2>&-']).start()
-        tool.wait_for_event("Start")
-        streams = [os.readlink(f"/proc/{tool.process.pid}/fd/{number}") for number in range(3)]
+        with stalled_camera():
+            tool = Tool(command=["sh", "-c", 'exec "$0" <&- >&- 2>&-']).start()
+            tool.wait_for_event("Start")
+            streams = [os.readlink(f"/proc/{tool.process.pid}/fd/{number}") for number in range(3)]
         self.assertEqual(streams, ["/dev/null"] * 3)
         self.assertEqual(tool.wait(), 0)
         self.assert_one_photo(tool)
@@ -63,12 +64,13 @@ class Session(ToolTest):
 
     @in_desktop(HD)
     def test_preferences_that_cannot_be_shown_do_not_cost_a_silent_run_its_photo(self):
-        tool = Tool().start()
-        tool.wait_for_event("Start")
-        asked = subprocess.run(
-            ["gdbus", "call", "--session", "--dest", "com.verrano.quillo.CameraShot", "--object-path",
-             "/com/verrano/quillo/CameraShot", "--method", "org.freedesktop.Application.ActivateAction", "preferences", "[]", "{}"],
-            capture_output=True, text=True, check=False)
+        with stalled_camera():
+            tool = Tool().start()
+            tool.wait_for_event("Start")
+            asked = subprocess.run(
+                ["gdbus", "call", "--session", "--dest", "com.verrano.quillo.CameraShot", "--object-path",
+                 "/com/verrano/quillo/CameraShot", "--method", "org.freedesktop.Application.ActivateAction", "preferences", "[]",
+                 "{}"], capture_output=True, text=True, check=False)
         self.assertEqual(asked.returncode, 0, asked.stderr)
         tool.wait_for_event("Stop")
         self.assert_one_photo(tool)
@@ -114,9 +116,10 @@ class Session(ToolTest):
 
     @in_desktop(HD)
     def test_a_second_camera_plugged_in_during_the_shot_changes_nothing(self):
-        tool = Tool().start()
-        tool.wait_for_event("Start")
-        control("add-camera", "name=second,title=Second camera,modes=MJPG:320x240@30")
+        with stalled_camera():
+            tool = Tool().start()
+            tool.wait_for_event("Start")
+            control("add-camera", "name=second,title=Second camera,modes=MJPG:320x240@30")
         self.assertEqual(tool.wait(), 0, tool.log())
         self.assert_one_photo(tool)
 

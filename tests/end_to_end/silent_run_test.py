@@ -116,7 +116,7 @@ class Pixels(ToolTest):
         tool.run()
         self.assertGreater(pixels.decode_png(self.assert_one_photo(tool)).at(0.97, 0.5)[0], 180)
 
-    @in_desktop("name=desk,modes=MJPG:640x480@30,fault=black:0-50")
+    @in_desktop("name=desk,modes=MJPG:640x480@30,fault=black:0-35")
     def test_the_photo_waits_for_a_picture_with_something_in_it(self):
         tool = Tool()
         tool.run()

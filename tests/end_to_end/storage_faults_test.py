@@ -10,7 +10,8 @@ import unittest
 from pathlib import Path
 
 from saves import LARGE, LARGE_BYTES, Save
-from tool import HD, Tool, ToolTest, in_desktop
+from tool import HD, Tool, ToolTest, in_desktop, stalled_camera
+from waiting import until_in_time, wait_for_exit
 
 
 @contextlib.contextmanager
@@ -144,14 +145,12 @@ class Folders(ToolTest):
 class Killed(ToolTest):
     """A save that is interrupted leaves a whole photo or none, and no rubbish for long."""
 
-    ATTEMPTS = 5
-
     def interrupt_save(self, tool, signal_number, size):
         """Sends the signal once so many bytes are written, surely before the photo has its name.
 
         Returns the exit status and the names of the run's events.
         """
-        for _ in range(self.ATTEMPTS):
+        def interrupt():
             save = Save(tool.photo_folder)
             earlier = len(tool.events())
             tool.start()
@@ -160,9 +159,9 @@ class Killed(ToolTest):
             being_written = save.size() is not None
             status = tool.wait()
             self.assert_no_part_under_a_final_name(tool)
-            if being_written:
-                return status, tool.names()[earlier:]
-        return self.fail(f"all of {self.ATTEMPTS} saves were over before the signal")
+            return being_written and (status, tool.names()[earlier:])
+
+        return until_in_time(interrupt, f"a signal after {size} bytes")
 
     def assert_no_part_under_a_final_name(self, tool):
         for photo in tool.photos():
@@ -182,12 +181,18 @@ class Killed(ToolTest):
     @in_desktop(LARGE)
     def test_by_sigkill_as_soon_as_the_photo_has_its_name(self):
         tool = Tool()
-        save = Save(tool.photo_folder)
-        tool.start()
-        save.wait_for_name()
-        tool.process.kill()
-        self.assertEqual(tool.wait(), -signal.SIGKILL)
-        self.assert_one_photo(tool)
+
+        def kill():
+            save = Save(tool.photo_folder)
+            tool.start()
+            save.wait_for_name()
+            tool.process.kill()
+            status = tool.wait()
+            self.assert_one_photo(tool).unlink()
+            return status
+
+        # A whole run, whose status is 0, has said goodbye meanwhile.
+        self.assertEqual(until_in_time(kill, "the kill"), -signal.SIGKILL)
 
     @in_desktop(LARGE)
     def test_by_sigterm_the_photo_is_whole_or_absent_and_nothing_is_left(self):
@@ -237,12 +242,13 @@ class ForeignLocks(ToolTest):
 class EventLog(ToolTest):
     @in_desktop(HD)
     def test_lines_of_runs_at_the_same_time_never_mix(self):
-        tools = [Tool() for _ in range(1)]
-        starts = [tools[0].start().process for _ in range(6)]
+        tool = Tool()
+        with stalled_camera():
+            starts = [tool.start().process for _ in range(6)]
+            tool.wait_for_count("Quit", 5)
         for process in starts:
-            tools[0].process = process
-            self.assertEqual(tools[0].wait(), 0)
-        names = tools[0].names()  # raises where a line is no JSON
+            self.assertEqual(wait_for_exit(process), 0)
+        names = tool.names()  # raises where a line is no JSON
         self.assertEqual(names.count("Launch"), 6)
         self.assertEqual(names.count("Quit"), 6)
         self.assertEqual(names.count("Stop"), 1)

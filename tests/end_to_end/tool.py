@@ -55,6 +55,21 @@ def control(*words):
     return subprocess.run([ROOT / "tests/desktop/control", *words], check=True, capture_output=True, text=True).stdout
 
 
+def let_pictures_pass(count):
+    """Returns when the first camera, which somebody uses, has sent so many more."""
+    sent = int(dict(word.split("=") for word in control("camera", "1", "state").split())["run-frames"])
+    control("camera", "1", "wait-frames", str(sent + count))
+
+
+@contextlib.contextmanager
+def stalled_camera(number=1):
+    """Within the block that camera sends no picture, so that what is done there comes before a shot's picture: five seconds
+    long, then the shot fails."""
+    control("camera", str(number), "stall")
+    yield
+    control("camera", str(number), "resume")
+
+
 class CameraLine:
     """A camera's control socket: asked without the delay of a new process, and without the session manager's help."""
 
@@ -110,6 +125,7 @@ class Tool:
         self.log_path = self.state / "log.txt"
         self.command = list(command)
         self.process = None
+        self._earlier_failures = 0
 
     def write_location(self, folder):
         # As key files want it: a backslash stands for itself when doubled.
@@ -119,6 +135,7 @@ class Tool:
     def start(self):
         environment = {name: value for name, value in self.environment.items() if value is not None}
         with open(self.log_path, "ab") as log:
+            self._earlier_failures = self._failures()
             self.process = subprocess.Popen(
                 [*self.command, installation() / "bin/quillo-camera-shot"], env=environment, stdin=subprocess.DEVNULL,
                 stdout=log, stderr=log, start_new_session=True,
@@ -137,6 +154,23 @@ class Tool:
         """Asks the program to end, as a session does; returns the exit status."""
         self.process.send_signal(signal.SIGTERM)
         return self.wait()
+
+    def ends_by_itself(self):
+        """Whether the run that was started last, and has launched, ends when its shot is over; one whose shot has failed stays
+        up, and is asked to end."""
+        wait_until(lambda: self.names()[-1] == "Quit" or self.has_failed(), self.state, what="the end of the shot")
+        has_ended = self.names()[-1] == "Quit"
+        if not has_ended:
+            self.process.terminate()
+        self.wait()
+        return has_ended
+
+    def has_failed(self):
+        """Whether a shot of the run that was started last has."""
+        return self._failures() > self._earlier_failures
+
+    def _failures(self):
+        return self.log().count("Error while capture")
 
     def end(self):
         """Ends a run that hangs; nothing when it is over."""

@@ -11,10 +11,9 @@ import dbus
 
 from bubbles import APPLICATION, SERVICES, path_of, windows_named
 from session_bus import Client, turn_until
-from tool import HD, Tool, ToolTest, in_desktop
+from tool import HD, Tool, ToolTest, in_desktop, stalled_camera
 
 FOLDER = Path(__file__).resolve().parent
-SLOW_START = 4  # seconds, of a file manager that holds the tool's end up
 
 
 def click_menu_icon(name=APPLICATION):
@@ -38,11 +37,13 @@ class ClickMenuIcon(ToolTest):
 
     @in_desktop(HD, options=SERVICES)
     def test_with_a_running_tool_it_takes_another_photo(self):
-        tool = Tool().start()
-        tool.wait_for_event("Start")
-        click_menu_icon()
+        with stalled_camera():
+            tool = Tool().start()
+            tool.wait_for_event("Start")
+            click_menu_icon()
         self.assertEqual(tool.wait(), 0, tool.log())
         self.assertEqual(tool.names().count("Start"), 2)
+        self.assertEqual(len(tool.photos()), 2)
         self.assertEqual(len(launches(tool)), 1)
 
 
@@ -52,8 +53,9 @@ class TheEnd(ToolTest):
     def leaving_tool(self):
         """A tool that has said "Quit" and waits, and its own name on the bus."""
         bus = Client()
+        os.mkfifo(self.start_of_file_manager())
         bus.ask_bus("UpdateActivationEnvironment", "a{ss}",
-                    {"FILE_MANAGER": f"{sys.executable} -B {FOLDER}/scripted_services.py {SLOW_START} "
+                    {"FILE_MANAGER": f"{sys.executable} -B {FOLDER}/scripted_services.py {self.start_of_file_manager()} "
                                      f"{Path(os.environ['HOME']) / 'seen'}"})
         tool = Tool(show_preview=True).start()
         turn_until(lambda: windows_named("^Camera Shot$"), what="the window", retry=True)
@@ -64,6 +66,13 @@ class TheEnd(ToolTest):
         tool.wait_for_event("Quit")
         return tool, own_name
 
+    @staticmethod
+    def start_of_file_manager():
+        return Path(os.environ["HOME"]) / "start"
+
+    def start_file_manager(self):
+        self.addCleanup(os.close, os.open(self.start_of_file_manager(), os.O_RDWR))
+
     @in_desktop(HD, options=(*SERVICES, "--display", "--service-dir", str(FOLDER / "services")))
     def test_takes_the_windows_away_at_once_and_refuses_what_comes_to_the_old_process(self):
         tool, own_name = self.leaving_tool()
@@ -71,6 +80,7 @@ class TheEnd(ToolTest):
         with self.assertRaises(dbus.DBusException):
             click_menu_icon(own_name)
         self.assertIsNone(tool.process.poll(), "it waits for the file manager still")
+        self.start_file_manager()
         self.assertEqual(tool.wait(), 0, tool.log())
         self.assertEqual(tool.names(), ["Launch", "Quit"])
 
@@ -82,6 +92,7 @@ class TheEnd(ToolTest):
         turn_until(lambda: windows_named("^Camera Shot$"), what="the next process's window", retry=True)
         self.assertEqual(tool.names(), ["Launch", "Quit", "Launch"])
         os.kill(Client().process_of(APPLICATION), signal.SIGTERM)
+        self.start_file_manager()
         self.assertEqual(tool.wait(), 0, tool.log())
         Client().wait_until_unowned(APPLICATION)
 

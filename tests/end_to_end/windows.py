@@ -12,6 +12,7 @@ from pathlib import Path
 from tool import in_desktop, installation
 from waiting import BOUND
 from wayland_input import WaylandInput
+from window_manager_requests import ask_to_close
 
 APPLICATION = "com.verrano.quillo.CameraShot"
 PREVIEW, PREFERENCES = "Camera Shot", "Preferences"
@@ -93,6 +94,11 @@ class X11Screen:
         window = self._window(title)
         subprocess.run(["xdotool", "windowminimize", "--sync", window], check=True)
         return lambda: subprocess.run(["xdotool", "windowactivate", "--sync", window], check=True)
+
+    def close(self, title):
+        """Has the window manager do it, as task lists have. Its key would not do: openbox does not listen to keys for a
+        moment when a keyboard is used for the first time."""
+        ask_to_close(int(self._window(title)))
 
     @staticmethod
     def _window(title):
@@ -186,7 +192,8 @@ class Windows:
     def _ask(self, request):
         self._reader.stdin.write(request + "\n")
         self._reader.stdin.flush()
-        if not select.select([self._reader.stdout], [], [], BOUND)[0]:
+        # The reader itself waits for a program that is slow to answer.
+        if not select.select([self._reader.stdout], [], [], 3 * BOUND)[0]:
             raise AssertionError("the accessibility bus does not answer")
         return json.loads(self._reader.stdout.readline())
 

@@ -30,7 +30,7 @@ class MenuEntry(ToolTest):
                                   capture_output=True, text=True, check=False, timeout=20)
         self.assertEqual(launched.returncode, 0, launched.stdout + launched.stderr)
         tool.wait_for_event("Quit")
-        self.assert_one_photo(tool)
+        self.assertIn("1280 x 720", self.assert_whole_png(self.assert_one_photo(tool)))
         self.assertEqual(tool.names(), ["Launch", "Start", "Stop", "Quit"])
 
 

@@ -41,6 +41,8 @@ class WindowsAlone(WindowTest):
         self.open_preview(command=INSIDE)
         self.windows.wait_until(lambda objects: [each for each in objects if each.name == "Take a photo"
                                                  and "sensitive" in each.states], "the shoot button")
+        self.windows.wait_until(lambda objects: "Starting the camera…" not in [each.name for each in objects],
+                                "the first picture")
         self.keep_picture("preview", PREVIEW)
 
     @in_desktop(options=WINDOWS)

@@ -20,7 +20,7 @@ class FreshDebian(unittest.TestCase):
         self.work, self.built = (self.tree.top / name for name in ("work", "built"))
         self.journal = self.tree.top / "journal"
         self.work.mkdir()
-        (self.built / "test-programs").mkdir(parents=True)
+        self.camera_program("true")
         (self.built / "quillo-camera-shot_1.2_amd64.deb").touch()
         self.tree.replace("scripts/workplace", f'mktemp -d "{self.work}/$1.XXXXXX"')
         self.tree.stand_in("debootstrap", DEBOOTSTRAP)
@@ -29,6 +29,9 @@ class FreshDebian(unittest.TestCase):
             self.tree.stand_in(program, ":")
         # The first step in the fresh Debian fails, with what is there.
         self.tree.stand_in("chroot", 'for root; do case "$root" in /*) break ;; esac; done; find "$root" >"$JOURNAL"; exit 1')
+
+    def camera_program(self, body):
+        self.tree.replace(self.built / "test-programs/virtual_camera", body)
 
     def run_in_fresh_debian(self, script):
         """What was there when its first step began, of a folder that is no repository."""
@@ -44,6 +47,14 @@ class FreshDebian(unittest.TestCase):
 
     def test_the_tests_come_without_a_repository(self):
         self.assertIn("/tmp/tests/package/installed_test.py\n", self.run_in_fresh_debian("install-cycle"))
+
+    def test_the_desktop_of_another_debian_is_refused_before_anything_is_made(self):
+        self.camera_program("echo 'version GLIBC_2.99 not found' >&2; exit 1")
+        result = self.tree.run("tests/package/depends-alone", self.built, environment={"JOURNAL": self.journal})
+        self.assertEqual(result.returncode, 1, result.stdout)
+        self.assertIn("GLIBC_2.99", result.stdout)
+        self.assertIn("built on", result.stdout)
+        self.assertFalse(self.journal.exists())
 
 
 if __name__ == "__main__":

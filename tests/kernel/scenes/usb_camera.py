@@ -3,8 +3,8 @@
 
     usb_camera.py JPEG...     serves these pictures of 640x480 in turn, as MJPEG
 
-Root, in a machine with the module vhci_hcd. It says "plugged" when the kernel has taken it, "streaming" when a program has
-begun to stream, and unplugs itself when it ends. Sources of the numbers: "Universal Serial Bus Device Class Definition for
+Root, in a machine with the module vhci_hcd. It says "plugged" when the kernel has taken it, "streaming" when its first
+picture has been read, and unplugs itself when it ends. Sources of the numbers: "Universal Serial Bus Device Class Definition for
 Video Devices" 1.1 (UVC), USB 2.0 chapter 9, the kernel's Documentation/usb/usbip_protocol.rst.
 """
 
