@@ -9,7 +9,7 @@ from pathlib import Path
 import pixels
 from saves import LARGE, Save
 from tool import HD, CameraLine, Tool, ToolTest, control, in_desktop
-from waiting import until_in_time, wait_until
+from waiting import until_in_time
 
 SMALL = "name=desk,title=Desk camera,modes=MJPG:640x480@30"
 LATE = SMALL + ",start-delay=60000"  # no frame before a test has done its part
@@ -25,7 +25,7 @@ def write_jpeg_of_twelve_bits(path):
 class CameraFaults(ToolTest):
     def assert_failed_shot(self, tool):
         """A failed shot leaves the tool up, without a photo, until it is asked to end."""
-        wait_until(lambda: "Error while capture" in tool.log(), tool.state, what="the failed shot's line in the log")
+        tool.wait_for_failure()
         self.assertEqual(tool.stop(), 0)
         self.assertEqual(tool.names(), ["Launch", "Start", "Quit"])
         self.assert_no_photo(tool)
@@ -150,7 +150,7 @@ class Pipewire(ToolTest):
         tool = Tool().start()
         tool.wait_for_event("Start")
         control("pipewire", "kill")
-        wait_until(lambda: "Error while capture" in tool.log(), tool.state, what="the failed shot's line in the log")
+        tool.wait_for_failure()
         self.assertEqual(tool.stop(), 0)
         self.assert_no_photo(tool)
 

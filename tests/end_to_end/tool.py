@@ -126,6 +126,7 @@ class Tool:
         self.command = list(command)
         self.process = None
         self._earlier_failures = 0
+        self._earlier_ends = 0
 
     def write_location(self, folder):
         # As key files want it: a backslash stands for itself when doubled.
@@ -136,6 +137,7 @@ class Tool:
         environment = {name: value for name, value in self.environment.items() if value is not None}
         with open(self.log_path, "ab") as log:
             self._earlier_failures = self._failures()
+            self._earlier_ends = self._ends()
             self.process = subprocess.Popen(
                 [*self.command, installation() / "bin/quillo-camera-shot"], env=environment, stdin=subprocess.DEVNULL,
                 stdout=log, stderr=log, start_new_session=True,
@@ -165,12 +167,22 @@ class Tool:
         self.wait()
         return has_ended
 
+    def wait_for_failure(self):
+        """Returns when a shot of the run that was started last has failed."""
+        wait_until(lambda: self.has_failed() or self._ends() > self._earlier_ends, self.state,
+                   what="the failed shot's line in the log")
+        if not self.has_failed():
+            raise AssertionError(f"the run has ended without a failed shot: {self.names()}\n{self.log()}")
+
     def has_failed(self):
         """Whether a shot of the run that was started last has."""
         return self._failures() > self._earlier_failures
 
     def _failures(self):
         return self.log().count("Error while capture")
+
+    def _ends(self):
+        return self.names().count("Quit")
 
     def end(self):
         """Ends a run that hangs; nothing when it is over."""

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/AVFoundation/AVCaptureDevice.h"
+#include "platform/linux/base/Patience.h"
 
 namespace platform_linux {
 namespace {
@@ -18,7 +19,8 @@ bool contains(const std::vector<Camera>& cameras, const Camera& camera) {
 
 std::vector<Camera> CameraList::cameras(std::chrono::milliseconds patience) {
   std::unique_lock lock(mutex_);
-  becameKnown_.wait_for(lock, patience, [this] { return isKnown_; });
+  waitPatiently(
+      becameKnown_, lock, patience, [this] { return isKnown_; }, isProgressing_);
   // Cameras that turn up after an empty answer are news, and come with notifications.
   isKnown_ = true;
   return seen_;
@@ -31,6 +33,7 @@ void CameraList::update(std::vector<Camera> cameras, bool isComplete) {
     if (!isKnown_) {
       seen_ = newest_;
       isKnown_ = isComplete;
+      isProgressing_ = !isComplete;
       becameKnown_.notify_all();
       return;
     }

@@ -13,7 +13,7 @@
 namespace platform_linux {
 
 /// How long the first question for the cameras waits for their first enumeration, which takes some
-/// milliseconds.
+/// milliseconds, or for the next sign of its progress.
 inline constexpr std::chrono::seconds kFirstEnumeration{2};
 
 /// The cameras as the main thread sees them. After the first enumeration the list changes on the main thread
@@ -24,12 +24,12 @@ class CameraList : public std::enable_shared_from_this<CameraList> {
   CameraList(platform::MainQueue& mainQueue, platform::NSNotificationCenter& notificationCenter)
       : mainQueue_(mainQueue), notificationCenter_(notificationCenter) {}
 
-  /// The cameras in the order in which they are offered. Waits for the first enumeration, bounded by
-  /// `patience`, and never again. Main thread only.
+  /// The cameras in the order in which they are offered. Waits for the first enumeration, as long as it tells
+  /// something within `patience`, and never again. Main thread only.
   [[nodiscard]] std::vector<Camera> cameras(std::chrono::milliseconds patience = kFirstEnumeration);
 
   /// These cameras are there now, in that order; none of them when they cannot be known. As long as it is not
-  /// `isComplete`, the first enumeration is not over. On the cameras' thread only.
+  /// `isComplete`, the first enumeration is not over, but under way. On the cameras' thread only.
   void update(std::vector<Camera> cameras, bool isComplete = true);
 
  private:
@@ -44,6 +44,7 @@ class CameraList : public std::enable_shared_from_this<CameraList> {
   std::mutex mutex_;            // guards what follows
   std::condition_variable becameKnown_;
   bool isKnown_ = false;
+  bool isProgressing_ = false;
   std::vector<Camera> seen_;  // what the main thread sees
 };
 

@@ -9,6 +9,8 @@
 #include <mutex>
 #include <utility>
 
+#include "platform/linux/base/Patience.h"
+
 namespace platform_linux {
 namespace {
 
@@ -38,7 +40,7 @@ class FrameSourceChoice::Access final : public CameraAccess {
   [[nodiscard]] platform::AVAuthorizationStatus status() const override {
     if (other_.status() == platform::AVAuthorizationStatus::Authorized) return usualIfChosen().status();
     std::unique_lock lock(mutex_);
-    becameKnown_.wait_for(lock, kFirstChoice, [this] { return isOther_.has_value(); });
+    waitPatiently(becameKnown_, lock, kFirstChoice, [this] { return isOther_.has_value(); });
     return (isOther_.value_or(false) ? other_ : usual_).status();
   }
   void request(std::function<void(bool granted)> completion) override {

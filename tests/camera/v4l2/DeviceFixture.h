@@ -20,11 +20,13 @@ namespace camera_test {
 class CensusRecorder final : public platform_linux::FrameSource::Client {
  public:
   void camerasChanged(const platform_linux::FrameSource&, platform_linux::CameraCensus news) override {
+    states.push_back(news.state);
     census = std::move(news);
     ++count;
   }
 
   platform_linux::CameraCensus census;
+  std::vector<platform_linux::CameraCensus::State> states;  ///< of all that was told
   int count = 0;
 };
 

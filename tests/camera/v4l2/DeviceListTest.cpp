@@ -21,6 +21,19 @@ TEST_F(DeviceList, AMachineWithoutDevicesSaysSoAtOnce) {
   EXPECT_THAT(cameras(), IsEmpty());
 }
 
+TEST_F(DeviceList, BeforeEachDeviceIsAskedTheListIsSaidToBeUnderWay) {
+  plug(0);
+  plug(1);
+  start();
+  using State = CameraCensus::State;
+  EXPECT_THAT(told_.states, ElementsAre(State::Gathering, State::Gathering, State::Complete));
+  plug(2);
+  folder_->changed();
+  loop_.run();
+  EXPECT_EQ(told_.states.back(), State::Complete);
+  EXPECT_THAT(told_.states, SizeIs(4)) << "what comes later is news at once";
+}
+
 TEST_F(DeviceList, ACameraHasTheNameOfItsNodeAtTheDaemon) {
   plug(0);
   start();

@@ -6,7 +6,6 @@ from pathlib import Path
 from guest import camera_frames
 import pixels
 from tool import Tool, ToolTest
-from waiting import wait_until
 
 # The largest difference of a sample: none where no colour is converted, the rounding of few bits, else that of Y'CbCr,
 # there by the driver and back by us.
@@ -60,7 +59,7 @@ class SceneTest(ToolTest):
             holder.stderr.read(1)  # a picture has come
             tool.start()
             # 16 is EBUSY.
-            wait_until(lambda: "Error while capture" in tool.log(), tool.state, what="the failed shot's line in the log")
+            tool.wait_for_failure()
             self.assertIn("code = 16.", tool.log())
             tool.stop()
             holder.kill()

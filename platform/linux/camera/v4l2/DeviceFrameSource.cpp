@@ -70,8 +70,14 @@ void DeviceFrameSource::devicesChanged() {
   std::erase_if(devices_, [&](auto& each) {
     return std::find(entries.begin(), entries.end(), each.second.entry) == entries.end();
   });
-  for (const DeviceEntry& entry : entries)
-    if (!devices_.contains(entry.number)) examine(entry);
+  for (const DeviceEntry& entry : entries) {
+    if (devices_.contains(entry.number)) continue;
+    // Each may take its time over hundreds of questions; who waits for the first list knows that there are
+    // some.
+    if (!isListed_) tell(CameraCensus::State::Gathering);
+    examine(entry);
+  }
+  isListed_ = true;
   tell();
 }
 
@@ -92,8 +98,8 @@ void DeviceFrameSource::examineAgain(const std::string& path) {
   tell();
 }
 
-void DeviceFrameSource::tell() {
-  client_->camerasChanged(*this, {CameraCensus::State::Complete, identifiedCameras(), notes()});
+void DeviceFrameSource::tell(CameraCensus::State state) {
+  client_->camerasChanged(*this, {state, identifiedCameras(), notes()});
 }
 
 DeviceFrameSource::Device DeviceFrameSource::read(DeviceFile& file, const DeviceEntry& entry) {

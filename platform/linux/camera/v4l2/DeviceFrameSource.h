@@ -48,7 +48,7 @@ class DeviceFrameSource final : public FrameSource, private DeviceFolder::Client
   void examine(const DeviceEntry& entry);
   /// The same for a device whose signal has changed.
   void examineAgain(const std::string& path);
-  void tell();
+  void tell(CameraCensus::State state = CameraCensus::State::Complete);
   [[nodiscard]] Device read(DeviceFile& file, const DeviceEntry& entry);
   [[nodiscard]] std::vector<Camera> identifiedCameras() const;
   [[nodiscard]] std::vector<std::string> notes() const;
@@ -62,6 +62,7 @@ class DeviceFrameSource final : public FrameSource, private DeviceFolder::Client
   std::map<unsigned, Device> devices_;  // by number
   std::set<DeviceStream*> streams_;
   std::uint64_t nextSerial_ = 1;
+  bool isListed_ = false;  // once all that were there at the start are examined
 };
 
 }  // namespace platform_linux
