@@ -88,7 +88,7 @@ class CameraFaults(ToolTest):
         self.assert_failed_shot(tool)
         self.assertIn("code = 110. ", tool.log())  # ETIMEDOUT
 
-    @in_desktop(SMALL + ",fault=stall:10")
+    @in_desktop(SMALL + ",fault=stall:1")
     def test_a_camera_that_stalls(self):
         self.assert_failed_shot(Tool().start())
 
@@ -125,7 +125,7 @@ class CameraFaults(ToolTest):
     def test_a_busy_camera(self):
         self.assert_failed_shot(Tool().start())
 
-    @in_desktop(SMALL + ",fault=error:10")
+    @in_desktop(SMALL + ",fault=error:1")
     def test_a_camera_that_breaks(self):
         self.assert_failed_shot(Tool().start())
 

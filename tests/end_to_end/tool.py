@@ -191,7 +191,7 @@ class Tool:
             self.process.wait()
 
     def events(self):
-        with contextlib.suppress(FileNotFoundError):
+        with contextlib.suppress(FileNotFoundError, IsADirectoryError):
             lines = (self.state / "usage-events.jsonl").read_text(encoding="utf-8").splitlines()
             return [json.loads(line) for line in lines]
         return []
