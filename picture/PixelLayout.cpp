@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "picture/CeilDivide.h"
 #include "picture/PixelSize.h"
 
 namespace picture {
@@ -28,13 +29,33 @@ constexpr PixelLayout packed(PixelFormat format, std::string_view name, std::uin
           0};
 }
 
+// As UYVY, of more bits: a word each.
+constexpr PixelLayout packedWords(PixelFormat format, std::string_view name) {
+  PixelLayout layout = packed(format, name, 2, 0, 4);
+  layout.bits = 16;
+  layout.planes[0].groupBytes = 8;
+  for (Component& component : layout.components)
+    component.step *= 2;
+  return layout;
+}
+
+// As UYVY, of ten bits, packed closer than in words.
+constexpr PixelLayout packedTens(PixelFormat format, std::string_view name, PixelLayout::Packing packing) {
+  PixelLayout layout = packed(format, name, 1, 0, 2);
+  layout.bits = 10;
+  layout.planes[0] = packing == PixelLayout::Packing::Threes ? Plane{16, 0, 0} : Plane{5, 1, 0};
+  layout.word.packing = packing;
+  return layout;
+}
+
 // All three components for each pixel, in groups of `step` bytes.
 constexpr PixelLayout packed444(PixelFormat format, std::string_view name, std::uint8_t step,
-                                std::uint8_t luma, std::uint8_t blue, std::uint8_t red) {
+                                std::uint8_t luma, std::uint8_t blue, std::uint8_t red,
+                                std::uint8_t bits = 8) {
   return {format,
           name,
           ColorModel::Yuv,
-          8,
+          bits,
           1,
           {Plane{step, 0, 0}},
           {Component{0, luma, step}, Component{0, blue, step}, Component{0, red, step}},
@@ -45,7 +66,8 @@ constexpr PixelLayout packed444(PixelFormat format, std::string_view name, std::
 // A plane of luma, then one with both colour differences, `blue` being 0 where blue comes first. Ten bits lie
 // in the upper part of their words.
 constexpr PixelLayout semiPlanar(PixelFormat format, std::string_view name, std::uint8_t across,
-                                 std::uint8_t down, std::uint8_t blue, std::uint8_t bits = 8) {
+                                 std::uint8_t down, std::uint8_t blue, std::uint8_t bits = 8,
+                                 bool isBigEndian = false) {
   const std::uint8_t bytes = bits > 8 ? 2 : 1;
   const auto pair = static_cast<std::uint8_t>(2 * bytes);
   return {format,
@@ -58,12 +80,14 @@ constexpr PixelLayout semiPlanar(PixelFormat format, std::string_view name, std:
            Component{1, static_cast<std::uint8_t>((1 - blue) * bytes), pair}},
           across,
           down,
-          {false, static_cast<std::uint8_t>(8 * bytes - bits)}};
+          {isBigEndian, static_cast<std::uint8_t>(8 * bytes - bits)}};
 }
 
-// A plane each; blue difference in the plane `blue`, 1 or 2. Ten bits lie in the lower part of their words.
+// A plane each; blue difference in the plane `blue`, 1 or 2. More than eight bits lie in the lower part of
+// their words.
 constexpr PixelLayout planar(PixelFormat format, std::string_view name, std::uint8_t across,
-                             std::uint8_t down, std::uint8_t blue = 1, std::uint8_t bits = 8) {
+                             std::uint8_t down, std::uint8_t blue = 1, std::uint8_t bits = 8,
+                             bool isBigEndian = false) {
   const std::uint8_t bytes = bits > 8 ? 2 : 1;
   const auto red = static_cast<std::uint8_t>(3 - blue);
   return {format,
@@ -74,15 +98,16 @@ constexpr PixelLayout planar(PixelFormat format, std::string_view name, std::uin
           {Plane{bytes, 0, 0}, Plane{bytes, across, down}, Plane{bytes, across, down}},
           {Component{0, 0, bytes}, Component{blue, 0, bytes}, Component{red, 0, bytes}},
           across,
-          down};
+          down,
+          {isBigEndian}};
 }
 
 constexpr PixelLayout rgb(PixelFormat format, std::string_view name, std::uint8_t step, std::uint8_t red,
-                          std::uint8_t green, std::uint8_t blue) {
+                          std::uint8_t green, std::uint8_t blue, std::uint8_t bits = 8) {
   return {format,
           name,
           ColorModel::Rgb,
-          8,
+          bits,
           1,
           {Plane{step, 0, 0}},
           {Component{0, red, step}, Component{0, green, step}, Component{0, blue, step}},
@@ -94,7 +119,8 @@ using Field = PixelLayout::Field;
 
 constexpr PixelLayout rgbWord(PixelFormat format, std::string_view name, Field red, Field green, Field blue,
                               bool isBigEndian = false) {
-  return {format, name, ColorModel::Rgb, green.bits,        1, {Plane{2, 0, 0}}, {},
+  const std::uint8_t bytes = red.bits + green.bits + blue.bits > 16 ? 4 : 2;
+  return {format, name, ColorModel::Rgb, green.bits,        1, {Plane{bytes, 0, 0}}, {},
           0,      0,    {isBigEndian},   {red, green, blue}};
 }
 
@@ -133,6 +159,21 @@ constexpr std::array kLayouts = {
     semiPlanar(P010, "P010", 1, 1, 0, 10),
     planar(I420_10, "I420_10", 1, 1, 1, 10),
     planar(I422_10, "I422_10", 1, 0, 1, 10),
+    planar(Y444_10, "Y444_10", 0, 0, 1, 10),
+    planar(I420_12, "I420_12", 1, 1, 1, 12),
+    planar(I422_12, "I422_12", 1, 0, 1, 12),
+    planar(Y444_12, "Y444_12", 0, 0, 1, 12),
+    semiPlanar(P010_BE, "P010_BE", 1, 1, 0, 10, true),
+    planar(I420_10BE, "I420_10BE", 1, 1, 1, 10, true),
+    planar(I422_10BE, "I422_10BE", 1, 0, 1, 10, true),
+    planar(Y444_10BE, "Y444_10BE", 0, 0, 1, 10, true),
+    planar(I420_12BE, "I420_12BE", 1, 1, 1, 12, true),
+    planar(I422_12BE, "I422_12BE", 1, 0, 1, 12, true),
+    planar(Y444_12BE, "Y444_12BE", 0, 0, 1, 12, true),
+    packedTens(v210, "v210", PixelLayout::Packing::Threes),
+    packedTens(UYVP, "UYVP", PixelLayout::Packing::String),
+    packedWords(v216, "v216"),
+    packed444(AYUV64, "AYUV64", 8, 2, 4, 6, 16),
     rgb(RGB, "RGB", 3, 0, 1, 2),
     rgb(BGR, "BGR", 3, 2, 1, 0),
     rgb(RGBx, "RGBx", 4, 0, 1, 2),
@@ -148,9 +189,16 @@ constexpr std::array kLayouts = {
     rgbWord(RGB15, "RGB15", {10, 5}, {5, 5}, {0, 5}),
     rgbWord(BGR15, "BGR15", {0, 5}, {5, 5}, {10, 5}),
     rgbWord(RGB12, "RGB12", {8, 4}, {4, 4}, {0, 4}),
+    rgbWord(xRGB_210, "xRGB_210", {20, 10}, {10, 10}, {0, 10}),
+    rgbWord(xBGR_210, "xBGR_210", {0, 10}, {10, 10}, {20, 10}),
+    rgbWord(RGBx_102, "RGBx_102", {22, 10}, {12, 10}, {2, 10}),
+    rgbWord(BGRx_102, "BGRx_102", {2, 10}, {12, 10}, {22, 10}),
+    rgbWord(r210, "r210", {20, 10}, {10, 10}, {0, 10}, true),
+    rgb(ARGB64, "ARGB64", 8, 2, 4, 6, 16),
     grey(GRAY8, "GRAY8", 8),
     grey(GRAY10, "GRAY10", 10),
     grey(GRAY12, "GRAY12", 12),
+    grey(GRAY14, "GRAY14", 14),
     grey(GRAY16, "GRAY16", 16),
     grey(GRAY16_BE, "GRAY16_BE", 16, true),
 };
@@ -174,6 +222,9 @@ const PixelLayout& PixelLayout::of(PixelFormat format) noexcept {
 }
 
 std::size_t PixelLayout::rowBytes(std::size_t plane, int width) const noexcept {
+  constexpr std::size_t kPixelsInThrees = 6;
+  if (word.packing == Packing::Threes)
+    return planes[plane].groupBytes * ceilDivide(static_cast<std::size_t>(width), kPixelsInThrees);
   return planes[plane].groupBytes * shifted(width, planes[plane].across);
 }
 

@@ -18,25 +18,34 @@ enum class ColorModel : std::uint8_t { Compressed, Yuv, Rgb, Grey };
 struct PixelLayout {
   static constexpr std::size_t kMaximumPlanes = 3;
 
-  /// A plane has a group of `groupBytes` bytes for every `1 << across` by `1 << down` pixels.
+  /// A plane has a group of `groupBytes` bytes for every `1 << across` by `1 << down` pixels; for six pixels
+  /// of a row where samples are packed in threes.
   struct Plane {
     std::uint8_t groupBytes = 0;
     std::uint8_t across = 0;
     std::uint8_t down = 0;
   };
-  /// Where a component's first sample lies in its plane's rows, and the distance to the next, in bytes.
+  /// Where a component's first sample lies in its plane's rows, and the distance to the next: in bytes, or in
+  /// samples where these are packed closer than that.
   struct Component {
     std::uint8_t plane = 0;
     std::uint8_t offset = 0;
     std::uint8_t step = 0;
   };
 
-  /// Of samples of more than eight bits, each in two bytes.
+  /// How samples of more than eight bits follow each other.
+  enum class Packing : std::uint8_t {
+    Words,   ///< each in two bytes
+    Threes,  ///< three of ten bits in a little-endian word of four bytes, the first in its lowest bits
+    String,  ///< ten bits after ten bits, each with its highest first
+  };
+  /// Of samples of more than eight bits, or of pixels that are words.
   struct Word {
     bool isBigEndian = false;
     std::uint8_t shift = 0;  ///< unused bits below the sample
+    Packing packing = Packing::Words;
   };
-  /// A component's bits in a word of two bytes that all components share.
+  /// A component's bits in a word, of as many bytes as the plane's groups, that all components share.
   struct Field {
     std::uint8_t shift = 0;
     std::uint8_t bits = 0;

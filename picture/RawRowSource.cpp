@@ -20,7 +20,7 @@ RawRowSource::RawRowSource(const Frame& frame, const YuvReader::Planes& planes)
       planes_(planes),
       yuv_(frame, planes, 1),
       rgb_(frame),
-      matrix_(frame.matrix, rangeOf(frame), layout_.bits == 10 ? 10 : 8) {
+      matrix_(frame.matrix, rangeOf(frame), layout_.bits) {
   if (layout_.model != ColorModel::Yuv) return;
   const auto pixels = static_cast<std::size_t>(frame.width);
   const std::size_t chroma = ((pixels - 1) >> layout_.chromaAcross) + 1;
@@ -103,9 +103,9 @@ void RawRowSource::blendDeepChromaRows(int near, int far) noexcept {
 }
 
 void RawRowSource::unpackDeep(std::size_t component, int row, WideRow& out) const noexcept {
-  const auto& [plane, offset, step] = layout_.components[component];
-  readWords(planes_[plane].row(static_cast<std::size_t>(row)) + offset, step, out.size(), layout_,
-            layout_.bits, out.data());
+  const auto& place = layout_.components[component];
+  readSamples(planes_[place.plane].row(static_cast<std::size_t>(row)), place, out.size(), layout_,
+              matrix_.bits(), out.data());
 }
 
 }  // namespace picture

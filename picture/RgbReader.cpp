@@ -44,7 +44,9 @@ RgbReader::RgbReader(const Frame& frame)
 }
 
 std::array<std::uint8_t, 3> RgbReader::sharedWord(const std::uint8_t* at) const noexcept {
-  const unsigned word = wordAt(at, layout_.word.isBigEndian);
+  const bool isBigEndian = layout_.word.isBigEndian;
+  const std::uint32_t word =
+      layout_.planes[0].groupBytes == 4 ? longWordAt(at, isBigEndian) : wordAt(at, isBigEndian);
   const auto level = [&](std::size_t component) {
     const auto [shift, bits] = layout_.fields[component];
     return fieldLevels_[component][word >> shift & ((1U << bits) - 1)];
@@ -65,9 +67,11 @@ void RgbReader::readRgb(const std::uint8_t* row, std::uint8_t* out) const noexce
   } else if (layout_.fields[0].bits > 0) {
     // Not the library's conversion, which repeats the upper bits and so is off by up to half a level more.
     for (int x = 0; x < width_; ++x) {
-      const auto levels = sharedWord(row + 2 * x);
+      const auto levels = sharedWord(row + layout_.planes[0].groupBytes * x);
       std::copy(levels.begin(), levels.end(), out + 3 * x);
     }
+  } else if (layout_.bits > 8) {
+    return deepTo(row, out, 3, {0, 1, 2});
   } else {
     wordsToRgb(row, out);
   }
@@ -102,10 +106,22 @@ int RgbReader::deepLevel(const std::uint8_t* at) const noexcept {
   return wordAt(at, layout_.word.isBigEndian) & ((1 << layout_.bits) - 1);
 }
 
+std::uint8_t RgbReader::fullDeepLevel(const std::uint8_t* at) const noexcept {
+  return fullLevelOfBits(deepLevel(at), layout_.bits, limited_);
+}
+
+void RgbReader::deepTo(const std::uint8_t* row, std::uint8_t* out, int step,
+                       std::array<int, 3> places) const noexcept {
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    const std::uint8_t* at = row + layout_.components[i].offset;
+    for (int x = 0; x < width_; ++x, at += layout_.components[i].step)
+      out[step * x + places[i]] = fullDeepLevel(at);
+  }
+}
+
 void RgbReader::greyToRgb(const std::uint8_t* row, std::uint8_t* out) const noexcept {
   for (int x = 0; x < width_; ++x) {
-    const std::uint8_t level =
-        layout_.bits == 8 ? levels_[row[x]] : fullLevelOfBits(deepLevel(row + 2 * x), layout_.bits, limited_);
+    const std::uint8_t level = layout_.bits == 8 ? levels_[row[x]] : fullDeepLevel(row + 2 * x);
     out[3 * x] = out[3 * x + 1] = out[3 * x + 2] = level;
   }
 }
@@ -127,12 +143,17 @@ void RgbReader::readBgra(const std::uint8_t* row, std::uint8_t* out) const noexc
     libyuv::RGB565ToARGB(row, 0, out, 0, width_, 1);
   } else if (layout_.fields[0].bits > 0) {
     for (int x = 0; x < width_; ++x) {
-      const auto [red, green, blue] = sharedWord(row + 2 * x);
+      const auto [red, green, blue] = sharedWord(row + layout_.planes[0].groupBytes * x);
       out[4 * x] = blue;
       out[4 * x + 1] = green;
       out[4 * x + 2] = red;
       out[4 * x + 3] = kOpaque;
     }
+  } else if (layout_.bits > 8) {
+    deepTo(row, out, 4, {2, 1, 0});
+    for (int x = 0; x < width_; ++x)
+      out[4 * x + 3] = kOpaque;
+    return;
   } else if (layout_.planes[0].groupBytes == 3) {
     (layout_.components[0].offset == 0 ? libyuv::RAWToARGB : libyuv::RGB24ToARGB)(row, 0, out, 0, width_, 1);
   } else {

@@ -64,14 +64,13 @@ void YuvReader::splitPacked(int first, int count) {
 
 void YuvReader::take(const PixelLayout::Component& component, int first, int count, Strip& strip) const {
   for (int row = 0; row < count; ++row) {
-    const std::uint8_t* from =
-        planes_[component.plane].row(static_cast<std::size_t>(first + row)) + component.offset;
+    const std::uint8_t* from = planes_[component.plane].row(static_cast<std::size_t>(first + row));
     std::uint8_t* to = strip.samples.data() + static_cast<std::size_t>(row) * strip.stride;
     if (layout_.bits > 8) {
-      readWords(from, component.step, strip.stride, layout_, 8, to);
+      readSamples(from, component, strip.stride, layout_, 8, to);
     } else {
       for (std::size_t i = 0; i < strip.stride; ++i)
-        to[i] = from[i * component.step];
+        to[i] = from[component.offset + i * component.step];
     }
   }
 }

@@ -37,7 +37,9 @@ class YuvReader {
 
   void splitPacked(int first, int count);
   /// Two pixels share their colour differences, in one plane with luma.
-  [[nodiscard]] bool isPackedInPairs() const { return layout_.planeCount == 1 && layout_.chromaAcross == 1; }
+  [[nodiscard]] bool isPackedInPairs() const {
+    return layout_.planeCount == 1 && layout_.chromaAcross == 1 && layout_.bits == 8;
+  }
   /// One component of rows, sample by sample.
   void take(const PixelLayout::Component& component, int first, int count, Strip& strip) const;
   [[nodiscard]] const std::uint8_t* rowOf(std::size_t component, int row) const;

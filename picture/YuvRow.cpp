@@ -10,6 +10,9 @@ namespace {
 // multiply fast.
 constexpr int kFractionBits = 13;
 
+// Twelve bits in eighths, which are sixteen bits with a sign.
+constexpr int kMostBits = 12;
+
 std::int16_t fixedPoint(double value) {
   return static_cast<std::int16_t>(std::lround(value * (1 << kFractionBits)));
 }
@@ -39,15 +42,16 @@ LumaWeights lumaWeights(ColorMatrix matrix) noexcept {
   return {0.299, 0.114};
 }
 
-YuvMatrix::YuvMatrix(ColorMatrix matrix, ColorRange range, int bits) noexcept {
+YuvMatrix::YuvMatrix(ColorMatrix matrix, ColorRange range, int bits) noexcept
+    : bits_(std::min(bits, kMostBits)) {
   const auto [redWeight, blueWeight] = lumaWeights(matrix);
   const double greenWeight = 1 - redWeight - blueWeight;
   const bool full = range == ColorRange::Full;
   // The studio range of more bits is that of 8 bits times a power of two, the full range is not.
-  const double fullScale = 255.0 * (1 << (bits - 8)) / ((1 << bits) - 1);
+  const double fullScale = 255.0 * (1 << (bits_ - 8)) / ((1 << bits_) - 1);
   const double lumaScale = full ? fullScale : 255.0 / 219;
   const double chromaScale = full ? fullScale : 255.0 / 224;
-  lumaOffset_ = static_cast<std::int16_t>((full ? 0 : 16) << (bits - 8 + kChromaFractionBits));
+  lumaOffset_ = static_cast<std::int16_t>((full ? 0 : 16) << (bits_ - 8 + kChromaFractionBits));
   luma_ = fixedPoint(lumaScale);
   redFromRed_ = fixedPoint(chromaScale * 2 * (1 - redWeight));
   blueFromBlue_ = fixedPoint(chromaScale * 2 * (1 - blueWeight));
@@ -88,7 +92,8 @@ void YuvMatrix::convert(const std::uint8_t* luma, const std::uint16_t* blueChrom
 void YuvMatrix::convert(const std::uint16_t* luma, const std::uint16_t* blueChroma,
                         const std::uint16_t* redChroma, std::size_t width, std::uint8_t* red,
                         std::uint8_t* green, std::uint8_t* blue) const noexcept {
-  convertRow<10>(luma, blueChroma, redChroma, width, red, green, blue);
+  bits_ == kMostBits ? convertRow<kMostBits>(luma, blueChroma, redChroma, width, red, green, blue)
+                     : convertRow<10>(luma, blueChroma, redChroma, width, red, green, blue);
 }
 
 void blendChroma(const std::uint8_t* near, const std::uint8_t* far, std::size_t count,

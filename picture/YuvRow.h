@@ -21,13 +21,16 @@ struct LumaWeights {
 /// Integer coefficients of a conversion from Y'CbCr to R'G'B', exact to well below one level.
 class YuvMatrix {
  public:
-  /// `range` must be stated; `bits` of a sample are 8 or 10.
+  /// `range` must be stated; `bits` are a sample's, at least 8.
   YuvMatrix(ColorMatrix matrix, ColorRange range, int bits = 8) noexcept;
+
+  /// So many bits of each sample are converted: all of them, but no more than twelve.
+  [[nodiscard]] int bits() const noexcept { return bits_; }
 
   /// Converts a row of `width` pixels of 8 bits; chroma comes at full width, in eighths.
   void convert(const std::uint8_t* luma, const std::uint16_t* blueChroma, const std::uint16_t* redChroma,
                std::size_t width, std::uint8_t* red, std::uint8_t* green, std::uint8_t* blue) const noexcept;
-  /// The same of 10 bits.
+  /// The same of more.
   void convert(const std::uint16_t* luma, const std::uint16_t* blueChroma, const std::uint16_t* redChroma,
                std::size_t width, std::uint8_t* red, std::uint8_t* green, std::uint8_t* blue) const noexcept;
 
@@ -37,6 +40,7 @@ class YuvMatrix {
                   std::size_t width, std::uint8_t* red, std::uint8_t* green,
                   std::uint8_t* blue) const noexcept;
 
+  int bits_;
   std::int16_t lumaOffset_;
   std::int16_t luma_;
   std::int16_t redFromRed_;

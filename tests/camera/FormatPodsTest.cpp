@@ -210,10 +210,10 @@ TEST(FormatName, SaysWhatCannotBeRead) {
             "YVU9");
   FormatBuilder several(SPA_MEDIA_SUBTYPE_raw);
   several.choice(SPA_FORMAT_VIDEO_format, SPA_CHOICE_Enum, [](auto* builder) {
-    for (const auto format : {SPA_VIDEO_FORMAT_UYVP, SPA_VIDEO_FORMAT_v210, SPA_VIDEO_FORMAT_UYVP})
+    for (const auto format : {SPA_VIDEO_FORMAT_YUV9, SPA_VIDEO_FORMAT_Y41B, SPA_VIDEO_FORMAT_YUV9})
       spa_pod_builder_id(builder, format);
   });
-  EXPECT_EQ(formatName(several.pod()), "v210, UYVP");
+  EXPECT_EQ(formatName(several.pod()), "Y41B, YUV9");
   EXPECT_EQ(
       formatName(
           FormatBuilder(SPA_MEDIA_SUBTYPE_raw).id(SPA_FORMAT_VIDEO_format, 0x7fffffff).size(4, 2).pod()),

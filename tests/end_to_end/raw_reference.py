@@ -3,11 +3,16 @@
 from pixels import Picture
 
 # Where samples lie: (plane, offset, step, columns, rows) of luma and both colour differences. A sample stands for that
-# many columns and rows of pixels; offsets and steps are bytes.
+# many columns and rows of pixels; offsets and steps are bytes, or samples where these lie closer than that.
 
 
 def _pairs(luma, blue, red):
     return [(0, luma, 2, 1, 1), (0, blue, 4, 2, 1), (0, red, 4, 2, 1)]
+
+
+def _by_turns(units):
+    """Blue difference, luma, red difference, luma; each takes so many units."""
+    return [(0, units, 2 * units, 1, 1), (0, 0, 4 * units, 2, 1), (0, 2 * units, 4 * units, 2, 1)]
 
 
 def _whole_pixels(step, *offsets):
@@ -23,15 +28,19 @@ def _three_planes(blue, columns, rows, size=1):
 
 
 _ONE_PLANE = {"YUY2": _pairs(0, 1, 3), "UYVY": _pairs(1, 0, 2), "YVYU": _pairs(0, 3, 1), "VYUY": _pairs(1, 2, 0),
-              "AYUV": _whole_pixels(4, 1, 2, 3), "v308": _whole_pixels(3, 0, 1, 2), "IYU2": _whole_pixels(3, 1, 0, 2)}
+              "AYUV": _whole_pixels(4, 1, 2, 3), "v308": _whole_pixels(3, 0, 1, 2), "IYU2": _whole_pixels(3, 1, 0, 2),
+              "v210": _by_turns(1), "UYVP": _by_turns(1), "v216": _by_turns(2)}
 _TWO_PLANES = {"NV12": _two_planes(0, 2, 2), "NV21": _two_planes(1, 2, 2), "NV16": _two_planes(0, 2, 1),
                "NV61": _two_planes(1, 2, 1), "NV24": _two_planes(0, 1, 1), "P010": _two_planes(0, 2, 2, 2)}
 _THREE_PLANES = {"I420": _three_planes(1, 2, 2), "YV12": _three_planes(2, 2, 2), "Y42B": _three_planes(1, 2, 1),
                  "Y444": _three_planes(1, 1, 1), "I420_10LE": _three_planes(1, 2, 2, 2),
-                 "I422_10LE": _three_planes(1, 2, 1, 2)}
+                 "I422_10LE": _three_planes(1, 2, 1, 2), "Y444_10LE": _three_planes(1, 1, 1, 2),
+                 "I420_10BE": _three_planes(1, 2, 2, 2), "I422_12LE": _three_planes(1, 2, 1, 2)}
 _GREY = {"GRAY8": [(0, 0, 1, 1, 1)], "GRAY16_LE": [(0, 0, 2, 1, 1)], "GRAY16_BE": [(0, 0, 2, 1, 1)]}
 _PLACES = _ONE_PLANE | _TWO_PLANES | _THREE_PLANES | _GREY
-_BITS = {"P010": 10, "I420_10LE": 10, "I422_10LE": 10, "GRAY16_LE": 16, "GRAY16_BE": 16}  # of a sample; otherwise 8
+# Of a sample; otherwise 8.
+_BITS = {"P010": 10, "I420_10LE": 10, "I422_10LE": 10, "Y444_10LE": 10, "I420_10BE": 10, "v210": 10, "UYVP": 10, "I422_12LE": 12,
+         "v216": 16, "GRAY16_LE": 16, "GRAY16_BE": 16}
 # The distance of pixels in bytes, then where red, green and blue lie.
 _PRIMARIES = {"RGB": (3, 0, 1, 2), "BGR": (3, 2, 1, 0), "RGBx": (4, 0, 1, 2), "RGBA": (4, 0, 1, 2), "BGRx": (4, 2, 1, 0),
               "BGRA": (4, 2, 1, 0), "xRGB": (4, 1, 2, 3), "ARGB": (4, 1, 2, 3), "xBGR": (4, 3, 2, 1), "ABGR": (4, 3, 2, 1)}
@@ -76,6 +85,10 @@ class _Frame:
             step = self.places[0][2]
         if step == 3:
             return _up(3 * self.width, 4)
+        if self.name == "v210":
+            return 128 * (_up(self.width, 48) // 48)
+        if self.name == "UYVP":
+            return 5 * (_up(self.width, 2) // 2)
         return step * _up(self.width, max((place[3] for place in self.places), default=1))
 
     def byte(self, plane, row, at):
@@ -87,9 +100,16 @@ class _Frame:
 
     def sample(self, place, column, row):
         plane, offset, step, _, _ = place
+        at = offset + column * step
+        if self.name == "v210":
+            word = self.word(0, row, at // 3 * 4) | self.word(0, row, at // 3 * 4 + 2) << 16
+            return word >> 10 * (at % 3) & 1023
+        if self.name == "UYVP":
+            first, bit = divmod(10 * at, 8)
+            return (self.byte(0, row, first) << 8 | self.byte(0, row, first + 1)) >> (6 - bit) & 1023
         if self.bits == 8:
-            return self.byte(plane, row, offset + column * step)
-        word = self.word(plane, row, offset + column * step)
+            return self.byte(plane, row, at)
+        word = self.word(plane, row, at)
         return word >> 6 if self.name == "P010" else word
 
     def luma(self, x, y):

@@ -35,13 +35,23 @@ Sampling samplingOf(PixelFormat format) {
     case Y42B:
     case YV16:
     case I422_10:
+    case I422_10BE:
+    case I422_12:
+    case I422_12BE:
+    case v210:
+    case UYVP:
+    case v216:
       return {2, 1};
     case NV12:
     case NV21:
     case I420:
     case YV12:
     case P010:
+    case P010_BE:
     case I420_10:
+    case I420_10BE:
+    case I420_12:
+    case I420_12BE:
       return {2, 2};
     default:
       return {1, 1};
@@ -56,9 +66,29 @@ std::size_t leastStride(const Frame& frame) {
     case YVYU:
     case VYUY:
       return 4 * half(width);
+    case v210:
+      return 16 * ((width + 5) / 6);
+    case UYVP:
+      return 5 * half(width);
+    case v216:
+      return 8 * half(width);
+    case AYUV64:
+    case ARGB64:
+      return 8 * width;
     case P010:
+    case P010_BE:
     case I420_10:
     case I422_10:
+    case Y444_10:
+    case I420_12:
+    case I422_12:
+    case Y444_12:
+    case I420_10BE:
+    case I422_10BE:
+    case Y444_10BE:
+    case I420_12BE:
+    case I422_12BE:
+    case Y444_12BE:
     case RGB16:
     case RGB16_BE:
     case RGB15:
@@ -66,6 +96,7 @@ std::size_t leastStride(const Frame& frame) {
     case RGB12:
     case GRAY10:
     case GRAY12:
+    case GRAY14:
     case GRAY16:
     case GRAY16_BE:
       return 2 * width;
@@ -85,6 +116,11 @@ std::size_t leastStride(const Frame& frame) {
     case BGRA:
     case ARGB:
     case ABGR:
+    case xRGB_210:
+    case xBGR_210:
+    case RGBx_102:
+    case BGRx_102:
+    case r210:
       return 4 * width;
     default:
       return width;
@@ -101,6 +137,7 @@ std::size_t chromaStride(const Frame& frame) {
     case NV61:
       return std::max(stride, 2 * half(width));
     case P010:
+    case P010_BE:
       return std::max(stride, 4 * half(width));
     case NV24:
     case NV42:
@@ -112,9 +149,19 @@ std::size_t chromaStride(const Frame& frame) {
       return std::max(stride / 2, half(width));
     case I420_10:
     case I422_10:
+    case I420_12:
+    case I422_12:
+    case I420_10BE:
+    case I422_10BE:
+    case I420_12BE:
+    case I422_12BE:
       return std::max(stride / 2, 2 * half(width));
     case Y444:
     case YV24:
+    case Y444_10:
+    case Y444_12:
+    case Y444_10BE:
+    case Y444_12BE:
       return stride;
     default:
       return 0;
@@ -124,6 +171,12 @@ std::size_t chromaStride(const Frame& frame) {
 std::size_t chromaRows(const Frame& frame) {
   const auto height = static_cast<std::size_t>(frame.height);
   return samplingOf(frame.format).down == 2 ? half(height) : height;
+}
+
+/// Samples of ten bits that lie closer than in words of two bytes; blue difference, luma, red difference and
+/// luma by turns.
+bool isStringOfTens(PixelFormat format) {
+  return format == v210 || format == UYVP;
 }
 
 // Where component 0, 1 or 2 (luma and colour differences, or red, green and blue) has its sample; `x` and `y`
@@ -157,6 +210,7 @@ std::size_t sampleAt(const Frame& frame, int component, int sampleX, int sampleY
     case NV42:
       return pick(row + x, chromaRow + 2 * x + 1, chromaRow + 2 * x);
     case P010:
+    case P010_BE:
       return pick(row + 2 * x, chromaRow + 4 * x, chromaRow + 4 * x + 2);
     case I420:
     case Y42B:
@@ -168,7 +222,28 @@ std::size_t sampleAt(const Frame& frame, int component, int sampleX, int sampleY
       return pick(row + x, third + x, chromaRow + x);
     case I420_10:
     case I422_10:
+    case Y444_10:
+    case I420_12:
+    case I422_12:
+    case Y444_12:
+    case I420_10BE:
+    case I422_10BE:
+    case Y444_10BE:
+    case I420_12BE:
+    case I422_12BE:
+    case Y444_12BE:
       return pick(row + 2 * x, chromaRow + 2 * x, third + 2 * x);
+    case v216:
+      return row + pick(4 * x + 2, 8 * x, 8 * x + 4);
+    case AYUV64:
+    case ARGB64:
+      return row + 8 * x + pick(2, 4, 6);
+    case xRGB_210:
+    case xBGR_210:
+    case RGBx_102:
+    case BGRx_102:
+    case r210:
+      return row + 4 * x;
     case AYUV:
       return row + 4 * x + pick(1, 2, 3);
     case VUYA:
@@ -202,12 +277,15 @@ std::size_t sampleAt(const Frame& frame, int component, int sampleX, int sampleY
     case RGB12:
     case GRAY10:
     case GRAY12:
+    case GRAY14:
     case GRAY16:
     case GRAY16_BE:
       return row + 2 * x;
     case GRAY8:
       return row + x;
     case MJPG:
+    case v210:
+    case UYVP:
       break;
   }
   throw std::invalid_argument("not an uncompressed format");
@@ -234,6 +312,15 @@ std::optional<SharedWord> sharedWordOf(PixelFormat format) {
       return SharedWord{{0, 5, 10}, {31, 31, 31}};
     case RGB12:
       return SharedWord{{8, 4, 0}, {15, 15, 15}};
+    case xRGB_210:
+    case r210:
+      return SharedWord{{20, 10, 0}, {1023, 1023, 1023}};
+    case xBGR_210:
+      return SharedWord{{0, 10, 20}, {1023, 1023, 1023}};
+    case RGBx_102:
+      return SharedWord{{22, 12, 2}, {1023, 1023, 1023}};
+    case BGRx_102:
+      return SharedWord{{2, 12, 22}, {1023, 1023, 1023}};
     default:
       return {};
   }
@@ -242,12 +329,30 @@ std::optional<SharedWord> sharedWordOf(PixelFormat format) {
 int bitsOf(PixelFormat format) {
   switch (format) {
     case P010:
+    case P010_BE:
     case I420_10:
     case I422_10:
+    case Y444_10:
+    case I420_10BE:
+    case I422_10BE:
+    case Y444_10BE:
+    case v210:
+    case UYVP:
     case GRAY10:
       return 10;
+    case I420_12:
+    case I422_12:
+    case Y444_12:
+    case I420_12BE:
+    case I422_12BE:
+    case Y444_12BE:
     case GRAY12:
       return 12;
+    case GRAY14:
+      return 14;
+    case v216:
+    case AYUV64:
+    case ARGB64:
     case GRAY16:
     case GRAY16_BE:
       return 16;
@@ -256,19 +361,77 @@ int bitsOf(PixelFormat format) {
   }
 }
 
+bool isBigEndian(PixelFormat format) {
+  switch (format) {
+    case RGB16_BE:
+    case GRAY16_BE:
+    case P010_BE:
+    case I420_10BE:
+    case I422_10BE:
+    case Y444_10BE:
+    case I420_12BE:
+    case I422_12BE:
+    case Y444_12BE:
+    case r210:
+      return true;
+    default:
+      return false;
+  }
+}
+
+std::size_t bytesOfWord(PixelFormat format) {
+  return format >= xRGB_210 && format <= r210 ? 4 : 2;
+}
+
+// The lowest bit of byte `i` in the word.
+std::size_t placeInWord(PixelFormat format, std::size_t i) {
+  return 8 * (isBigEndian(format) ? bytesOfWord(format) - 1 - i : i);
+}
+
 int wordAt(const Frame& frame, std::size_t at) {
-  const int first = frame.bytes.at(at);
-  const int second = frame.bytes.at(at + 1);
-  const bool isBigEndian = frame.format == RGB16_BE || frame.format == GRAY16_BE;
-  return isBigEndian ? first << 8 | second : first | second << 8;
+  unsigned word = 0;
+  for (std::size_t i = 0; i < bytesOfWord(frame.format); ++i)
+    word |= static_cast<unsigned>(frame.bytes.at(at + i)) << placeInWord(frame.format, i);
+  return static_cast<int>(word);
 }
 
 void storeWord(Frame& frame, std::size_t at, unsigned word) {
-  const auto low = static_cast<std::uint8_t>(word);
-  const auto high = static_cast<std::uint8_t>(word >> 8);
-  const bool isBigEndian = frame.format == RGB16_BE || frame.format == GRAY16_BE;
-  frame.bytes.at(at) = isBigEndian ? high : low;
-  frame.bytes.at(at + 1) = isBigEndian ? low : high;
+  for (std::size_t i = 0; i < bytesOfWord(frame.format); ++i)
+    frame.bytes.at(at + i) = static_cast<std::uint8_t>(word >> placeInWord(frame.format, i));
+}
+
+// Bit by bit: where the bit `bit` of that sample, 0 being its lowest, lies in the frame, as a byte and a bit.
+std::pair<std::size_t, unsigned> placeOfBit(const Frame& frame, int component, int x, int y, unsigned bit) {
+  const auto column = static_cast<std::size_t>(x);
+  const std::size_t index = component == 0 ? 2 * column + 1 : 4 * column + (component == 1 ? 0 : 2);
+  const std::size_t row = static_cast<std::size_t>(y) * static_cast<std::size_t>(frame.stride);
+  if (frame.format == v210) {
+    const std::size_t place = index % 3 * 10 + bit;
+    return {row + index / 3 * 4 + place / 8, place % 8};
+  }
+  const std::size_t place = index * 10 + 9 - bit;
+  return {row + place / 8, 7 - place % 8};
+}
+
+int stringSample(const Frame& frame, int component, int x, int y) {
+  unsigned sample = 0;
+  for (unsigned bit = 0; bit < 10; ++bit) {
+    const auto [byte, place] = placeOfBit(frame, component, x, y, bit);
+    sample |= (frame.bytes.at(byte) >> place & 1U) << bit;
+  }
+  return static_cast<int>(sample);
+}
+
+void storeStringSample(Frame& frame, int component, int x, int y, unsigned level) {
+  for (unsigned bit = 0; bit < 10; ++bit) {
+    const auto [byte, place] = placeOfBit(frame, component, x, y, bit);
+    const auto cleared = frame.bytes.at(byte) & ~(1U << place);
+    frame.bytes.at(byte) = static_cast<std::uint8_t>(cleared | (level >> bit & 1U) << place);
+  }
+}
+
+bool isInUpperBits(PixelFormat format) {
+  return format == P010 || format == P010_BE;
 }
 
 bool isFull(const Frame& frame) {
@@ -277,10 +440,11 @@ bool isFull(const Frame& frame) {
 }
 
 double sample(const Frame& frame, int component, int x, int y) {
+  if (isStringOfTens(frame.format)) return stringSample(frame, component, x, y);
   const std::size_t at = sampleAt(frame, component, x, y);
   if (bitsOf(frame.format) == 8) return frame.bytes.at(at);
   const int word = wordAt(frame, at);
-  return frame.format == P010 ? word >> 6 : word & ((1 << bitsOf(frame.format)) - 1);
+  return isInUpperBits(frame.format) ? word >> 6 : word & ((1 << bitsOf(frame.format)) - 1);
 }
 
 // As a fraction of black to white, or of the colour difference's span around its middle.
@@ -355,29 +519,34 @@ std::array<double, 3> exactFractions(const Frame& frame, int x, int y) {
 }
 
 void store(Frame& frame, int component, int x, int y, double value) {
-  const std::size_t at = sampleAt(frame, component, x, y);
   const int bits = bitsOf(frame.format);
   const auto level = static_cast<unsigned>(std::clamp(std::lround(value), 0L, (1L << bits) - 1));
+  if (isStringOfTens(frame.format)) return storeStringSample(frame, component, x, y, level);
+  const std::size_t at = sampleAt(frame, component, x, y);
   if (bits == 8) {
     frame.bytes.at(at) = static_cast<std::uint8_t>(level);
     return;
   }
-  storeWord(frame, at, frame.format == P010 ? level << 6 : level);
+  storeWord(frame, at, isInUpperBits(frame.format) ? level << 6 : level);
 }
 
 }  // namespace
 
 bool isYuv(PixelFormat format) {
-  return format >= YUY2 && format <= I422_10;
+  return format >= YUY2 && format <= AYUV64;
 }
 
 const char* nameOf(PixelFormat format) {
   constexpr std::array kNames = {
-      "MJPG",     "YUY2",  "UYVY",  "YVYU",  "VYUY",  "NV12",    "NV21",    "NV16",   "NV61",
-      "NV24",     "NV42",  "I420",  "YV12",  "Y42B",  "YV16",    "Y444",    "YV24",   "AYUV",
-      "VUYA",     "YUVA",  "v308",  "IYU2",  "P010",  "I420_10", "I422_10", "RGB",    "BGR",
-      "RGBx",     "BGRx",  "xRGB",  "xBGR",  "RGBA",  "BGRA",    "ARGB",    "ABGR",   "RGB16",
-      "RGB16_BE", "RGB15", "BGR15", "RGB12", "GRAY8", "GRAY10",  "GRAY12",  "GRAY16", "GRAY16_BE"};
+      "MJPG",      "YUY2",      "UYVY",      "YVYU",      "VYUY",    "NV12",    "NV21",      "NV16",
+      "NV61",      "NV24",      "NV42",      "I420",      "YV12",    "Y42B",    "YV16",      "Y444",
+      "YV24",      "AYUV",      "VUYA",      "YUVA",      "v308",    "IYU2",    "P010",      "I420_10",
+      "I422_10",   "Y444_10",   "I420_12",   "I422_12",   "Y444_12", "P010_BE", "I420_10BE", "I422_10BE",
+      "Y444_10BE", "I420_12BE", "I422_12BE", "Y444_12BE", "v210",    "UYVP",    "v216",      "AYUV64",
+      "RGB",       "BGR",       "RGBx",      "BGRx",      "xRGB",    "xBGR",    "RGBA",      "BGRA",
+      "ARGB",      "ABGR",      "RGB16",     "RGB16_BE",  "RGB15",   "BGR15",   "RGB12",     "xRGB_210",
+      "xBGR_210",  "RGBx_102",  "BGRx_102",  "r210",      "ARGB64",  "GRAY8",   "GRAY10",    "GRAY12",
+      "GRAY14",    "GRAY16",    "GRAY16_BE"};
   static_assert(kNames.size() == picture::kAllPixelFormats.size());
   return kNames.at(static_cast<std::size_t>(format));
 }
@@ -385,8 +554,8 @@ const char* nameOf(PixelFormat format) {
 std::size_t frameBytes(const Frame& frame) {
   const auto stride = static_cast<std::size_t>(frame.stride);
   const std::size_t first = stride * static_cast<std::size_t>(frame.height);
-  const bool threePlanes =
-      (frame.format >= I420 && frame.format <= YV24) || frame.format == I420_10 || frame.format == I422_10;
+  const bool threePlanes = (frame.format >= I420 && frame.format <= YV24) ||
+                           (frame.format >= I420_10 && frame.format <= Y444_12BE && frame.format != P010_BE);
   return first + chromaStride(frame) * chromaRows(frame) * (threePlanes ? 2 : 1);
 }
 

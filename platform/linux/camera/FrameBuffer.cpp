@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <numeric>
 
+#include "picture/CeilDivide.h"
 #include "picture/JpegMarkers.h"
 #include "picture/PixelLayout.h"
 #include "picture/PixelSize.h"
@@ -27,14 +28,15 @@ PlaneSpaces spacesOfDrivers(const picture::PixelLayout& layout, const FrameForma
   return spaces;
 }
 
-// GStreamer ends the rows of every plane at a whole word and, where two rows share their colours, completes
-// the first plane to an even number of rows (`gst_video_info_set_format`).
+// GStreamer ends the rows of every plane at a whole word, of samples in threes at a whole eight groups, and,
+// where two rows share their colours, completes the first plane to an even number of rows
+// (`gst_video_info_set_format`).
 PlaneSpaces spacesOfWords(const picture::PixelLayout& layout, const FrameFormat& format) {
-  constexpr std::size_t kWord = 4;
+  const std::size_t unit = layout.word.packing == picture::PixelLayout::Packing::Threes ? 128 : 4;
   PlaneSpaces spaces;
   for (std::size_t i = 0; i < layout.planeCount; ++i) {
-    const std::size_t words = (layout.rowBytes(i, static_cast<int>(format.width)) + kWord - 1) / kWord;
-    spaces[i] = {words * kWord, layout.rows(i, static_cast<int>(format.height))};
+    const std::size_t units = picture::ceilDivide(layout.rowBytes(i, static_cast<int>(format.width)), unit);
+    spaces[i] = {units * unit, layout.rows(i, static_cast<int>(format.height))};
   }
   spaces[0].rows =
       std::max(spaces[0].rows, layout.rows(layout.planeCount - 1, static_cast<int>(format.height))

@@ -20,6 +20,19 @@ std::uint32_t word(const std::uint8_t* at) {
   return std::uint32_t{at[0]} | std::uint32_t{at[1]} << 8;
 }
 
+std::uint32_t bigEndianWord(const std::uint8_t* at) {
+  return std::uint32_t{at[0]} << 8 | at[1];
+}
+
+std::uint32_t tenInThrees(const std::uint8_t* row, std::size_t index) {
+  const auto* at = row + index / 3 * 4;
+  return (word(at) | word(at + 2) << 16) >> 10 * (index % 3) & 1023;
+}
+
+std::uint32_t tenInString(const std::uint8_t* row, std::size_t index) {
+  return bigEndianWord(row + index * 10 / 8) >> (6 - index * 10 % 8) & 1023;
+}
+
 /// The matrices solved for the primaries; all samples from 0 to 1, differences from -0.5 to 0.5.
 Rgb fromYuv(double luma, double blue, double red, const LumaWeights& weights) {
   const double r = luma + 2 * (1 - weights.red) * red;
@@ -66,6 +79,27 @@ class Pixel {
     return {(word(row() + 2 * x_) >> 6) / 1023.0, (word(chroma) >> 6) / 1023.0,
             (word(chroma + 2) >> 6) / 1023.0};
   }
+  std::array<double, 3> wholeTenBitsInThreePlanes() const {
+    return {word(row() + 2 * x_) / 1023.0, word(row(1) + 2 * x_) / 1023.0, word(row(2) + 2 * x_) / 1023.0};
+  }
+  std::array<double, 3> bigEndianTenBitsInThreePlanes() const {
+    return {bigEndianWord(row() + 2 * x_) / 1023.0, bigEndianWord(row(1, 2) + x_ / 2 * 2) / 1023.0,
+            bigEndianWord(row(2, 2) + x_ / 2 * 2) / 1023.0};
+  }
+  std::array<double, 3> twelveBitsInThreePlanes() const {
+    return {word(row() + 2 * x_) / 4095.0, word(row(1) + x_ / 2 * 2) / 4095.0,
+            word(row(2) + x_ / 2 * 2) / 4095.0};
+  }
+  std::array<double, 3> packedWords() const {
+    const auto* pair = row() + x_ / 2 * 8;
+    return {word(pair + 2 + x_ % 2 * 4) / 65535.0, word(pair) / 65535.0, word(pair + 4) / 65535.0};
+  }
+  /// Samples of ten bits by turns, as `tenOf` finds them in the row.
+  template <typename TenOf>
+  std::array<double, 3> byTurns(TenOf tenOf) const {
+    const auto pair = x_ / 2 * 4;
+    return {tenOf(row(), 2 * x_ + 1) / 1023.0, tenOf(row(), pair) / 1023.0, tenOf(row(), pair + 2) / 1023.0};
+  }
   Rgb sixteenBits() const {
     const auto pixel = word(row() + 2 * x_);
     return {rounded((pixel >> 11) * 255 / 31.0), rounded((pixel >> 5 & 63) * 255 / 63.0),
@@ -81,8 +115,7 @@ class Pixel {
     return {word(row() + 2 * x_) / 65535.0, 128 / 255.0, 128 / 255.0};
   }
   std::array<double, 3> bigEndianGreyWord() const {
-    const auto* sample = row() + 2 * x_;
-    return {(256 * sample[0] + sample[1]) / 65535.0, 128 / 255.0, 128 / 255.0};
+    return {bigEndianWord(row() + 2 * x_) / 65535.0, 128 / 255.0, 128 / 255.0};
   }
 
  private:
@@ -135,6 +168,18 @@ std::array<double, 3> yuv(const Pixel& pixel, PixelFormat format) {
       return pixel.tenBitsInThreePlanes(2);
     case PixelFormat::kI422Ten:
       return pixel.tenBitsInThreePlanes(1);
+    case PixelFormat::kY444Ten:
+      return pixel.wholeTenBitsInThreePlanes();
+    case PixelFormat::kI420TenBe:
+      return pixel.bigEndianTenBitsInThreePlanes();
+    case PixelFormat::kI422Twelve:
+      return pixel.twelveBitsInThreePlanes();
+    case PixelFormat::kV216:
+      return pixel.packedWords();
+    case PixelFormat::kV210:
+      return pixel.byTurns(tenInThrees);
+    case PixelFormat::kUyvp:
+      return pixel.byTurns(tenInString);
     case PixelFormat::kGray8:
       return pixel.grey();
     case PixelFormat::kGray16:

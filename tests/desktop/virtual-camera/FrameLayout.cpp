@@ -8,6 +8,9 @@ namespace {
 /// Rows of packed RGB end at a multiple of four bytes, as drivers and media frameworks have them.
 constexpr std::size_t kPackedAlignment = 4;
 
+/// Rows of samples in threes end at a multiple of that: of 48 pixels.
+constexpr std::size_t kThreesAlignment = 128;
+
 std::size_t partsOf(std::size_t whole, std::size_t part) {
   return (whole + part - 1) / part;
 }
@@ -24,11 +27,19 @@ std::size_t rowBytes(const RawFormat& raw, unsigned plane, std::uint32_t width) 
   for (const auto& place : raw.channels)
     columns = std::max<std::size_t>(columns, place.columns);
   const auto whole = partsOf(width, columns) * columns;
-  std::size_t bytes = 0;
+  std::size_t units = 0;
   for (const auto& place : raw.channels) {
-    if (place.plane == plane) bytes = std::max(bytes, whole / place.columns * place.step);
+    if (place.plane == plane) units = std::max(units, whole / place.columns * place.step);
   }
-  return bytes;
+  switch (raw.packing) {
+    case Packing::kThrees:
+      return partsOf(partsOf(units, 3) * 4, kThreesAlignment) * kThreesAlignment;
+    case Packing::kString:
+      return partsOf(units * raw.bits, 8);
+    case Packing::kWords:
+      break;
+  }
+  return units;
 }
 
 const ChannelPlace& firstOf(const RawFormat& raw, unsigned plane) {

@@ -121,10 +121,11 @@ std::vector<Format> everyFormat() {
   std::vector<Format> formats{
       {PixelFormat::kMjpg, 640, 480}, {PixelFormat::kMjpg, 1280, 720}, {PixelFormat::kYuy2, 1280, 720}};
   for (const auto* name :
-       {"YUY2",      "UYVY",  "YVYU",      "VYUY",      "NV12", "NV21",  "NV16", "NV61", "NV24",
-        "I420",      "YV12",  "Y42B",      "Y444",      "AYUV", "v308",  "IYU2", "P010", "I420_10LE",
-        "I422_10LE", "GRAY8", "GRAY16_LE", "GRAY16_BE", "RGB",  "BGR",   "RGBx", "BGRx", "xRGB",
-        "xBGR",      "RGBA",  "BGRA",      "ARGB",      "ABGR", "RGB16", "RGB15"}) {
+       {"YUY2",      "UYVY",      "YVYU",      "VYUY",      "NV12",      "NV21",      "NV16",  "NV61",
+        "NV24",      "I420",      "YV12",      "Y42B",      "Y444",      "AYUV",      "v308",  "IYU2",
+        "P010",      "I420_10LE", "I422_10LE", "GRAY8",     "GRAY16_LE", "GRAY16_BE", "RGB",   "BGR",
+        "RGBx",      "BGRx",      "xRGB",      "Y444_10LE", "v210",      "UYVP",      "v216",  "I420_10BE",
+        "I422_12LE", "xBGR",      "RGBA",      "BGRA",      "ARGB",      "ABGR",      "RGB16", "RGB15"}) {
     formats.push_back({*formatOfName(name), 320, 240});
     formats.push_back({*formatOfName(name), 323, 241});
   }

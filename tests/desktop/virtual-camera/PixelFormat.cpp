@@ -7,25 +7,61 @@ namespace {
 
 using enum Channel;
 
-constexpr std::array<std::pair<std::string_view, PixelFormat>, 37> kNames{{
-    {"MJPG", PixelFormat::kMjpg},   {"H264", PixelFormat::kH264},   {"BAYER", PixelFormat::kBayer},
-    {"YUY2", PixelFormat::kYuy2},   {"UYVY", PixelFormat::kUyvy},   {"YVYU", PixelFormat::kYvyu},
-    {"VYUY", PixelFormat::kVyuy},   {"NV12", PixelFormat::kNv12},   {"NV21", PixelFormat::kNv21},
-    {"NV16", PixelFormat::kNv16},   {"NV61", PixelFormat::kNv61},   {"NV24", PixelFormat::kNv24},
-    {"I420", PixelFormat::kI420},   {"YV12", PixelFormat::kYv12},   {"Y42B", PixelFormat::kY42b},
-    {"Y444", PixelFormat::kY444},   {"AYUV", PixelFormat::kAyuv},   {"v308", PixelFormat::kV308},
-    {"IYU2", PixelFormat::kIyu2},   {"P010", PixelFormat::kP010},   {"I420_10LE", PixelFormat::kI420Ten},
-    {"RGB", PixelFormat::kRgb},     {"BGR", PixelFormat::kBgr},     {"I422_10LE", PixelFormat::kI422Ten},
-    {"RGBx", PixelFormat::kRgbx},   {"GRAY8", PixelFormat::kGray8}, {"GRAY16_LE", PixelFormat::kGray16},
-    {"BGRx", PixelFormat::kBgrx},   {"xRGB", PixelFormat::kXrgb},   {"GRAY16_BE", PixelFormat::kGray16Be},
-    {"xBGR", PixelFormat::kXbgr},   {"RGBA", PixelFormat::kRgba},   {"BGRA", PixelFormat::kBgra},
-    {"ARGB", PixelFormat::kArgb},   {"ABGR", PixelFormat::kAbgr},   {"RGB16", PixelFormat::kRgb16},
+constexpr std::array<std::pair<std::string_view, PixelFormat>, 43> kNames{{
+    {"MJPG", PixelFormat::kMjpg},
+    {"H264", PixelFormat::kH264},
+    {"BAYER", PixelFormat::kBayer},
+    {"YUY2", PixelFormat::kYuy2},
+    {"UYVY", PixelFormat::kUyvy},
+    {"YVYU", PixelFormat::kYvyu},
+    {"VYUY", PixelFormat::kVyuy},
+    {"NV12", PixelFormat::kNv12},
+    {"NV21", PixelFormat::kNv21},
+    {"NV16", PixelFormat::kNv16},
+    {"NV61", PixelFormat::kNv61},
+    {"NV24", PixelFormat::kNv24},
+    {"I420", PixelFormat::kI420},
+    {"YV12", PixelFormat::kYv12},
+    {"Y42B", PixelFormat::kY42b},
+    {"Y444", PixelFormat::kY444},
+    {"AYUV", PixelFormat::kAyuv},
+    {"v308", PixelFormat::kV308},
+    {"IYU2", PixelFormat::kIyu2},
+    {"P010", PixelFormat::kP010},
+    {"I420_10LE", PixelFormat::kI420Ten},
+    {"RGB", PixelFormat::kRgb},
+    {"BGR", PixelFormat::kBgr},
+    {"I422_10LE", PixelFormat::kI422Ten},
+    {"RGBx", PixelFormat::kRgbx},
+    {"GRAY8", PixelFormat::kGray8},
+    {"GRAY16_LE", PixelFormat::kGray16},
+    {"BGRx", PixelFormat::kBgrx},
+    {"xRGB", PixelFormat::kXrgb},
+    {"GRAY16_BE", PixelFormat::kGray16Be},
+    {"xBGR", PixelFormat::kXbgr},
+    {"RGBA", PixelFormat::kRgba},
+    {"BGRA", PixelFormat::kBgra},
+    {"ARGB", PixelFormat::kArgb},
+    {"ABGR", PixelFormat::kAbgr},
+    {"RGB16", PixelFormat::kRgb16},
     {"RGB15", PixelFormat::kRgb15},
+    {"v216", PixelFormat::kV216},
+    {"Y444_10LE", PixelFormat::kY444Ten},
+    {"v210", PixelFormat::kV210},
+    {"UYVP", PixelFormat::kUyvp},
+    {"I420_10BE", PixelFormat::kI420TenBe},
+    {"I422_12LE", PixelFormat::kI422Twelve},
 }};
 
 template <std::uint8_t Y, std::uint8_t U, std::uint8_t V>
 constexpr std::array<ChannelPlace, 3> kPacked{
     {{kLuma, 0, Y, 2, 1, 1}, {kBlueDifference, 0, U, 4, 2, 1}, {kRedDifference, 0, V, 4, 2, 1}}};
+
+/// By turns blue difference, luma, red difference, luma; a sample takes so many units.
+template <std::uint8_t Units>
+constexpr std::array<ChannelPlace, 3> kByTurns{{{kLuma, 0, Units, 2 * Units, 1, 1},
+                                                {kBlueDifference, 0, 0, 4 * Units, 2, 1},
+                                                {kRedDifference, 0, 2 * Units, 4 * Units, 2, 1}}};
 
 template <std::uint8_t U, std::uint8_t Columns, std::uint8_t Rows, std::uint8_t Bytes = 1>
 constexpr std::array<ChannelPlace, 3> kTwoPlanes{
@@ -120,6 +156,18 @@ RawFormat rawFormat(PixelFormat format) {
       return {10, 0, kThreePlanes<1, 2, 2, 2>};
     case PixelFormat::kI422Ten:
       return {10, 0, kThreePlanes<1, 2, 1, 2>};
+    case PixelFormat::kY444Ten:
+      return {10, 0, kThreePlanes<1, 1, 1, 2>};
+    case PixelFormat::kI420TenBe:
+      return {10, 0, kThreePlanes<1, 2, 2, 2>, true};
+    case PixelFormat::kI422Twelve:
+      return {12, 0, kThreePlanes<1, 2, 1, 2>};
+    case PixelFormat::kV216:
+      return {16, 0, kByTurns<2>};
+    case PixelFormat::kV210:
+      return {10, 0, kByTurns<1>, false, Packing::kThrees};
+    case PixelFormat::kUyvp:
+      return {10, 0, kByTurns<1>, true, Packing::kString};
     case PixelFormat::kGray8:
       return {8, 0, kGrey<1>};
     case PixelFormat::kGray16:

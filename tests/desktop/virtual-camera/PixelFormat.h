@@ -31,6 +31,12 @@ enum class PixelFormat {
   kP010,
   kI420Ten,
   kI422Ten,
+  kY444Ten,
+  kI420TenBe,
+  kI422Twelve,
+  kV216,
+  kV210,
+  kUyvp,
   kGray8,
   kGray16,
   kGray16Be,
@@ -54,14 +60,22 @@ std::optional<PixelFormat> formatOfName(std::string_view name);
 
 enum class Channel : std::uint8_t { kLuma, kBlueDifference, kRedDifference, kRed, kGreen, kBlue, kUnused };
 
-/// Where the samples of one channel lie. A sample stands for `columns` by `rows` pixels.
+/// Where the samples of one channel lie. A sample stands for `columns` by `rows` pixels. Distances are in
+/// bytes, or in samples where these lie closer than that.
 struct ChannelPlace {
   Channel channel;
   std::uint8_t plane;
-  std::uint8_t offset;  ///< of the first sample in a row, bytes
-  std::uint8_t step;    ///< from one sample to the next in the row, bytes
+  std::uint8_t offset;  ///< of the first sample in a row
+  std::uint8_t step;    ///< from one sample to the next in the row
   std::uint8_t columns;
   std::uint8_t rows;
+};
+
+/// How samples of more than eight bits follow each other.
+enum class Packing : std::uint8_t {
+  kWords,   ///< each in two bytes
+  kThrees,  ///< three of ten bits in four bytes, rows completed to 128 bytes (v210)
+  kString,  ///< ten bits after ten bits (UYVP)
 };
 
 /// The channels of a raw format.
@@ -70,6 +84,7 @@ struct RawFormat {
   unsigned shift = 0;  ///< by which a sample of two bytes is moved up
   std::span<const ChannelPlace> channels;
   bool isBigEndian = false;  ///< the order of a sample's two bytes
+  Packing packing = Packing::kWords;
 };
 
 /// What lies where in a raw format; no channels for compressed ones and for those whose pixels are words.

@@ -82,13 +82,30 @@ void putWord(std::uint8_t* at, std::uint32_t word) {
   at[1] = static_cast<std::uint8_t>(word >> 8);
 }
 
-void put(std::uint8_t* at, const RawFormat& raw, std::uint32_t sample) {
-  if (raw.bits == 8) {
-    *at = static_cast<std::uint8_t>(sample);
-    return;
+/// `row` holds bits, the first the highest of its byte.
+void putBit(std::uint8_t* row, std::size_t at, bool isSet) {
+  const auto mask = static_cast<std::uint8_t>(0x80 >> at % 8);
+  row[at / 8] = static_cast<std::uint8_t>(isSet ? row[at / 8] | mask : row[at / 8] & ~mask);
+}
+
+/// `at` counts as the places of the format do.
+void put(std::uint8_t* row, std::size_t at, const RawFormat& raw, std::uint32_t sample) {
+  if (raw.packing == Packing::kThrees) {
+    auto* const word = row + at / 3 * 4;
+    const auto shift = 10 * (at % 3);
+    const auto others = word[0] | word[1] << 8 | word[2] << 16 | std::uint32_t{word[3]} << 24;
+    const auto all = (static_cast<std::uint32_t>(others) & ~(0x3ffU << shift)) | sample << shift;
+    putWord(word, all & 0xffff);
+    putWord(word + 2, all >> 16);
+  } else if (raw.packing == Packing::kString) {
+    for (unsigned bit = 0; bit < raw.bits; ++bit)
+      putBit(row, at * raw.bits + bit, (sample >> (raw.bits - 1 - bit) & 1) != 0);
+  } else if (raw.bits == 8) {
+    row[at] = static_cast<std::uint8_t>(sample);
+  } else {
+    putWord(row + at, sample << raw.shift);
+    if (raw.isBigEndian) std::swap(row[at], row[at + 1]);
   }
-  putWord(at, sample << raw.shift);
-  if (raw.isBigEndian) std::swap(at[0], at[1]);
 }
 
 void putRgbWord(std::uint8_t* frame, const FrameLayout& layout, std::uint32_t x, std::uint32_t y,
@@ -109,9 +126,9 @@ void draw(std::uint8_t* frame, const FrameLayout& layout, const Colorimetry& col
   for (const auto& place : raw.channels) {
     const auto& plane = layout.planes[place.plane];
     for (auto y = area.top; y < area.bottom; y += place.rows) {
-      auto* row = frame + plane.offset + y / place.rows * plane.stride + place.offset;
+      auto* row = frame + plane.offset + y / place.rows * plane.stride;
       for (auto x = area.left; x < area.right; x += place.columns)
-        put(row + std::size_t{x} / place.columns * place.step, raw,
+        put(row, place.offset + std::size_t{x} / place.columns * place.step, raw,
             sampler.sample(place.channel, at(x, y, place.columns, place.rows)));
     }
   }
