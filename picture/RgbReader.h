@@ -33,7 +33,7 @@ class RgbReader {
   const PixelLayout& layout_;
   int width_;
   bool limited_;
-  std::array<std::uint8_t, 256> levels_;  // from the frame's range to the full one
+  std::array<std::uint8_t, 256> levels_{};  // from the frame's range to the full one
   // Of components that share a word, from their few bits to eight, in the frame's range.
   std::array<std::array<std::uint8_t, 1024>, 3> fieldLevels_{};
 };

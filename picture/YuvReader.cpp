@@ -63,9 +63,10 @@ void YuvReader::splitPacked(int first, int count) {
 }
 
 void YuvReader::take(const PixelLayout::Component& component, int first, int count, Strip& strip) const {
-  for (int row = 0; row < count; ++row) {
-    const std::uint8_t* from = planes_[component.plane].row(static_cast<std::size_t>(first + row));
-    std::uint8_t* to = strip.samples.data() + static_cast<std::size_t>(row) * strip.stride;
+  const auto begin = static_cast<std::size_t>(first);
+  for (std::size_t row = 0; row < static_cast<std::size_t>(count); ++row) {
+    const std::uint8_t* from = planes_[component.plane].row(begin + row);
+    std::uint8_t* to = strip.samples.data() + row * strip.stride;
     if (layout_.bits > 8) {
       readSamples(from, component, strip.stride, layout_, 8, to);
     } else {
