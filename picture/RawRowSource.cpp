@@ -20,7 +20,7 @@ RawRowSource::RawRowSource(const Frame& frame, const YuvReader::Planes& planes)
       planes_(planes),
       yuv_(frame, planes, 1),
       rgb_(frame),
-      matrix_(frame.matrix, rangeOf(frame), layout_.bits) {
+      matrix_(frame.matrix, rangeOf(frame), layout_.model == ColorModel::Yuv ? layout_.bits : 8) {
   if (layout_.model != ColorModel::Yuv) return;
   const auto pixels = static_cast<std::size_t>(frame.width);
   const std::size_t chroma = ((pixels - 1) >> layout_.chromaAcross) + 1;
