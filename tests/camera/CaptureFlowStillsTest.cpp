@@ -232,5 +232,25 @@ TEST_F(CaptureFlowStills,
   EXPECT_GT(outcomes_.back(), 0) << "it sends again";
 }
 
+TEST_F(CaptureFlowStills, TimeInWhichTheMachineStandsStillIsNoneThatAStillWaits) {
+  start();
+  capture();
+  loop_->advance(6s);
+  loop_->standStill(60s);
+  EXPECT_THAT(outcomes_, IsEmpty());
+  settle();
+  frame();
+  ASSERT_EQ(outcomes_.size(), 1U);
+  EXPECT_GT(outcomes_.back(), 0);
+}
+
+TEST_F(CaptureFlowStills, AStillWaitsNoLongerOnAMachineThatIsBusy) {
+  start();
+  capture();
+  for (int i = 0; i < 17; ++i)
+    loop_->standStill(480ms);
+  EXPECT_THAT(outcomes_, ElementsAre(-ETIMEDOUT));
+}
+
 }  // namespace
 }  // namespace camera_test

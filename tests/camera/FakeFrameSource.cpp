@@ -79,6 +79,11 @@ void FakeCameraLoop::advance(std::chrono::nanoseconds time) {
   now_ = until;
 }
 
+void FakeCameraLoop::standStill(std::chrono::nanoseconds time) {
+  now_ += time;
+  advance(std::chrono::nanoseconds{0});
+}
+
 class FakeFrameSource::Stream final : public FrameStream {
  public:
   Stream(FakeFrameSource& source, std::uint64_t serial, const CameraMode& mode, Client& client)

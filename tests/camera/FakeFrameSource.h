@@ -30,6 +30,8 @@ class FakeCameraLoop final : public platform_linux::CameraLoop {
   void run();
   /// Moves the clock on, running each timer as it falls due.
   void advance(std::chrono::nanoseconds time);
+  /// The clock goes on, but nothing runs meanwhile; timers are late.
+  void standStill(std::chrono::nanoseconds time);
 
  private:
   class FakeTimer;

@@ -165,8 +165,8 @@ TEST(ModesOfFormat, KnowTheRawFormatsAndLeaveOutOthers) {
   format
       .choice(SPA_FORMAT_VIDEO_format, SPA_CHOICE_Enum,
               [](auto* builder) {
-                spa_pod_builder_id(builder, SPA_VIDEO_FORMAT_AYUV64);
-                spa_pod_builder_id(builder, SPA_VIDEO_FORMAT_AYUV64);
+                spa_pod_builder_id(builder, SPA_VIDEO_FORMAT_A420);
+                spa_pod_builder_id(builder, SPA_VIDEO_FORMAT_A420);
                 spa_pod_builder_id(builder, SPA_VIDEO_FORMAT_NV12);
                 spa_pod_builder_id(builder, SPA_VIDEO_FORMAT_BGRx);
               })
@@ -225,7 +225,7 @@ TEST(FormatOfMode, SaysExactlyThatMode) {
   std::vector<CameraMode> modes{
       {YUY2, 640, 480, {30000, 1001}}, {NV12, 640, 480, FrameRate{}}, {MJPG, 0, 0, {30, 1}}};
   // The daemon has no numbers for these.
-  const std::set kUnknown{NV42, YV16, YV24, VUYA, YUVA, RGB16_BE, BGR15, RGB12, GRAY10, GRAY12};
+  const std::set kUnknown{NV42, YV16, YV24, VUYA, YUVA, RGB16_BE, BGR15, RGB12, GRAY10, GRAY12, GRAY14};
   for (const auto format : picture::kAllPixelFormats)
     if (!kUnknown.contains(format)) modes.push_back({format, 1280, 720, {30, 1}});
   for (const CameraMode& mode : modes) {
@@ -278,7 +278,7 @@ TEST(FrameFormat, TakesTheColoursThatAreStated) {
 TEST(FrameFormat, IsNoneOfWhatWasNotAskedFor) {
   EXPECT_FALSE(agreedFormatOfPod(FormatBuilder(SPA_MEDIA_SUBTYPE_h264).size(640, 480).pod()));
   FormatBuilder other(SPA_MEDIA_SUBTYPE_raw);
-  other.id(SPA_FORMAT_VIDEO_format, SPA_VIDEO_FORMAT_AYUV64).size(640, 480);
+  other.id(SPA_FORMAT_VIDEO_format, SPA_VIDEO_FORMAT_A420).size(640, 480);
   EXPECT_FALSE(agreedFormatOfPod(other.pod()));
 }
 

@@ -6,6 +6,10 @@
 
 namespace platform_linux {
 
+/// How late a timer is when the machine has stood still meanwhile, asleep or held up by its host; on busy
+/// ones it is late by some hundredths of a second. Whatever is waited for stood still, too.
+inline constexpr std::chrono::milliseconds kStandstill{500};
+
 /// The one thread on which cameras are listed, their frames arrive and sessions live. It sleeps while there
 /// is nothing to do.
 class CameraLoop {

@@ -153,8 +153,13 @@ void CaptureFlow::openStream() {
   waitForSilence();
 }
 
+void CaptureFlow::lookForSilenceIn(std::chrono::nanoseconds delay) {
+  silenceDue_ = service_->loop().now() + delay;
+  silence_->startOnce(delay);
+}
+
 void CaptureFlow::waitForSilence() {
-  silence_->startOnce(patience_.end() - service_->loop().now());
+  lookForSilenceIn(patience_.end() - service_->loop().now());
 }
 
 void CaptureFlow::closeStream(int error) {
@@ -181,6 +186,8 @@ void CaptureFlow::restart(int error) {
 }
 
 void CaptureFlow::checkSilence() {
+  const auto late = service_->loop().now() - silenceDue_;
+  if (late > kStandstill) patience_.stoodStill(late);
   // Pictures put it off; the timer is not touched at each of them.
   if (service_->loop().now() < patience_.end()) return waitForSilence();
   // One that has never begun may do so in a smaller mode, or take longer for its first frame, and begins from
@@ -264,7 +271,7 @@ void CaptureFlow::frameArrived(const FrameBuffer& picture) {
 void CaptureFlow::firstFrameArrived(const FrameBuffer& picture) {
   noteOtherMode(picture.format());
   // From now on the stream may stand still much earlier than the timer looks for its beginning.
-  silence_->startOnce(StreamPatience::kStall);
+  lookForSilenceIn(StreamPatience::kStall);
 }
 
 void CaptureFlow::frameUnusable() {

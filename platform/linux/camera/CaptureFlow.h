@@ -85,6 +85,7 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   void closeStream(int error);
   void restart(int error);
   /// Looks again when the stream has said nothing for too long.
+  void lookForSilenceIn(std::chrono::nanoseconds delay);
   void waitForSilence();
   void checkSilence();
   [[nodiscard]] bool anyFeedWants();
@@ -114,6 +115,7 @@ class CaptureFlow final : public std::enable_shared_from_this<CaptureFlow>, publ
   CameraMode mode_;                               // the stream's
   std::unique_ptr<CameraLoop::Timer> restart_;    // while the flow is started
   std::unique_ptr<CameraLoop::Timer> silence_;    // while the flow is started
+  CameraLoop::Time silenceDue_;                   // of that timer
   std::unique_ptr<CameraLoop::Timer> readiness_;  // from a stop after a still until it takes effect
   bool tookStill_ = false;                        // since the start
   RestartPace pace_;

@@ -12,6 +12,9 @@ namespace {
 /// A picture of which more is lost is none.
 constexpr double kMostLost = 0.5;
 
+/// How often the time is looked at while a still waits, so that a standstill of the machine is seen.
+constexpr std::chrono::milliseconds kLook{500};
+
 }  // namespace
 
 StillQueue::StillQueue(CameraLoop& loop, FrameExaminer& examiner,
@@ -133,8 +136,19 @@ bool StillQueue::answerWithBest(std::size_t count) {
 }
 
 void StillQueue::armTimer() {
-  if (!timer_) timer_ = loop_.timer([this] { checkDeadline(); });
-  timer_->startOnce(schedule_.deadline(waiting_.front().since) - loop_.now());
+  if (!timer_) timer_ = loop_.timer([this] { look(); });
+  const auto now = loop_.now();
+  nextLook_ = std::min(schedule_.deadline(waiting_.front().since), now + kLook);
+  timer_->startOnce(nextLook_ - now);
+}
+
+void StillQueue::look() {
+  if (const auto late = loop_.now() - nextLook_; late > kStandstill) {
+    schedule_.stoodStill(late);
+    for (Still& still : waiting_)
+      still.since += late;
+  }
+  checkDeadline();
 }
 
 void StillQueue::checkDeadline() {

@@ -97,6 +97,7 @@ class StillQueue : public std::enable_shared_from_this<StillQueue> {
   bool answerWithBest(std::size_t count);
   void finishNow();
   void armTimer();
+  void look();
   void checkDeadline();
   /// How many of the stills are to wait no longer.
   [[nodiscard]] std::size_t countDue() const;
@@ -107,6 +108,7 @@ class StillQueue : public std::enable_shared_from_this<StillQueue> {
   StillSchedule schedule_;
   ExposureTrend trend_;
   std::unique_ptr<CameraLoop::Timer> timer_;
+  CameraLoop::Time nextLook_;  // while the timer runs
   std::deque<Still> waiting_;
   std::optional<std::size_t> examined_;  // how many of them the frame under examination is for
   Damaged best_;                         // of the frames for the still that waits longest

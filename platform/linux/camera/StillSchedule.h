@@ -35,6 +35,10 @@ class StillSchedule {
 
   /// The run is another attempt, as the one before brought nothing.
   void startedAgain(Time now) { lastSettling_ = now; }
+  /// The machine has stood still for that long: it is no time in which a frame could have come.
+  void stoodStill(Time::duration time) {
+    if (lastSettling_) *lastSettling_ += time;
+  }
   /// A frame has arrived.
   void frameArrived(Time now);
   /// The last frame was a picture, but not one for a still, as the exposure is settling.

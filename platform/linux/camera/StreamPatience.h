@@ -27,6 +27,8 @@ class StreamPatience {
   /// A stream is opened; `isTrial`: in a mode that is tried once, as a better one was silent.
   void opened(Time now, bool isTrial);
   void frameArrived(Time now);
+  /// The machine has stood still for that long, and the camera's side with it.
+  void stoodStill(Time::duration time) { lastSign_ += time; }
   /// The stream that was opened last said nothing, and the next one is no trial.
   void wasInVain();
 
