@@ -6,7 +6,7 @@
 
 namespace platform_linux {
 
-/// Patience is spent look by look: time in which the machine stands still, asleep or held up by its host,
+/// Patience is spent look by look: time in which the machine stands still, frozen or held up by its host,
 /// uses up one of them, as those who are waited for stood still, too.
 inline constexpr std::chrono::milliseconds kLook{50};
 

@@ -6,7 +6,7 @@
 
 namespace platform_linux {
 
-/// How late a timer is when the machine has stood still meanwhile, asleep or held up by its host; on busy
+/// How late a timer is when the machine has stood still meanwhile, frozen or held up by its host; on busy
 /// ones it is late by some hundredths of a second. Whatever is waited for stood still, too.
 inline constexpr std::chrono::milliseconds kStandstill{500};
 
