@@ -13,7 +13,7 @@ namespace {
 constexpr double kMostLost = 0.5;
 
 /// How often the time is looked at while a still waits, so that a standstill of the machine is seen.
-constexpr std::chrono::milliseconds kLook{500};
+constexpr std::chrono::milliseconds kTimeCheck{500};
 
 }  // namespace
 
@@ -138,7 +138,7 @@ bool StillQueue::answerWithBest(std::size_t count) {
 void StillQueue::armTimer() {
   if (!timer_) timer_ = loop_.timer([this] { look(); });
   const auto now = loop_.now();
-  nextLook_ = std::min(schedule_.deadline(waiting_.front().since), now + kLook);
+  nextLook_ = std::min(schedule_.deadline(waiting_.front().since), now + kTimeCheck);
   timer_->startOnce(nextLook_ - now);
 }
 
