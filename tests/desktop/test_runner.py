@@ -219,7 +219,8 @@ class NothingLeft(unittest.TestCase):
             os.mkfifo(started)
             with open(os.path.join(services, "com.example.Sleeper.service"), "w") as file:
                 file.write("[D-BUS Service]\nName=com.example.Sleeper\n"
-                           f"Exec=/bin/sh -c 'echo $$ >{started}; exec sleep infinity'\n")
+                           # It becomes no other program: of one that is just doing so no environment can be read.
+                           f"Exec=/bin/sh -c 'echo $$ >{started}; read forever <{started}'\n")
             process, folder, processes = self.start(
                 "--service-dir", services,
                 end=f"dbus-send --session --dest=com.example.Sleeper / a.b.c; cat {started}; exec sleep infinity")
