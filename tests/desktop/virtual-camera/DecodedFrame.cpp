@@ -70,25 +70,16 @@ class Pixel {
   std::array<double, 3> threePlanes(std::size_t u, std::size_t columns, std::size_t rows) const {
     return sample(row()[x_], row(u, rows)[x_ / columns], row(3 - u, rows)[x_ / columns]);
   }
-  std::array<double, 3> tenBitsInThreePlanes(std::size_t rows) const {
-    return {word(row() + 2 * x_) / 1023.0, word(row(1, rows) + x_ / 2 * 2) / 1023.0,
-            word(row(2, rows) + x_ / 2 * 2) / 1023.0};
+  /// `most` is the largest sample.
+  std::array<double, 3> wordsInThreePlanes(double most, std::size_t columns, std::size_t rows,
+                                           std::uint32_t (*wordOf)(const std::uint8_t*) = word) const {
+    return {wordOf(row() + 2 * x_) / most, wordOf(row(1, rows) + x_ / columns * 2) / most,
+            wordOf(row(2, rows) + x_ / columns * 2) / most};
   }
   std::array<double, 3> tenBits() const {
     const auto* chroma = row(1, 2) + x_ / 2 * 4;
     return {(word(row() + 2 * x_) >> 6) / 1023.0, (word(chroma) >> 6) / 1023.0,
             (word(chroma + 2) >> 6) / 1023.0};
-  }
-  std::array<double, 3> wholeTenBitsInThreePlanes() const {
-    return {word(row() + 2 * x_) / 1023.0, word(row(1) + 2 * x_) / 1023.0, word(row(2) + 2 * x_) / 1023.0};
-  }
-  std::array<double, 3> bigEndianTenBitsInThreePlanes() const {
-    return {bigEndianWord(row() + 2 * x_) / 1023.0, bigEndianWord(row(1, 2) + x_ / 2 * 2) / 1023.0,
-            bigEndianWord(row(2, 2) + x_ / 2 * 2) / 1023.0};
-  }
-  std::array<double, 3> twelveBitsInThreePlanes() const {
-    return {word(row() + 2 * x_) / 4095.0, word(row(1) + x_ / 2 * 2) / 4095.0,
-            word(row(2) + x_ / 2 * 2) / 4095.0};
   }
   std::array<double, 3> packedWords() const {
     const auto* pair = row() + x_ / 2 * 8;
@@ -165,15 +156,15 @@ std::array<double, 3> yuv(const Pixel& pixel, PixelFormat format) {
     case PixelFormat::kP010:
       return pixel.tenBits();
     case PixelFormat::kI420Ten:
-      return pixel.tenBitsInThreePlanes(2);
+      return pixel.wordsInThreePlanes(1023, 2, 2);
     case PixelFormat::kI422Ten:
-      return pixel.tenBitsInThreePlanes(1);
+      return pixel.wordsInThreePlanes(1023, 2, 1);
     case PixelFormat::kY444Ten:
-      return pixel.wholeTenBitsInThreePlanes();
+      return pixel.wordsInThreePlanes(1023, 1, 1);
     case PixelFormat::kI420TenBe:
-      return pixel.bigEndianTenBitsInThreePlanes();
+      return pixel.wordsInThreePlanes(1023, 2, 2, bigEndianWord);
     case PixelFormat::kI422Twelve:
-      return pixel.twelveBitsInThreePlanes();
+      return pixel.wordsInThreePlanes(4095, 2, 1);
     case PixelFormat::kV216:
       return pixel.packedWords();
     case PixelFormat::kV210:
