@@ -38,7 +38,7 @@ struct RawFormat {
     std::array<int, 3> largest{};
   };
 
-  const char* name;
+  const char* name = "";
   Model model = Model::None;
   int bits = 8;  ///< of a sample
   Sampling sampling = {};

@@ -149,7 +149,8 @@ double chromaFraction(const Frame& frame, double value) {
 }
 
 double interpolatedChroma(const Frame& frame, int component, int x, int y) {
-  const auto [across, down] = formatOf(frame).sampling;
+  const int across = formatOf(frame).sampling.across;
+  const int down = formatOf(frame).sampling.down;
   const int lastColumn = (frame.width - 1) / across;
   const int lastRow = (frame.height - 1) / down;
   const auto inRow = [&](int row) {

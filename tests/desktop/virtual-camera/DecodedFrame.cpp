@@ -73,8 +73,9 @@ class Pixel {
   /// `most` is the largest sample.
   std::array<double, 3> wordsInThreePlanes(double most, std::size_t columns, std::size_t rows,
                                            std::uint32_t (*wordOf)(const std::uint8_t*) = word) const {
-    return {wordOf(row() + 2 * x_) / most, wordOf(row(1, rows) + x_ / columns * 2) / most,
-            wordOf(row(2, rows) + x_ / columns * 2) / most};
+    const auto chroma = x_ / columns * 2;
+    return {wordOf(row() + 2 * x_) / most, wordOf(row(1, rows) + chroma) / most,
+            wordOf(row(2, rows) + chroma) / most};
   }
   std::array<double, 3> tenBits() const {
     const auto* chroma = row(1, 2) + x_ / 2 * 4;
