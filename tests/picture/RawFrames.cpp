@@ -225,6 +225,12 @@ bool isYuv(PixelFormat format) {
   return rawFormat(format).model == RawFormat::Model::Yuv;
 }
 
+std::vector<PixelFormat> rawFormats() {
+  std::vector<PixelFormat> formats(picture::kAllPixelFormats.begin(), picture::kAllPixelFormats.end());
+  std::erase(formats, PixelFormat::MJPG);
+  return formats;
+}
+
 const char* nameOf(PixelFormat format) {
   return rawFormat(format).name;
 }

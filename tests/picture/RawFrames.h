@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <vector>
 
 #include "picture/Frame.h"
 
@@ -12,6 +13,9 @@ picture::Frame noiseFrame(picture::PixelFormat format, int width, int height, in
 
 /// The bytes that a frame of that size and stride has, padding included.
 std::size_t frameBytes(const picture::Frame& frame);
+
+/// All but MJPG.
+std::vector<picture::PixelFormat> rawFormats();
 
 /// A name for a test's parameter.
 const char* nameOf(picture::PixelFormat format);

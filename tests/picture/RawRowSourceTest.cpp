@@ -115,10 +115,6 @@ TEST_P(RawPhoto, IsTheSameHoweverManyRowsAreAskedFor) {
   }
 }
 
-std::vector<PixelFormat> rawFormats() {
-  return {picture::kAllPixelFormats.begin() + 1, picture::kAllPixelFormats.end()};
-}
-
 INSTANTIATE_TEST_SUITE_P(Formats, RawPhoto, testing::ValuesIn(rawFormats()),
                          [](const auto& format) { return std::string(nameOf(format.param)); });
 
