@@ -29,7 +29,7 @@ class Parallelism(unittest.TestCase):
 
     def test_a_machine_of_two_processors(self):
         self.machine(2, 16)
-        self.assert_beside(compilers=2, tests=6)
+        self.assert_beside(compilers=2, tests=8)
 
     def test_a_large_machine_has_bounds_for_tests_only(self):
         self.assert_beside(compilers=64, tests=24)
@@ -37,7 +37,7 @@ class Parallelism(unittest.TestCase):
     def test_a_quota_of_the_group_or_of_one_around_it_counts_upwards(self):
         self.given("sys/fs/cgroup/box/cpu.max", "150000 100000\n")
         self.given("sys/fs/cgroup/box/inner/cpu.max", "max 100000\n")
-        self.assert_beside(compilers=2, tests=6)
+        self.assert_beside(compilers=2, tests=8)
 
     def test_a_container_that_sees_its_group_as_the_root(self):
         self.given("proc/self/cgroup", "0::/\n")
@@ -48,7 +48,7 @@ class Parallelism(unittest.TestCase):
     def test_a_group_that_the_container_does_not_see_leaves_those_that_it_sees(self):
         self.given("proc/self/cgroup", "0::/elsewhere/with a space/altogether\n")
         self.given("sys/fs/cgroup/cpu.max", "100000 100000\n")
-        self.assert_beside(compilers=1, tests=3)
+        self.assert_beside(compilers=1, tests=4)
 
     def test_the_first_version_of_groups(self):
         self.given("proc/self/cgroup", "5:cpu,cpuacct:/box\n3:memory:/box\n1:name=systemd:/box\n")
