@@ -29,10 +29,17 @@ def run(*arguments, **keywords):
 
 
 def read_line(process):
-    """One line of the process's standard output, within SECONDS."""
-    if not select.select([process.stdout], [], [], SECONDS)[0]:
-        raise TimeoutError("no line came")
-    return process.stdout.readline().rstrip("\n")
+    """One line of the process's standard output, within SECONDS; empty at its end. It takes no more than the line: what Python
+    reads ahead, select no longer tells of."""
+    line = b""
+    deadline = time.monotonic() + SECONDS
+    while not line.endswith(b"\n"):
+        if not select.select([process.stdout], [], [], max(0, deadline - time.monotonic()))[0]:
+            raise TimeoutError(f"no line came within {SECONDS} s, only {line}")
+        if not (byte := os.read(process.stdout.fileno(), 1)):
+            break
+        line += byte
+    return line.decode().rstrip("\n")
 
 
 def processes_of(folder, least=0):

@@ -7,6 +7,7 @@ import subprocess
 import sys
 import tempfile
 import unittest
+from types import SimpleNamespace
 
 import session
 from session import Session, all_ended, processes_of, read_line, run
@@ -22,6 +23,17 @@ ASK_THE_BUS = ("gdbus", "call", "--session", "--dest", "org.freedesktop.DBus", "
 def activatable_names(*options):
     """The names of services that the session bus may start."""
     return run(*options, "--", *ASK_THE_BUS, "org.freedesktop.DBus.ListActivatableNames").stdout
+
+
+class Lines(unittest.TestCase):
+    def test_that_came_at_once_are_read_one_by_one(self):
+        reader, writer = os.pipe()
+        with os.fdopen(reader) as stdout:
+            process = SimpleNamespace(stdout=stdout)
+            os.write(writer, b"one\ntwo\nthree")
+            self.assertEqual([read_line(process), read_line(process)], ["one", "two"])
+            os.close(writer)
+            self.assertEqual([read_line(process), read_line(process)], ["three", ""])
 
 
 class ExitStatus(unittest.TestCase):
