@@ -303,6 +303,27 @@ TEST_F(LayerViewTest, BackgroundViewIsBlackToTheEdges) {
   }
 }
 
+TEST_F(LayerViewTest, OnABackgroundViewAllAroundThePictureIsBlack) {
+  GtkWidget* const background = GTK_WIDGET(g_object_new(backgroundViewType(), nullptr));
+  GtkWidget* const view = GTK_WIDGET(g_object_new(layerViewType(), nullptr));
+  gtk_widget_set_parent(view, background);
+  painterOf(view).setDecodeThread(decodeThread_);
+  gtk_window_set_child(window_, background);
+  gtk_window_set_default_size(window_, 400, 200);
+  gtk_window_present(window_);
+  const auto shows = [&](double x, const Rgb& color) {
+    return looks([&](const Screenshot& shot) { return testing::Value(shot.at(x, 0.5), Shows(color)); });
+  };
+  EXPECT_TRUE(shows(0.5, kBlack)) << "without any picture";
+  const auto camera = std::make_shared<FakeCameraLayer>();
+  painterOf(view).setLayer(camera);
+  camera->deliver(jpegFrame(200, 200, white));
+  ASSERT_TRUE(shows(0.5, kWhite));
+  EXPECT_TRUE(shows(0.1, kBlack));
+  EXPECT_TRUE(shows(0.9, kBlack));
+  gtk_window_set_child(window_, nullptr);
+}
+
 /// Draws as slowly as a busy machine without a graphics processor; the camera's next frame is there each
 /// time.
 class SlowDrawing {

@@ -29,16 +29,29 @@ picture::PixelSize pixelSize(const platform::CGRect& bounds, int scale) {
           static_cast<int>(std::ceil(bounds.height * scale))};
 }
 
-/// Draws `texture` in the middle of the view, as large as the shape of `frame` fits, on whole pixels: a
-/// texture of that size is copied as it is.
-void drawFitted(GtkSnapshot* snapshot, const Texture& texture, const picture::Frame& frame,
-                picture::PixelSize view, int scale) {
+/// The middle of the view, as large as the shape of `frame` fits, on whole pixels: a texture of that size is
+/// copied as it is. In logical pixels.
+platform::CGRect fittedArea(const picture::Frame& frame, picture::PixelSize view, int scale) {
   const picture::PixelSize fitted = picture::aspectFit(picture::uprightSize(frame), view);
   const auto logical = [scale](int pixels) { return static_cast<double>(pixels) / scale; };
-  const graphene_rect_t area =
-      rectangle(logical((view.width - fitted.width) / 2), logical((view.height - fitted.height) / 2),
-                logical(fitted.width), logical(fitted.height));
-  texture.append(snapshot, area);
+  return {logical((view.width - fitted.width) / 2), logical((view.height - fitted.height) / 2),
+          logical(fitted.width), logical(fitted.height)};
+}
+
+void drawFitted(GtkSnapshot* snapshot, const Texture& texture, const platform::CGRect& area) {
+  texture.append(snapshot, rectangle(area.x, area.y, area.width, area.height));
+}
+
+/// Black, of `bounds`, what `area` in the middle leaves free.
+void fillAround(GtkSnapshot* snapshot, const platform::CGRect& area, const platform::CGRect& bounds) {
+  const double right = area.x + area.width;
+  const double bottom = area.y + area.height;
+  for (const graphene_rect_t& bar :
+       {rectangle(0, 0, bounds.width, area.y), rectangle(0, bottom, bounds.width, bounds.height - bottom),
+        rectangle(0, area.y, area.x, area.height),
+        rectangle(right, area.y, bounds.width - right, area.height)}) {
+    if (bar.size.width > 0 && bar.size.height > 0) gtk_snapshot_append_color(snapshot, &kBlack, &bar);
+  }
 }
 
 void collectContents(const Layer& layer, std::set<const platform::CGImage*>& contents) {
@@ -130,15 +143,18 @@ void LayerTreePainter::takeNewestFrame() {
 }
 
 void LayerTreePainter::drawLivePicture(GtkSnapshot* snapshot, const platform::CGRect& bounds, int scale) {
-  fill(snapshot, kBlack, bounds);
   const picture::PixelSize view = pixelSize(bounds, scale);
   setLivePictureCovered(isLivePictureCovered(bounds, view));
-  if (covered_) return;
   if (bell_) takeNewestFrame();
-  if (!live_) return;
-  if (const Texture* const texture = live_->draw(view, livePicture_->mirrored()))
-    drawFitted(snapshot, *texture, *live_->frame(), view, scale);
-  if (bell_) bell_->rung = live_->isBusy();
+  const Texture* const texture = live_ && !covered_ ? live_->draw(view, livePicture_->mirrored()) : nullptr;
+  const platform::CGRect area = texture ? fittedArea(*live_->frame(), view, scale) : platform::CGRect{};
+  // Without a graphics processor this thread fills each pixel itself: what the picture covers is left out.
+  if (texture && texture->isOpaque())
+    fillAround(snapshot, area, bounds);
+  else
+    fill(snapshot, kBlack, bounds);
+  if (texture) drawFitted(snapshot, *texture, area);
+  if (bell_ && live_) bell_->rung = live_->isBusy();
 }
 
 void LayerTreePainter::setLivePictureCovered(bool covered) {
@@ -188,7 +204,7 @@ void LayerTreePainter::drawStill(GtkSnapshot* snapshot, const Layer& layer, int 
   const auto& picture = static_cast<const PictureImage&>(*layer.contents()).picture();
   const picture::PixelSize view = pixelSize(bounds, scale);
   if (const Texture* const texture = still->draw(view, picture->mirrored()))
-    drawFitted(snapshot, *texture, picture->frame(), view, scale);
+    drawFitted(snapshot, *texture, fittedArea(picture->frame(), view, scale));
 }
 
 PictureTexture* LayerTreePainter::stillOf(const Layer& layer) {

@@ -41,6 +41,8 @@ class LayerTreePainter {
 
   /// Whether there is a live picture to draw.
   [[nodiscard]] bool hasPicture() const { return live_ && live_->hasTexture(); }
+  /// Whether it paints each pixel of its view, of whatever colour.
+  [[nodiscard]] bool coversItsView() const { return livePicture_ != nullptr; }
   /// Why none comes, as LivePicture::error says.
   [[nodiscard]] int error() const { return livePicture_ ? livePicture_->error() : 0; }
 

@@ -44,13 +44,44 @@ cairo_surface_t* makeImage(picture::PixelSize size, std::unique_ptr<LentPixels> 
   return image;
 }
 
+cairo_surface_t* acquireImage(cairo_pattern_t*, void* image, cairo_surface_t*,
+                              const cairo_rectangle_int_t*) noexcept {
+  return cairo_surface_reference(static_cast<cairo_surface_t*>(image));
+}
+
+void releaseImage(cairo_pattern_t*, void*, cairo_surface_t* acquired) noexcept {
+  cairo_surface_destroy(acquired);
+}
+
+cairo_status_t shareImage(cairo_pattern_t*, void* image, const cairo_pattern_t*) noexcept {
+  cairo_surface_reference(static_cast<cairo_surface_t*>(image));
+  return CAIRO_STATUS_SUCCESS;
+}
+
+void dropImage(cairo_pattern_t*, void* image) noexcept {
+  cairo_surface_destroy(static_cast<cairo_surface_t*>(image));
+}
+
+/// What draws `image`, which must not change any more. As a plain source a drawing that is recorded, as the
+/// toolkit's are, would copy it when it goes, lest it change.
+cairo_pattern_t* makePattern(cairo_surface_t* image, picture::PixelSize size) {
+  cairo_pattern_t* const pattern = cairo_pattern_create_raster_source(
+      cairo_surface_reference(image), CAIRO_CONTENT_COLOR, size.width, size.height);
+  cairo_raster_source_pattern_set_acquire(pattern, acquireImage, releaseImage);
+  cairo_raster_source_pattern_set_copy(pattern, shareImage);
+  cairo_raster_source_pattern_set_finish(pattern, dropImage);
+  cairo_pattern_set_extend(pattern, CAIRO_EXTEND_PAD);
+  return pattern;
+}
+
 void appendImage(GtkSnapshot* snapshot, cairo_surface_t* image, picture::PixelSize size,
                  const graphene_rect_t& area) {
   cairo_t* const context = gtk_snapshot_append_cairo(snapshot, &area);
   cairo_translate(context, area.origin.x, area.origin.y);
   cairo_scale(context, area.size.width / size.width, area.size.height / size.height);
-  cairo_set_source_surface(context, image, 0, 0);
-  cairo_pattern_set_extend(cairo_get_source(context), CAIRO_EXTEND_PAD);
+  cairo_pattern_t* const pattern = makePattern(image, size);
+  cairo_set_source(context, pattern);
+  cairo_pattern_destroy(pattern);
   cairo_set_operator(context, CAIRO_OPERATOR_SOURCE);
   cairo_paint(context);
   cairo_destroy(context);

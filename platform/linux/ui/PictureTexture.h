@@ -24,7 +24,9 @@ class Texture {
   Texture(picture::DecodedPicture picture, std::shared_ptr<picture::PixelBufferPool> pool);
 
   [[nodiscard]] picture::PixelSize size() const { return size_; }
-  /// Draws it over `area`, opaque.
+  /// Whether nothing shows through it; a texture's opacity may be a hundredth short of that.
+  [[nodiscard]] bool isOpaque() const { return image_ != nullptr; }
+  /// Draws it over `area`.
   void append(GtkSnapshot* snapshot, const graphene_rect_t& area) const;
 
  private:
