@@ -42,14 +42,16 @@ void drawFitted(GtkSnapshot* snapshot, const Texture& texture, const platform::C
   texture.append(snapshot, rectangle(area.x, area.y, area.width, area.height));
 }
 
-/// Black, of `bounds`, what `area` in the middle leaves free.
+/// Black, of `bounds`, what `area` in the middle leaves free, and a pixel more: where a display's scale puts
+/// the seam within a pixel, nothing else is to shine through.
 void fillAround(GtkSnapshot* snapshot, const platform::CGRect& area, const platform::CGRect& bounds) {
-  const double right = area.x + area.width;
-  const double bottom = area.y + area.height;
+  const double left = area.x + 1;
+  const double top = area.y + 1;
+  const double right = area.x + area.width - 1;
+  const double bottom = area.y + area.height - 1;
   for (const graphene_rect_t& bar :
-       {rectangle(0, 0, bounds.width, area.y), rectangle(0, bottom, bounds.width, bounds.height - bottom),
-        rectangle(0, area.y, area.x, area.height),
-        rectangle(right, area.y, bounds.width - right, area.height)}) {
+       {rectangle(0, 0, bounds.width, top), rectangle(0, bottom, bounds.width, bounds.height - bottom),
+        rectangle(0, top, left, bottom - top), rectangle(right, top, bounds.width - right, bottom - top)}) {
     if (bar.size.width > 0 && bar.size.height > 0) gtk_snapshot_append_color(snapshot, &kBlack, &bar);
   }
 }
