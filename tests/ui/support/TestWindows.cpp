@@ -20,7 +20,8 @@ struct Bound {
   guint source = 0;
 };
 
-/// Waits for a whole frame to be drawn: layout, drawing and painting have then been done for all before.
+/// Waits for a whole frame to be drawn: layout, drawing and painting have then been done for all before, if the
+/// window is on the screen.
 void waitForFrame(GtkWidget* widget) {
   GdkFrameClock* const clock = gtk_widget_get_frame_clock(widget);
   bool painted = false;
@@ -34,6 +35,8 @@ void waitForFrame(GtkWidget* widget) {
   if (!inTime) throw std::runtime_error("nothing is drawn");
 }
 
+/// Null where the widget has no place yet: its window's clock ticks before the window is on the screen, and what
+/// has happened since a frame may ask for a new layout.
 GObjectRef<GdkTexture> render(GtkWidget* widget) {
   const auto paintable = GObjectRef<GdkPaintable>::adopt(gtk_widget_paintable_new(widget));
   const int scale = gtk_widget_get_scale_factor(widget);
@@ -43,7 +46,7 @@ GObjectRef<GdkTexture> render(GtkWidget* widget) {
   gtk_snapshot_scale(snapshot, static_cast<float>(scale), static_cast<float>(scale));
   gdk_paintable_snapshot(paintable.get(), snapshot, width, height);
   GskRenderNode* const node = gtk_snapshot_free_to_node(snapshot);
-  if (!node) throw std::runtime_error("the widget draws nothing");
+  if (!node) return {};
   const graphene_rect_t area = {{0, 0},
                                 {static_cast<float>(width * scale), static_cast<float>(height * scale)}};
   GskRenderer* const renderer = gtk_native_get_renderer(gtk_widget_get_native(widget));
@@ -101,8 +104,12 @@ void TestUserInterface::restart() {
 }
 
 Screenshot::Screenshot(GtkWidget* widget) {
-  waitForFrame(widget);
-  texture_ = render(widget);
+  constexpr int kFrames = 100;
+  for (int frame = 0; !texture_ && frame < kFrames; ++frame) {
+    waitForFrame(widget);
+    texture_ = render(widget);
+  }
+  if (!texture_) throw std::runtime_error("the widget draws nothing");
   width_ = gdk_texture_get_width(texture_.get());
   height_ = gdk_texture_get_height(texture_.get());
   const std::size_t stride = static_cast<std::size_t>(width_) * 4;
