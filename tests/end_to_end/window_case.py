@@ -133,7 +133,11 @@ class WindowTest(ToolTest):
 
     def wait_for_photos(self, tool, count):
         """All the photos, once there are that many and each is whole."""
-        wait_until(lambda: len(tool.photos()) >= count, tool.photo_folder, what=f"photo {count}")
+        try:
+            wait_until(lambda: len(tool.photos()) >= count, tool.photo_folder, what=f"photo {count}")
+        except AssertionError as late:
+            listed = "\n".join(map(repr, self.windows.objects()))
+            raise AssertionError(f"{late}; the program said:\n{tool.log()}\nthere is:\n{listed}") from None
         self.assertEqual(len(tool.photos()), count)
         for photo in tool.photos():
             self.assert_whole_png(photo)
