@@ -20,8 +20,8 @@ struct Bound {
   guint source = 0;
 };
 
-/// Waits for a whole frame to be drawn: layout, drawing and painting have then been done for all before, if the
-/// window is on the screen.
+/// Waits for a whole frame: layout, drawing and painting have then been done for all before, if the window is
+/// on the screen.
 void waitForFrame(GtkWidget* widget) {
   GdkFrameClock* const clock = gtk_widget_get_frame_clock(widget);
   bool painted = false;
@@ -35,8 +35,8 @@ void waitForFrame(GtkWidget* widget) {
   if (!inTime) throw std::runtime_error("nothing is drawn");
 }
 
-/// Null where the widget has no place yet: its window's clock ticks before the window is on the screen, and what
-/// has happened since a frame may ask for a new layout.
+/// Null where the widget has no place: a window's clock ticks before the window is on the screen, and what
+/// has happened since the last frame may ask for a new layout.
 GObjectRef<GdkTexture> render(GtkWidget* widget) {
   const auto paintable = GObjectRef<GdkPaintable>::adopt(gtk_widget_paintable_new(widget));
   const int scale = gtk_widget_get_scale_factor(widget);
