@@ -8,7 +8,7 @@ import time
 import pixels
 from tool import TOOL_IDENTIFIER, WITHOUT_OVERRIDE, Tool, ToolTest
 from waiting import BOUND, wait_until
-from windows import APPLICATION, PREFERENCES, PREVIEW, Windows
+from windows import APPLICATION, PREFERENCES, PREVIEW, Windows, listed
 
 # Cameras that their photos tell apart, in the order in which the tool lists them.
 RED = "name=red,title=Red camera,modes=MJPG:640x480@30,tint=d05050"
@@ -136,8 +136,8 @@ class WindowTest(ToolTest):
         try:
             wait_until(lambda: len(tool.photos()) >= count, tool.photo_folder, what=f"photo {count}")
         except AssertionError as late:
-            listed = "\n".join(map(repr, self.windows.objects()))
-            raise AssertionError(f"{late}; the program said:\n{tool.log()}\nthere is:\n{listed}") from None
+            raise AssertionError(f"{late}; the program said:\n{tool.log()}\nthere is:\n"
+                                 f"{listed(self.windows.objects())}") from None
         self.assertEqual(len(tool.photos()), count)
         for photo in tool.photos():
             self.assert_whole_png(photo)

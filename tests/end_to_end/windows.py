@@ -172,6 +172,11 @@ class Object:
         return f"{self.role} {self.name!r} in {self.window!r} {sorted(self.states)}"
 
 
+def listed(objects):
+    """A line for each, for people to read."""
+    return "\n".join(map(repr, objects))
+
+
 def titles(objects):
     """The titles of the windows on the screen."""
     return {each.name for each in objects if each.is_window and "visible" in each.states}
@@ -209,8 +214,7 @@ class Windows:
             if answer := condition(objects):
                 return answer
             if time.monotonic() > deadline:
-                listed = "\n".join(map(repr, objects))
-                raise AssertionError(f"{what} did not come within {BOUND} s; there is:\n{listed}")
+                raise AssertionError(f"{what} did not come within {BOUND} s; there is:\n{listed(objects)}")
             self._ask("wait 0.1")
 
     def find(self, name, window):
